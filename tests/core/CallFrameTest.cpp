@@ -1,37 +1,19 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
 #include <future>
 #include <memory>
-#include <new>
 #include <thread>
 #include <vector>
 
 #include "storage/kvxclient.h"
+#include "support/Allocations.h"
 #include "support/ScriptedServices.h"
-
-namespace {
-thread_local std::size_t allocations = 0;
-thread_local std::size_t largeAllocations = 0;
-constexpr std::size_t large = 1 << 20;
-}  // namespace
-
-// Counts what the code under test allocates on this thread.
-void* operator new(std::size_t size) {
-    ++allocations;
-    largeAllocations += size >= large;
-    if (void* const memory = std::malloc(size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 using namespace storage::kvxclient;
 
 namespace {
+
+constexpr std::size_t large = allocations::large;
 
 FileReadResponse largeResponse() {
     FileReadResponse response;
@@ -133,20 +115,20 @@ TEST_F(ReadFrame, letsThroughWhatTheCallbackFormThrows) {
 TEST_F(ReadFrame, movesTheResponseAllTheWay) {
     files_.onRead = [](Handler handler) {
         FileReadResponse response = largeResponse();
-        largeAllocations = 0;
+        allocations::countLarge = 0;
         handler(std::move(response), nullptr);
     };
     const FileReadResponse response = files_.readFile(request_);
-    EXPECT_EQ(0u, largeAllocations);
+    EXPECT_EQ(0u, allocations::countLarge);
     EXPECT_EQ(large, response.getContentLength());
 }
 
 TEST(CallFrame, allocatesOnlyForPromiseSharedPointerAndHandler) {
     ScriptedFileAccess files;
     FolderCreateRequest request(Resource(u"/a", u"b"));
-    allocations = 0;
+    allocations::count = 0;
     auto future = files.createFolderAsync(std::move(request));
-    EXPECT_EQ(4u, allocations);  // Two are the promise's own.
+    EXPECT_EQ(4u, allocations::count);  // Two are the promise's own.
     future.get();
 }
 
