@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <new>
 
-thread_local std::size_t allocations::count = 0;
-thread_local std::size_t allocations::countLarge = 0;
+constinit thread_local std::size_t allocations::count = 0;
+constinit thread_local std::size_t allocations::countLarge = 0;
 
 void* operator new(std::size_t size) {
     ++allocations::count;

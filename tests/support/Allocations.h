@@ -6,7 +6,7 @@
 namespace allocations {
 
 constexpr std::size_t large = 1 << 20;
-extern thread_local std::size_t count;
-extern thread_local std::size_t countLarge;
+extern constinit thread_local std::size_t count;
+extern constinit thread_local std::size_t countLarge;
 
 }  // namespace allocations
