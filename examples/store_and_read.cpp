@@ -1,8 +1,8 @@
 // Stores a file in an embedded store and reads it back.
 
-#include <iostream>
 #include <storage/kvxclient.h>
 #include <storage/kvxstore/Store.h>
+#include <iostream>
 
 using namespace storage::kvxclient;
 using storage::kvxstore::Store;
