@@ -1,0 +1,37 @@
+# What is installed, by component: client, store, tool.
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kvxclient)
+
+# Installs a shared library with its headers, CMake targets and pkg-config file.
+function(kvx_install_library target component header_dir description requires libs)
+    install(TARGETS ${target} EXPORT ${target}Targets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${component})
+    install(DIRECTORY ${header_dir}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT ${component})
+    install(EXPORT ${target}Targets NAMESPACE kvxclient::
+        DESTINATION ${package_dir} COMPONENT ${component})
+    set(name ${target})
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/kvxclient.pc.in
+        ${PROJECT_BINARY_DIR}/${target}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/${target}.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT ${component})
+endfunction()
+
+kvx_install_library(kvxclient client ${PROJECT_SOURCE_DIR}/include
+    "${PROJECT_DESCRIPTION}" "" "-lboost_thread -lboost_system")
+if(KVXCLIENT_BUILD_STORE)
+    kvx_install_library(kvxstore store ${PROJECT_SOURCE_DIR}/store/include
+        "Embedded store that serves kvxclient in-process" "kvxclient" "")
+endif()
+if(KVXCLIENT_BUILD_TOOL)
+    install(TARGETS kvx RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+endif()
+
+configure_package_config_file(cmake/kvxclientConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/kvxclientConfig.cmake INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/kvxclientConfigVersion.cmake
+    COMPATIBILITY SameMajorVersion)
+install(FILES
+    ${PROJECT_BINARY_DIR}/kvxclientConfig.cmake
+    ${PROJECT_BINARY_DIR}/kvxclientConfigVersion.cmake
+    DESTINATION ${package_dir} COMPONENT client)

@@ -1,0 +1,31 @@
+#pragma once
+
+/// @file
+/// The whole interface of the library.
+
+#include "storage/kvxclient/AccessControl.h"
+#include "storage/kvxclient/BufferSize.h"
+#include "storage/kvxclient/ChangeList.h"
+#include "storage/kvxclient/CompletionHandler.h"
+#include "storage/kvxclient/ConfigurationManagement.h"
+#include "storage/kvxclient/Enumerations.h"
+#include "storage/kvxclient/Export.h"
+#include "storage/kvxclient/FileAccess.h"
+#include "storage/kvxclient/FileHandles.h"
+#include "storage/kvxclient/FileTransfer.h"
+#include "storage/kvxclient/FolderListing.h"
+#include "storage/kvxclient/IVersioning.h"
+#include "storage/kvxclient/InvitationFolderContent.h"
+#include "storage/kvxclient/Invitations.h"
+#include "storage/kvxclient/KVXClient.h"
+#include "storage/kvxclient/KVXClientException.h"
+#include "storage/kvxclient/Metadata.h"
+#include "storage/kvxclient/NamespaceChanges.h"
+#include "storage/kvxclient/Notification.h"
+#include "storage/kvxclient/Permissions.h"
+#include "storage/kvxclient/Resource.h"
+#include "storage/kvxclient/SessionRecords.h"
+#include "storage/kvxclient/StorageConfiguration.h"
+#include "storage/kvxclient/Summaries.h"
+#include "storage/kvxclient/Version.h"
+#include "storage/kvxclient/Versions.h"

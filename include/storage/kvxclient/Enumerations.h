@@ -1,0 +1,89 @@
+#pragma once
+
+/// @file
+/// The enumerations that records carry, and the words that the service has for them.
+
+#include <cstdint>
+#include <string>
+
+#include "storage/kvxclient/Export.h"
+
+namespace storage::kvxclient {
+
+/// The caller's right on a file or folder.
+enum class AccessType : std::int32_t {
+    READ_ONLY = 0,   ///< May read.
+    READ_WRITE = 1,  ///< May read and change.
+    OWNER = 2        ///< Owns it, and may share it.
+};
+
+/// How opening a file for writing treats a file that exists or is missing.
+enum class FileCreateMode : std::int32_t {
+    CREATE = 0,           ///< The file must not exist yet.
+    UPDATE = 1,           ///< The file must exist.
+    CREATE_OR_UPDATE = 2  ///< Either.
+};
+
+/// What closing a file handle does with the changes made through it.
+enum class FileHandleCloseOperation : std::int32_t {
+    COMMIT_CHANGES = 0,  ///< Keeps what was written.
+    ABORT_CHANGES = 1    ///< Discards what was written.
+};
+
+/// The state of an invitation.
+enum class InvitationStatus : std::int32_t {
+    PENDING = 0,   ///< Not answered yet.
+    ACCEPTED = 1,  ///< Accepted by its recipient.
+    DECLINED = 2   ///< Declined by its recipient.
+};
+
+/// The kind of an invitation.
+enum class InvitationType : std::int32_t {
+    OPEN = 0,              ///< For anyone who holds its id.
+    PERSONAL = 1,          ///< For one recipient.
+    CREATED_FROM_OPEN = 2  ///< A recipient's own, made when he accepted an open one.
+};
+
+/// The right that a permission grants. The transport maps it to the service's words.
+enum class Operation : std::int32_t {
+    READ = 0,       ///< To read.
+    READ_WRITE = 1  ///< To read and change.
+};
+
+/// Whether earlier versions of files are kept. The transport maps it to the service's words.
+enum class VersionPolicy : std::int32_t {
+    INHERIT = 0,   ///< As the parent folder says.
+    DISABLED = 1,  ///< No versions are kept.
+    ENABLED = 2    ///< Versions are kept.
+};
+
+/// Whether a resource may be reached publicly. The transport maps it to the service's words.
+enum class PublicAccessPolicy : std::int32_t {
+    INHERIT = 0,  ///< As the parent folder says.
+    DENIED = 1,   ///< No public access.
+    ALLOWED = 2   ///< Public access is allowed.
+};
+
+/// Returns the service's word for the value, which is the enumerator's name; "UNKNOWN" for a value
+/// that is no enumerator.
+KVXCLIENT_EXPORT std::string toString(AccessType value);
+/// @copydoc toString(AccessType)
+KVXCLIENT_EXPORT std::string toString(FileCreateMode value);
+/// @copydoc toString(AccessType)
+KVXCLIENT_EXPORT std::string toString(FileHandleCloseOperation value);
+/// @copydoc toString(AccessType)
+KVXCLIENT_EXPORT std::string toString(InvitationStatus value);
+/// @copydoc toString(AccessType)
+KVXCLIENT_EXPORT std::string toString(InvitationType value);
+
+/// Returns the enumerator whose word is exactly `text`.
+///
+/// @throws std::runtime_error "Unknown access type!" when there is none. All three readers say so,
+///     whatever they read: callers match on this one text.
+KVXCLIENT_EXPORT AccessType stringToAccessType(const std::string& text);
+/// @copydoc stringToAccessType
+KVXCLIENT_EXPORT InvitationStatus stringToInvitationStatus(const std::string& text);
+/// @copydoc stringToAccessType
+KVXCLIENT_EXPORT InvitationType stringToInvitationType(const std::string& text);
+
+}  // namespace storage::kvxclient
