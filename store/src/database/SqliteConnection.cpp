@@ -57,9 +57,7 @@ struct Binder {
     sqlite3_stmt* statement;
     int index;
 
-    int operator()(std::int64_t value) const {
-        return sqlite3_bind_int64(statement, index, value);
-    }
+    int operator()(std::int64_t value) const { return sqlite3_bind_int64(statement, index, value); }
     int operator()(std::string_view text) const {
         return sqlite3_bind_text64(statement, index, text.empty() ? "" : text.data(), text.size(),
                                    SQLITE_TRANSIENT, SQLITE_UTF8);
@@ -190,8 +188,8 @@ void SqliteConnection::readChunk(std::int64_t chunk, std::size_t offset, char* i
         blob_.reset(blob);
     }
     if (code == SQLITE_OK) {
-        code = sqlite3_blob_read(blob_.get(), into, static_cast<int>(size),
-                                 static_cast<int>(offset));
+        code =
+            sqlite3_blob_read(blob_.get(), into, static_cast<int>(size), static_cast<int>(offset));
     }
     if (code != SQLITE_OK) {
         blob_.reset();

@@ -12,6 +12,8 @@
 
 namespace storage::kvxstore {
 
+class Engine;
+
 /// Why a store could not be opened or administered; what() is a plain sentence for people.
 class KVXSTORE_EXPORT StoreError : public std::runtime_error {
 public:
@@ -120,7 +122,6 @@ public:
     void sweep() const;
 
 private:
-    class Engine;
     explicit Store(std::shared_ptr<Engine> engine);
 
     std::shared_ptr<Engine> engine_;
