@@ -27,10 +27,10 @@ struct NewUser {
     /// A quota that never refuses anything.
     static constexpr unsigned long UNLIMITED = std::numeric_limits<long>::max();
 
-    std::u16string name;
-    std::u16string emailAddress;
-    std::u16string firstName;
-    std::u16string lastName;
+    std::u16string name = {};
+    std::u16string emailAddress = {};
+    std::u16string firstName = {};
+    std::u16string lastName = {};
     /// The most bytes that all versions of all files in the user's buckets may have together.
     /// A deleted file counts until it is purged, which at the latest happens when it is in the
     /// way. Values above UNLIMITED mean UNLIMITED.
