@@ -46,8 +46,7 @@ TEST_F(StoreTest, RefusesWithTheFittingCode) {
         {"read: below a file", get(u"/file/x"), Code::RESOURCE_NOT_FOUND},
         {"read: folder", get(u"/folder"), Code::CONFLICT},
         {"read: other case", get(u"/File"), Code::RESOURCE_NOT_FOUND},
-        {"read: no such bucket", [&] { account.get(u"/file", u"none"); },
-         Code::RESOURCE_NOT_FOUND},
+        {"read: no such bucket", [&] { account.get(u"/file", u"none"); }, Code::RESOURCE_NOT_FOUND},
         {"create: missing parent", put(u"/none/file"), Code::PARENT_RESOURCE_NOT_FOUND},
         {"create: below a file", put(u"/file/x"), Code::PARENT_RESOURCE_NOT_FOUND},
         {"create: over a folder", put(u"/folder"), Code::CONFLICT},
@@ -57,7 +56,10 @@ TEST_F(StoreTest, RefusesWithTheFittingCode) {
         {"folder: root", [&] { account.makeFolder(u"/"); }, Code::CONFLICT},
         {"list: file", [&] { account.list(u"/file"); }, Code::CONFLICT},
         {"delete file: folder",
-         [&] { account.files->deleteFile(FileDeleteRequest({u"/folder", u""})); }, Code::CONFLICT},
+         [&] {
+             account.files->deleteFile(FileDeleteRequest({u"/folder", u""}));
+         },
+         Code::CONFLICT},
         {"delete folder: file", [&] { account.removeFolder(u"/file", true); }, Code::CONFLICT},
         {"delete folder: root", [&] { account.removeFolder(u"/", true); }, Code::CONFLICT},
         {"delete folder: full", [&] { account.removeFolder(u"/folder", false); },
@@ -126,8 +128,7 @@ TEST_F(StoreTest, CountsVersionsAndKeepsTheOnesAskedFor) {
     const auto read = [&](const std::string& id, int label) {
         const auto body =
             account.files
-                ->readFile(
-                    FileReadRequest({u"/f", u""}).withVersionId(id).withVersionLabel(label))
+                ->readFile(FileReadRequest({u"/f", u""}).withVersionId(id).withVersionLabel(label))
                 .getResponseBody();
         return std::string(body.begin(), body.end());
     };
@@ -221,7 +222,8 @@ TEST_F(StoreTest, DownloadsTheContentThatTheLocationWasMadeFor) {
     EXPECT_EQ(causeOf([&] { user.files->downloadFile(FileDownloadRequest(location)); }),
               "the download has no stream to go into");
     now += 16min;
-    for (const std::string& bad : {location, std::string(), std::string("kvxstore://download/x/f")}) {
+    for (const std::string& bad :
+         {location, std::string(), std::string("kvxstore://download/x/f")}) {
         EXPECT_EQ(codeOf([&] {
                       user.files->downloadFile(FileDownloadRequest(bad).withReadIntoString(true));
                   }),
@@ -244,14 +246,13 @@ TEST_F(StoreTest, KeepsMetadataUntilTheContentChanges) {
                   .getClientLastModified(),
               time);
     account.put(u"/f", "2");
-    EXPECT_EQ(account.stat(u"/f").getClientLastModified(),
-              std::chrono::system_clock::time_point());
+    EXPECT_EQ(account.stat(u"/f").getClientLastModified(), std::chrono::system_clock::time_point());
 }
 
 TEST_F(StoreTest, ChecksSessions) {
     auto now = std::chrono::system_clock::now();
-    const auto timed = Store::open("sqlite::memory:",
-                                   {.sessionLifetime = 90s, .clock = [&] { return now; }});
+    const auto timed =
+        Store::open("sqlite::memory:", {.sessionLifetime = 90s, .clock = [&] { return now; }});
     const std::string good = timed->createUser({.name = u"u"});
     const auto client = timed->createClient();
     const auto files = client->createFileAccess();
@@ -274,8 +275,7 @@ TEST_F(StoreTest, ChecksSessions) {
     client->withSessionId(client->login(LoginRequest().withToken(good)).getSessionId());
     timed->removeUser(u"u");
     EXPECT_EQ(codeOf(use), Code::INVALID_SESSION_ID);
-    EXPECT_EQ(codeOf([&] { client->login(LoginRequest().withToken(good)); }),
-              Code::INVALID_TOKEN);
+    EXPECT_EQ(codeOf([&] { client->login(LoginRequest().withToken(good)); }), Code::INVALID_TOKEN);
 }
 
 TEST_F(StoreTest, EnforcesQuotaAndSizeLimit) {
@@ -350,10 +350,9 @@ TEST_F(StoreTest, DeepAndWideTreesWork) {
     account.move(u"/level", u"/top");
     EXPECT_EQ(account.get(u"/top" + path.substr(6) + u"/f"), "deep");
     account.copy(u"/top", u"/copy");
-    EXPECT_EQ(account.files->listMultiFolder(MultiFolderListRequest({u"/", u""}))
-                  .getFolders()
-                  .size(),
-              201U);
+    EXPECT_EQ(
+        account.files->listMultiFolder(MultiFolderListRequest({u"/", u""})).getFolders().size(),
+        201U);
     account.removeFolder(u"/top", true);
     store->sweep();
     EXPECT_EQ(account.get(u"/copy" + path.substr(6) + u"/f"), "deep");

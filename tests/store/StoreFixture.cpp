@@ -56,8 +56,7 @@ FileAttributes Account::stat(const std::u16string& path) const {
 }
 
 std::string Account::list(const std::u16string& path, bool hidden) const {
-    const auto response =
-        files->listFolder(FolderListRequest({path, u""}).withShowHidden(hidden));
+    const auto response = files->listFolder(FolderListRequest({path, u""}).withShowHidden(hidden));
     std::string names;
     for (const FolderSummary& folder : response.getFolders()) {
         names += Resource(u"", folder.getName()).getUTF8Bucket() + "/ ";
