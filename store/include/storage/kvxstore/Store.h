@@ -1,0 +1,130 @@
+#pragma once
+
+#include <limits>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "storage/kvxclient/KVXClient.h"
+#include "storage/kvxstore/Export.h"
+#include "storage/kvxstore/StoreOptions.h"
+
+namespace storage::kvxstore {
+
+class Engine;
+
+/// Why a store could not be opened or administered; what() is a plain sentence for people.
+class KVXSTORE_EXPORT StoreError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+    ~StoreError() override;
+};
+
+/// A user to be created. Names of users and buckets follow the rules of file names: not empty,
+/// not "." or "..", at most 255 UTF-16 units, no "/", no NUL, no unpaired surrogate.
+struct NewUser {
+    /// A quota that never refuses anything.
+    static constexpr unsigned long UNLIMITED = std::numeric_limits<long>::max();
+
+    std::u16string name = {};
+    std::u16string emailAddress = {};
+    std::u16string firstName = {};
+    std::u16string lastName = {};
+    /// The most bytes that all versions of all files in the user's buckets may have together.
+    /// A deleted file counts until it is purged, which at the latest happens when it is in the
+    /// way. Values above UNLIMITED mean UNLIMITED.
+    unsigned long quota = UNLIMITED;
+};
+
+/// A user as the store knows him.
+struct User : NewUser {
+    /// Bytes in use, counted like the quota.
+    unsigned long used = 0;
+};
+
+/// A bucket as the store knows it.
+struct Bucket {
+    std::u16string name;
+    std::u16string owner;
+    /// Bytes in use, counted like the owner's quota.
+    unsigned long used = 0;
+};
+
+/// A file store inside the process, kept in an SQLite database. It serves every service interface
+/// of kvxclient through the clients it makes.
+///
+/// What a call acknowledges is on disk. Several Store objects and several programs may use one
+/// file at once. Every member may be called from any thread.
+///
+/// Threads. Calls run on threads of the store, and every completion handler runs on one of two
+/// further threads, exactly once, after the call's effects are on disk, with nothing of the store
+/// locked; never on the caller's thread. A handler may make further calls in their callback and
+/// future forms. It must not wait for one (blocking forms, Store's own members,
+/// waitForPendingCalls): enough waiting handlers would leave no thread to complete what they wait
+/// for. What a handler throws is dropped. A call made while 1,024 calls or 64 MiB of content wait
+/// for their turn waits for room, but not on a thread of the store.
+/// The stream of a downloadFile is made, written and destroyed on a reading thread, which must
+/// not wait for another call of the store either.
+///
+/// Errors of calls. A call that the store refuses completes with a KVXClientException of the
+/// fitting code. A failure below, as a full disk, completes with INTERNAL_SERVER_ERROR; operations
+/// not served complete with UNKNOWN. Both exceptions also derive from std::nested_exception and
+/// nest a std::runtime_error with the plain cause, which std::rethrow_if_nested throws.
+class KVXSTORE_EXPORT Store {
+public:
+    /// Opens the store that a URL names: "sqlite:///absolute/path", "sqlite:path/from/here" (the
+    /// path is taken as it stands, nothing is decoded) or "sqlite::memory:", a new store that
+    /// lasts as long as the object and its clients. A new file is readable for its owner only.
+    /// Throws StoreError when the URL is of another kind, the file is missing, in the way or no
+    /// store (it is then left untouched), cannot be written, is damaged, or was made by a newer
+    /// version of this software.
+    static std::shared_ptr<Store> open(const std::string& url, StoreOptions options = {});
+
+    /// The last of the store, its clients and their services to go ends the store: calls that
+    /// have not begun complete with BAD_NETWORK, those under way are finished, and all handlers
+    /// have run when the destructor returns (on a thread of the store: soon after).
+    ~Store();
+    Store(const Store&) = delete;
+    Store& operator=(const Store&) = delete;
+
+    /// Makes a client whose endpoint is the URL. Clients and the services they make keep the
+    /// store alive. A service does not keep its client alive: used after it, its calls find no
+    /// session and complete with UNAUTHORIZED.
+    ///
+    /// cancelPendingCalls completes calls with BAD_NETWORK; one that is under way may still take
+    /// effect. waitForPendingCalls returns when every handler has returned.
+    std::unique_ptr<kvxclient::KVXClient> createClient() const;
+
+    /// Creates a user and a bucket of his name, and returns the token he logs in with. It is
+    /// random and shown this once: the store keeps only its hash. Throws StoreError when the name
+    /// breaks the rules or a user or bucket has it already.
+    std::string createUser(const NewUser& user) const;
+
+    /// All users, by name.
+    std::vector<User> listUsers() const;
+
+    /// Removes a user with his token, sessions and buckets. Throws StoreError when there is none.
+    void removeUser(const std::u16string& name) const;
+
+    /// Creates a bucket. Throws StoreError when the name breaks the rules or is taken, or when
+    /// there is no such owner.
+    void createBucket(const std::u16string& name, const std::u16string& owner) const;
+
+    /// All buckets, by name.
+    std::vector<Bucket> listBuckets() const;
+
+    /// Walks through everything and returns a sentence for each kind of damage found; empty for a
+    /// sound store. Reads all of the file: slow on a large one, without holding up other calls.
+    std::vector<std::string> verify() const;
+
+    /// Purges what was deleted or has expired, which otherwise happens in idle moments.
+    void sweep() const;
+
+private:
+    explicit Store(std::shared_ptr<Engine> engine);
+
+    std::shared_ptr<Engine> engine_;
+};
+
+}  // namespace storage::kvxstore

@@ -1,0 +1,54 @@
+#include "database/Connection.h"
+
+#include <chrono>
+#include <thread>
+
+namespace storage::kvxstore::database {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto patience = 10s;
+
+template <class Action>
+void retryWhileBusy(Action action) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    for (;;) {
+        try {
+            return action();
+        } catch (const DatabaseError& error) {
+            if (error.fault() != Fault::BUSY || std::chrono::steady_clock::now() > deadline) {
+                throw;
+            }
+        }
+        std::this_thread::sleep_for(1ms);
+    }
+}
+
+}  // namespace
+
+std::int64_t Connection::number(std::string_view sql, std::initializer_list<Value> values) {
+    const Rows row = query(sql, values);
+    if (!row->next()) {
+        throw DatabaseError(Fault::OTHER, "the store is damaged: a row is missing");
+    }
+    return row->integer(0);
+}
+
+Transaction::Transaction(Connection& connection, Access access) : connection_(connection) {
+    retryWhileBusy([&] { connection_.begin(access); });
+}
+
+Transaction::~Transaction() {
+    if (open_) {
+        connection_.rollback();
+    }
+}
+
+void Transaction::commit() {
+    connection_.commit();
+    open_ = false;
+}
+
+}  // namespace storage::kvxstore::database

@@ -1,0 +1,99 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <variant>
+
+namespace storage::kvxstore::database {
+
+/// What went wrong, as far as a caller can act on it.
+enum class Fault { BUSY, UNIQUE, CONSTRAINT, LOST, FULL, OTHER };
+
+/// A failed statement; what() is a plain sentence for people.
+class DatabaseError : public std::runtime_error {
+public:
+    DatabaseError(Fault fault, const std::string& cause)
+        : std::runtime_error(cause), fault_(fault) {}
+    Fault fault() const { return fault_; }
+
+private:
+    Fault fault_;
+};
+
+/// Bytes to bind; they stay the caller's and must live until the statement has been stepped.
+struct Blob {
+    std::string_view bytes;
+};
+
+using Value = std::variant<std::int64_t, std::string_view, Blob>;
+
+/// A running statement.
+class Statement {
+public:
+    virtual bool next() = 0;
+    virtual std::int64_t integer(int column) const = 0;
+    /// Text or blob; valid until the next call of next().
+    virtual std::string_view bytes(int column) const = 0;
+    std::string text(int column) const { return std::string(bytes(column)); }
+
+    /// Ends the run; the connection may use the statement again.
+    virtual void release() noexcept = 0;
+
+protected:
+    ~Statement() = default;
+};
+
+struct StatementReleaser {
+    void operator()(Statement* statement) const noexcept { statement->release(); }
+};
+using Rows = std::unique_ptr<Statement, StatementReleaser>;
+
+enum class Access { READ, WRITE };
+
+/// One connection, used by one thread at a time. Statements take parameters as $1, $2, ...
+class Connection {
+public:
+    virtual ~Connection() = default;
+
+    /// Starts a statement, prepared once per connection and text; its first row is had by next().
+    virtual Rows query(std::string_view sql, std::initializer_list<Value> values = {}) = 0;
+
+    /// Runs a statement to its end and returns how many rows it changed.
+    virtual std::int64_t execute(std::string_view sql,
+                                 std::initializer_list<Value> values = {}) = 0;
+
+    /// Copies a range of a chunk, which must have that many bytes.
+    virtual void readChunk(std::int64_t chunk, std::size_t offset, char* into,
+                           std::size_t size) = 0;
+
+    virtual void begin(Access access) = 0;
+    virtual void commit() = 0;
+    virtual void rollback() noexcept = 0;
+    /// False also when the database itself undid the transaction after a failure.
+    virtual bool inTransaction() const = 0;
+
+    /// The one integer of the one row of a query that always has one.
+    std::int64_t number(std::string_view sql, std::initializer_list<Value> values = {});
+};
+
+/// Undone unless committed. The constructor waits up to ten seconds for other programs.
+class Transaction {
+public:
+    Transaction(Connection& connection, Access access);
+    ~Transaction();
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+
+    void commit();
+
+private:
+    Connection& connection_;
+    bool open_ = true;
+};
+
+}  // namespace storage::kvxstore::database

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "database/Connection.h"
+
+namespace storage::kvxstore::database {
+
+/// The version of the schema that this code writes and reads.
+constexpr std::int64_t schemaVersion = 1;
+
+/// Makes all tables in an empty database, inside the caller's transaction.
+void createSchema(Connection& connection);
+
+}  // namespace storage::kvxstore::database

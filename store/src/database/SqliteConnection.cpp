@@ -1,0 +1,249 @@
+#include "database/SqliteConnection.h"
+
+#include <sqlite3.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <thread>
+
+namespace storage::kvxstore::database {
+
+namespace {
+
+DatabaseError failure(sqlite3* database, int code) {
+    switch (code & 0xff) {
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED:
+            return {Fault::BUSY, "another program keeps the store locked"};
+        case SQLITE_FULL:
+            return {Fault::FULL, "the disk is full"};
+        case SQLITE_CORRUPT:
+        case SQLITE_NOTADB:
+            return {Fault::OTHER, "the store's file is damaged"};
+        case SQLITE_READONLY:
+        case SQLITE_PERM:
+            return {Fault::OTHER, "the store's file cannot be written"};
+        case SQLITE_CANTOPEN:
+            return {Fault::OTHER, "the store's file cannot be opened"};
+        case SQLITE_NOMEM:
+            return {Fault::OTHER, "there is not enough memory"};
+        case SQLITE_IOERR: {
+            const int number = sqlite3_system_errno(database);
+            if (number == ENOSPC || number == EDQUOT || number == EFBIG) {
+                return {Fault::FULL, "the disk is full"};
+            }
+            return {Fault::OTHER, std::string("the store's file cannot be read or written: ") +
+                                      std::strerror(number)};
+        }
+        case SQLITE_CONSTRAINT: {
+            const int detail = sqlite3_extended_errcode(database);
+            const bool unique =
+                detail == SQLITE_CONSTRAINT_UNIQUE || detail == SQLITE_CONSTRAINT_PRIMARYKEY;
+            return {unique ? Fault::UNIQUE : Fault::CONSTRAINT, sqlite3_errmsg(database)};
+        }
+        default:
+            return {Fault::OTHER, std::string("the database failed: ") + sqlite3_errmsg(database)};
+    }
+}
+
+void check(sqlite3* database, int code) {
+    if (code != SQLITE_OK) {
+        throw failure(database, code);
+    }
+}
+
+struct Binder {
+    sqlite3_stmt* statement;
+    int index;
+
+    int operator()(std::int64_t value) const { return sqlite3_bind_int64(statement, index, value); }
+    int operator()(std::string_view text) const {
+        return sqlite3_bind_text64(statement, index, text.empty() ? "" : text.data(), text.size(),
+                                   SQLITE_TRANSIENT, SQLITE_UTF8);
+    }
+    int operator()(Blob blob) const {
+        return sqlite3_bind_blob64(statement, index, blob.bytes.empty() ? "" : blob.bytes.data(),
+                                   blob.bytes.size(), SQLITE_STATIC);
+    }
+};
+
+/// A second program gets its turn soon when both poll more often than a commit takes.
+int waitBriefly(void*, int tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return tries < 50;
+}
+
+}  // namespace
+
+class SqliteStatement final : public Statement {
+public:
+    SqliteStatement(sqlite3* database, std::string_view sql) : database_(database) {
+        check(database, sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()),
+                                           SQLITE_PREPARE_PERSISTENT, &statement_, nullptr));
+        // SQLite takes $1, $2, ... for names and counts them in the order in which they appear.
+        for (int number = 1; number <= sqlite3_bind_parameter_count(statement_); ++number) {
+            const std::string name = '$' + std::to_string(number);
+            indexes_.push_back(sqlite3_bind_parameter_index(statement_, name.c_str()));
+        }
+    }
+    ~SqliteStatement() { sqlite3_finalize(statement_); }
+    SqliteStatement(const SqliteStatement&) = delete;
+    SqliteStatement& operator=(const SqliteStatement&) = delete;
+
+    bool isRunning() const { return running_; }
+
+    void start(std::initializer_list<Value> values) {
+        running_ = true;
+        std::size_t number = 0;
+        for (const Value& value : values) {
+            check(database_, std::visit(Binder{statement_, indexes_.at(number++)}, value));
+        }
+    }
+
+    bool next() override {
+        const int code = sqlite3_step(statement_);
+        if (code != SQLITE_ROW && code != SQLITE_DONE) {
+            throw failure(database_, code);
+        }
+        return code == SQLITE_ROW;
+    }
+
+    std::int64_t integer(int column) const override {
+        return sqlite3_column_int64(statement_, column);
+    }
+
+    std::string_view bytes(int column) const override {
+        const void* data = sqlite3_column_blob(statement_, column);
+        return {static_cast<const char*>(data),
+                static_cast<std::size_t>(sqlite3_column_bytes(statement_, column))};
+    }
+
+    void release() noexcept override {
+        sqlite3_reset(statement_);
+        sqlite3_clear_bindings(statement_);
+        running_ = false;
+    }
+
+private:
+    sqlite3* database_;
+    sqlite3_stmt* statement_ = nullptr;
+    std::vector<int> indexes_;
+    bool running_ = false;
+};
+
+void SqliteConnection::Close::operator()(sqlite3* database) const { sqlite3_close(database); }
+void SqliteConnection::Close::operator()(sqlite3_blob* blob) const { sqlite3_blob_close(blob); }
+
+SqliteConnection::SqliteConnection(SqliteLocation location) : location_(std::move(location)) {
+    sqlite3* database = nullptr;
+    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE |
+                      (location_.turn ? SQLITE_OPEN_CREATE : 0);
+    const int code = sqlite3_open_v2(location_.name.c_str(), &database, flags,
+                                     location_.turn ? "memdb" : nullptr);
+    database_.reset(database);
+    check(database, code);
+    if (sqlite3_db_readonly(database, "main") == 1) {
+        throw failure(database, SQLITE_READONLY);
+    }
+    check(database, sqlite3_busy_handler(database, waitBriefly, nullptr));
+    execute("pragma synchronous = full");
+    execute("pragma cache_size = -8192");
+    // A large transaction must not leave its log's size on the disk for good.
+    execute("pragma journal_size_limit = 67108864");
+}
+
+SqliteConnection::~SqliteConnection() { rollback(); }
+
+SqliteStatement& SqliteConnection::idleStatement(std::string_view sql) {
+    auto found = statements_.find(sql);
+    if (found == statements_.end()) {
+        found = statements_.try_emplace(std::string(sql)).first;
+    }
+    for (const auto& statement : found->second) {
+        if (!statement->isRunning()) {
+            return *statement;
+        }
+    }
+    found->second.push_back(std::make_unique<SqliteStatement>(database_.get(), sql));
+    return *found->second.back();
+}
+
+Rows SqliteConnection::query(std::string_view sql, std::initializer_list<Value> values) {
+    SqliteStatement& statement = idleStatement(sql);
+    Rows rows(&statement);
+    statement.start(values);
+    return rows;
+}
+
+std::int64_t SqliteConnection::execute(std::string_view sql, std::initializer_list<Value> values) {
+    const Rows rows = query(sql, values);
+    while (rows->next()) {
+    }
+    return sqlite3_changes64(database_.get());
+}
+
+void SqliteConnection::readChunk(std::int64_t chunk, std::size_t offset, char* into,
+                                 std::size_t size) {
+    int code = SQLITE_OK;
+    if (blob_) {
+        code = sqlite3_blob_reopen(blob_.get(), chunk);
+    } else {
+        sqlite3_blob* blob = nullptr;
+        code = sqlite3_blob_open(database_.get(), "main", "chunks", "data", chunk, 0, &blob);
+        blob_.reset(blob);
+    }
+    if (code == SQLITE_OK) {
+        code =
+            sqlite3_blob_read(blob_.get(), into, static_cast<int>(size), static_cast<int>(offset));
+    }
+    if (code != SQLITE_OK) {
+        blob_.reset();
+        // A missing row and a range beyond its end are SQLITE_ERROR: rows lost, not a bad call.
+        throw failure(database_.get(), code == SQLITE_ERROR ? SQLITE_CORRUPT : code);
+    }
+}
+
+void SqliteConnection::begin(Access access) {
+    if (location_.turn) {
+        turn_ = std::unique_lock(*location_.turn);
+    }
+    try {
+        if (access == Access::WRITE) {
+            execute("begin immediate");
+        } else {
+            execute("begin");
+            // The snapshot is taken by the first read.
+            execute("select n from schema_version");
+        }
+    } catch (...) {
+        rollback();
+        throw;
+    }
+}
+
+void SqliteConnection::commit() {
+    blob_.reset();
+    execute("commit");
+    endTurn();
+}
+
+void SqliteConnection::rollback() noexcept {
+    blob_.reset();
+    if (inTransaction()) {
+        sqlite3_exec(database_.get(), "rollback", nullptr, nullptr, nullptr);
+    }
+    endTurn();
+}
+
+bool SqliteConnection::inTransaction() const {
+    return sqlite3_get_autocommit(database_.get()) == 0;
+}
+
+void SqliteConnection::endTurn() noexcept {
+    if (turn_.owns_lock()) {
+        turn_.unlock();
+    }
+}
+
+}  // namespace storage::kvxstore::database

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "database/Connection.h"
+
+struct sqlite3;
+struct sqlite3_blob;
+
+namespace storage::kvxstore::database {
+
+class SqliteStatement;
+
+/// Where a database is: a file, or memory shared by the connections that name it alike.
+struct SqliteLocation {
+    std::string name;
+    /// Set for a database in memory, which has no snapshots: its transactions run one by one.
+    std::shared_ptr<std::mutex> turn;
+};
+
+class SqliteConnection final : public Connection {
+public:
+    explicit SqliteConnection(SqliteLocation location);
+    ~SqliteConnection() override;
+
+    Rows query(std::string_view sql, std::initializer_list<Value> values = {}) override;
+    std::int64_t execute(std::string_view sql, std::initializer_list<Value> values = {}) override;
+    void readChunk(std::int64_t chunk, std::size_t offset, char* into, std::size_t size) override;
+    void begin(Access access) override;
+    void commit() override;
+    void rollback() noexcept override;
+    bool inTransaction() const override;
+
+private:
+    struct Close {
+        void operator()(sqlite3* database) const;
+        void operator()(sqlite3_blob* blob) const;
+    };
+    struct TextHash : std::hash<std::string_view> {
+        using is_transparent = void;
+    };
+    using StatementCache =
+        std::unordered_map<std::string, std::vector<std::unique_ptr<SqliteStatement>>, TextHash,
+                           std::equal_to<>>;
+
+    SqliteStatement& idleStatement(std::string_view sql);
+    void endTurn() noexcept;
+
+    SqliteLocation location_;
+    std::unique_lock<std::mutex> turn_;
+    std::unique_ptr<sqlite3, Close> database_;
+    StatementCache statements_;
+    /// Kept open between chunks of one transaction: moving it is cheaper than opening another.
+    std::unique_ptr<sqlite3_blob, Close> blob_;
+};
+
+}  // namespace storage::kvxstore::database

@@ -1,0 +1,180 @@
+#include "database/SqliteFile.h"
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <optional>
+
+#include "database/Schema.h"
+#include "database/SqliteConnection.h"
+#include "storage/kvxstore/Store.h"
+
+namespace storage::kvxstore::database {
+
+namespace {
+
+constexpr std::int64_t applicationId = 0x4B565853;  // "KVXS"
+
+/// The path that the URL names; empty for a database in memory.
+std::string pathOf(const std::string& url) {
+    constexpr std::string_view scheme = "sqlite:";
+    std::string path = url.substr(scheme.size());
+    if (path == ":memory:") {
+        return {};
+    }
+    if (path.starts_with("//")) {
+        path.erase(0, 2);
+        if (!path.starts_with('/')) {
+            throw StoreError("a file's URL is sqlite:///absolute/path or sqlite:relative/path: " +
+                             url);
+        }
+    }
+    if (path.empty() || path.find('\0') != std::string::npos) {
+        throw StoreError("the URL names no file: " + url);
+    }
+    return path;
+}
+
+/// Makes an empty file that only its owner may read; false when there is one already.
+bool makeFile(const std::string& path) {
+    const int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (file < 0 && errno != EEXIST) {
+        throw StoreError("cannot create " + path + ": " + std::strerror(errno));
+    }
+    if (file >= 0) {
+        ::close(file);
+    }
+    return file >= 0;
+}
+
+/// The file as a URI that reads the bare file: no lock, no recovery, no change.
+std::string bareUri(const std::string& path) {
+    std::string uri = "file:";
+    for (const char c : path) {
+        switch (c) {
+            case '%':
+                uri += "%25";
+                break;
+            case '?':
+                uri += "%3f";
+                break;
+            case '#':
+                uri += "%23";
+                break;
+            default:
+                uri += c;
+        }
+    }
+    return uri + "?immutable=1";
+}
+
+/// The mark in a database file's head, or nothing when it is no database.
+std::optional<std::int64_t> readApplicationId(const std::string& path) {
+    // Not read() on a descriptor of our own: closing it would drop the locks that other
+    // connections of this process hold on the file.
+    sqlite3* database = nullptr;
+    sqlite3_stmt* statement = nullptr;
+    std::optional<std::int64_t> id;
+    if (sqlite3_open_v2(bareUri(path).c_str(), &database, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI,
+                        nullptr) == SQLITE_OK &&
+        sqlite3_prepare_v2(database, "pragma application_id", -1, &statement, nullptr) ==
+            SQLITE_OK &&
+        sqlite3_step(statement) == SQLITE_ROW) {
+        id = sqlite3_column_int64(statement, 0);
+    }
+    sqlite3_finalize(statement);
+    sqlite3_close(database);
+    return id;
+}
+
+/// Refuses a file that is no store before anything may change it. Returns whether the file is
+/// empty, as one that is just being made.
+bool examineFile(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 || ::access(path.c_str(), R_OK | W_OK) != 0) {
+        throw StoreError("cannot open " + path + ": " + std::strerror(errno));
+    }
+    const bool isFile = S_ISREG(status.st_mode);
+    if (isFile && status.st_size == 0) {
+        return true;
+    }
+    if (!isFile || readApplicationId(path) != applicationId) {
+        throw StoreError("not a store file: " + path);
+    }
+    return false;
+}
+
+/// Makes the tables unless another program did so meanwhile.
+void makeTables(Connection& connection) {
+    connection.execute("pragma page_size = 16384");
+    Transaction transaction(connection, Access::WRITE);
+    if (connection.number("select count(*) from sqlite_schema") == 0) {
+        connection.execute("pragma application_id = " + std::to_string(applicationId));
+        createSchema(connection);
+    }
+    transaction.commit();
+}
+
+void checkVersion(Connection& connection, const std::string& url) {
+    const std::int64_t version = connection.number("select n from schema_version");
+    if (version > schemaVersion) {
+        throw StoreError("the store was made by a newer version of this software (schema " +
+                         std::to_string(version) + ", known up to " +
+                         std::to_string(schemaVersion) + "): " + url);
+    }
+}
+
+SqliteLocation newMemory() {
+    static std::atomic<unsigned> count = 0;
+    // The slash lets several connections of this process share the database.
+    return {"/kvxstore-" + std::to_string(++count), std::make_shared<std::mutex>()};
+}
+
+/// Decides by the mode whether the file may be used; returns whether this call made it.
+bool claimFile(const std::string& path, CreateMode mode) {
+    const bool made = mode != CreateMode::MUST_EXIST && makeFile(path);
+    if (!made) {
+        if (mode == CreateMode::MUST_BE_NEW) {
+            throw StoreError("there is a file already: " + path);
+        }
+        if (examineFile(path) && mode == CreateMode::MUST_EXIST) {
+            throw StoreError("not a store file: " + path);
+        }
+    }
+    return made;
+}
+
+}  // namespace
+
+Connector openSqlite(const std::string& url, CreateMode mode) {
+    const std::string path = pathOf(url);
+    const bool inMemory = path.empty();
+    if (inMemory && mode == CreateMode::MUST_EXIST) {
+        throw StoreError("a store in memory is always new");
+    }
+    const bool made = !inMemory && claimFile(path, mode);
+    const SqliteLocation location = inMemory ? newMemory() : SqliteLocation{path, nullptr};
+    try {
+        // Held by the connector, since a database in memory ends with its last connection.
+        auto first = std::make_shared<SqliteConnection>(location);
+        makeTables(*first);
+        checkVersion(*first, url);
+        first->execute("pragma journal_mode = wal");
+        return [location, first] { return std::make_unique<SqliteConnection>(location); };
+    } catch (const std::exception& error) {
+        if (made) {
+            ::unlink(path.c_str());
+        }
+        if (dynamic_cast<const StoreError*>(&error) != nullptr) {
+            throw;
+        }
+        throw StoreError("cannot open the store " + url + ": " + error.what());
+    }
+}
+
+}  // namespace storage::kvxstore::database
