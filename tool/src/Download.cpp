@@ -23,12 +23,11 @@ kvxclient::FileDownloadRequest downloadRequest(const std::string& location,
 
 }  // namespace
 
-std::string localName(const RemoteName& name) {
-    const std::u16string original = name.name();
-    std::string local = toUtf8(original);
-    if (local.empty() || local == "." || local == ".." || toUtf16(local) != original ||
+std::string localName(const RemoteName& item, const std::u16string& name) {
+    std::string local = toUtf8(name);
+    if (local.empty() || local == "." || local == ".." || toUtf16(local) != name ||
         local.find_first_of(std::string_view("/\0", 2)) != std::string::npos) {
-        throw Failure(ExitCode::REFUSED, name.text(), "a local file cannot have this name");
+        throw Failure(ExitCode::REFUSED, item.text(), "a local file cannot have this name");
     }
     return local;
 }
@@ -45,11 +44,11 @@ void Download::addTree(const RemoteName& source, const fs::path& target) {
         const fs::path local = top ? target : target / toUtf8(folder.path().substr(rootLength));
         folders_.push_back({local, top});
         std::erase_if(entries, [&](const RemoteEntry& entry) {
-            const RemoteName name = folder.child(entry.name);
-            return !diagnostics_.guard(name.text(), [&] {
-                const std::string file = localName(name);
+            const RemoteName item = folder.child(entry.name);
+            return !diagnostics_.guard(item.text(), [&] {
+                const std::string name = localName(item, entry.name);
                 if (!entry.folder) {
-                    addFile(name, entry, local / file);
+                    addFile(item, entry, local / name);
                 }
             });
         });

@@ -58,8 +58,8 @@ private:
     CallWindow<kvxclient::FileDownloadResponse> contentCalls_;
 };
 
-/// The name of a remote item as a local file name. Throws Failure for a name that would lead out
-/// of the folder it is put in, or that no local file can have.
-std::string localName(const RemoteName& name);
+/// The name that an item has in its remote folder, as a local file name. Throws Failure for a name
+/// that would lead out of the folder it is put in, or that no local file can have.
+std::string localName(const RemoteName& item, const std::u16string& name);
 
 }  // namespace storage::kvxtool

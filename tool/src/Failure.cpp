@@ -16,7 +16,7 @@ const char* const EXIT_CODES =
     "  3  not found: a file, a folder, the folder to hold it, or the store\n"
     "  4  refused: no right to do this, no valid token, a name that breaks the rules\n"
     "  5  conflict: it exists already, or is of another kind, or a folder is not empty\n"
-    "  6  no room: the quota or the limit for files is exceeded\n"
+    "  6  no room: the quota or a limit for files is exceeded, or the local disk is full\n"
     "  7  the store failed, is damaged, is no store, or cannot be reached\n"
     "  128 + n  ended by signal n, as 130 by Ctrl-C\n";
 
@@ -63,21 +63,29 @@ Meaning meaningOf(KVXClientErrorCode code) {
     return {ExitCode::STORE_FAILED, "the store failed for an unknown reason"};
 }
 
+/// Without words, the system has its own.
 Meaning meaningOf(const std::error_code& error) {
-    const std::error_condition condition = error.default_error_condition();
-    if (condition == std::errc::no_such_file_or_directory) {
-        return {ExitCode::NOT_FOUND, "no such file or folder"};
+    switch (static_cast<std::errc>(error.default_error_condition().value())) {
+        case std::errc::no_such_file_or_directory:
+            return {ExitCode::NOT_FOUND, "no such file or folder"};
+        case std::errc::permission_denied:
+        case std::errc::operation_not_permitted:
+            return {ExitCode::REFUSED, "permission denied"};
+        case std::errc::read_only_file_system:
+            return {ExitCode::REFUSED, "the file system is read-only"};
+        case std::errc::file_exists:
+            return {ExitCode::CONFLICT, "something of that name is in the way"};
+        case std::errc::not_a_directory:
+            return {ExitCode::CONFLICT, "a part of the path is not a folder"};
+        case std::errc::is_a_directory:
+            return {ExitCode::CONFLICT, "it is a folder"};
+        case std::errc::no_space_on_device:
+            return {ExitCode::NO_ROOM, "the disk is full"};
+        case std::errc::file_too_large:
+            return {ExitCode::NO_ROOM, "the file is too large for the disk"};
+        default:
+            return {ExitCode::FAILED, nullptr};
     }
-    if (condition == std::errc::permission_denied ||
-        condition == std::errc::operation_not_permitted ||
-        condition == std::errc::read_only_file_system) {
-        return {ExitCode::REFUSED, nullptr};
-    }
-    if (condition == std::errc::file_exists || condition == std::errc::not_a_directory ||
-        condition == std::errc::is_a_directory || condition == std::errc::directory_not_empty) {
-        return {ExitCode::CONFLICT, nullptr};
-    }
-    return {ExitCode::FAILED, nullptr};
 }
 
 /// The text of the exception nested in `error`, after a colon; empty without one.

@@ -70,10 +70,10 @@ using Action = void (*)(const FileAccess&, const RemoteName&, bool);
 /// Adds a command that does the same with each name and has one flag.
 CLI::App* addCommand(CLI::App& program, Invocation& invocation, const std::string& name,
                      const std::string& description, const std::string& flag,
-                     const std::string& flagDescription, Action action) {
+                     const std::string& flagDescription, const std::string& names, Action action) {
     auto options = std::make_shared<NamesAndFlag>();
     CLI::App* command = program.add_subcommand(name, description);
-    command->add_option("names", options->names, "REMOTE...")->type_name("")->required();
+    command->add_option("REMOTE", options->names, names)->type_name("")->required();
     command->add_flag(flag, options->flag, flagDescription);
     command->callback([options, action, &invocation] {
         invocation.runInSession([options, action](const FileAccess& files,
@@ -91,13 +91,13 @@ CLI::App* addCommand(CLI::App& program, Invocation& invocation, const std::strin
 
 void addMkdirAndRm(CLI::App& program, Invocation& invocation) {
     addCommand(program, invocation, "mkdir", "Create folders", "-p,--parents",
-               "Create the folders above too; no error when it exists", makeFolder)
+               "Create the folders above too; no error when it exists", "The folders", makeFolder)
         ->footer(
             "Examples:\n"
             "  kvx mkdir /docs\n"
             "  kvx mkdir -p team:/archive/2026/01");
     addCommand(program, invocation, "rm", "Remove files and folders", "-r,--recursive",
-               "Remove folders with all they have", remove)
+               "Remove folders with all they have", "The files and folders", remove)
         ->footer(
             "Examples:\n"
             "  kvx rm /docs/a.txt\n"

@@ -29,7 +29,7 @@ public:
 
     /// Throws Failure when the source's name is needed and no local file can have it.
     fs::path pathFor(const RemoteName& source) const {
-        return folder_ && !source.isRoot() ? path_ / localName(source) : path_;
+        return folder_ && !source.isRoot() ? path_ / localName(source, source.name()) : path_;
     }
 
 private:
@@ -99,7 +99,7 @@ void get(const kvxclient::FileAccess& files, Diagnostics& diagnostics, const Get
 void addCat(CLI::App& program, Invocation& invocation) {
     auto names = std::make_shared<std::vector<std::string>>();
     CLI::App* command = program.add_subcommand("cat", "Write files to standard output");
-    command->add_option("names", *names, "REMOTE...")->type_name("")->required();
+    command->add_option("REMOTE", *names, "The files")->type_name("")->required();
     command->footer(
         "Examples:\n"
         "  kvx cat /docs/a.txt | less");
@@ -116,7 +116,7 @@ void addCat(CLI::App& program, Invocation& invocation) {
 void addGetAndCat(CLI::App& program, Invocation& invocation) {
     auto options = std::make_shared<GetOptions>();
     CLI::App* command = program.add_subcommand("get", "Get files and folders from the store");
-    command->add_option("names", options->names, "REMOTE... LOCAL; - is standard output")
+    command->add_option("NAMES", options->names, "REMOTE... LOCAL; - is standard output")
         ->type_name("")
         ->required()
         ->expected(-2);

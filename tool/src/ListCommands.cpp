@@ -112,12 +112,14 @@ void ls(const kvxclient::FileAccess& files, Diagnostics& diagnostics, const List
 
 void printAttributes(const RemoteName& name, const kvxclient::FileAttributes& attributes) {
     const auto yesOrNo = [](bool value) { return value ? "yes" : "no"; };
+    const auto byClient = attributes.getClientLastModified();
+    const bool reported = byClient.time_since_epoch().count() != 0;
     std::cout << "name:             " << shown(name.text()) << '\n'
               << "type:             " << attributes.getType() << '\n'
               << "size:             " << attributes.getSize() << '\n'
               << "created:          " << exactTime(attributes.getCreated()) << '\n'
               << "stored:           " << exactTime(attributes.getLastModified()) << '\n'
-              << "modified:         " << exactTime(attributes.getClientLastModified()) << '\n'
+              << "modified:         " << (reported ? exactTime(byClient) : "-") << '\n'
               << "access:           " << toString(attributes.getAccessType()) << '\n'
               << "writable:         " << yesOrNo(attributes.getWritable()) << '\n'
               << "shareable:        " << yesOrNo(attributes.getShareable()) << '\n'
@@ -144,7 +146,7 @@ void stat(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
 void addStat(CLI::App& program, Invocation& invocation) {
     auto names = std::make_shared<std::vector<std::string>>();
     CLI::App* command = program.add_subcommand("stat", "Show all attributes of files and folders");
-    command->add_option("names", *names, "REMOTE...")->type_name("")->required();
+    command->add_option("REMOTE", *names, "The files and folders")->type_name("")->required();
     command->footer(
         "Examples:\n"
         "  kvx stat /docs/a.txt");
@@ -161,7 +163,9 @@ void addStat(CLI::App& program, Invocation& invocation) {
 void addLsAndStat(CLI::App& program, Invocation& invocation) {
     auto options = std::make_shared<ListOptions>();
     CLI::App* command = program.add_subcommand("ls", "List folders");
-    command->add_option("names", options->names, "REMOTE...; the root of your bucket by default")
+    command
+        ->add_option("REMOTE", options->names,
+                     "Folders and files; the root of your bucket by default")
         ->type_name("");
     command->add_flag("-l", options->details, "Show kind, access, size and modification time");
     command->add_flag("-h", options->human, "Show sizes for people, as 1.5M");

@@ -7,6 +7,7 @@
 #include "Failure.h"
 #include "Interrupt.h"
 #include "Session.h"
+#include "Text.h"
 
 namespace storage::kvxtool {
 namespace {
@@ -31,10 +32,23 @@ std::string protectedArgument(std::string argument) {
     return list || argument == "++" ? "./" + argument : argument;
 }
 
+/// What is wrong with the command line, in one line.
+std::string usageError(const CLI::App* program, const CLI::Error& error) {
+    const std::vector<std::string> unexpected = program->remaining();
+    const auto commands = program->get_subcommands();
+    const std::string command = commands.empty() ? "" : " " + commands.front()->get_name();
+    const std::string reason = commands.empty() && !unexpected.empty()
+                                   ? unexpected.front() + ": there is no such command"
+                                   : error.what();
+    return "kvx:" + (command.empty() ? "" : command + ":") + " " + escaped(reason) + "\n" +
+           "Try: kvx" + command + " --help\n";
+}
+
 void addCommands(CLI::App& program, Invocation& invocation) {
     program.set_help_flag("--help", "Show this help");
     program.set_version_flag("--version", "kvx " KVX_VERSION, "Show the version");
     program.footer(std::string(NAMES_AND_STORE) + EXIT_CODES);
+    program.failure_message(usageError);
     program.require_subcommand(1);
     program.fallthrough();
     program.add_option("--store", invocation.store, "The store to work on, by URL or path")

@@ -60,7 +60,7 @@ void moveAll(const FileAccess& files, Diagnostics& diagnostics, const MoveOption
 CLI::App* addCommand(CLI::App& program, Invocation& invocation, const std::string& name,
                      const std::string& description, const std::shared_ptr<MoveOptions>& options) {
     CLI::App* command = program.add_subcommand(name, description);
-    command->add_option("names", options->names, "REMOTE... REMOTE: sources and target")
+    command->add_option("REMOTE", options->names, "The sources, then the target")
         ->type_name("")
         ->required()
         ->expected(-2);

@@ -83,7 +83,7 @@ void put(const kvxclient::FileAccess& files, Diagnostics& diagnostics, const Put
 void addPut(CLI::App& program, Invocation& invocation) {
     auto options = std::make_shared<PutOptions>();
     CLI::App* command = program.add_subcommand("put", "Put local files and folders into the store");
-    command->add_option("names", options->names, "LOCAL... REMOTE; - is standard input")
+    command->add_option("NAMES", options->names, "LOCAL... REMOTE; - is standard input")
         ->type_name("")
         ->required()
         ->expected(-2);
