@@ -11,6 +11,7 @@ function(kvx_install_library target component header_dir description requires li
     install(EXPORT ${target}Targets NAMESPACE kvxclient::
         DESTINATION ${package_dir} COMPONENT ${component})
     set(name ${target})
+    file(RELATIVE_PATH to_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
     configure_file(${PROJECT_SOURCE_DIR}/cmake/kvxclient.pc.in
         ${PROJECT_BINARY_DIR}/${target}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/${target}.pc

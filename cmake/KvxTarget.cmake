@@ -20,9 +20,9 @@ function(kvx_shared_library target)
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
         EXPORT_NAME ${target})
-    target_link_options(${target} PRIVATE LINKER:--no-undefined
-        # Sanitizers resolve their own symbols at run time.
-        $<$<BOOL:${KVXCLIENT_SANITIZE}>:LINKER:-z,undefs>)
+    if(NOT KVXCLIENT_SANITIZE)  # Sanitizers resolve their own symbols at run time.
+        target_link_options(${target} PRIVATE LINKER:--no-undefined)
+    endif()
 endfunction()
 
 # Instruments every target made after this point.

@@ -57,9 +57,7 @@ struct Binder {
     sqlite3_stmt* statement;
     int index;
 
-    int operator()(std::int64_t value) const {
-        return sqlite3_bind_int64(statement, index, value);
-    }
+    int operator()(std::int64_t value) const { return sqlite3_bind_int64(statement, index, value); }
     int operator()(std::string_view text) const {
         return sqlite3_bind_text64(statement, index, text.empty() ? "" : text.data(), text.size(),
                                    SQLITE_TRANSIENT, SQLITE_UTF8);
@@ -83,6 +81,11 @@ public:
     SqliteStatement(sqlite3* database, std::string_view sql) : database_(database) {
         check(database, sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()),
                                            SQLITE_PREPARE_PERSISTENT, &statement_, nullptr));
+        // SQLite takes $1, $2, ... for names and counts them in the order in which they appear.
+        for (int number = 1; number <= sqlite3_bind_parameter_count(statement_); ++number) {
+            const std::string name = '$' + std::to_string(number);
+            indexes_.push_back(sqlite3_bind_parameter_index(statement_, name.c_str()));
+        }
     }
     ~SqliteStatement() { sqlite3_finalize(statement_); }
     SqliteStatement(const SqliteStatement&) = delete;
@@ -92,9 +95,9 @@ public:
 
     void start(std::initializer_list<Value> values) {
         running_ = true;
-        int index = 0;
+        std::size_t number = 0;
         for (const Value& value : values) {
-            check(database_, std::visit(Binder{statement_, ++index}, value));
+            check(database_, std::visit(Binder{statement_, indexes_.at(number++)}, value));
         }
     }
 
@@ -125,6 +128,7 @@ public:
 private:
     sqlite3* database_;
     sqlite3_stmt* statement_ = nullptr;
+    std::vector<int> indexes_;
     bool running_ = false;
 };
 
@@ -190,8 +194,8 @@ void SqliteConnection::readChunk(std::int64_t chunk, std::size_t offset, char* i
         blob_.reset(blob);
     }
     if (code == SQLITE_OK) {
-        code = sqlite3_blob_read(blob_.get(), into, static_cast<int>(size),
-                                 static_cast<int>(offset));
+        code =
+            sqlite3_blob_read(blob_.get(), into, static_cast<int>(size), static_cast<int>(offset));
     }
     if (code != SQLITE_OK) {
         blob_.reset();

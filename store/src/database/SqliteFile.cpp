@@ -1,10 +1,10 @@
 #include "database/SqliteFile.h"
 
 #include <fcntl.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -18,7 +18,7 @@ namespace storage::kvxstore::database {
 
 namespace {
 
-constexpr std::uint32_t applicationId = 0x4B565853;  // "KVXS"
+constexpr std::int64_t applicationId = 0x4B565853;  // "KVXS"
 
 /// The path that the URL names; empty for a database in memory.
 std::string pathOf(const std::string& url) {
@@ -52,26 +52,58 @@ bool makeFile(const std::string& path) {
     return file >= 0;
 }
 
-/// Refuses what is no store by its first bytes, before the database engine touches it. Returns
-/// whether the file is empty, as one that is just being made.
+/// The file as a URI that reads the bare file: no lock, no recovery, no change.
+std::string bareUri(const std::string& path) {
+    std::string uri = "file:";
+    for (const char c : path) {
+        switch (c) {
+            case '%':
+                uri += "%25";
+                break;
+            case '?':
+                uri += "%3f";
+                break;
+            case '#':
+                uri += "%23";
+                break;
+            default:
+                uri += c;
+        }
+    }
+    return uri + "?immutable=1";
+}
+
+/// The mark in a database file's head, or nothing when it is no database.
+std::optional<std::int64_t> readApplicationId(const std::string& path) {
+    // Not read() on a descriptor of our own: closing it would drop the locks that other
+    // connections of this process hold on the file.
+    sqlite3* database = nullptr;
+    sqlite3_stmt* statement = nullptr;
+    std::optional<std::int64_t> id;
+    if (sqlite3_open_v2(bareUri(path).c_str(), &database, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI,
+                        nullptr) == SQLITE_OK &&
+        sqlite3_prepare_v2(database, "pragma application_id", -1, &statement, nullptr) ==
+            SQLITE_OK &&
+        sqlite3_step(statement) == SQLITE_ROW) {
+        id = sqlite3_column_int64(statement, 0);
+    }
+    sqlite3_finalize(statement);
+    sqlite3_close(database);
+    return id;
+}
+
+/// Refuses a file that is no store before anything may change it. Returns whether the file is
+/// empty, as one that is just being made.
 bool examineFile(const std::string& path) {
-    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file < 0) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 || ::access(path.c_str(), R_OK | W_OK) != 0) {
         throw StoreError("cannot open " + path + ": " + std::strerror(errno));
     }
-    std::array<unsigned char, 72> head{};
-    const ssize_t size = ::read(file, head.data(), head.size());
-    ::close(file);
-    if (size == 0) {
+    const bool isFile = S_ISREG(status.st_mode);
+    if (isFile && status.st_size == 0) {
         return true;
     }
-    constexpr std::size_t idOffset = 68;
-    std::uint32_t id = 0;
-    for (std::size_t i = idOffset; i < idOffset + 4; ++i) {
-        id = id << 8U | head[i];
-    }
-    if (size != static_cast<ssize_t>(head.size()) ||
-        std::memcmp(head.data(), "SQLite format 3", 16) != 0 || id != applicationId) {
+    if (!isFile || readApplicationId(path) != applicationId) {
         throw StoreError("not a store file: " + path);
     }
     return false;

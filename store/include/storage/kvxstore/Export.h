@@ -1,8 +1,7 @@
 #pragma once
 
-/// Marks what the shared library offers; everything else is hidden.
-#if defined(__GNUC__)
+/// @file
+/// Defines KVXSTORE_EXPORT, the mark of everything the shared library exports.
+
+/// Gives a declaration default visibility; everything without it is hidden.
 #define KVXSTORE_EXPORT __attribute__((visibility("default")))
-#else
-#define KVXSTORE_EXPORT
-#endif

@@ -12,6 +12,8 @@
 
 namespace storage::kvxstore {
 
+class Engine;
+
 /// Why a store could not be opened or administered; what() is a plain sentence for people.
 class KVXSTORE_EXPORT StoreError : public std::runtime_error {
 public:
@@ -25,10 +27,10 @@ struct NewUser {
     /// A quota that never refuses anything.
     static constexpr unsigned long UNLIMITED = std::numeric_limits<long>::max();
 
-    std::u16string name;
-    std::u16string emailAddress;
-    std::u16string firstName;
-    std::u16string lastName;
+    std::u16string name = {};
+    std::u16string emailAddress = {};
+    std::u16string firstName = {};
+    std::u16string lastName = {};
     /// The most bytes that all versions of all files in the user's buckets may have together.
     /// A deleted file counts until it is purged, which at the latest happens when it is in the
     /// way. Values above UNLIMITED mean UNLIMITED.
@@ -120,7 +122,6 @@ public:
     void sweep() const;
 
 private:
-    class Engine;
     explicit Store(std::shared_ptr<Engine> engine);
 
     std::shared_ptr<Engine> engine_;

@@ -28,7 +28,7 @@ struct StoreOptions {
 
     /// The time, for time stamps and for what expires. Called on threads of the store, also
     /// concurrently. Empty means the system's clock; tests set their own.
-    std::function<std::chrono::system_clock::time_point()> clock;
+    std::function<std::chrono::system_clock::time_point()> clock = {};
 };
 
 }  // namespace storage::kvxstore

@@ -1,0 +1,45 @@
+#include "Engine.h"
+
+#include <algorithm>
+#include <thread>
+
+#include "operations/Context.h"
+#include "operations/Maintenance.h"
+#include "storage/kvxstore/Store.h"
+
+namespace storage::kvxstore {
+
+namespace {
+
+StoreOptions completed(StoreOptions options) {
+    if (!options.clock) {
+        options.clock = [] { return std::chrono::system_clock::now(); };
+    }
+    if (options.readers == 0) {
+        options.readers = std::clamp(std::thread::hardware_concurrency(), 1U, 4U);
+    }
+    return options;
+}
+
+database::Connector connectorTo(const std::string& url, CreateMode mode) {
+    if (url.starts_with("sqlite:")) {
+        return database::openSqlite(url, mode);
+    }
+    if (url.starts_with("postgresql:") || url.starts_with("postgres:")) {
+        throw StoreError("PostgreSQL is not served yet: " + url);
+    }
+    throw StoreError("a store's URL begins with \"sqlite:\": " + url);
+}
+
+}  // namespace
+
+Engine::Engine(std::string url, StoreOptions options)
+    : url_(std::move(url)),
+      options_(completed(std::move(options))),
+      scheduler_(connectorTo(url_, options_.createMode), options_.readers,
+                 [this](database::Connection& database) {
+                     const auto now = options_.clock().time_since_epoch().count();
+                     return operations::clean(database, now);
+                 }) {}
+
+}  // namespace storage::kvxstore

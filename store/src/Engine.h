@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+#include "scheduler/Scheduler.h"
+#include "storage/kvxstore/StoreOptions.h"
+
+namespace storage::kvxstore {
+
+/// What a store, its clients and their services share: the database and the threads.
+class Engine {
+public:
+    Engine(std::string url, StoreOptions options);
+
+    const std::string& url() const { return url_; }
+    /// As given, with the clock set.
+    const StoreOptions& options() const { return options_; }
+    scheduler::Scheduler& scheduler() { return scheduler_; }
+
+private:
+    std::string url_;
+    StoreOptions options_;
+    scheduler::Scheduler scheduler_;
+};
+
+}  // namespace storage::kvxstore

@@ -1,0 +1,108 @@
+#include "storage/kvxstore/Store.h"
+
+#include <future>
+#include <utility>
+
+#include "Engine.h"
+#include "operations/Administration.h"
+#include "operations/Maintenance.h"
+#include "services/Call.h"
+#include "services/Client.h"
+
+namespace storage::kvxstore {
+
+namespace {
+
+using database::Access;
+using operations::Context;
+
+/// Runs administrative work as a call of its own and waits for it.
+template <class Work>
+auto administer(Engine& engine, Access access, Work work) {
+    using Result = std::invoke_result_t<Work, const Context&>;
+    std::promise<Result> promise;
+    auto future = promise.get_future();
+    engine.scheduler().submit(std::make_unique<services::Call<Result>>(
+        services::CallFrame{
+            access, 0, std::make_shared<scheduler::CallGroup>(), engine.options(), {}},
+        std::move(work), kvxclient::promiseCompletingHandler(std::move(promise))));
+    try {
+        return future.get();
+    } catch (const kvxclient::KVXClientException& error) {
+        try {
+            std::rethrow_if_nested(error);
+        } catch (const StoreError&) {
+            throw;
+        } catch (const std::exception& cause) {
+            throw StoreError(cause.what());
+        }
+        throw;
+    }
+}
+
+}  // namespace
+
+StoreError::~StoreError() = default;
+
+Store::Store(std::shared_ptr<Engine> engine) : engine_(std::move(engine)) {}
+
+Store::~Store() = default;
+
+std::shared_ptr<Store> Store::open(const std::string& url, StoreOptions options) {
+    try {
+        return std::shared_ptr<Store>(new Store(std::make_shared<Engine>(url, std::move(options))));
+    } catch (const database::DatabaseError& error) {
+        throw StoreError("cannot open the store " + url + ": " + error.what());
+    }
+}
+
+std::unique_ptr<kvxclient::KVXClient> Store::createClient() const {
+    return std::make_unique<services::Client>(engine_);
+}
+
+std::string Store::createUser(const NewUser& user) const {
+    return administer(*engine_, Access::WRITE, [&](const Context& context) {
+        return operations::createUser(context.database, user, context.now());
+    });
+}
+
+std::vector<User> Store::listUsers() const {
+    return administer(*engine_, Access::READ, [](const Context& context) {
+        return operations::listUsers(context.database);
+    });
+}
+
+void Store::removeUser(const std::u16string& name) const {
+    administer(*engine_, Access::WRITE, [&](const Context& context) {
+        operations::removeUser(context.database, name);
+        return true;
+    });
+}
+
+void Store::createBucket(const std::u16string& name, const std::u16string& owner) const {
+    administer(*engine_, Access::WRITE, [&](const Context& context) {
+        operations::createBucket(context.database, name, owner, context.now());
+        return true;
+    });
+}
+
+std::vector<Bucket> Store::listBuckets() const {
+    return administer(*engine_, Access::READ, [](const Context& context) {
+        return operations::listBuckets(context.database);
+    });
+}
+
+std::vector<std::string> Store::verify() const {
+    return administer(*engine_, Access::READ,
+                      [](const Context& context) { return operations::verify(context.database); });
+}
+
+void Store::sweep() const {
+    const auto cleanSome = [](const Context& context) {
+        return operations::clean(context.database, context.now());
+    };
+    while (administer(*engine_, Access::WRITE, cleanSome)) {
+    }
+}
+
+}  // namespace storage::kvxstore

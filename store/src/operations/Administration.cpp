@@ -1,0 +1,112 @@
+#include "operations/Administration.h"
+
+#include <algorithm>
+
+#include "operations/Maintenance.h"
+#include "operations/Secrets.h"
+#include "operations/Text.h"
+
+namespace storage::kvxstore::operations {
+
+namespace {
+
+using database::Connection;
+
+std::string checkedName(const std::u16string& name) {
+    if (!isName(name)) {
+        throw StoreError("not a name for a user or bucket: \"" + toUtf8(name) + '"');
+    }
+    return toUtf8(name);
+}
+
+std::int64_t findUser(Connection& database, const std::string& name) {
+    const auto row = database.query("select id from users where name = $1", {name});
+    if (!row->next()) {
+        throw StoreError("there is no user \"" + name + '"');
+    }
+    return row->integer(0);
+}
+
+void insertBucket(Connection& database, const std::string& name, std::int64_t owner,
+                  std::int64_t now) {
+    if (database.query("select 1 from buckets where name = $1", {name})->next()) {
+        throw StoreError("there is a bucket \"" + name + "\" already");
+    }
+    const std::int64_t bucket = database.number(
+        "insert into buckets(name, owner, root, seq, used) values($1, $2, 0, 0, 0) returning id",
+        {name, owner});
+    const std::int64_t root = database.number(
+        "insert into nodes(bucket, parent, name, kind, seq, size, label, created, modified,"
+        " client_modified) values($1, $2, $3, 0, 0, 0, 0, $4, $4, 0) returning id",
+        {bucket, rootParent, name, now});
+    database.execute("update buckets set root = $2 where id = $1", {bucket, root});
+}
+
+}  // namespace
+
+std::string createUser(Connection& database, const NewUser& user, std::int64_t now) {
+    const std::string name = checkedName(user.name);
+    if (database.query("select 1 from users where name = $1", {name})->next()) {
+        throw StoreError("there is a user \"" + name + "\" already");
+    }
+    const auto quota = static_cast<std::int64_t>(std::min(user.quota, NewUser::UNLIMITED));
+    const std::int64_t id = database.number(
+        "insert into users(name, email, first_name, last_name, quota)"
+        " values($1, $2, $3, $4, $5) returning id",
+        {name, toUtf8(user.emailAddress), toUtf8(user.firstName), toUtf8(user.lastName), quota});
+    insertBucket(database, name, id, now);
+    const std::string token = newSecret();
+    const std::string hash = hashOf(token);
+    database.execute("insert into tokens(hash, owner) values($1, $2)", {database::Blob{hash}, id});
+    return token;
+}
+
+std::vector<User> listUsers(Connection& database) {
+    const auto rows = database.query(
+        "select u.name, u.email, u.first_name, u.last_name, u.quota,"
+        " coalesce(cast(sum(b.used) as bigint), 0) from users u"
+        " left join buckets b on b.owner = u.id group by u.id order by u.name");
+    std::vector<User> users;
+    while (rows->next()) {
+        User user;
+        user.name = toUtf16(rows->bytes(0));
+        user.emailAddress = toUtf16(rows->bytes(1));
+        user.firstName = toUtf16(rows->bytes(2));
+        user.lastName = toUtf16(rows->bytes(3));
+        user.quota = static_cast<unsigned long>(rows->integer(4));
+        user.used = static_cast<unsigned long>(rows->integer(5));
+        users.push_back(std::move(user));
+    }
+    return users;
+}
+
+void removeUser(Connection& database, const std::u16string& name) {
+    const std::int64_t user = findUser(database, toUtf8(name));
+    database.execute("delete from tokens where owner = $1", {user});
+    database.execute("delete from sessions where owner = $1", {user});
+    database.execute(
+        "update nodes set parent = $2, name = cast(id as text)"
+        " where id in (select root from buckets where owner = $1)",
+        {user, trashParent});
+    database.execute("delete from buckets where owner = $1", {user});
+    database.execute("delete from users where id = $1", {user});
+}
+
+void createBucket(Connection& database, const std::u16string& name, const std::u16string& owner,
+                  std::int64_t now) {
+    insertBucket(database, checkedName(name), findUser(database, toUtf8(owner)), now);
+}
+
+std::vector<Bucket> listBuckets(Connection& database) {
+    const auto rows = database.query(
+        "select b.name, u.name, b.used from buckets b join users u on u.id = b.owner"
+        " order by b.name");
+    std::vector<Bucket> buckets;
+    while (rows->next()) {
+        buckets.push_back({toUtf16(rows->bytes(0)), toUtf16(rows->bytes(1)),
+                           static_cast<unsigned long>(rows->integer(2))});
+    }
+    return buckets;
+}
+
+}  // namespace storage::kvxstore::operations

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "database/Connection.h"
+#include "storage/kvxclient/KVXClientException.h"
+#include "storage/kvxstore/StoreOptions.h"
+
+namespace storage::kvxstore::operations {
+
+/// What an operation works with: the transaction it is part of, and who is calling.
+struct Context {
+    database::Connection& database;
+    /// Complete: the clock is set.
+    const StoreOptions& options;
+    std::string sessionId;
+    /// Asked by operations that may take long.
+    std::function<bool()> isCancelled;
+
+    /// Nanoseconds since the epoch.
+    std::int64_t now() const { return options.clock().time_since_epoch().count(); }
+};
+
+[[noreturn]] inline void refuse(kvxclient::KVXClientErrorCode code) {
+    throw kvxclient::KVXClientException(code);
+}
+
+inline std::chrono::system_clock::time_point toTime(std::int64_t nanoseconds) {
+    return std::chrono::system_clock::time_point(std::chrono::nanoseconds(nanoseconds));
+}
+
+}  // namespace storage::kvxstore::operations

@@ -1,0 +1,51 @@
+#include "operations/Sessions.h"
+
+#include "operations/Secrets.h"
+
+namespace storage::kvxstore::operations {
+
+using database::Blob;
+using kvxclient::KVXClientErrorCode;
+
+kvxclient::LoginResponse login(const Context& context, const kvxclient::LoginRequest& request) {
+    const std::string tokenHash = hashOf(request.getToken());
+    const auto token =
+        context.database.query("select owner from tokens where hash = $1", {Blob{tokenHash}});
+    if (!token->next()) {
+        refuse(KVXClientErrorCode::INVALID_TOKEN);
+    }
+    const std::string sessionId = newSecret();
+    const std::string sessionHash = hashOf(sessionId);
+    const auto lifetime = context.options.sessionLifetime;
+    const std::int64_t expires = context.now() + std::chrono::nanoseconds(lifetime).count();
+    context.database.execute("insert into sessions(hash, owner, expires) values($1, $2, $3)",
+                             {Blob{sessionHash}, token->integer(0), expires});
+    const auto minutes = std::chrono::floor<std::chrono::minutes>(lifetime).count();
+    return kvxclient::LoginResponse().withSessionId(sessionId).withMinutesBeforeRelogin(
+        static_cast<int>(minutes));
+}
+
+kvxclient::LogoutResponse logout(const Context& context, const kvxclient::LogoutRequest&) {
+    requireUser(context);
+    const std::string hash = hashOf(context.sessionId);
+    context.database.execute("delete from sessions where hash = $1", {Blob{hash}});
+    return {};
+}
+
+std::int64_t requireUser(const Context& context) {
+    if (context.sessionId.empty()) {
+        refuse(KVXClientErrorCode::UNAUTHORIZED);
+    }
+    const std::string hash = hashOf(context.sessionId);
+    const auto session =
+        context.database.query("select owner, expires from sessions where hash = $1", {Blob{hash}});
+    if (!session->next()) {
+        refuse(KVXClientErrorCode::INVALID_SESSION_ID);
+    }
+    if (session->integer(1) <= context.now()) {
+        refuse(KVXClientErrorCode::SESSION_EXPIRED);
+    }
+    return session->integer(0);
+}
+
+}  // namespace storage::kvxstore::operations

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace storage::kvxstore::operations {
+
+std::string toUtf8(const std::u16string& text);
+std::u16string toUtf16(std::string_view text);
+
+/// Whether a file, folder, user or bucket may have the name.
+bool isName(std::u16string_view name);
+
+/// The names on a path from the root on, in UTF-8; none for the root itself. Refuses a path that
+/// breaks the rules with ILLEGAL_PATH.
+std::vector<std::string> splitPath(std::u16string_view path);
+
+}  // namespace storage::kvxstore::operations

@@ -1,0 +1,81 @@
+#include <algorithm>
+
+#include "operations/Administration.h"
+
+namespace storage::kvxstore::operations {
+
+namespace {
+
+/// A query for the ids of what is damaged in one way.
+struct Check {
+    std::string_view damage;
+    std::string_view sql;
+};
+
+constexpr Check checks[] = {
+    {"buckets without an owner or a root",
+     "select id from buckets b where not exists(select 1 from users u where u.id = b.owner)"
+     " or not exists(select 1 from nodes n where n.id = b.root and n.bucket = b.id"
+     " and n.parent = 0 and n.kind = 0)"},
+    {"files or folders outside of every tree",
+     "with recursive tree(id, kind) as (select id, kind from nodes where parent = -1"
+     " or id in (select root from buckets)"
+     " union all select n.id, n.kind from nodes n join tree t on n.parent = t.id and t.kind = 0)"
+     " select id from nodes where id not in (select id from tree)"},
+    {"files or folders in another bucket than their parent",
+     "select n.id from nodes n join nodes p on p.id = n.parent where n.bucket <> p.bucket"},
+    {"files or folders newer than their bucket",
+     "select n.id from nodes n join buckets b on b.id = n.bucket where n.seq > b.seq"},
+    {"files without their current content, or of another size",
+     "select n.id from nodes n left join versions v on v.node = n.id and v.label = n.label"
+     " left join contents c on c.id = v.content"
+     " where n.kind = 1 and (c.size is null or c.size <> n.size)"},
+    {"versions without a file or a content",
+     "select v.node from versions v where not exists(select 1 from nodes n where n.id = v.node"
+     " and n.kind = 1) or not exists(select 1 from contents c where c.id = v.content)"},
+    {"contents whose parts do not make up their size",
+     "select c.id from contents c left join extents e on e.content = c.id"
+     " left join chunks k on k.id = e.chunk"
+     " where c.id not in (select content from garbage) group by c.id"
+     " having c.size <> coalesce(sum(length(k.data)), 0)"
+     " or count(e.idx) <> coalesce(max(e.idx) + 1, 0)"},
+    {"contents that nothing uses and no cleaning would find",
+     "select c.id from contents c where not exists(select 1 from versions where content = c.id)"
+     " and not exists(select 1 from downloads where content = c.id)"
+     " and not exists(select 1 from garbage where content = c.id)"},
+    {"parts without a content",
+     "select id from chunks where id not in (select chunk from extents)"},
+    {"buckets whose bytes in use are counted wrong",
+     "select b.id from buckets b where b.used <> (select coalesce(sum(c.size), 0) from nodes n"
+     " join versions v on v.node = n.id join contents c on c.id = v.content"
+     " where n.bucket = b.id)"},
+};
+
+}  // namespace
+
+std::vector<std::string> verify(database::Connection& database) {
+    std::vector<std::string> found;
+    const auto integrity = database.query("pragma integrity_check");
+    while (integrity->next()) {
+        if (integrity->bytes(0) != "ok") {
+            found.push_back("the database file is damaged: " + integrity->text(0));
+        }
+    }
+    for (const Check& check : checks) {
+        const auto rows = database.query(check.sql);
+        int count = 0;
+        std::string ids;
+        for (; rows->next(); ++count) {
+            if (count < 5) {
+                ids += ' ' + std::to_string(rows->integer(0));
+            }
+        }
+        if (count > 0) {
+            found.push_back(std::to_string(count) + ' ' + std::string(check.damage) + " (ids" +
+                            ids + (count > 5 ? " ...)" : ")"));
+        }
+    }
+    return found;
+}
+
+}  // namespace storage::kvxstore::operations

@@ -1,0 +1,73 @@
+#include "scheduler/CompletionPool.h"
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <optional>
+
+namespace storage::kvxstore::scheduler {
+
+bool& onStoreThread() {
+    thread_local bool flag = false;
+    return flag;
+}
+
+/// Shared with the threads, since one of them may outlive the pool.
+struct CompletionPool::State {
+    struct Completion {
+        std::unique_ptr<Job> job;
+        std::exception_ptr error;
+    };
+
+    void work() {
+        onStoreThread() = true;
+        while (auto completion = next()) {
+            completion->job->finish(std::move(completion->error));
+        }
+    }
+
+    std::optional<Completion> next() {
+        std::unique_lock lock(mutex);
+        changed.wait(lock, [this] { return stopping || !completions.empty(); });
+        if (completions.empty()) {
+            return std::nullopt;
+        }
+        Completion first = std::move(completions.front());
+        completions.pop_front();
+        return first;
+    }
+
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::deque<Completion> completions;
+    bool stopping = false;
+};
+
+CompletionPool::CompletionPool() : state_(std::make_shared<State>()) {
+    for (std::thread& thread : threads_) {
+        thread = std::thread([state = state_] { state->work(); });
+    }
+}
+
+CompletionPool::~CompletionPool() {
+    {
+        const std::lock_guard lock(state_->mutex);
+        state_->stopping = true;
+        state_->changed.notify_all();
+    }
+    for (std::thread& thread : threads_) {
+        if (thread.get_id() == std::this_thread::get_id()) {
+            thread.detach();
+        } else {
+            thread.join();
+        }
+    }
+}
+
+void CompletionPool::post(std::unique_ptr<Job> job, std::exception_ptr error) {
+    const std::lock_guard lock(state_->mutex);
+    state_->completions.push_back({std::move(job), std::move(error)});
+    state_->changed.notify_one();
+}
+
+}  // namespace storage::kvxstore::scheduler

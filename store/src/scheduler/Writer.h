@@ -1,0 +1,48 @@
+#pragma once
+
+#include <chrono>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include "scheduler/CompletionPool.h"
+#include "scheduler/JobQueue.h"
+
+namespace storage::kvxstore::scheduler {
+
+/// A little work for an idle moment, in the transaction that the connection is in; returns
+/// whether there is more.
+using Chore = std::function<bool(database::Connection&)>;
+
+/// The one thread that writes. It commits what waits in its queue together, since a commit costs
+/// far more than the work in it.
+class Writer {
+public:
+    Writer(std::unique_ptr<database::Connection> connection, JobQueue& queue,
+           CompletionPool& completions, Chore chore);
+    /// Returns when the thread has seen that the queue is closed.
+    ~Writer();
+    Writer(const Writer&) = delete;
+    Writer& operator=(const Writer&) = delete;
+
+private:
+    void work();
+    std::vector<std::exception_ptr> commitTogether(const Jobs& jobs);
+    void beginBatch(std::optional<database::Transaction>& transaction);
+    std::exception_ptr commitAlone(Job& job);
+    std::exception_ptr runInSavepoint(Job& job);
+    bool doChore();
+    void letOthersWrite();
+
+    std::unique_ptr<database::Connection> connection_;
+    JobQueue& queue_;
+    CompletionPool& completions_;
+    Chore chore_;
+    std::chrono::steady_clock::time_point contended_{};
+    std::thread thread_;
+};
+
+}  // namespace storage::kvxstore::scheduler

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <utility>
+
+#include "operations/Context.h"
+#include "scheduler/Job.h"
+#include "storage/kvxclient/CompletionHandler.h"
+
+namespace storage::kvxstore::services {
+
+/// What every call has, whatever it does.
+struct CallFrame {
+    database::Access access;
+    std::size_t weight;
+    std::shared_ptr<scheduler::CallGroup> group;
+    const StoreOptions& options;
+    std::string sessionId;
+};
+
+/// An exception with the code that also nests a std::runtime_error with the cause.
+std::exception_ptr failure(kvxclient::KVXClientErrorCode code, const std::string& cause);
+
+/// The error as a caller sees it: of the service as it is, any other as INTERNAL_SERVER_ERROR.
+std::exception_ptr asServiceError(std::exception_ptr error);
+
+/// A call of an operation, with the handler that gets its outcome.
+template <class Response>
+class Call final : public scheduler::Job {
+public:
+    using Work = std::function<Response(const operations::Context&)>;
+
+    Call(CallFrame frame, Work work, kvxclient::CompletionHandler<Response> handler)
+        : Job(frame.access, frame.weight, std::move(frame.group)),
+          options_(frame.options),
+          sessionId_(std::move(frame.sessionId)),
+          work_(std::move(work)),
+          handler_(std::move(handler)) {}
+
+    void run(database::Connection& connection) override {
+        response_ = work_({connection, options_, sessionId_, [this] { return isCancelled(); }});
+    }
+
+protected:
+    void deliver(std::exception_ptr error) override {
+        // The handler and what it holds end here, before the call counts as completed.
+        const auto handler = std::exchange(handler_, nullptr);
+        work_ = nullptr;
+        if (error) {
+            handler(Response(), asServiceError(std::move(error)));
+        } else {
+            handler(std::move(response_), nullptr);
+        }
+    }
+
+private:
+    const StoreOptions& options_;
+    std::string sessionId_;
+    Work work_;
+    Response response_{};
+    kvxclient::CompletionHandler<Response> handler_;
+};
+
+}  // namespace storage::kvxstore::services

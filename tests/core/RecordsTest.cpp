@@ -1,0 +1,475 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <sstream>
+#include <type_traits>
+
+#include "storage/kvxclient.h"
+
+// Every record of the library, field by field.
+
+using namespace storage::kvxclient;
+
+namespace {
+
+template <class Record>
+concept Comparable = requires(const Record& record) {
+    record == record;
+};
+
+constexpr bool leftOut = true;  // A field that equality does not look at.
+
+template <class Value>
+bool alike(const Value& a, const Value& b) {
+    if constexpr (Comparable<Value>) {
+        return a == b;
+    } else {
+        return a.getName() == b.getName();  // FolderSummary.
+    }
+}
+
+template <class Value>
+bool alike(const std::vector<Value>& a, const std::vector<Value>& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](const Value& x, const Value& y) { return alike(x, y); });
+}
+
+// Optional fields are set with a plain value.
+template <class Value>
+const Value& plain(const Value& value) {
+    return value;
+}
+template <class Value>
+const Value& plain(const std::optional<Value>& value) {
+    return *value;
+}
+
+// Checks the fields of one record, starting from what `arguments` construct.
+template <class Record>
+class Check {
+public:
+    template <class... Arguments>
+    explicit Check(Arguments... arguments) : make_([=] { return Record(arguments...); }) {
+        const Record record = make_();
+        const Record copy = record;
+        if constexpr (Comparable<Record>) {
+            EXPECT_TRUE(record == record) << name();
+            EXPECT_EQ(!std::is_empty_v<Record>, record == copy) << name();
+        }
+    }
+
+    // A field: a value other than its default makes the setter's round trip through copies and
+    // moves, and makes the record another, unless equality leaves it out.
+    template <class Setter, class Getter, class Value>
+    Check& field(Setter set, Getter get, const Value& value, bool isLeftOut = false) {
+        Record changed = make_();
+        EXPECT_FALSE(alike(std::invoke(get, changed), value)) << name() << ": the default";
+        EXPECT_EQ(&changed, &std::invoke(set, changed, plain(value))) << name() << ": chaining";
+        Record copy = changed;
+        const Record moved = std::move(copy);
+        copy = make_();
+        copy = moved;
+        EXPECT_TRUE(alike(std::invoke(get, copy), value)) << name() << ": the value";
+        if constexpr (Comparable<Record>) {
+            EXPECT_TRUE(changed == moved) << name();
+            EXPECT_EQ(isLeftOut, make_() == changed) << name() << ": equality";
+            EXPECT_EQ(isLeftOut, changed == make_()) << name() << ": equality";
+        }
+        return *this;
+    }
+
+    // A field that only the constructor sets.
+    template <class Getter, class Value>
+    Check& fixed(Getter get, const Value& value) {
+        EXPECT_TRUE(alike(std::invoke(get, make_()), value)) << name();
+        return *this;
+    }
+
+private:
+    static std::string name() { return testing::internal::GetTypeName<Record>(); }
+    std::function<Record()> make_;
+};
+
+#define FIELD(Record, Name, ...) field(&Record::with##Name, &Record::get##Name, __VA_ARGS__)
+#define RENAMED(Record, set, get, ...) field(&Record::set, &Record::get, __VA_ARGS__)
+
+const Resource resource(u"/a/b", u"bucket");
+const std::chrono::system_clock::time_point aTime{std::chrono::nanoseconds(1)};
+const std::u16string wide = u"wide";
+const std::string text = "text";
+const auto aFolder = FolderSummary(u"folder");
+const auto aFile = FileSummary(u"file");
+const std::vector<FolderSummary> folders{aFolder};
+const std::vector<FileSummary> files{aFile};
+const auto aProfile = UserProfile().withUserId(u"id");
+const auto anInvitation = Invitation().withInvitationId("id");
+
+template <class Record>
+void checkRequestFor(Check<Record> check) {
+    check.fixed(&Record::getResource, resource);
+    EXPECT_FALSE(Record(resource) == Record(Resource(u"/a", u"bucket")));
+    static_assert(!std::is_default_constructible_v<Record>);
+    static_assert(std::is_convertible_v<Resource, Record>);
+}
+
+TEST(Records, ofTheSession) {
+    Check<LoginRequest>().FIELD(LoginRequest, Token, text);
+    Check<LoginResponse>()
+        .FIELD(LoginResponse, SessionId, text)
+        .FIELD(LoginResponse, MinutesBeforeRelogin, 60);
+    Check<PingResponse>().FIELD(PingResponse, Value, text);
+    static_assert(!Comparable<PingResponse>);
+}
+
+TEST(Records, withoutContentAreEqualOnlyToThemselves) {
+    Check<LogoutRequest>();
+    Check<LogoutResponse>();
+    Check<StorageUsageGetRequest>();
+    Check<FolderCreateResponse>();
+    Check<MoveOrCopyResponse>();
+    Check<SetMetadataResponse>();
+    Check<InvitationDeleteResponse>();
+    Check<InvitationCopyFolderResponse>();
+    Check<PermissionRevokeResponse>();
+    Check<ResourcePolicySetResponse>();
+    Check<FileHandleCloseResponse>();
+    static_assert(!Comparable<FileHandleCloseResponse>);
+}
+
+TEST(Records, summaries) {
+    Check<FileSummary>()
+        .FIELD(FileSummary, Name, wide)
+        .FIELD(FileSummary, Size, ~0UL)
+        .FIELD(FileSummary, Created, aTime)
+        .FIELD(FileSummary, LastModified, aTime)
+        .FIELD(FileSummary, ClientLastModified, aTime)
+        .RENAMED(FileSummary, withWritable, isWritable, true)
+        .FIELD(FileSummary, Watermark, text);
+    EXPECT_EQ(FileSummary().withName(u"a.txt"), FileSummary(u"a.txt"));
+    Check<FolderSummary>()
+        .FIELD(FolderSummary, Name, wide)
+        .FIELD(FolderSummary, Created, aTime)
+        .FIELD(FolderSummary, LastModified, aTime)
+        .FIELD(FolderSummary, ClientLastModified, aTime)
+        .RENAMED(FolderSummary, withWritable, isWritable, true)
+        .FIELD(FolderSummary, Watermark, text)
+        .RENAMED(FolderSummary, withSharedFolder, isSharedFolder, true)
+        .FIELD(FolderSummary, AccessType, AccessType::OWNER)
+        .FIELD(FolderSummary, Invitation, anInvitation)
+        .FIELD(FolderSummary, HasActiveLink, true);
+    EXPECT_FALSE(
+        FolderSummary().withInvitation(Invitation().withHasActiveLink(true)).getHasActiveLink());
+    EXPECT_EQ(wide, FolderSummary(wide).getName());
+    static_assert(!Comparable<FolderSummary>);
+    Check<FileAttributes>()
+        .FIELD(FileAttributes, Type, text)
+        .FIELD(FileAttributes, Name, wide)
+        .FIELD(FileAttributes, Created, aTime)
+        .FIELD(FileAttributes, LastModified, aTime)
+        .FIELD(FileAttributes, ClientLastModified, aTime)
+        .FIELD(FileAttributes, Size, ~0UL)
+        .FIELD(FileAttributes, Writable, true)
+        .FIELD(FileAttributes, Watermark, text)
+        .FIELD(FileAttributes, Shareable, true)
+        .RENAMED(FileAttributes, withSharedFolder, isSharedFolder, true)
+        .FIELD(FileAttributes, AccessType, AccessType::OWNER);
+    const auto checkDeleted = [](auto check) {
+        using Record = typename decltype(check)::type;
+        Check<Record>()
+            .FIELD(Record, ParentResource, resource)
+            .FIELD(Record, DeletedDate, aTime)
+            .FIELD(Record, Tombstone, text)
+            .FIELD(Record, SharedTrash, true);
+    };
+    checkDeleted(std::type_identity<DeletedFileSummary>());
+    checkDeleted(std::type_identity<DeletedFolderSummary>());
+    static_assert(!std::equality_comparable_with<DeletedFileSummary, DeletedFolderSummary>);
+}
+
+TEST(Records, ofListings) {
+    checkRequestFor(Check<FolderListRequest>(resource)
+                        .FIELD(FolderListRequest, ShowHidden, true)
+                        .FIELD(FolderListRequest, ShowShared, true)
+                        .FIELD(FolderListRequest, IncludeInvitations, true));
+    checkRequestFor(
+        Check<MultiFolderListRequest>(resource).FIELD(MultiFolderListRequest, ShowShared, true));
+    checkRequestFor(Check<FileAttributesReadRequest>(resource).FIELD(FileAttributesReadRequest,
+                                                                     SharingMetadata, true));
+    Check<FolderListResponse>()
+        .FIELD(FolderListResponse, FolderSummary, aFolder)
+        .FIELD(FolderListResponse, Folders, folders)
+        .FIELD(FolderListResponse, Files, files);
+    EXPECT_EQ(u"folder", FolderListResponse(aFolder).getFolderSummary().getName());
+    Check<ResourceAndFolderList>(resource)
+        .fixed(&ResourceAndFolderList::getParentResource, resource)
+        .FIELD(ResourceAndFolderList, FolderSummary, aFolder)
+        .FIELD(ResourceAndFolderList, Files, files)
+        .FIELD(ResourceAndFolderList, Folders, folders);
+    EXPECT_EQ(1u, MultiFolderListResponse()
+                      .withFolders({ResourceAndFolderList(resource)})
+                      .getFolders()
+                      .size());
+    Check<FileAttributesReadResponse>().FIELD(FileAttributesReadResponse, FileAttributes,
+                                              FileAttributes().withSize(1));
+    static_assert(!Comparable<FolderListResponse> && !Comparable<ResourceAndFolderList> &&
+                  !Comparable<MultiFolderListResponse>);
+    static_assert(!std::is_default_constructible_v<ResourceAndFolderList>);
+}
+
+// Appending is how content is set.
+template <class Record>
+Record& append(Record& record, const std::string& content) {
+    record.appendContent(content.data(), content.size());
+    return record;
+}
+template <class Record>
+std::string body(const Record& record) {
+    const auto bytes = record.getResponseBody();
+    return {bytes.begin(), bytes.end()};
+}
+
+TEST(Records, ofTransfers) {
+    checkRequestFor(Check<FileCreateRequest>(resource)
+                        .field(
+                            append<FileCreateRequest>,
+                            [](const auto& r) {
+                                return std::string(r.getContent().begin(), r.getContent().end());
+                            },
+                            text)
+                        .FIELD(FileCreateRequest, ContentType, text)
+                        .FIELD(FileCreateRequest, CreateNewVersion, true));
+    checkRequestFor(Check<FileReadRequest>(resource)
+                        .FIELD(FileReadRequest, VersionId, text)
+                        .FIELD(FileReadRequest, VersionLabel, 0));
+    Check<FileReadResponse>()
+        .field(append<FileReadResponse>, body<FileReadResponse>, text)
+        .FIELD(FileReadResponse, ContentType, text)
+        .fixed(&FileReadResponse::getResource, Resource());
+    Check<FileWriteResponse>()
+        .FIELD(FileWriteResponse, FileSummary, aFile)
+        .FIELD(FileWriteResponse, VersionId, text)
+        .FIELD(FileWriteResponse, VersionLabel, 0);
+    checkRequestFor(Check<FileDownloadCreateRequest>(resource));
+    Check<FileDownloadCreateResponse>().FIELD(FileDownloadCreateResponse, Location, text);
+    const auto factory = [] { return std::make_unique<std::stringstream>(); };
+    Check<FileDownloadRequest>(std::string("a/b"))
+        .fixed(&FileDownloadRequest::getLocation, std::string("a/b"))
+        .field(
+            [&](auto& r, bool) -> auto& { return r.withStreamFactory(factory); },
+            [](const auto& r) { return r.getStreamFactory() != nullptr; }, true, leftOut)
+        .FIELD(FileDownloadRequest, ReadIntoString, true);
+    EXPECT_FALSE(FileDownloadRequest("a/b") == FileDownloadRequest("a/c"));
+    static_assert(!std::is_default_constructible_v<FileDownloadRequest>);
+    Check<FileDownloadResponse>().FIELD(FileDownloadResponse, StringBody, text);
+}
+
+TEST(Records, ofHandles) {
+    checkRequestFor(Check<FileHandleReadOnlyCreateRequest>(resource)
+                        .FIELD(FileHandleReadOnlyCreateRequest, VersionId, text)
+                        .FIELD(FileHandleReadOnlyCreateRequest, VersionLabel, 0));
+    Check<FileHandleReadOnlyCreateResponse>()
+        .FIELD(FileHandleReadOnlyCreateResponse, FileHandleId, text)
+        .FIELD(FileHandleReadOnlyCreateResponse, FileSize, ~0UL);
+    checkRequestFor(Check<FileHandleReadWriteCreateRequest>(resource)
+                        .FIELD(FileHandleReadWriteCreateRequest, CreateMode, FileCreateMode::UPDATE)
+                        .FIELD(FileHandleReadWriteCreateRequest, Truncate, true)
+                        .FIELD(FileHandleReadWriteCreateRequest, ContentType, text));
+    Check<FileHandleReadWriteCreateResponse>()
+        .FIELD(FileHandleReadWriteCreateResponse, FileHandleId, text)
+        .FIELD(FileHandleReadWriteCreateResponse, FileCreated, true)
+        .FIELD(FileHandleReadWriteCreateResponse, FileSize, ~0UL);
+    checkRequestFor(Check<FileContentReadRequest>(resource)
+                        .FIELD(FileContentReadRequest, FileHandleId, text)
+                        .FIELD(FileContentReadRequest, StartLocation, ~0UL)
+                        .FIELD(FileContentReadRequest, Length, ~0UL));
+    Check<FileContentReadResponse>()
+        .field(append<FileContentReadResponse>, body<FileContentReadResponse>, text)
+        .FIELD(FileContentReadResponse, StartLocation, ~0UL)
+        .FIELD(FileContentReadResponse, ContentType, text)
+        .FIELD(FileContentReadResponse, FileSize, ~0UL);
+    checkRequestFor(Check<FileContentWriteRequest>(resource)
+                        .FIELD(FileContentWriteRequest, FileHandleId, text)
+                        .FIELD(FileContentWriteRequest, StartLocation, ~0UL));
+    Check<FileContentWriteResponse>().FIELD(FileContentWriteResponse, FileSize, ~0UL);
+    checkRequestFor(
+        Check<FileHandleCloseRequest>(resource)
+            .FIELD(FileHandleCloseRequest, FileHandleId, text)
+            .FIELD(FileHandleCloseRequest, Operation, FileHandleCloseOperation::ABORT_CHANGES)
+            .FIELD(FileHandleCloseRequest, CreateNewVersion, true));
+}
+
+TEST(Records, ofNamespaceAndMetadata) {
+    checkRequestFor(
+        Check<SetMetadataRequest>(resource).FIELD(SetMetadataRequest, ClientLastModified, aTime));
+    checkRequestFor(Check<FolderCreateRequest>(resource));
+    checkRequestFor(
+        Check<FolderDeleteRequest>(resource).FIELD(FolderDeleteRequest, ForceRecursive, true));
+    checkRequestFor(Check<FileDeleteRequest>(resource));
+    Check<FolderDeleteResponse>().FIELD(FolderDeleteResponse, DeletedFolderSummary,
+                                        std::optional(DeletedFolderSummary()));
+    Check<FileDeleteResponse>().FIELD(FileDeleteResponse, DeletedFileSummary,
+                                      std::optional(DeletedFileSummary()));
+    const Resource target(u"/c", u"bucket");
+    Check<MoveOrCopyRequest>(resource, target)
+        .fixed(&MoveOrCopyRequest::getSource, resource)
+        .fixed(&MoveOrCopyRequest::getTarget, target)
+        .FIELD(MoveOrCopyRequest, TargetOverwrite, true);
+    EXPECT_FALSE(MoveOrCopyRequest(resource, target) == MoveOrCopyRequest(target, resource));
+    EXPECT_FALSE(MoveOrCopyRequest(resource, target) == MoveOrCopyRequest(resource, resource));
+    static_assert(!std::is_default_constructible_v<MoveOrCopyRequest>);
+}
+
+TEST(Records, ofInvitations) {
+    Check<UserProfile>()
+        .FIELD(UserProfile, EmailAddress, wide)
+        .FIELD(UserProfile, FirstName, wide)
+        .FIELD(UserProfile, LastName, wide)
+        .FIELD(UserProfile, UserId, wide)
+        .FIELD(UserProfile, ProfileId, text);
+    Check<Invitation>()
+        .FIELD(Invitation, InvitationId, text)
+        .FIELD(Invitation, Resource, resource)
+        .FIELD(Invitation, AccessType, AccessType::OWNER)
+        .FIELD(Invitation, InvitationType, InvitationType::PERSONAL)
+        .FIELD(Invitation, Name, wide)
+        .FIELD(Invitation, Tombstone, text)
+        .FIELD(Invitation, Initiator, aProfile)
+        .FIELD(Invitation, Recipient, aProfile)
+        .RENAMED(Invitation, withInvitationStatus, getStatus, InvitationStatus::DECLINED)
+        .FIELD(Invitation, Created, aTime)
+        .FIELD(Invitation, LoginValidityDate, aTime)
+        .FIELD(Invitation, HasActiveLink, true)
+        .FIELD(Invitation, Application, text);
+    checkRequestFor(Check<InvitationCreateRequest>(resource)
+                        .FIELD(InvitationCreateRequest, Recipient, wide)
+                        .FIELD(InvitationCreateRequest, AccessType, AccessType::OWNER));
+    const auto recipient = [](std::u16string name) {
+        return InvitationCreateRequest(Resource())
+            .withRecipient(std::move(name))
+            .getPercentEncodedRecipient();
+    };
+    EXPECT_EQ("", recipient(u""));
+    EXPECT_EQ("a.b/c%20d%40%E2%82%AC", recipient(u"a.b/c d@€"));
+    Check<InvitationReadRequest>()
+        .fixed(&InvitationReadRequest::getResource, Resource())
+        .FIELD(InvitationReadRequest, InvitationId, text);
+    Check<InvitationUpdateRequest>()
+        .FIELD(InvitationUpdateRequest, Resource, resource)
+        .FIELD(InvitationUpdateRequest, InvitationId, text)
+        .FIELD(InvitationUpdateRequest, Status, std::optional(InvitationStatus::DECLINED));
+    EXPECT_TRUE(InvitationUpdateRequest().getStatus().has_value());
+    Check<InvitationDeleteRequest>()
+        .FIELD(InvitationDeleteRequest, Resource, resource)
+        .FIELD(InvitationDeleteRequest, InvitationId, text);
+    Check<InvitationListRequest>()
+        .FIELD(InvitationListRequest, Resource, resource)
+        .FIELD(InvitationListRequest, Status, std::optional(InvitationStatus::PENDING))
+        .FIELD(InvitationListRequest, Type, std::optional(InvitationType::OPEN));
+    Check<InvitationCopyFolderRequest>()
+        .FIELD(InvitationCopyFolderRequest, Resource, resource)
+        .FIELD(InvitationCopyFolderRequest, TargetResource, resource)
+        .FIELD(InvitationCopyFolderRequest, InvitationId, text);
+    Check<InvitationDetailsRequest>().FIELD(InvitationDetailsRequest, InvitationId, text);
+    Check<InvitationCreateResponse>().FIELD(InvitationCreateResponse, Invitation, anInvitation);
+    Check<InvitationReadResponse>().FIELD(InvitationReadResponse, Invitation, anInvitation);
+    Check<InvitationUpdateResponse>().FIELD(InvitationUpdateResponse, Invitation, anInvitation);
+    Check<InvitationDetailsResponse>().RENAMED(InvitationDetailsResponse, withInvitation,
+                                               getInvitationDetails, anInvitation);
+    Check<InvitationListResponse>().FIELD(InvitationListResponse, Invitations,
+                                          std::vector{anInvitation});
+    Check<InvitationFolderContentRequest>()
+        .FIELD(InvitationFolderContentRequest, Resource, resource)
+        .FIELD(InvitationFolderContentRequest, InvitationId, text)
+        .RENAMED(InvitationFolderContentRequest, withShowHidden, showHidden, true);
+    Check<InvitationFolderContentResponse>()
+        .FIELD(InvitationFolderContentResponse, FolderSummary, aFolder)
+        .FIELD(InvitationFolderContentResponse, Folders, folders)
+        .FIELD(InvitationFolderContentResponse, Files, files);
+    EXPECT_EQ(u"folder", InvitationFolderContentResponse(aFolder).getFolderSummary().getName());
+    static_assert(!Comparable<InvitationFolderContentResponse>);
+}
+
+TEST(Records, ofPermissions) {
+    const auto subject = Subject().withSubjectName(wide);
+    Check<Subject>().FIELD(Subject, SubjectName, wide);
+    Check<Permission>()
+        .FIELD(Permission, PermissionId, text)
+        .FIELD(Permission, Subject, wide)
+        .FIELD(Permission, Resource, resource)
+        .FIELD(Permission, Operation, text)
+        .FIELD(Permission, Status, text);
+    checkRequestFor(Check<PermissionGrantRequest>(resource)
+                        .FIELD(PermissionGrantRequest, Subject, subject)
+                        .FIELD(PermissionGrantRequest, Operation, Operation::READ_WRITE)
+                        .FIELD(PermissionGrantRequest, AllowNonExistingUser, true));
+    Check<PermissionGrantResponse>().FIELD(PermissionGrantResponse, PermissionId, text);
+    checkRequestFor(Check<PermissionRevokeRequest>(resource).FIELD(PermissionRevokeRequest,
+                                                                   PermissionId, text));
+    checkRequestFor(Check<PermissionListRequest>(resource));
+    Check<PermissionListResponse>().FIELD(PermissionListResponse, Permissions,
+                                          std::vector{Permission().withSubject(wide)});
+}
+
+TEST(Records, ofConfiguration) {
+    const auto policy = ResourcePolicy().withVersionPolicy(VersionPolicy::ENABLED);
+    Check<ResourcePolicy>()
+        .FIELD(ResourcePolicy, VersionPolicy, VersionPolicy::ENABLED)
+        .FIELD(ResourcePolicy, PublicAccessPolicy, static_cast<PublicAccessPolicy>(-7));
+    Check<StorageUsageGetResponse>()
+        .FIELD(StorageUsageGetResponse, UsageQuota, ~0UL)
+        .FIELD(StorageUsageGetResponse, StorageUsage, ~0UL);
+    Check<ResourcePolicyGetRequest>().FIELD(ResourcePolicyGetRequest, Resource, resource);
+    Check<ResourcePolicyGetResponse>()
+        .FIELD(ResourcePolicyGetResponse, Policy, policy)
+        .FIELD(ResourcePolicyGetResponse, EffectivePolicy, policy);
+    Check<ResourcePolicySetRequest>()
+        .FIELD(ResourcePolicySetRequest, Resource, resource)
+        .FIELD(ResourcePolicySetRequest, ResourcePolicy, policy);
+}
+
+TEST(Records, ofChangesAndVersions) {
+    const std::vector changes{FileChangeSummary().withWatermark("1"),
+                              FileChangeSummary().withWatermark("2")};
+    Check<FileChangeListRequest>().FIELD(FileChangeListRequest, Watermark, text);
+    Check<FileChangeSummary>()
+        .FIELD(FileChangeSummary, Resource, resource)
+        .FIELD(FileChangeSummary, Watermark, text);
+    Check<FileChangeListResponse>()
+        .FIELD(FileChangeListResponse, CurrentWatermark, text)
+        .FIELD(FileChangeListResponse, FileChanges, changes)
+        .FIELD(FileChangeListResponse, FolderChanges, changes);
+    const std::vector reversed(changes.rbegin(), changes.rend());
+    EXPECT_FALSE(FileChangeListResponse().withFileChanges(changes) ==
+                 FileChangeListResponse().withFileChanges(reversed));
+
+    checkRequestFor(Check<VersionListRequest>(resource));
+    Check<VersionSummary>()
+        .FIELD(VersionSummary, VersionId, text)
+        .FIELD(VersionSummary, Created, aTime)
+        .FIELD(VersionSummary, VersionLabel, 0);
+    Check<VersionListResponse>()
+        .FIELD(VersionListResponse, Name, wide)
+        .FIELD(VersionListResponse, Versions, std::vector{VersionSummary()});
+    checkRequestFor(Check<VersionRestoreRequest>(resource)
+                        .FIELD(VersionRestoreRequest, VersionId, text)
+                        .FIELD(VersionRestoreRequest, VersionLabel, 0)
+                        .FIELD(VersionRestoreRequest, CreateNewVersion, true));
+    Check<VersionRestoreResponse>()
+        .FIELD(VersionRestoreResponse, VersionId, text)
+        .FIELD(VersionRestoreResponse, VersionLabel, 0);
+}
+
+// What must not exist.
+template <class Record>
+concept HasWithResource = requires(Record record) {
+    record.withResource(Resource());
+};
+static_assert(!HasWithResource<InvitationReadRequest> && !HasWithResource<FolderListRequest> &&
+              !HasWithResource<FileReadResponse> && HasWithResource<InvitationUpdateRequest>);
+static_assert(!std::is_copy_constructible_v<KVXClient> && !std::is_copy_assignable_v<KVXClient>);
+static_assert(std::is_copy_constructible_v<FolderListResponse> &&
+              std::is_nothrow_move_constructible_v<FolderListResponse>);
+static_assert(std::is_same_v<decltype(std::declval<FileCreateRequest>().getContent()),
+                             const std::vector<char>&>);
+
+}  // namespace

@@ -1,0 +1,211 @@
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <iterator>
+
+#include "RawDatabase.h"
+#include "StoreFixture.h"
+
+namespace storage::kvxstore {
+namespace {
+
+std::string openError(const std::string& url, CreateMode mode = CreateMode::CREATE_IF_MISSING) {
+    try {
+        Store::open(url, {.createMode = mode});
+    } catch (const StoreError& error) {
+        return error.what();
+    }
+    return "opened";
+}
+
+std::string bytesOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST(StoreFileTest, RefusesWhatItCannotOpenAndLeavesItAlone) {
+    const TemporaryFolder folder;
+    std::ofstream(folder.file("text")) << std::string(5000, 't');
+    std::ofstream(folder.file("short")) << "x";
+    std::ofstream(folder.file("empty"));
+    RawDatabase(folder.file("foreign"))
+        .run("pragma journal_mode = wal; create table nodes(id); insert into nodes values(1)");
+    Store::open(folder.url("store"));
+    Store::open(folder.url("newer"));
+    RawDatabase(folder.file("newer")).run("update schema_version set n = 99");
+    Store::open(folder.url("damaged"));
+    std::fstream(folder.file("damaged"), std::ios::in | std::ios::out | std::ios::binary)
+        .seekp(100)
+        .write(std::string(16'000, '!').data(), 16'000);
+
+    using enum CreateMode;
+    struct {
+        std::string url;
+        CreateMode mode;
+        std::string message;
+    } const cases[] = {
+        {folder.url("text"), CREATE_IF_MISSING, "not a store file: "},
+        {folder.url("short"), CREATE_IF_MISSING, "not a store file: "},
+        {folder.url("foreign"), CREATE_IF_MISSING, "not a store file: "},
+        {folder.url("empty"), MUST_EXIST, "not a store file: "},
+        {folder.url(""), CREATE_IF_MISSING, "not a store file: "},
+        {folder.url("none"), MUST_EXIST, "No such file or directory"},
+        {folder.url("none/store"), CREATE_IF_MISSING, "No such file or directory"},
+        {folder.url("store"), MUST_BE_NEW, "there is a file already: "},
+        {folder.url("newer"), CREATE_IF_MISSING, "made by a newer version"},
+        {folder.url("damaged"), CREATE_IF_MISSING, "the store's file is damaged"},
+        {"sqlite::memory:", MUST_EXIST, "a store in memory is always new"},
+        {"sqlite:", CREATE_IF_MISSING, "the URL names no file: "},
+        {"sqlite://host/file", CREATE_IF_MISSING, "a file's URL is "},
+        {"postgresql://host/database", CREATE_IF_MISSING, "PostgreSQL is not served yet: "},
+        {"/plain/path", CREATE_IF_MISSING, "a store's URL begins with \"sqlite:\": "},
+    };
+    for (const auto& [url, mode, message] : cases) {
+        const std::string path = url.substr(url.find("//") == url.npos ? 0 : 9);
+        const std::string before = bytesOf(path);
+        const std::string error = openError(url, mode);
+        EXPECT_NE(error.find(message), error.npos) << url << ": " << error;
+        EXPECT_EQ(bytesOf(path), before) << url;
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder.file("none")));
+    for (const char* side : {"foreign-wal", "foreign-shm", "text-journal"}) {
+        EXPECT_FALSE(std::filesystem::exists(folder.file(side))) << side;
+    }
+}
+
+TEST(StoreFileTest, RefusesAPlaceItMayNotWrite) {
+    const TemporaryFolder folder;
+    Store::open(folder.url());
+    std::filesystem::permissions(folder.file(""), std::filesystem::perms(0555));
+    std::filesystem::permissions(folder.file("store.db"), std::filesystem::perms(0444));
+    const auto tryBoth = [&] {
+        // Nothing is unwritable for root.
+        if (::geteuid() == 0 && ::setuid(65534) != 0) {
+            ::_exit(1);
+        }
+        const bool refused =
+            openError(folder.url()).find("Permission denied") != std::string::npos &&
+            openError(folder.url("new.db")).find("Permission denied") != std::string::npos;
+        ::_exit(refused ? 0 : 2);
+    };
+    EXPECT_EXIT(tryBoth(), testing::ExitedWithCode(0), "");
+    std::filesystem::permissions(folder.file(""), std::filesystem::perms(0755));
+}
+
+TEST(StoreFileTest, FindsEverythingAgainAfterClosing) {
+    const TemporaryFolder folder;
+    const std::string content(700'000, 'c');
+    std::string token;
+    {
+        const auto store = Store::open(folder.url(), {.createMode = CreateMode::MUST_BE_NEW});
+        token = store->createUser({.name = u"main", .emailAddress = u"a@b", .quota = 1'000'000});
+        const Account account(*store, token);
+        account.makeFolder(u"/d");
+        account.put(u"/d/f", content, true);
+        account.put(u"/d/f", "two", true);
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder.file("store.db-wal")));
+    EXPECT_EQ(bytesOf(folder.file("store.db")).find(token), std::string::npos);
+    const auto store = Store::open(folder.url(), {.createMode = CreateMode::MUST_EXIST});
+    const Account account(*store, token);
+    EXPECT_EQ(account.get(u"/d/f"), "two");
+    EXPECT_EQ(account.put(u"/d/f", "three").getVersionLabel(), 3);
+    const User user = store->listUsers().at(0);
+    EXPECT_EQ(user.emailAddress, u"a@b");
+    EXPECT_EQ(user.used, content.size() + 5);
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+}
+
+TEST(StoreFileTest, TellsEveryKindOfDamage) {
+    struct {
+        std::string sql;
+        std::string damage;
+    } const cases[] = {
+        {"delete from users", "buckets without an owner or a root"},
+        {"delete from nodes where parent = 0", "buckets without an owner or a root"},
+        {"update nodes set parent = 999 where name = 'd'", "outside of every tree"},
+        {"update nodes set parent = id where name = 'd'", "outside of every tree"},
+        {"update nodes set bucket = 7 where name = 'f'", "in another bucket than their parent"},
+        {"update buckets set seq = 1", "newer than their bucket"},
+        {"update nodes set size = 5 where name = 'f'", "without their current content"},
+        {"delete from versions", "without their current content"},
+        {"delete from nodes where name = 'f'", "versions without a file or a content"},
+        {"update chunks set data = x'00' where id = 1", "do not make up their size"},
+        {"delete from extents where idx = 0", "parts without a content"},
+        {"delete from versions", "no cleaning would find"},
+        {"update buckets set used = used + 1", "counted wrong"},
+    };
+    for (const auto& [sql, damage] : cases) {
+        const TemporaryFolder folder;
+        const auto store = Store::open(folder.url());
+        const Account account(*store, store->createUser({.name = u"main"}));
+        account.makeFolder(u"/d");
+        account.put(u"/d/f", std::string(600'000, 'f'));
+        EXPECT_EQ(store->verify(), std::vector<std::string>());
+        RawDatabase(folder.file("store.db")).run(sql);
+        std::string found;
+        for (const std::string& sentence : store->verify()) {
+            found += sentence + '\n';
+        }
+        EXPECT_NE(found.find(damage), found.npos) << sql << ": " << found;
+    }
+}
+
+TEST_F(StoreTest, ReadsOfDamagedContentFailInPlainWords) {
+    const auto onDisk = Store::open(folder.url());
+    const Account user(*onDisk, onDisk->createUser({.name = u"u"}));
+    user.put(u"/f", std::string(600'000, 'f'));
+    user.put(u"/g", "sound");
+    RawDatabase(folder.file("store.db")).run("delete from chunks where id = 2");
+    const auto read = [&] { user.get(u"/f"); };
+    EXPECT_EQ(codeOf(read), Code::INTERNAL_SERVER_ERROR);
+    EXPECT_EQ(causeOf(read), "the store's file is damaged");
+    EXPECT_EQ(user.get(u"/g"), "sound");
+}
+
+/// Ends the process with 0 when a full disk refused a file, said so, and harmed nothing.
+[[noreturn]] void fillSmallDisk(const std::string& mountPoint, const std::string& url) {
+    constexpr int cannotMount = 77;
+    if (::unshare(::geteuid() == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) != 0 ||
+        ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        ::mount("tmpfs", mountPoint.c_str(), "tmpfs", 0, "size=4m") != 0) {
+        ::_exit(cannotMount);
+    }
+    bool good = false;
+    {
+        const auto store = Store::open(url);
+        const Account account(*store, store->createUser({.name = u"main"}));
+        account.put(u"/kept", "kept");
+        std::vector<std::future<FileWriteResponse>> small;
+        auto big = account.files->createFileAsync(
+            createRequest({u"/big", u""}, std::string(8'000'000, 'b')));
+        for (char16_t c = u'a'; c < u'k'; ++c) {
+            small.push_back(account.files->createFileAsync(
+                createRequest({std::u16string(u"/") + c, u""}, "small")));
+        }
+        good = causeOf([&] { big.get(); }) == "the disk is full";
+        for (auto& each : small) {
+            good = good && codeOf([&] { each.get(); }) == std::nullopt;
+        }
+        good = good && account.get(u"/kept") == "kept" &&
+               account.list(u"/") == "a b c d e f g h i j kept" && store->verify().empty();
+    }
+    ::_exit(good ? 0 : 2);
+}
+
+TEST(StoreFileTest, AFullDiskIsToldAndHarmsNothing) {
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    const TemporaryFolder folder;
+    EXPECT_EXIT(
+        fillSmallDisk(folder.file(""), folder.url()),
+        [](int status) {
+            return testing::ExitedWithCode(0)(status) || testing::ExitedWithCode(77)(status);
+        },
+        "");
+}
+
+}  // namespace
+}  // namespace storage::kvxstore

@@ -1,0 +1,92 @@
+#include "StoreFixture.h"
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace storage::kvxstore {
+
+TemporaryFolder::TemporaryFolder() {
+    std::string name = std::filesystem::temp_directory_path() / "kvxstore-XXXXXX";
+    if (::mkdtemp(name.data()) == nullptr) {
+        throw std::runtime_error("cannot make a temporary folder");
+    }
+    path_ = name;
+}
+
+Account::Account(const Store& store, const std::string& token) : client(store.createClient()) {
+    client->withSessionId(client->login(LoginRequest().withToken(token)).getSessionId());
+    files = client->createFileAccess();
+}
+
+FileCreateRequest createRequest(const Resource& resource, const std::string& content) {
+    FileCreateRequest request(resource);
+    request.withContentType("text/plain").appendContent(content.data(), content.size());
+    return request;
+}
+
+FileWriteResponse Account::put(const std::u16string& path, const std::string& content,
+                               bool newVersion, const std::u16string& bucket) const {
+    FileCreateRequest request = createRequest({path, bucket}, content);
+    return files->createFile(request.withCreateNewVersion(newVersion));
+}
+
+std::string Account::get(const std::u16string& path, const std::u16string& bucket) const {
+    const auto body = files->readFile(FileReadRequest({path, bucket})).getResponseBody();
+    return {body.begin(), body.end()};
+}
+
+void Account::makeFolder(const std::u16string& path, const std::u16string& bucket) const {
+    files->createFolder(FolderCreateRequest({path, bucket}));
+}
+
+void Account::removeFolder(const std::u16string& path, bool force) const {
+    files->deleteFolder(FolderDeleteRequest({path, u""}).withForceRecursive(force));
+}
+
+void Account::move(const std::u16string& from, const std::u16string& to, bool overwrite) const {
+    files->move(MoveOrCopyRequest({from, u""}, {to, u""}).withTargetOverwrite(overwrite));
+}
+
+void Account::copy(const std::u16string& from, const std::u16string& to, bool overwrite) const {
+    files->copy(MoveOrCopyRequest({from, u""}, {to, u""}).withTargetOverwrite(overwrite));
+}
+
+FileAttributes Account::stat(const std::u16string& path) const {
+    return files->readFileAttributes(FileAttributesReadRequest({path, u""})).getFileAttributes();
+}
+
+std::string Account::list(const std::u16string& path, bool hidden) const {
+    const auto response = files->listFolder(FolderListRequest({path, u""}).withShowHidden(hidden));
+    std::string names;
+    for (const FolderSummary& folder : response.getFolders()) {
+        names += Resource(u"", folder.getName()).getUTF8Bucket() + "/ ";
+    }
+    for (const FileSummary& file : response.getFiles()) {
+        names += Resource(u"", file.getName()).getUTF8Bucket() + ' ';
+    }
+    return names.empty() ? names : names.substr(0, names.size() - 1);
+}
+
+std::optional<Code> codeOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const KVXClientException& error) {
+        return error.getErrorCode();
+    }
+    return std::nullopt;
+}
+
+std::string causeOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const KVXClientException& error) {
+        try {
+            std::rethrow_if_nested(error);
+        } catch (const std::runtime_error& cause) {
+            return cause.what();
+        }
+    }
+    return {};
+}
+
+}  // namespace storage::kvxstore

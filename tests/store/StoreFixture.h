@@ -1,0 +1,71 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "storage/kvxclient/FileAccess.h"
+#include "storage/kvxclient/KVXClientException.h"
+#include "storage/kvxstore/Store.h"
+
+namespace storage::kvxstore {
+
+using namespace kvxclient;
+using Code = KVXClientErrorCode;
+
+/// A folder that goes with the object.
+class TemporaryFolder {
+public:
+    TemporaryFolder();
+    ~TemporaryFolder() { std::filesystem::remove_all(path_); }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    std::string file(const std::string& name) const { return path_ / name; }
+    std::string url(const std::string& name = "store.db") const { return "sqlite://" + file(name); }
+
+private:
+    std::filesystem::path path_;
+};
+
+/// A user who is logged in, and short words for what he does in his own bucket or another.
+struct Account {
+    Account(const Store& store, const std::string& token);
+
+    FileWriteResponse put(const std::u16string& path, const std::string& content,
+                          bool newVersion = false, const std::u16string& bucket = u"") const;
+    std::string get(const std::u16string& path, const std::u16string& bucket = u"") const;
+    void makeFolder(const std::u16string& path, const std::u16string& bucket = u"") const;
+    void removeFolder(const std::u16string& path, bool force) const;
+    void move(const std::u16string& from, const std::u16string& to, bool overwrite = false) const;
+    void copy(const std::u16string& from, const std::u16string& to, bool overwrite = false) const;
+    FileAttributes stat(const std::u16string& path) const;
+    /// Names in listing order, folders first and with a slash at the end.
+    std::string list(const std::u16string& path, bool hidden = false) const;
+
+    std::unique_ptr<KVXClient> client;
+    std::unique_ptr<FileAccess> files;
+};
+
+FileCreateRequest createRequest(const Resource& resource, const std::string& content);
+
+/// The code that the action fails with; nothing when it succeeds.
+std::optional<Code> codeOf(const std::function<void()>& action);
+
+/// The cause nested in the exception that the action fails with.
+std::string causeOf(const std::function<void()>& action);
+
+/// A store with one user "main", in memory unless a test opens another.
+class StoreTest : public testing::Test {
+protected:
+    TemporaryFolder folder;
+    std::shared_ptr<Store> store = Store::open("sqlite::memory:");
+    std::string token = store->createUser({.name = u"main"});
+    Account account{*store, token};
+};
+
+}  // namespace storage::kvxstore
