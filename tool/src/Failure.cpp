@@ -42,8 +42,7 @@ Meaning meaningOf(KVXClientErrorCode code) {
         case KVXClientErrorCode::PARENT_RESOURCE_NOT_FOUND:
             return {ExitCode::NOT_FOUND, "no such folder to hold it"};
         case KVXClientErrorCode::CONFLICT:
-            return {ExitCode::CONFLICT,
-                    "something of another kind, or of that name, is in the way"};
+            return {ExitCode::CONFLICT, "something else of that name is in the way"};
         case KVXClientErrorCode::FOLDER_NOT_EMPTY:
             return {ExitCode::CONFLICT, "the folder is not empty"};
         case KVXClientErrorCode::QUOTA_EXCEEDED:
@@ -74,7 +73,7 @@ Meaning meaningOf(const std::error_code& error) {
         case std::errc::read_only_file_system:
             return {ExitCode::REFUSED, "the file system is read-only"};
         case std::errc::file_exists:
-            return {ExitCode::CONFLICT, "something of that name is in the way"};
+            return {ExitCode::CONFLICT, "something else of that name is in the way"};
         case std::errc::not_a_directory:
             return {ExitCode::CONFLICT, "a part of the path is not a folder"};
         case std::errc::is_a_directory:
@@ -109,7 +108,7 @@ Failure Failure::of(const std::string& subject, const std::exception_ptr& error)
         const Meaning meaning = meaningOf(exception.getErrorCode());
         return {meaning.code, subject, meaning.words + nestedCause(exception)};
     } catch (const kvxstore::StoreError& exception) {
-        return {ExitCode::STORE_FAILED, subject, exception.what() + nestedCause(exception)};
+        return {ExitCode::STORE_FAILED, "", exception.what()};  // It names what it is about.
     } catch (const std::system_error& exception) {
         const Meaning meaning = meaningOf(exception.code());
         return {meaning.code, subject,

@@ -54,6 +54,9 @@ void makeFolder(const FileAccess& files, const RemoteName& name, bool withParent
 }
 
 void remove(const FileAccess& files, const RemoteName& name, bool recursive) {
+    if (name.isRoot()) {
+        throw Failure(ExitCode::REFUSED, name.text(), "the root of a bucket cannot be removed");
+    }
     if (!readEntry(files, name).folder) {
         files.deleteFile({name.resource()});
     } else if (recursive) {

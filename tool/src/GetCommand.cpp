@@ -54,7 +54,12 @@ void cat(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
          const std::vector<RemoteName>& sources) {
     Download download(files, diagnostics);
     for (const RemoteName& source : sources) {
-        diagnostics.guard(source.text(), [&] { download.print(source); });
+        diagnostics.guard(source.text(), [&] {
+            if (readEntry(files, source).folder) {
+                throw Failure(ExitCode::CONFLICT, source.text(), "it is a folder");
+            }
+            download.print(source);
+        });
     }
 }
 

@@ -8,6 +8,7 @@
 namespace storage::kvxtool {
 
 void endCleanlyOnSignals(Progress& progress) {
+    std::signal(SIGXFSZ, SIG_IGN);
     sigset_t signals;
     sigemptyset(&signals);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {

@@ -133,6 +133,9 @@ void stat(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
     for (const std::string& name : names) {
         diagnostics.guard(name, [&] {
             const RemoteName remote = RemoteName::parse(name);
+            if (remote.hasTrailingSlash()) {
+                requireFolder(files, remote);
+            }
             kvxclient::FileAttributesReadRequest request(remote.resource());
             request.withSharingMetadata(true);
             const auto response = files.readFileAttributes(std::move(request));

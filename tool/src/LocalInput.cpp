@@ -35,8 +35,8 @@ LocalInput::~LocalInput() {
 void LocalInput::readInto(kvxclient::FileCreateRequest& request) {
     constexpr unsigned long BUFFER_SIZE = 4UL << 20U;
     unsigned long chunk = size_ == 0 ? BUFFER_SIZE : size_;
-    // The content grows by doubling: from a chunk that is the size over a power of two, its last
-    // growth ends at the size, not far above.
+    // The content grows by doubling, and copies what it has. From a chunk that is the size over a
+    // power of two it ends exactly at the size, and never takes more than that while it grows.
     while (chunk > BUFFER_SIZE) {
         chunk = (chunk + 1) / 2;
     }

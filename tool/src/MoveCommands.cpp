@@ -28,6 +28,9 @@ void moveOne(const FileAccess& files, const RemoteName& source, const RemoteTarg
     if (target == source) {
         throw Failure(ExitCode::CONFLICT, source.text(), "source and target are the same");
     }
+    if (target.isBelow(source)) {
+        throw Failure(ExitCode::CONFLICT, source.text(), "it cannot go into itself");
+    }
     if (const std::optional<RemoteEntry> existing = findEntry(files, target)) {
         if (options.keepExisting) {
             return;

@@ -61,8 +61,7 @@ void Progress::printAround(const std::function<void()>& print) {
 }
 
 void Progress::draw() {
-    const std::string text = "\r" + line(terminalWidth() - 1) + "\x1b[K";
-    std::fputs(text.c_str(), stderr);
+    std::fprintf(stderr, "\r%s\x1b[K", line(terminalWidth() - 1).c_str());
     drawn_ = true;
 }
 
@@ -81,8 +80,8 @@ std::string Progress::line(std::size_t width) const {
     const double all = static_cast<double>(totalBytes_ + totalFiles_);
     const double part = all > 0 ? std::min(1.0, static_cast<double>(bytes + files_) / all) : 0.0;
 
-    std::string numbers = " " + std::to_string(static_cast<int>(part * 100)) + "%  " +
-                          humanSize(bytes) + "/" + humanSize(totalBytes_) + "  ";
+    std::string numbers = std::to_string(static_cast<int>(part * 100)) + "%  " + humanSize(bytes) +
+                          "/" + humanSize(totalBytes_) + "  ";
     if (totalFiles_ > 1) {
         numbers += std::to_string(files_) + "/" + std::to_string(totalFiles_) + " files  ";
     }
@@ -92,9 +91,10 @@ std::string Progress::line(std::size_t width) const {
     if (width < numbers.size() + 10) {
         return numbers.substr(0, width);
     }
-    const std::size_t bar = std::min(LONGEST_BAR, width - numbers.size() - 2);
-    const auto filled = static_cast<std::size_t>(part * static_cast<double>(bar));
-    return "[" + std::string(filled, '#') + std::string(bar - filled, '-') + "]" + numbers;
+    std::string bar(std::min(LONGEST_BAR, width - numbers.size() - 3), '-');
+    const auto filled = static_cast<long>(part * static_cast<double>(bar.size()));
+    std::fill_n(bar.begin(), filled, '#');
+    return '[' + bar + "] " + numbers;
 }
 
 }  // namespace storage::kvxtool

@@ -15,9 +15,9 @@ public:
 
     enum class Form { ANY, WITH_COLON };
 
-    /// Reads "bucket:/path", ":/path" or, where only a remote name can be meant, "/path". Trailing
-    /// slashes are taken off and remembered. Throws Failure for anything else, and for what is not
-    /// UTF-8.
+    /// Reads "bucket:/path", ":/path" or, where only a remote name can be meant, "/path". A bucket
+    /// alone, "bucket:", is its root. Trailing slashes are taken off and remembered. Throws Failure
+    /// for anything else, and for what is not UTF-8.
     static RemoteName parse(const std::string& argument, Form form = Form::ANY);
 
     RemoteName child(const std::u16string& name) const;
@@ -34,6 +34,8 @@ public:
     /// As a person would write it: "/path", or "bucket:/path".
     std::string text() const;
 
+    /// Whether it names something below `folder`.
+    bool isBelow(const RemoteName& folder) const;
     bool operator==(const RemoteName& other) const {
         return path_ == other.path_ && bucket_ == other.bucket_;
     }

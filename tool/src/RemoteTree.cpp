@@ -37,8 +37,12 @@ std::future<FolderListResponse> startListing(const FileAccess& files, const Remo
 RemoteEntry readEntry(const FileAccess& files, const RemoteName& name) {
     const kvxclient::FileAttributes attributes =
         files.readFileAttributes({name.resource()}).getFileAttributes();
-    return {attributes.getName(), attributes.getType() == "FOLDER", attributes.getWritable(),
-            attributes.getSize(), modifiedOf(attributes)};
+    const bool folder = attributes.getType() == "FOLDER";
+    if (name.hasTrailingSlash() && !folder) {
+        throw Failure(ExitCode::CONFLICT, name.text(), "it is a file, not a folder");
+    }
+    return {attributes.getName(), folder, attributes.getWritable(), attributes.getSize(),
+            modifiedOf(attributes)};
 }
 
 std::optional<RemoteEntry> findEntry(const FileAccess& files, const RemoteName& name) {
@@ -109,9 +113,6 @@ RemoteTarget::RemoteTarget(const FileAccess& files, const RemoteName& target, bo
     : target_(target), folder_(target.hasTrailingSlash()) {
     const std::optional<RemoteEntry> entry = findEntry(files, target);
     folder_ = folder_ || (entry && entry->folder);
-    if (folder_ && entry && !entry->folder) {
-        throw Failure(ExitCode::CONFLICT, target.text(), "it is a file, not a folder");
-    }
     if (severalSources && !(entry && entry->folder)) {
         throw Failure(entry ? ExitCode::CONFLICT : ExitCode::NOT_FOUND, target.text(),
                       entry ? "it is a file, and several sources need a folder"

@@ -22,7 +22,8 @@ struct RemoteEntry {
     std::chrono::system_clock::time_point modified;
 };
 
-/// Reads what a name stands for. Throws when there is nothing.
+/// Reads what a name stands for. Throws when there is nothing, or a file where the name has a
+/// trailing slash.
 RemoteEntry readEntry(const kvxclient::FileAccess& files, const RemoteName& name);
 /// The same, but empty when there is nothing.
 std::optional<RemoteEntry> findEntry(const kvxclient::FileAccess& files, const RemoteName& name);
