@@ -6,7 +6,6 @@
 #include "Commands.h"
 #include "Failure.h"
 #include "Interrupt.h"
-#include "Session.h"
 #include "Text.h"
 
 namespace storage::kvxtool {
@@ -78,14 +77,6 @@ int run(const std::string& command, const Invocation& invocation) {
 }
 
 }  // namespace
-
-void Invocation::runInSession(
-    std::function<void(const kvxclient::FileAccess&, Diagnostics&)> action) {
-    run = [action = std::move(action)](const StoreLocation& location, Diagnostics& diagnostics) {
-        const Session session(location);
-        action(session.files(), diagnostics);
-    };
-}
 
 }  // namespace storage::kvxtool
 
