@@ -22,6 +22,9 @@ std::string openError(const std::string& url, CreateMode mode = CreateMode::CREA
 }
 
 std::string bytesOf(const std::string& path) {
+    if (!std::filesystem::is_regular_file(path)) {
+        return {};
+    }
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
@@ -51,7 +54,7 @@ TEST(StoreFileTest, RefusesWhatItCannotOpenAndLeavesItAlone) {
         {folder.url("short"), CREATE_IF_MISSING, "not a store file: "},
         {folder.url("foreign"), CREATE_IF_MISSING, "not a store file: "},
         {folder.url("empty"), MUST_EXIST, "not a store file: "},
-        {folder.url(""), CREATE_IF_MISSING, "not a store file: "},
+        {folder.url(""), CREATE_IF_MISSING, "Is a directory"},
         {folder.url("none"), MUST_EXIST, "No such file or directory"},
         {folder.url("none/store"), CREATE_IF_MISSING, "No such file or directory"},
         {folder.url("store"), MUST_BE_NEW, "there is a file already: "},
@@ -166,9 +169,10 @@ TEST_F(StoreTest, ReadsOfDamagedContentFailInPlainWords) {
     EXPECT_EQ(user.get(u"/g"), "sound");
 }
 
+constexpr int cannotMount = 77;
+
 /// Ends the process with 0 when a full disk refused a file, said so, and harmed nothing.
 [[noreturn]] void fillSmallDisk(const std::string& mountPoint, const std::string& url) {
-    constexpr int cannotMount = 77;
     if (::unshare(::geteuid() == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) != 0 ||
         ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
         ::mount("tmpfs", mountPoint.c_str(), "tmpfs", 0, "size=4m") != 0) {
@@ -199,12 +203,15 @@ TEST_F(StoreTest, ReadsOfDamagedContentFailInPlainWords) {
 TEST(StoreFileTest, AFullDiskIsToldAndHarmsNothing) {
     testing::GTEST_FLAG(death_test_style) = "threadsafe";
     const TemporaryFolder folder;
-    EXPECT_EXIT(
-        fillSmallDisk(folder.file(""), folder.url()),
-        [](int status) {
-            return testing::ExitedWithCode(0)(status) || testing::ExitedWithCode(77)(status);
-        },
-        "");
+    bool mounted = true;
+    const auto succeeded = [&](int status) {
+        mounted = !testing::ExitedWithCode(cannotMount)(status);
+        return !mounted || testing::ExitedWithCode(0)(status);
+    };
+    EXPECT_EXIT(fillSmallDisk(folder.file(""), folder.url()), succeeded, "");
+    if (!mounted) {
+        GTEST_SKIP() << "this system lets tests mount no small disk";
+    }
 }
 
 }  // namespace

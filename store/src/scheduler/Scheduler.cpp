@@ -44,8 +44,8 @@ void Scheduler::read(database::Connection& connection) {
     onStoreThread() = true;
     while (!reads_.isClosed()) {
         for (std::unique_ptr<Job>& job : reads_.pop(1, 0, std::chrono::hours(1))) {
-            const auto error = job->isCancelled() ? nullptr : runSnapshot(connection, *job);
-            completions_.post(std::move(job), error);
+            auto error = job->isCancelled() ? nullptr : runSnapshot(connection, *job);
+            completions_.post(std::move(job), std::move(error));
         }
     }
 }

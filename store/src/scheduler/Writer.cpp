@@ -31,9 +31,9 @@ void Writer::work() {
     for (;;) {
         Jobs jobs = queue_.pop(batchJobs, batchWeight, choreDue ? idleTime : forever);
         if (!jobs.empty()) {
-            const auto errors = commitTogether(jobs);
+            auto errors = commitTogether(jobs);
             for (std::size_t i = 0; i < jobs.size(); ++i) {
-                completions_.post(std::move(jobs[i]), errors[i]);
+                completions_.post(std::move(jobs[i]), std::move(errors[i]));
             }
             choreDue = true;
         } else if (queue_.isClosed()) {
