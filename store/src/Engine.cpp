@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <thread>
 
-#include "operations/Context.h"
+#include "database/SqliteFile.h"
 #include "operations/Maintenance.h"
 #include "storage/kvxstore/Store.h"
 

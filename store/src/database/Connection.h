@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <stdexcept>
@@ -81,7 +82,13 @@ public:
     std::int64_t number(std::string_view sql, std::initializer_list<Value> values = {});
 };
 
-/// Undone unless committed. The constructor waits up to ten seconds for other programs.
+/// Makes one more connection to an opened database; the database lives as long as one of them.
+using Connector = std::function<std::unique_ptr<Connection>()>;
+
+/// Runs the action, again and again for up to ten seconds while another program is in its way.
+void retryWhileBusy(const std::function<void()>& action);
+
+/// Undone unless committed. The constructor retries while busy.
 class Transaction {
 public:
     Transaction(Connection& connection, Access access);

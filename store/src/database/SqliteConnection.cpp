@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <limits>
 #include <thread>
 
 namespace storage::kvxstore::database {
@@ -145,6 +146,10 @@ SqliteConnection::SqliteConnection(SqliteLocation location) : location_(std::mov
     check(database, code);
     if (sqlite3_db_readonly(database, "main") == 1) {
         throw failure(database, SQLITE_READONLY);
+    }
+    if (location_.turn) {
+        sqlite3_int64 limit = std::numeric_limits<sqlite3_int64>::max();
+        sqlite3_file_control(database, "main", SQLITE_FCNTL_SIZE_LIMIT, &limit);
     }
     check(database, sqlite3_busy_handler(database, waitBriefly, nullptr));
     execute("pragma synchronous = full");

@@ -115,7 +115,7 @@ public:
     std::vector<Bucket> listBuckets() const;
 
     /// Walks through everything and returns a sentence for each kind of damage found; empty for a
-    /// sound store. Reads all of the file: slow on a large one, without holding up other calls.
+    /// sound store. Reads all of the file, and takes one of the reading threads for that time.
     std::vector<std::string> verify() const;
 
     /// Purges what was deleted or has expired, which otherwise happens in idle moments.
