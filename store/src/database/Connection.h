@@ -77,6 +77,8 @@ public:
     virtual void rollback() noexcept = 0;
     /// False also when the database itself undid the transaction after a failure.
     virtual bool inTransaction() const = 0;
+    /// Whether the latest begin() found another program in its way.
+    virtual bool hadToWait() const = 0;
 
     /// The one integer of the one row of a query that always has one.
     std::int64_t number(std::string_view sql, std::initializer_list<Value> values = {});
