@@ -13,13 +13,17 @@ function(kvx_target target standard)
         $<$<BOOL:${KVXCLIENT_WERROR}>:-Werror>)
 endfunction()
 
-# A shared library with its exported name, headers and version.
+# A shared library: its exported name, its version, and of its symbols only the interface's.
 function(kvx_shared_library target)
     add_library(kvxclient::${target} ALIAS ${target})
     set_target_properties(${target} PROPERTIES
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
         EXPORT_NAME ${target})
+    string(LENGTH ${target} name_length)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/exports.map.in ${target}.map @ONLY)
+    target_link_options(${target} PRIVATE
+        LINKER:--version-script=${CMAKE_CURRENT_BINARY_DIR}/${target}.map)
     if(NOT KVXCLIENT_SANITIZE)  # Sanitizers resolve their own symbols at run time.
         target_link_options(${target} PRIVATE LINKER:--no-undefined)
     endif()

@@ -7,42 +7,11 @@
 #include <thread>
 #include <vector>
 
-#include "storage/kvxclient.h"
 #include "support/ScriptedServices.h"
 
 using namespace storage::kvxclient;
 
 namespace {
-
-struct ScriptedClient : KVXClient {
-    using KVXClient::KVXClient;
-    using KVXClient::login;
-    using KVXClient::logout;
-    using KVXClient::ping;
-    void ping(CompletionHandler<PingResponse> handler) const override {
-        handler(PingResponse().withValue("alive"), nullptr);
-    }
-    void login(LoginRequest request, CompletionHandler<LoginResponse> handler) const override {
-        if (request == LoginRequest().withToken("good")) {
-            handler(LoginResponse().withSessionId("s1").withMinutesBeforeRelogin(60), nullptr);
-        } else {
-            handler({},
-                    std::make_exception_ptr(KVXClientException(KVXClientErrorCode::INVALID_TOKEN)));
-        }
-    }
-    void logout(LogoutRequest, CompletionHandler<LogoutResponse> handler) const override {
-        handler({}, nullptr);
-    }
-    std::unique_ptr<FileAccess> createFileAccess() const override { return nullptr; }
-    std::unique_ptr<AccessControl> createAccessControl() const override { return nullptr; }
-    std::unique_ptr<ConfigurationManagement> createConfigurationManagement() const override {
-        return nullptr;
-    }
-    std::unique_ptr<Notification> createNotification() const override { return nullptr; }
-    std::unique_ptr<IVersioning> createVersioning() const override { return nullptr; }
-    void cancelPendingCalls() const override {}
-    void waitForPendingCalls() const override {}
-};
 
 std::string encoded(const std::string& text) {
     ScriptedClient client("e");

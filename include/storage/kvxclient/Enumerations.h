@@ -67,13 +67,13 @@ enum class PublicAccessPolicy : std::int32_t {
 /// Returns the service's word for the value, which is the enumerator's name; "UNKNOWN" for a value
 /// that is no enumerator.
 KVXCLIENT_EXPORT std::string toString(AccessType value);
-/// @copydoc toString(AccessType)
+/// Returns the word for a FileCreateMode, on the terms of toString(AccessType).
 KVXCLIENT_EXPORT std::string toString(FileCreateMode value);
-/// @copydoc toString(AccessType)
+/// Returns the word for a FileHandleCloseOperation, on the terms of toString(AccessType).
 KVXCLIENT_EXPORT std::string toString(FileHandleCloseOperation value);
-/// @copydoc toString(AccessType)
+/// Returns the word for an InvitationStatus, on the terms of toString(AccessType).
 KVXCLIENT_EXPORT std::string toString(InvitationStatus value);
-/// @copydoc toString(AccessType)
+/// Returns the word for an InvitationType, on the terms of toString(AccessType).
 KVXCLIENT_EXPORT std::string toString(InvitationType value);
 
 /// Returns the enumerator whose word is exactly `text`.
@@ -81,9 +81,9 @@ KVXCLIENT_EXPORT std::string toString(InvitationType value);
 /// @throws std::runtime_error "Unknown access type!" when there is none. All three readers say so,
 ///     whatever they read: callers match on this one text.
 KVXCLIENT_EXPORT AccessType stringToAccessType(const std::string& text);
-/// @copydoc stringToAccessType
+/// Reads the word of an InvitationStatus, on the terms of stringToAccessType().
 KVXCLIENT_EXPORT InvitationStatus stringToInvitationStatus(const std::string& text);
-/// @copydoc stringToAccessType
+/// Reads the word of an InvitationType, on the terms of stringToAccessType().
 KVXCLIENT_EXPORT InvitationType stringToInvitationType(const std::string& text);
 
 }  // namespace storage::kvxclient

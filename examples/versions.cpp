@@ -1,0 +1,40 @@
+// Lists the versions of a file and restores one, through a small transport of one's own.
+
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+
+#include "transport/NumberedBackups.h"
+
+using namespace storage::kvxclient;
+
+namespace {
+
+void write(const std::filesystem::path& file, const char* text) { std::ofstream(file) << text; }
+
+}  // namespace
+
+int main() {
+    std::string name = std::filesystem::temp_directory_path() / "kvx-example-XXXXXX";
+    const std::filesystem::path folder = mkdtemp(name.data());
+    write(folder / "report.~1~", "draft\n");
+    write(folder / "report.~2~", "review\n");
+    write(folder / "report", "final\n");
+    {
+        const example::NumberedBackups versions(folder);
+        const Resource report(u"/report", u"");
+
+        for (const auto& version : versions.listVersions(report).getVersions()) {
+            std::cout << "version " << version.getVersionLabel() << '\n';
+        }
+        versions.restoreVersion(VersionRestoreRequest(report).withVersionLabel(1));
+        std::cout << std::ifstream(folder / "report").rdbuf();
+
+        try {
+            versions.listVersions(Resource(u"/../etc/passwd", u""));
+        } catch (const KVXClientException& error) {
+            std::cout << error.what() << '\n';
+        }
+    }
+    std::filesystem::remove_all(folder);
+}

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <future>
+#include <utility>
+
+namespace storage::kvxtool {
+
+/// Calls of one kind in flight at once, bounded in number and in the bytes they carry, and
+/// completed on the caller's thread in the order in which they were started.
+template <class Response>
+class CallWindow {
+public:
+    /// Takes the future of a completed call: get() gives its response or throws its error.
+    using Completion = std::function<void(std::future<Response>&)>;
+
+    static constexpr std::size_t MAX_CALLS = 64;
+    static constexpr std::size_t MAX_BYTES = std::size_t{16} << 20U;
+
+    /// Completes calls until another one that carries `bytes` fits in. More than MAX_BYTES fit in
+    /// when nothing else is in flight.
+    void makeRoom(std::size_t bytes = 0) {
+        while (!calls_.empty() && (calls_.size() >= MAX_CALLS || bytes_ + bytes > MAX_BYTES)) {
+            completeFirst();
+        }
+    }
+
+    void add(std::future<Response> future, Completion completion, std::size_t bytes = 0) {
+        makeRoom(bytes);
+        bytes_ += bytes;
+        calls_.push_back({std::move(future), std::move(completion), bytes});
+    }
+
+    /// Completes every call.
+    void drain() {
+        while (!calls_.empty()) {
+            completeFirst();
+        }
+    }
+
+private:
+    struct Call {
+        std::future<Response> future;
+        Completion completion;
+        std::size_t bytes;
+    };
+
+    void completeFirst() {
+        Call call = std::move(calls_.front());
+        calls_.pop_front();
+        call.future.wait();
+        bytes_ -= call.bytes;
+        call.completion(call.future);
+    }
+
+    std::deque<Call> calls_;
+    std::size_t bytes_ = 0;
+};
+
+}  // namespace storage::kvxtool

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <CLI/App.hpp>
+#include <functional>
+#include <string>
+
+#include "Diagnostics.h"
+#include "StoreLocation.h"
+#include "storage/kvxclient/FileAccess.h"
+
+namespace storage::kvxtool {
+
+/// What the command line asks for. Each command, when it is parsed, sets `run`.
+struct Invocation {
+    std::string store;
+    bool quiet = false;
+    std::function<void(const StoreLocation&, Diagnostics&)> run;
+
+    /// Sets `run` to call `action` in a session with the store.
+    void runInSession(std::function<void(const kvxclient::FileAccess&, Diagnostics&)> action);
+};
+
+// Each adds commands to the program. `invocation` must outlive it.
+void addInit(CLI::App& program, Invocation& invocation);
+void addPut(CLI::App& program, Invocation& invocation);
+void addGetAndCat(CLI::App& program, Invocation& invocation);
+void addLsAndStat(CLI::App& program, Invocation& invocation);
+void addMkdirAndRm(CLI::App& program, Invocation& invocation);
+void addMvAndCp(CLI::App& program, Invocation& invocation);
+
+}  // namespace storage::kvxtool

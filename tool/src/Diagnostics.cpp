@@ -1,0 +1,26 @@
+#include "Diagnostics.h"
+
+#include <cstdio>
+
+#include "Text.h"
+
+namespace storage::kvxtool {
+
+void Diagnostics::fail(const Failure& failure) {
+    print(failure.subject(), failure.what());
+    const bool first = exitCode_ == ExitCode::OK;
+    exitCode_ = first || exitCode_ == failure.code() ? failure.code() : ExitCode::FAILED;
+}
+
+void Diagnostics::warn(const std::string& subject, const std::string& text) {
+    print(subject, text);
+}
+
+void Diagnostics::print(const std::string& subject, const std::string& text) {
+    // Escaped wherever it goes: a message is one line.
+    const std::string line = "kvx: " + command_ + ": " + escaped(subject) +
+                             (subject.empty() ? "" : ": ") + escaped(text) + "\n";
+    progress_.printAround([&] { std::fputs(line.c_str(), stderr); });
+}
+
+}  // namespace storage::kvxtool

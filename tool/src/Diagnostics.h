@@ -1,0 +1,48 @@
+#pragma once
+
+#include <exception>
+#include <string>
+
+#include "Failure.h"
+#include "Progress.h"
+
+namespace storage::kvxtool {
+
+/// What a command says on standard error, and the exit code that follows from it.
+class Diagnostics {
+public:
+    Diagnostics(std::string command, bool quiet)
+        : command_(std::move(command)), progress_(!quiet) {}
+
+    /// Reports a failure and remembers its exit code: the code of all failures when they agree,
+    /// else ExitCode::FAILED.
+    void fail(const Failure& failure);
+
+    /// Reports what is worth knowing and no failure.
+    void warn(const std::string& subject, const std::string& text);
+
+    /// Calls `action`, and reports what it throws as a failure with `subject`. Returns whether
+    /// nothing was thrown.
+    template <class Action>
+    bool guard(const std::string& subject, Action&& action) {
+        try {
+            action();
+            return true;
+        } catch (...) {
+            fail(Failure::of(subject, std::current_exception()));
+            return false;
+        }
+    }
+
+    Progress& progress() { return progress_; }
+    ExitCode exitCode() const { return exitCode_; }
+
+private:
+    void print(const std::string& subject, const std::string& text);
+
+    std::string command_;
+    Progress progress_;
+    ExitCode exitCode_ = ExitCode::OK;
+};
+
+}  // namespace storage::kvxtool

@@ -1,0 +1,108 @@
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <clocale>
+#include <iostream>
+
+#include "Commands.h"
+#include "Failure.h"
+#include "Interrupt.h"
+#include "Session.h"
+#include "Text.h"
+
+namespace storage::kvxtool {
+namespace {
+
+const char* const NAMES_AND_STORE =
+    "Names in the store:\n"
+    "  :/docs/a.txt      in your own bucket\n"
+    "  team:/docs/a.txt  in the bucket \"team\"\n"
+    "  /docs/a.txt       short for :/docs/a.txt, where no local name can be meant\n"
+    "A local name with a colon before its first slash is written ./a:b. Names that begin with a\n"
+    "dash follow --. Names are UTF-8.\n"
+    "\n"
+    "The store is the one that --store or KVX_STORE names, by URL (sqlite:///srv/store.db) or\n"
+    "path, else kvx/store.db in the user's data folder (XDG_DATA_HOME, ~/.local/share). The token\n"
+    "to log in with is KVX_TOKEN, or else the one that kvx init kept in the user's state folder\n"
+    "(XDG_STATE_HOME, ~/.local/state).\n"
+    "\n";
+
+/// The parser reads "[a,b]" as a list and "++" as an end of options: as paths they say the same.
+std::string protectedArgument(std::string argument) {
+    const bool list = argument.starts_with('[') && argument.ends_with(']');
+    return list || argument == "++" ? "./" + argument : argument;
+}
+
+/// What is wrong with the command line, in one line.
+std::string usageError(const CLI::App* program, const CLI::Error& error) {
+    const std::vector<std::string> unexpected = program->remaining();
+    const auto commands = program->get_subcommands();
+    const std::string command = commands.empty() ? "" : " " + commands.front()->get_name();
+    const std::string reason = commands.empty() && !unexpected.empty()
+                                   ? unexpected.front() + ": there is no such command"
+                                   : error.what();
+    return "kvx:" + (command.empty() ? "" : command + ":") + " " + escaped(reason) + "\n" +
+           "Try: kvx" + command + " --help\n";
+}
+
+void addCommands(CLI::App& program, Invocation& invocation) {
+    program.set_help_flag("--help", "Show this help");
+    program.set_version_flag("--version", "kvx " KVX_VERSION, "Show the version");
+    program.footer(std::string(NAMES_AND_STORE) + EXIT_CODES);
+    program.failure_message(usageError);
+    program.require_subcommand(1);
+    program.fallthrough();
+    program.add_option("--store", invocation.store, "The store to work on, by URL or path")
+        ->type_name("URL");
+    program.add_flag("-q,--quiet", invocation.quiet, "Show no progress, only errors");
+
+    addInit(program, invocation);
+    addPut(program, invocation);
+    addGetAndCat(program, invocation);
+    addLsAndStat(program, invocation);
+    addMkdirAndRm(program, invocation);
+    addMvAndCp(program, invocation);
+}
+
+int run(const std::string& command, const Invocation& invocation) {
+    Diagnostics diagnostics(command, invocation.quiet);
+    endCleanlyOnSignals(diagnostics.progress());
+    diagnostics.guard("",
+                      [&] { invocation.run(StoreLocation::find(invocation.store), diagnostics); });
+    diagnostics.guard("standard output", [] {
+        errno = 0;
+        if (!std::cout.flush()) {
+            throw std::system_error(errno != 0 ? errno : EIO, std::generic_category());
+        }
+    });
+    return static_cast<int>(diagnostics.exitCode());
+}
+
+}  // namespace
+
+void Invocation::runInSession(
+    std::function<void(const kvxclient::FileAccess&, Diagnostics&)> action) {
+    run = [action = std::move(action)](const StoreLocation& location, Diagnostics& diagnostics) {
+        const Session session(location);
+        action(session.files(), diagnostics);
+    };
+}
+
+}  // namespace storage::kvxtool
+
+int main(int argc, char** argv) {
+    using namespace storage::kvxtool;
+    std::ios::sync_with_stdio(false);
+
+    CLI::App program("Works with the files of a store", "kvx");
+    Invocation invocation;
+    addCommands(program, invocation);
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    std::transform(arguments.begin(), arguments.end(), arguments.begin(), protectedArgument);
+    std::reverse(arguments.begin(), arguments.end());  // As the parser takes them.
+    try {
+        program.parse(std::move(arguments));
+    } catch (const CLI::ParseError& error) {
+        return program.exit(error) == 0 ? 0 : static_cast<int>(ExitCode::USAGE);
+    }
+    return run(program.get_subcommands().front()->get_name(), invocation);
+}

@@ -1,0 +1,123 @@
+#include "RemoteTree.h"
+
+#include <algorithm>
+#include <future>
+
+#include "Failure.h"
+#include "storage/kvxclient/KVXClientException.h"
+
+namespace storage::kvxtool {
+namespace {
+
+using kvxclient::FileAccess;
+using kvxclient::FolderListResponse;
+
+constexpr std::size_t LISTINGS_AHEAD = 16;
+
+/// Files and folders, and what reads their attributes, have these in common.
+template <class Summary>
+std::chrono::system_clock::time_point modifiedOf(const Summary& summary) {
+    const auto byClient = summary.getClientLastModified();
+    return byClient.time_since_epoch().count() != 0 ? byClient : summary.getLastModified();
+}
+
+struct Pending {
+    RemoteName folder;
+    std::future<FolderListResponse> listing;
+};
+
+std::future<FolderListResponse> startListing(const FileAccess& files, const RemoteName& folder,
+                                             bool showHidden) {
+    kvxclient::FolderListRequest request(folder.resource());
+    return files.listFolderAsync(std::move(request.withShowHidden(showHidden)));
+}
+
+}  // namespace
+
+RemoteEntry readEntry(const FileAccess& files, const RemoteName& name) {
+    const kvxclient::FileAttributes attributes =
+        files.readFileAttributes({name.resource()}).getFileAttributes();
+    const bool folder = attributes.getType() == "FOLDER";
+    if (name.hasTrailingSlash() && !folder) {
+        throw Failure(ExitCode::CONFLICT, name.text(), "it is a file, not a folder");
+    }
+    return {attributes.getName(), folder, attributes.getWritable(), attributes.getSize(),
+            modifiedOf(attributes)};
+}
+
+std::optional<RemoteEntry> findEntry(const FileAccess& files, const RemoteName& name) {
+    try {
+        return readEntry(files, name);
+    } catch (const kvxclient::KVXClientException& error) {
+        if (error.getErrorCode() != kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND) {
+            throw;
+        }
+        return std::nullopt;
+    }
+}
+
+void requireFolder(const FileAccess& files, const RemoteName& name) {
+    if (!readEntry(files, name).folder) {
+        throw Failure(ExitCode::CONFLICT, name.text(), "it is a file, not a folder");
+    }
+}
+
+std::vector<RemoteEntry> entriesOf(const FolderListResponse& response) {
+    std::vector<RemoteEntry> entries;
+    for (const kvxclient::FolderSummary& folder : response.getFolders()) {
+        entries.push_back({folder.getName(), true, folder.isWritable(), 0, modifiedOf(folder)});
+    }
+    for (const kvxclient::FileSummary& file : response.getFiles()) {
+        entries.push_back(
+            {file.getName(), false, file.isWritable(), file.getSize(), modifiedOf(file)});
+    }
+    std::sort(entries.begin(), entries.end(),
+              [](const RemoteEntry& a, const RemoteEntry& b) { return a.name < b.name; });
+    return entries;
+}
+
+void walkFolders(const FileAccess& files, Diagnostics& diagnostics, const RemoteName& root,
+                 bool showHidden,
+                 const std::function<void(const RemoteName&, std::vector<RemoteEntry>&)>& visit) {
+    std::vector<Pending> stack;
+    const auto visitFolder = [&](const RemoteName& folder, const FolderListResponse& listing) {
+        std::vector<RemoteEntry> entries = entriesOf(listing);
+        visit(folder, entries);
+        // The last one pushed is the next one visited.
+        for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+            if (entry->folder) {
+                stack.push_back({folder.child(entry->name), {}});
+            }
+        }
+    };
+
+    visitFolder(root, startListing(files, root, showHidden).get());
+    while (!stack.empty()) {
+        const std::size_t ahead = std::min(LISTINGS_AHEAD, stack.size());
+        for (auto next = stack.rbegin(); next != stack.rbegin() + static_cast<long>(ahead);
+             ++next) {
+            if (!next->listing.valid()) {
+                next->listing = startListing(files, next->folder, showHidden);
+            }
+        }
+        Pending next = std::move(stack.back());
+        stack.pop_back();
+        std::optional<FolderListResponse> listing;
+        if (diagnostics.guard(next.folder.text(), [&] { listing = next.listing.get(); })) {
+            visitFolder(next.folder, *listing);
+        }
+    }
+}
+
+RemoteTarget::RemoteTarget(const FileAccess& files, const RemoteName& target, bool severalSources)
+    : target_(target), folder_(target.hasTrailingSlash()) {
+    const std::optional<RemoteEntry> entry = findEntry(files, target);
+    folder_ = folder_ || (entry && entry->folder);
+    if (severalSources && !(entry && entry->folder)) {
+        throw Failure(entry ? ExitCode::CONFLICT : ExitCode::NOT_FOUND, target.text(),
+                      entry ? "it is a file, and several sources need a folder"
+                            : "no such folder, and several sources need one");
+    }
+}
+
+}  // namespace storage::kvxtool

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+
+#include "StoreLocation.h"
+#include "storage/kvxclient/FileAccess.h"
+#include "storage/kvxclient/KVXClient.h"
+
+namespace storage::kvxtool {
+
+/// Makes a client of the store. The one place that knows what store is behind the interface.
+std::unique_ptr<kvxclient::KVXClient> openStore(const StoreLocation& location);
+
+/// Creates a store with one user, and returns the user's token. Throws Failure, with nothing left
+/// behind, when it cannot.
+std::string createStore(const StoreLocation& location, const std::u16string& user);
+
+/// A session of the user with a store: logged in while it lives.
+class Session {
+public:
+    /// Logs in with KVX_TOKEN, or with the token kept for the store.
+    explicit Session(const StoreLocation& location);
+    ~Session();
+
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    const kvxclient::FileAccess& files() const { return *files_; }
+
+private:
+    std::unique_ptr<kvxclient::KVXClient> client_;
+    std::unique_ptr<kvxclient::FileAccess> files_;
+};
+
+}  // namespace storage::kvxtool
