@@ -3,13 +3,15 @@
 #include <algorithm>
 #include <thread>
 
-#include "operations/Context.h"
+#include "database/SqliteFile.h"
 #include "operations/Maintenance.h"
 #include "storage/kvxstore/Store.h"
 
 namespace storage::kvxstore {
 
 namespace {
+
+using namespace std::chrono_literals;
 
 StoreOptions completed(StoreOptions options) {
     if (!options.clock) {
@@ -18,6 +20,9 @@ StoreOptions completed(StoreOptions options) {
     if (options.readers == 0) {
         options.readers = std::clamp(std::thread::hardware_concurrency(), 1U, 4U);
     }
+    // Nanoseconds since the epoch hold no more than some centuries.
+    options.sessionLifetime =
+        std::clamp<std::chrono::seconds>(options.sessionLifetime, 0s, std::chrono::years(100));
     return options;
 }
 

@@ -5,7 +5,6 @@
 #include <thread>
 #include <vector>
 
-#include "database/SqliteFile.h"
 #include "scheduler/Writer.h"
 
 namespace storage::kvxstore::scheduler {

@@ -70,10 +70,9 @@ std::vector<std::exception_ptr> Writer::commitTogether(const Jobs& jobs) {
 }
 
 void Writer::beginBatch(std::optional<Transaction>& transaction) {
-    const auto start = std::chrono::steady_clock::now();
     transaction.emplace(*connection_, Access::WRITE);
-    if (std::chrono::steady_clock::now() - start > 500us) {
-        contended_ = start;
+    if (connection_->hadToWait()) {
+        contended_ = std::chrono::steady_clock::now();
     }
 }
 

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The embedded store: opening it, making clients of it, and administering it.
+
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -57,26 +60,39 @@ struct Bucket {
 /// What a call acknowledges is on disk. Several Store objects and several programs may use one
 /// file at once. Every member may be called from any thread.
 ///
-/// Threads. Calls run on threads of the store, and every completion handler runs on one of two
-/// further threads, exactly once, after the call's effects are on disk, with nothing of the store
-/// locked; never on the caller's thread. A handler may make further calls in their callback and
-/// future forms. It must not wait for one (blocking forms, Store's own members,
-/// waitForPendingCalls): enough waiting handlers would leave no thread to complete what they wait
-/// for. What a handler throws is dropped. A call made while 1,024 calls or 64 MiB of content wait
-/// for their turn waits for room, but not on a thread of the store.
-/// The stream of a downloadFile is made, written and destroyed on a reading thread, which must
-/// not wait for another call of the store either.
+/// @par What calls mean here
+/// An empty bucket in a Resource is the caller's own, the one of his name. A path is "/" or names
+/// that each follow a "/": not empty, not "." or "..", at most 255 UTF-16 units, no NUL, no
+/// unpaired surrogate; at most 4,096 units together. Names differ by code units. A name beginning
+/// with "." is hidden; listMultiFolder lists the whole subtree, hidden names included. Attributes
+/// have the type "FILE" or "FOLDER"; the root's name is empty. Every write of a file counts its
+/// version label up by one, from 1. A move keeps times and versions; a copy begins anew at version
+/// 1 with the current content. New content resets the client's time of modification to the epoch.
+/// A download location is good for 15 minutes, for whoever has it, and gives the content it was
+/// made for even when the file has changed or gone.
 ///
-/// Errors of calls. A call that the store refuses completes with a KVXClientException of the
-/// fitting code. A failure below, as a full disk, completes with INTERNAL_SERVER_ERROR; operations
-/// not served complete with UNKNOWN. Both exceptions also derive from std::nested_exception and
-/// nest a std::runtime_error with the plain cause, which std::rethrow_if_nested throws.
+/// @par Threads
+/// Calls run on threads of the store, and every completion handler runs on one of two further
+/// threads, exactly once, after the call's effects are on disk, with nothing of the store locked;
+/// never on the caller's thread. A handler may make further calls in their callback and future
+/// forms. It must not wait for one (blocking forms, Store's own members, waitForPendingCalls):
+/// enough waiting handlers would leave no thread to complete what they wait for. What a handler
+/// throws is dropped. A call made while 1,024 calls or 64 MiB of content wait for their turn waits
+/// for room, but not on a thread of the store. The stream of a downloadFile is made, written and
+/// destroyed on a reading thread, which must not wait for another call of the store either.
+///
+/// @par Errors of calls
+/// A call that the store refuses completes with a KVXClientException of the fitting code. A failure
+/// below, such as a full disk, completes with INTERNAL_SERVER_ERROR; operations not served complete
+/// with UNKNOWN. Both exceptions also derive from std::nested_exception and nest a
+/// std::runtime_error with the plain cause, which std::rethrow_if_nested throws.
 class KVXSTORE_EXPORT Store {
 public:
     /// Opens the store that a URL names: "sqlite:///absolute/path", "sqlite:path/from/here" (the
     /// path is taken as it stands, nothing is decoded) or "sqlite::memory:", a new store that
     /// lasts as long as the object and its clients. A new file is readable for its owner only.
-    /// Throws StoreError when the URL is of another kind, the file is missing, in the way or no
+    ///
+    /// @throws StoreError when the URL is of another kind, the file is missing, in the way or no
     /// store (it is then left untouched), cannot be written, is damaged, or was made by a newer
     /// version of this software.
     static std::shared_ptr<Store> open(const std::string& url, StoreOptions options = {});
@@ -88,34 +104,39 @@ public:
     Store(const Store&) = delete;
     Store& operator=(const Store&) = delete;
 
-    /// Makes a client whose endpoint is the URL. Clients and the services they make keep the
-    /// store alive. A service does not keep its client alive: used after it, its calls find no
-    /// session and complete with UNAUTHORIZED.
+    /// Makes a client whose endpoint is the URL, to be logged in with a user's token.
+    ///
+    /// Clients and the services they make keep the store alive. A service does not keep its client
+    /// alive: used after it, its calls find no session and complete with UNAUTHORIZED.
     ///
     /// cancelPendingCalls completes calls with BAD_NETWORK; one that is under way may still take
     /// effect. waitForPendingCalls returns when every handler has returned.
     std::unique_ptr<kvxclient::KVXClient> createClient() const;
 
     /// Creates a user and a bucket of his name, and returns the token he logs in with. It is
-    /// random and shown this once: the store keeps only its hash. Throws StoreError when the name
-    /// breaks the rules or a user or bucket has it already.
+    /// random and shown this once: the store keeps only its hash.
+    ///
+    /// @throws StoreError when the name breaks the rules or a user or bucket has it already.
     std::string createUser(const NewUser& user) const;
 
     /// All users, by name.
     std::vector<User> listUsers() const;
 
-    /// Removes a user with his token, sessions and buckets. Throws StoreError when there is none.
+    /// Removes a user with his token, sessions and buckets.
+    ///
+    /// @throws StoreError when there is none.
     void removeUser(const std::u16string& name) const;
 
-    /// Creates a bucket. Throws StoreError when the name breaks the rules or is taken, or when
-    /// there is no such owner.
+    /// Creates a bucket.
+    ///
+    /// @throws StoreError when the name breaks the rules or is taken, or there is no such owner.
     void createBucket(const std::u16string& name, const std::u16string& owner) const;
 
     /// All buckets, by name.
     std::vector<Bucket> listBuckets() const;
 
     /// Walks through everything and returns a sentence for each kind of damage found; empty for a
-    /// sound store. Reads all of the file: slow on a large one, without holding up other calls.
+    /// sound store. Reads all of the file, and takes one of the reading threads for that time.
     std::vector<std::string> verify() const;
 
     /// Purges what was deleted or has expired, which otherwise happens in idle moments.

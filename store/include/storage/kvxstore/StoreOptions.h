@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// How a store is opened.
+
 #include <chrono>
 #include <functional>
 
@@ -16,7 +19,8 @@ enum class CreateMode {
 struct StoreOptions {
     CreateMode createMode = CreateMode::CREATE_IF_MISSING;
 
-    /// How long a session lasts from its login. Kept by no file: each opening chooses its own.
+    /// How long a session lasts from its login, up to 100 years. Kept by no file: each opening
+    /// chooses its own.
     std::chrono::seconds sessionLifetime = std::chrono::minutes(60);
 
     /// The largest file in bytes; a larger one is refused with FILE_TOO_LARGE.
