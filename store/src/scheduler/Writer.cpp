@@ -122,7 +122,7 @@ bool Writer::doChore() {
 }
 
 void Writer::letOthersWrite() {
-    // Without the pause a second program, which can only poll, would hardly find the lock free.
+    // A second program can only poll: without the pause some of its calls would wait for long.
     if (std::chrono::steady_clock::now() - contended_ < 1s) {
         std::this_thread::sleep_for(2ms);
     }
