@@ -264,7 +264,7 @@ fullDisk() {
 }
 
 interrupted() {
-    local code=0 pid
+    local code=0 delay pid
     echo small >small
     kvx init -q
     kvx put small :/a-file
@@ -281,6 +281,17 @@ interrupted() {
     wait $pid || code=$?
     [[ $code == 143 && $(ls -A target) == pipe ]] || fail "$code, left behind: $(ls -A target)"
     [[ $(kvx cat /a-file) == small ]]
+
+    # Killed at any moment: a file is there as a whole or not at all, and the store goes on.
+    head -c 64M /dev/urandom >large
+    for delay in 0.05 0.1 0.15 0.2 0.25 0.3 0.35 0.4; do
+        timeout -s KILL $delay "$program" put large :/large || true
+        [[ $(kvx cat /a-file) == small ]] || fail "lost after $delay s"
+        if kvx stat /large >/dev/null 2>&1; then
+            kvx cat /large | cmp - large
+            kvx rm /large
+        fi
+    done
 }
 
 terminal() {
