@@ -3,6 +3,7 @@
 #include <storage/kvxclient.h>
 #include <storage/kvxstore/Store.h>
 
+#include <memory>
 #include <string>
 
 namespace example {

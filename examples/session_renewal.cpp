@@ -1,5 +1,8 @@
 // Keeps a session alive: logs in again in time, and when the service says that it is over.
 
+#include <atomic>
+#include <chrono>
+#include <functional>
 #include <iostream>
 
 #include "ExampleStore.h"
