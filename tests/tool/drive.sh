@@ -292,6 +292,13 @@ interrupted() {
             kvx rm /large
         fi
     done
+
+    # A reader that has seen enough ends the program, without a word and without a trace.
+    kvx put large :/large
+    code=$( (kvx cat /large || echo $? >&2) 2>&1 >/dev/full)
+    [[ $code == *'the disk is full'*6 ]] || fail "full: $code"
+    code=$( { (kvx cat /large || echo $? >&2) | head -c 1 >/dev/null; } 2>&1)
+    [[ $code == 141 ]] || fail "closed pipe: $code"
 }
 
 terminal() {

@@ -11,6 +11,7 @@ constexpr int WAKE_UP = SIGUSR1;
 
 SignalWatch::SignalWatch(Progress& progress) : progress_(progress) {
     std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
     sigemptyset(&signals_);
     sigaddset(&signals_, WAKE_UP);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {

@@ -9,8 +9,9 @@
 namespace storage::kvxtool {
 
 /// While it lives, SIGINT, SIGTERM and SIGHUP end the process with 128 plus the signal's number,
-/// after the progress bar and the temporary files are gone, and a write beyond the limit for the
-/// size of files is an error like others. To be made before other threads are started.
+/// after the progress bar and the temporary files are gone. A write beyond the limit for the size
+/// of files, or to a pipe that nobody reads, is an error like others. To be made before other
+/// threads are started.
 class SignalWatch {
 public:
     explicit SignalWatch(Progress& progress);
