@@ -14,7 +14,8 @@ int main() {
 
     std::string watermark;
     const auto print = [&](const char* title) {
-        const auto news = changes->listFileChanges(FileChangeListRequest().withWatermark(watermark));
+        const auto news =
+            changes->listFileChanges(FileChangeListRequest().withWatermark(watermark));
         watermark = news.getCurrentWatermark();
         std::cout << title << ':';
         for (const auto& change : news.getFileChanges()) {

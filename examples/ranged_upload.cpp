@@ -13,8 +13,9 @@ int main() {
     const Resource resource(u"/large.bin", u"anna");
 
     const std::string handle =
-        files->createReadWriteFileHandle(FileHandleReadWriteCreateRequest(resource).withCreateMode(
-                                             FileCreateMode::CREATE))
+        files
+            ->createReadWriteFileHandle(
+                FileHandleReadWriteCreateRequest(resource).withCreateMode(FileCreateMode::CREATE))
             .getFileHandleId();
 
     // The bytes stay ours: they live until the calls have completed.

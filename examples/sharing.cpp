@@ -17,11 +17,11 @@ int main() {
     example::write(*annasFiles, plan, "by train\n");
 
     const auto annasSharing = anna->createAccessControl();
-    const Invitation sent = annasSharing
-                                ->createInvitation(InvitationCreateRequest(folder)
-                                                       .withRecipient(u"ben")
-                                                       .withAccessType(AccessType::READ_ONLY))
-                                .getInvitation();
+    const Invitation sent =
+        annasSharing
+            ->createInvitation(InvitationCreateRequest(folder).withRecipient(u"ben").withAccessType(
+                AccessType::READ_ONLY))
+            .getInvitation();
 
     const auto bensFiles = ben->createFileAccess();
     const auto bensSharing = ben->createAccessControl();

@@ -20,6 +20,7 @@ enum class CreateMode {
 
 /// How a store is opened. A plain value; the defaults suit an application as they are.
 struct StoreOptions {
+    /// What to do when the store is, or is not, there.
     CreateMode createMode = CreateMode::CREATE_IF_MISSING;
 
     /// How long a session lasts from its login, up to 100 years. Kept by no file: each opening
