@@ -235,19 +235,20 @@ TEST(SharingTest, NobodyDoesWhatWasNotGivenToHim) {
     for (auto& attempt : attemptsOnSharing()) {
         attempts.push_back(std::move(attempt));
     }
-    for (const auto& [what, action, stranger, reader, writer, owner] : attempts) {
+    for (const Attempt& attempt : attempts) {
         const World world;
         const auto outcome = [&](const Account& user) {
-            return codeOf([&] { action(world, user); });
+            return codeOf([&] { attempt.action(world, user); });
         };
-        EXPECT_EQ(outcome(world.nobody), denied) << what << ", without a session";
-        EXPECT_EQ(outcome(world.stranger), stranger) << what << ", as a stranger";
-        EXPECT_EQ(outcome(world.reader), reader) << what << ", as a reader";
-        EXPECT_EQ(outcome(world.writer), writer) << what << ", as a writer";
+        EXPECT_EQ(outcome(world.nobody), denied) << attempt.what << ", without a session";
+        EXPECT_EQ(outcome(world.stranger), attempt.stranger) << attempt.what << ", as a stranger";
+        EXPECT_EQ(outcome(world.reader), attempt.reader) << attempt.what << ", as a reader";
+        EXPECT_EQ(outcome(world.writer), attempt.writer) << attempt.what << ", as a writer";
         const World fresh;
-        EXPECT_EQ(codeOf([&] { action(fresh, fresh.owner); }), owner) << what << ", as the owner";
-        EXPECT_EQ(world.store->verify(), std::vector<std::string>()) << what;
-        EXPECT_EQ(fresh.store->verify(), std::vector<std::string>()) << what;
+        EXPECT_EQ(codeOf([&] { attempt.action(fresh, fresh.owner); }), attempt.owner)
+            << attempt.what << ", as the owner";
+        EXPECT_EQ(world.store->verify(), std::vector<std::string>()) << attempt.what;
+        EXPECT_EQ(fresh.store->verify(), std::vector<std::string>()) << attempt.what;
     }
 }
 
