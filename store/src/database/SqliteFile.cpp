@@ -8,6 +8,8 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <optional>
 
 #include "database/Schema.h"
@@ -92,6 +94,14 @@ std::optional<std::int64_t> readApplicationId(const std::string& path) {
     return id;
 }
 
+/// Whether a journal waits to undo a transaction that was cut short, as that of making the store.
+bool awaitsRollback(const std::string& path) {
+    constexpr std::string_view magic = "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7";
+    std::string head(magic.size(), '\0');
+    std::ifstream(path + "-journal", std::ios::binary).read(head.data(), std::ssize(head));
+    return head == magic;
+}
+
 /// Refuses a file that is no store before anything may change it. Returns whether the file is
 /// empty, as one that is just being made.
 bool examineFile(const std::string& path) {
@@ -103,19 +113,21 @@ bool examineFile(const std::string& path) {
     if (isFile && status.st_size == 0) {
         return true;
     }
-    if (!isFile || readApplicationId(path) != applicationId) {
+    if (!isFile || (readApplicationId(path) != applicationId && !awaitsRollback(path))) {
         throw StoreError("not a store file: " + path);
     }
     return false;
 }
 
 /// Makes the tables unless another program did so meanwhile.
-void makeTables(Connection& connection) {
+void makeTables(Connection& connection, const std::string& path) {
     connection.execute("pragma page_size = 16384");
     Transaction transaction(connection, Access::WRITE);
     if (connection.number("select count(*) from sqlite_schema") == 0) {
         connection.execute("pragma application_id = " + std::to_string(applicationId));
         createSchema(connection);
+    } else if (connection.number("pragma application_id") != applicationId) {
+        throw StoreError("not a store file: " + path);
     }
     transaction.commit();
 }
@@ -162,7 +174,7 @@ Connector openSqlite(const std::string& url, CreateMode mode) {
     try {
         // Held by the connector, since a database in memory ends with its last connection.
         auto first = std::make_shared<SqliteConnection>(location);
-        makeTables(*first);
+        makeTables(*first, path);
         checkVersion(*first, url);
         first->execute("pragma journal_mode = wal");
         return [location, first] { return std::make_unique<SqliteConnection>(location); };
