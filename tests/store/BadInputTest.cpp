@@ -105,7 +105,7 @@ TEST_F(StoreTest, RubbishIsRefusedWithTheFittingCode) {
              account.files->downloadFile(FileDownloadRequest(text).withReadIntoString(true));
          },
          Code::RESOURCE_NOT_FOUND, Code::RESOURCE_NOT_FOUND},
-        {"watermark", watermark,
+        {"watermark", 'x' + watermark + 'x',
          [&](const std::string& text) {
              account.notification->listFileChanges(FileChangeListRequest().withWatermark(text));
          },
