@@ -94,6 +94,23 @@ struct Statistics {
 /// pointer. A failure below, as a full disk, completes with INTERNAL_SERVER_ERROR; that exception
 /// also derives from std::nested_exception and nests a std::runtime_error with the plain cause,
 /// which std::rethrow_if_nested throws.
+///
+/// File handles. A handle is good until it is closed, until its user has no valid session any more
+/// or until the program that opened it has been gone for a minute. Calls through one handle take
+/// effect in the order in which they were made. A new file appears with the commit. The last commit
+/// wins, wherever the file was moved meanwhile; when the file was deleted it is refused with
+/// RESOURCE_NOT_FOUND, when its folder was with PARENT_RESOURCE_NOT_FOUND, and with CONFLICT when a
+/// file that had to be new no longer is. A refused commit leaves the handle open.
+///
+/// Versions. Labels count up with every write; listings go from the oldest version to the newest,
+/// the current one. Where no version policy is set, versions are ENABLED.
+///
+/// Sharing. The owner of a bucket owns all in it; grants and invitations let others read or write
+/// below a folder, by the owner's bucket and path, and count in his quota. Recipients are users'
+/// names or e-mail addresses, also of users yet to be created. An open invitation is for everybody
+/// who knows its id; deleting it takes back what was accepted by it. Public access is DENIED where
+/// nothing is set; the store keeps that policy for applications, as it lets in nobody without a
+/// session.
 class KVXSTORE_EXPORT Store {
 public:
     /// Opens the store that a URL names: "sqlite:///absolute/path", "sqlite:path/from/here" (the
