@@ -156,7 +156,7 @@ TEST_F(CrashTest, APowerCutLosesNothingAcknowledged) {
     bool stopped = false;
     std::array<unsigned, laneCount> acknowledged{};
     std::array<unsigned, laneCount> atCut{};
-    auto store = Store::open(folder.url());
+    const auto store = Store::open(folder.url());
     std::thread writer([&] {
         write(*store, [&](unsigned lane) {
             std::unique_lock lock(mutex);
@@ -165,11 +165,15 @@ TEST_F(CrashTest, APowerCutLosesNothingAcknowledged) {
             return !stopped;
         });
     });
-    const auto pause = [&](bool yes) {
+    const auto set = [&](bool& flag, bool value) {
         const std::lock_guard lock(mutex);
-        paused = yes;
+        flag = value;
         changed.notify_all();
     };
+    const std::shared_ptr<void> finish(nullptr, [&](void*) {
+        set(stopped, true);
+        writer.join();
+    });
     std::mt19937 random(seed());
     const unsigned images = longOrShort(600U, 40U);
     unsigned made = 0;
@@ -181,8 +185,8 @@ TEST_F(CrashTest, APowerCutLosesNothingAcknowledged) {
             acknowledged = {};
             paused = true;
         });
-        pause(false);
-        if (random() % 3 == 0) {
+        set(paused, false);
+        if (random() % 2 == 0) {
             RawDatabase(folder.file("store.db")).run("pragma wal_checkpoint");
         }
         const auto files = disk.awaitCut(30s);
@@ -204,13 +208,6 @@ TEST_F(CrashTest, APowerCutLosesNothingAcknowledged) {
     }
     EXPECT_GT(unsynced, images / 4) << "the cuts hit nothing";
     report("power") << made << " images, " << unsynced * 4 << " unsynced writes in them\n";
-    {
-        const std::lock_guard lock(mutex);
-        stopped = true;
-        changed.notify_all();
-    }
-    writer.join();
-    store.reset();
 }
 
 TEST_F(CrashTest, AStoreCutWhileItIsMadeIsMadeByTheNext) {

@@ -54,44 +54,26 @@ bool makeFile(const std::string& path) {
     return file >= 0;
 }
 
-/// The file as a URI that reads the bare file: no lock, no recovery, no change.
-std::string bareUri(const std::string& path) {
-    std::string uri = "file:";
-    for (const char c : path) {
-        switch (c) {
-            case '%':
-                uri += "%25";
-                break;
-            case '?':
-                uri += "%3f";
-                break;
-            case '#':
-                uri += "%23";
-                break;
-            default:
-                uri += c;
-        }
-    }
-    return uri + "?immutable=1";
-}
-
 /// The mark in a database file's head, or nothing when it is no database.
 std::optional<std::int64_t> readApplicationId(const std::string& path) {
-    // Not read() on a descriptor of our own: closing it would drop the locks that other
-    // connections of this process hold on the file.
+    // No more than the head: the pages behind it may be those of a half-done checkpoint. Not by a
+    // descriptor of our own: closing it would drop the locks that other connections of this
+    // process hold on the file.
+    constexpr std::string_view magic("SQLite format 3", 16);
+    constexpr std::size_t idOffset = 68;
+    unsigned char head[100] = {};
     sqlite3* database = nullptr;
-    sqlite3_stmt* statement = nullptr;
-    std::optional<std::int64_t> id;
-    if (sqlite3_open_v2(bareUri(path).c_str(), &database, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI,
-                        nullptr) == SQLITE_OK &&
-        sqlite3_prepare_v2(database, "pragma application_id", -1, &statement, nullptr) ==
-            SQLITE_OK &&
-        sqlite3_step(statement) == SQLITE_ROW) {
-        id = sqlite3_column_int64(statement, 0);
-    }
-    sqlite3_finalize(statement);
+    sqlite3_file* file = nullptr;
+    const bool isRead =
+        sqlite3_open_v2(path.c_str(), &database, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK &&
+        sqlite3_file_control(database, "main", SQLITE_FCNTL_FILE_POINTER, &file) == SQLITE_OK &&
+        file->pMethods->xRead(file, head, sizeof(head), 0) == SQLITE_OK;
     sqlite3_close(database);
-    return id;
+    if (!isRead || std::memcmp(head, magic.data(), magic.size()) != 0) {
+        return std::nullopt;
+    }
+    const unsigned char* id = head + idOffset;
+    return std::int64_t(id[0]) << 24U | id[1] << 16U | id[2] << 8U | id[3];
 }
 
 /// Whether a journal waits to undo a transaction that was cut short, as that of making the store.
