@@ -168,7 +168,7 @@ TEST_F(ProcessesTest, NoReadIsTorn) {
         const auto store = Store::open(folder.url());
         Account(*store, token).put(u"/f", sealed(0));
     }
-    const auto end = std::chrono::steady_clock::now() + longOrShort(60s, 2s);
+    const auto end = std::chrono::steady_clock::now() + longOrShort(30s, 2s);
     runEverywhere([&](const Account& account, unsigned worker) {
         for (unsigned i = worker; std::chrono::steady_clock::now() < end; i += 17) {
             if (worker % threads == 0) {
