@@ -1,0 +1,81 @@
+#include "Clauses.h"
+
+namespace storage::kvxconformance {
+
+namespace {
+
+const std::set<Capability> configuration{Capability::CONFIGURATION};
+
+ResourcePolicy policyOf(VersionPolicy version, PublicAccessPolicy access) {
+    return ResourcePolicy().withVersionPolicy(version).withPublicAccessPolicy(access);
+}
+
+void setPolicy(Scene& s, const Resource& item, const ResourcePolicy& policy) {
+    s.owner.call(&ConfigurationManagement::setResourcePolicy,
+                 ResourcePolicySetRequest().withResource(item).withResourcePolicy(policy));
+}
+
+/// Expects the policy that is set on the item, and the one that holds for it.
+void expectPolicy(Scene& s, const Resource& item, const ResourcePolicy& own,
+                  const ResourcePolicy& effective) {
+    SCOPED_TRACE(toUtf8(item.getPath()));
+    const auto response = s.owner.call(&ConfigurationManagement::getResourcePolicy,
+                                       ResourcePolicyGetRequest().withResource(item));
+    EXPECT_EQ(response.getPolicy(), own);
+    EXPECT_EQ(response.getEffectivePolicy(), effective);
+}
+
+const ResourcePolicy nothing = {};
+const ResourcePolicy closed = policyOf(VersionPolicy::DISABLED, PublicAccessPolicy::DENIED);
+const ResourcePolicy open = policyOf(VersionPolicy::ENABLED, PublicAccessPolicy::ALLOWED);
+
+}  // namespace
+
+const Clauses configurationClauses{
+    {"configuration.policy.is-inherited", configuration,
+     [](Scene& s) {
+         s.owner.makeFolder(s.at(u"d"));
+         s.owner.write(s.at(u"d") / u"f", "");
+         for (const ResourcePolicy& policy : {closed, open}) {
+             setPolicy(s, s.folder, policy);
+             expectPolicy(s, s.folder, policy, policy);
+             expectPolicy(s, s.at(u"d") / u"f", nothing, policy);
+         }
+     }},
+    {"configuration.policy.nearest-holds", configuration,
+     [](Scene& s) {
+         s.owner.makeFolder(s.at(u"d"));
+         s.owner.write(s.at(u"d") / u"f", "");
+         setPolicy(s, s.folder, closed);
+         setPolicy(s, s.at(u"d"), policyOf(VersionPolicy::ENABLED, PublicAccessPolicy::INHERIT));
+         expectPolicy(s, s.at(u"d") / u"f", nothing,
+                      policyOf(VersionPolicy::ENABLED, PublicAccessPolicy::DENIED));
+         setPolicy(s, s.at(u"d") / u"f", open);
+         expectPolicy(s, s.at(u"d") / u"f", open, open);
+         setPolicy(s, s.at(u"d"), nothing);
+         expectPolicy(s, s.at(u"d"), nothing, closed);
+     }},
+    {"configuration.policy.something-always-holds", configuration,
+     [](Scene& s) {
+         const auto effective = s.owner
+                                    .call(&ConfigurationManagement::getResourcePolicy,
+                                          ResourcePolicyGetRequest().withResource(s.folder))
+                                    .getEffectivePolicy();
+         EXPECT_NE(effective.getVersionPolicy(), VersionPolicy::INHERIT);
+         EXPECT_NE(effective.getPublicAccessPolicy(), PublicAccessPolicy::INHERIT);
+     }},
+    {"configuration.usage.grows-with-content", configuration,
+     [](Scene& s) {
+         const auto usage = [&] {
+             return s.owner.call(&ConfigurationManagement::getStorageUsage,
+                                 StorageUsageGetRequest());
+         };
+         const auto before = usage();
+         EXPECT_GE(before.getUsageQuota(), before.getStorageUsage());
+         s.owner.write(s.at(u"f"), std::string(2UL << 20U, 'x'));
+         EXPECT_GT(usage().getStorageUsage(), before.getStorageUsage());
+         EXPECT_EQ(usage().getUsageQuota(), before.getUsageQuota());
+     }},
+};
+
+}  // namespace storage::kvxconformance

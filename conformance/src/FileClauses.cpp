@@ -1,0 +1,221 @@
+#include <iostream>
+#include <sstream>
+
+#include "Clauses.h"
+
+namespace storage::kvxconformance {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// Bytes of every value, without a period that a buffer could hide.
+std::string bytes(std::size_t size) {
+    std::string content(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) {
+        content[i] = static_cast<char>(i * 31 + i / 251);
+    }
+    return content;
+}
+
+/// A stream into a string that outlives it, and notes when it ends.
+class Sink : private std::stringbuf, public std::iostream {
+public:
+    Sink(std::string& taken, bool& ended)
+        : std::iostream(static_cast<std::stringbuf*>(this)), taken_(taken), ended_(ended) {}
+    ~Sink() override {
+        taken_ = std::stringbuf::str();
+        ended_ = true;
+    }
+
+private:
+    std::string& taken_;
+    bool& ended_;
+};
+
+std::string locate(Scene& s, const Resource& file) {
+    return s.owner.call(&FileAccess::createFileDownload, file).getLocation();
+}
+
+FileDownloadResponse download(Scene& s, const FileDownloadRequest& request) {
+    return s.owner.call(&FileAccess::downloadFile, request);
+}
+
+}  // namespace
+
+const Clauses fileClauses{
+    {"files.create.stores-any-size",
+     {},
+     [](Scene& s) {
+         for (const std::size_t size : {0UL, 1UL, 4095UL, 65536UL, 65537UL, 262145UL, 3UL << 20U}) {
+             const FileSummary summary = s.owner.write(s.at(u"f"), bytes(size)).getFileSummary();
+             EXPECT_EQ(summary.getSize(), size);
+             EXPECT_TRUE(s.owner.read(s.at(u"f")) == bytes(size)) << size << " bytes";
+             EXPECT_EQ(s.owner.stat(s.at(u"f")).getSize(), size);
+         }
+     }},
+    {"files.create.replaces-content",
+     {},
+     [](Scene& s) {
+         s.owner.write(s.at(u"f"), "a long first content");
+         s.owner.write(s.at(u"other"), "other");
+         s.owner.write(s.at(u"f"), "second");
+         EXPECT_EQ(s.owner.tree(s.folder), "f=second other=other ");
+     }},
+    {"files.create.describes-the-file",
+     {},
+     [](Scene& s) {
+         const FileSummary summary = s.owner.write(s.at(u"f"), "12345").getFileSummary();
+         EXPECT_EQ(summary.getName(), u"f");
+         EXPECT_EQ(summary.getSize(), 5U);
+         EXPECT_TRUE(summary.isWritable());
+         const FileSummary listed = s.owner.list(s.folder).getFiles().at(0);
+         EXPECT_EQ(listed, summary) << "a write and the listing after it tell the same";
+     }},
+    {"files.create.keeps-content-type",
+     {},
+     [](Scene& s) {
+         for (const char* type : {"image/png", "text/html; charset=utf-8"}) {
+             FileCreateRequest request(s.at(u"f"));
+             s.owner.call(&FileAccess::createFile, request.withContentType(type));
+             EXPECT_EQ(s.owner.call(&FileAccess::readFile, s.at(u"f")).getContentType(), type);
+         }
+     }},
+    {"files.delete.removes-the-file",
+     {},
+     [](Scene& s) {
+         s.owner.write(s.at(u"f"), "1");
+         s.owner.write(s.at(u"g"), "2");
+         const auto summary =
+             s.owner.call(&FileAccess::deleteFile, s.at(u"f")).getDeletedFileSummary();
+         if (summary) {
+             EXPECT_EQ(summary->getParentResource(), s.folder);
+         }
+         EXPECT_EQ(s.owner.tree(s.folder), "g=2 ");
+         EXPECT_EQ(codeOf([&] { s.owner.read(s.at(u"f")); }), Code::RESOURCE_NOT_FOUND);
+         s.owner.write(s.at(u"f"), "again");
+         EXPECT_EQ(s.owner.tree(s.folder), "f=again g=2 ");
+     }},
+    {"files.attributes.describe-the-item",
+     {},
+     [](Scene& s) {
+         s.owner.write(s.at(u"f"), "12345");
+         s.owner.makeFolder(s.at(u"d"));
+         const FileAttributes file = s.owner.stat(s.at(u"f"));
+         EXPECT_EQ(file.getName(), u"f");
+         EXPECT_EQ(file.getSize(), 5U);
+         EXPECT_TRUE(file.getWritable());
+         EXPECT_EQ(file.getAccessType(), AccessType::OWNER);
+         EXPECT_GT(file.getLastModified().time_since_epoch(), 0s);
+         const FileAttributes folder = s.owner.stat(s.at(u"d"));
+         EXPECT_EQ(folder.getName(), u"d");
+         EXPECT_NE(folder.getType(), file.getType());
+     }},
+    {"files.watermark.changes-with-the-file",
+     {},
+     [](Scene& s) {
+         s.owner.write(s.at(u"f"), "1");
+         const std::string first = s.owner.stat(s.at(u"f")).getWatermark();
+         EXPECT_EQ(s.owner.stat(s.at(u"f")).getWatermark(), first);
+         s.owner.write(s.at(u"f"), "2");
+         EXPECT_NE(s.owner.stat(s.at(u"f")).getWatermark(), first);
+     }},
+    {"files.metadata.keeps-the-time",
+     {},
+     [](Scene& s) {
+         s.owner.write(s.at(u"f"), "1");
+         for (const auto since : {1'234'567'890'123ms, 0ms, 1ms}) {
+             const std::chrono::system_clock::time_point time(since);
+             s.owner.call(&FileAccess::setMetadata,
+                          SetMetadataRequest(s.at(u"f")).withClientLastModified(time));
+             EXPECT_EQ(s.owner.stat(s.at(u"f")).getClientLastModified(), time);
+             EXPECT_EQ(s.owner.list(s.folder).getFiles().at(0).getClientLastModified(), time);
+         }
+         EXPECT_EQ(s.owner.read(s.at(u"f")), "1");
+     }},
+    {"files.bucket.is-heeded",
+     {},
+     [](Scene& s) {
+         const Resource theirs(s.folder.getPath(), s.guest().user().bucket);
+         s.guest().makeFolder(theirs);
+         s.guest().write(theirs / u"f", "guest");
+         s.owner.write(s.at(u"f"), "owner");
+         EXPECT_EQ(s.owner.read(s.at(u"f")), "owner");
+         EXPECT_EQ(s.guest().read(theirs / u"f"), "guest");
+         EXPECT_EQ(codeOf([&] { s.guest().read(s.at(u"f")); }), Code::RESOURCE_NOT_FOUND);
+         EXPECT_EQ(codeOf([&] { s.guest().remove(s.at(u"f")); }), Code::RESOURCE_NOT_FOUND);
+         EXPECT_EQ(s.guest().tree(theirs), "f=guest ");
+         s.guest().removeFolder(theirs, true);
+     }},
+    {"paths.names.are-kept-exactly",
+     {},
+     [](Scene& s) {
+         for (const std::u16string& name : s.transport.oddNames) {
+             SCOPED_TRACE(toUtf8(name));
+             s.owner.makeFolder(s.at(name));
+             s.owner.write(s.at(name) / name, "content");
+             EXPECT_EQ(s.owner.stat(s.at(name) / name).getName(), name);
+             EXPECT_EQ(s.owner.tree(s.folder),
+                       toUtf8(name) + "/ { " + toUtf8(name) + "=content } ");
+             s.owner.removeFolder(s.at(name), true);
+         }
+     }},
+    {"paths.names.differ-by-unit",
+     {},
+     [](Scene& s) {
+         for (const std::u16string& name : s.transport.oddNames) {
+             s.owner.write(s.at(name), toUtf8(name));
+         }
+         for (const std::u16string& name : s.transport.oddNames) {
+             EXPECT_EQ(s.owner.read(s.at(name)), toUtf8(name));
+         }
+         EXPECT_EQ(s.owner.list(s.folder).getFiles().size(), s.transport.oddNames.size());
+     }},
+    {"paths.depth.fifty-levels",
+     {},
+     [](Scene& s) {
+         Resource deep = s.folder;
+         for (int level = 0; level < 50; ++level) {
+             deep = deep / u"level";
+             s.owner.makeFolder(deep);
+         }
+         s.owner.write(deep / u"f", "deep");
+         EXPECT_EQ(s.owner.read(deep / u"f"), "deep");
+         s.owner.move(s.at(u"level"), s.at(u"moved"));
+         EXPECT_EQ(codeOf([&] { s.owner.read(deep / u"f"); }), Code::RESOURCE_NOT_FOUND);
+     }},
+    {"downloads.string.is-the-content",
+     {Capability::DOWNLOADS},
+     [](Scene& s) {
+         s.owner.write(s.at(u"a b"), bytes(300'000));
+         const FileDownloadRequest request(locate(s, s.at(u"a b")));
+         EXPECT_TRUE(
+             download(s, FileDownloadRequest(request).withReadIntoString(true)).getStringBody() ==
+             bytes(300'000));
+     }},
+    {"downloads.stream.is-the-content",
+     {Capability::DOWNLOADS},
+     [](Scene& s) {
+         s.owner.write(s.at(u"f"), bytes(300'000));
+         std::string taken;
+         bool ended = false;
+         const auto request = FileDownloadRequest(locate(s, s.at(u"f"))).withStreamFactory([&] {
+             return std::make_unique<Sink>(taken, ended);
+         });
+         EXPECT_EQ(download(s, request).getStringBody(), "");
+         EXPECT_TRUE(ended) << "the stream must go before the call completes";
+         EXPECT_TRUE(taken == bytes(300'000));
+     }},
+    {"downloads.content.is-as-it-was",
+     {Capability::DOWNLOADS},
+     [](Scene& s) {
+         s.owner.write(s.at(u"f"), "then");
+         const FileDownloadRequest request(locate(s, s.at(u"f")));
+         s.owner.write(s.at(u"f"), "now");
+         EXPECT_EQ(
+             download(s, FileDownloadRequest(request).withReadIntoString(true)).getStringBody(),
+             "then");
+     }},
+};
+
+}  // namespace storage::kvxconformance

@@ -1,0 +1,283 @@
+#include <algorithm>
+
+#include "Clauses.h"
+
+namespace storage::kvxconformance {
+
+namespace {
+
+const std::set<Capability> sharing{Capability::SHARING};
+
+std::vector<Permission> permissions(Scene& s, const Resource& item) {
+    return s.owner.call(&AccessControl::listPermissions, item).getPermissions();
+}
+
+void revoke(Scene& s, const Resource& item, const std::string& id) {
+    s.owner.call(&AccessControl::revokePermission,
+                 PermissionRevokeRequest(item).withPermissionId(id));
+}
+
+bool sees(const Participant& who, const Resource& folder) {
+    const auto code = codeOf([&] { who.list(folder); });
+    EXPECT_TRUE(!code || code == Code::RESOURCE_NOT_FOUND) << *code;
+    return !code;
+}
+
+}  // namespace
+
+const Clauses permissionClauses{
+    {"permissions.grant.holds-until-revoked", sharing,
+     [](Scene& s) {
+         s.owner.makeFolder(s.at(u"d"));
+         s.owner.write(s.at(u"d") / u"f", "text");
+         EXPECT_FALSE(sees(s.guest(), s.at(u"d")));
+         const std::string id = s.owner.grant(s.at(u"d"), s.guest().name(), Operation::READ);
+         EXPECT_EQ(s.guest().tree(s.at(u"d")), "f=text ");
+         EXPECT_FALSE(sees(s.guest(), s.folder)) << "what lies above is not given";
+         revoke(s, s.at(u"d"), id);
+         EXPECT_FALSE(sees(s.guest(), s.at(u"d")));
+         EXPECT_EQ(codeOf([&] { s.guest().read(s.at(u"d") / u"f"); }), Code::RESOURCE_NOT_FOUND);
+     }},
+    {"permissions.grant.of-one-file", sharing,
+     [](Scene& s) {
+         s.owner.write(s.at(u"f"), "text");
+         s.owner.write(s.at(u"g"), "secret");
+         s.owner.grant(s.at(u"f"), s.guest().name(), Operation::READ_WRITE);
+         EXPECT_EQ(s.guest().read(s.at(u"f")), "text");
+         EXPECT_EQ(codeOf([&] { s.guest().read(s.at(u"g")); }), Code::RESOURCE_NOT_FOUND);
+         s.guest().write(s.at(u"f"), "changed");
+         EXPECT_EQ(s.owner.tree(s.folder), "f=changed g=secret ");
+     }},
+    {"permissions.list.tells-what-was-granted", sharing,
+     [](Scene& s) {
+         EXPECT_TRUE(permissions(s, s.folder).empty());
+         const std::string id = s.owner.grant(s.folder, s.guest().name(), Operation::READ);
+         const auto granted = permissions(s, s.folder);
+         ASSERT_EQ(granted.size(), 1U);
+         EXPECT_EQ(granted[0].getPermissionId(), id);
+         EXPECT_EQ(granted[0].getSubject(), s.guest().name());
+         EXPECT_EQ(granted[0].getResource(), s.folder);
+         EXPECT_FALSE(granted[0].getOperation().empty());
+         revoke(s, s.folder, id);
+         EXPECT_TRUE(permissions(s, s.folder).empty());
+     }},
+    {"permissions.grant.to-a-user-to-come", sharing,
+     [](Scene& s) {
+         s.owner.call(&AccessControl::grantPermission,
+                      PermissionGrantRequest(s.folder)
+                          .withSubject(Subject().withSubjectName(u"a user to come"))
+                          .withAllowNonExistingUser(true));
+         const auto granted = permissions(s, s.folder);
+         ASSERT_EQ(granted.size(), 1U);
+         EXPECT_EQ(granted[0].getSubject(), u"a user to come");
+     }},
+    {"permissions.summary.tells-the-right", sharing,
+     [](Scene& s) {
+         s.owner.makeFolder(s.at(u"d"));
+         s.owner.write(s.at(u"f"), "");
+         for (const Operation operation : {Operation::READ, Operation::READ_WRITE}) {
+             const bool writes = operation == Operation::READ_WRITE;
+             const std::string id = s.owner.grant(s.folder, s.guest().name(), operation);
+             const FolderListResponse listing = s.guest().list(s.folder);
+             const auto type = writes ? AccessType::READ_WRITE : AccessType::READ_ONLY;
+             EXPECT_EQ(listing.getFiles().at(0).isWritable(), writes);
+             EXPECT_EQ(listing.getFolders().at(0).isWritable(), writes);
+             EXPECT_EQ(listing.getFolders().at(0).getAccessType(), type);
+             const FileAttributes attributes = s.guest().stat(s.folder);
+             EXPECT_EQ(attributes.getWritable(), writes);
+             EXPECT_EQ(attributes.getAccessType(), type);
+             EXPECT_FALSE(attributes.getShareable());
+             EXPECT_TRUE(attributes.isSharedFolder());
+             revoke(s, s.folder, id);
+         }
+         EXPECT_TRUE(s.owner.stat(s.folder).getShareable());
+     }},
+    {"permissions.third-user.sees-nothing", sharing,
+     [](Scene& s) {
+         s.owner.grant(s.folder, s.guest().name(), Operation::READ_WRITE);
+         EXPECT_TRUE(sees(s.guest(), s.folder));
+         EXPECT_FALSE(sees(s.stranger(), s.folder));
+     },
+     true},
+};
+
+namespace {
+
+void withdraw(const Participant& who, const Invitation& invitation) {
+    who.call(&AccessControl::deleteInvitation, InvitationDeleteRequest()
+                                                   .withResource(invitation.getResource())
+                                                   .withInvitationId(invitation.getInvitationId()));
+}
+
+Invitation readInvitation(const Participant& who, const std::string& id) {
+    return who.call(&AccessControl::readInvitation, InvitationReadRequest().withInvitationId(id))
+        .getInvitation();
+}
+
+/// Whether the caller's list has the invitation, as far as the request lets it.
+bool lists(const Participant& who, const Invitation& invitation,
+           const InvitationListRequest& request = {}) {
+    const auto listed = who.call(&AccessControl::listInvitations, request).getInvitations();
+    return std::any_of(listed.begin(), listed.end(), [&](const Invitation& one) {
+        return one.getInvitationId() == invitation.getInvitationId();
+    });
+}
+
+/// An invitation of the guest to "d", which holds "f".
+Invitation invitation(Scene& s, bool open = false, AccessType type = AccessType::READ_ONLY) {
+    s.owner.makeFolder(s.at(u"d"));
+    s.owner.write(s.at(u"d") / u"f", "text");
+    return s.owner.invite(s.at(u"d"), open ? u"" : s.guest().name(), type);
+}
+
+}  // namespace
+
+const Clauses invitationClauses{
+    {"invitations.personal.is-described", sharing,
+     [](Scene& s) {
+         const Invitation made = invitation(s, false, AccessType::READ_WRITE);
+         EXPECT_FALSE(made.getInvitationId().empty());
+         for (const Participant* who : {&s.owner, &s.guest()}) {
+             const Invitation read = readInvitation(*who, made.getInvitationId());
+             EXPECT_EQ(read.getInvitationId(), made.getInvitationId());
+             EXPECT_EQ(read.getInvitationType(), InvitationType::PERSONAL);
+             EXPECT_EQ(read.getStatus(), InvitationStatus::PENDING);
+             EXPECT_EQ(read.getAccessType(), AccessType::READ_WRITE);
+             EXPECT_EQ(read.getName(), u"d");
+             EXPECT_EQ(read.getResource(), s.at(u"d"));
+             EXPECT_TRUE(lists(*who, made));
+         }
+     }},
+    {"invitations.personal.gives-its-right-when-accepted", sharing,
+     [](Scene& s) {
+         for (const AccessType type : {AccessType::READ_ONLY, AccessType::READ_WRITE}) {
+             const Invitation made = invitation(s, false, type);
+             EXPECT_FALSE(sees(s.guest(), s.at(u"d"))) << "not before it is accepted";
+             EXPECT_EQ(s.guest().answer(made, InvitationStatus::ACCEPTED).getStatus(),
+                       InvitationStatus::ACCEPTED);
+             EXPECT_EQ(s.guest().tree(s.at(u"d")), "f=text ");
+             EXPECT_EQ(
+                 codeOf([&] { s.guest().write(s.at(u"d") / u"f", "text"); }),
+                 type == AccessType::READ_WRITE ? std::nullopt : std::optional(Code::UNAUTHORIZED));
+             withdraw(s.owner, made);
+             EXPECT_FALSE(sees(s.guest(), s.at(u"d"))) << "not after it is taken back";
+             EXPECT_EQ(codeOf([&] { readInvitation(s.guest(), made.getInvitationId()); }),
+                       Code::RESOURCE_NOT_FOUND);
+             s.owner.removeFolder(s.at(u"d"), true);
+         }
+     }},
+    {"invitations.personal.gives-nothing-when-declined", sharing,
+     [](Scene& s) {
+         const Invitation made = invitation(s);
+         s.guest().answer(made, InvitationStatus::ACCEPTED);
+         EXPECT_TRUE(sees(s.guest(), s.at(u"d")));
+         EXPECT_EQ(s.guest().answer(made, InvitationStatus::DECLINED).getStatus(),
+                   InvitationStatus::DECLINED);
+         EXPECT_FALSE(sees(s.guest(), s.at(u"d")));
+     }},
+    {"invitations.personal.is-answered-by-its-recipient", sharing,
+     [](Scene& s) {
+         const Invitation made = invitation(s);
+         EXPECT_EQ(codeOf([&] { s.owner.answer(made, InvitationStatus::ACCEPTED); }),
+                   Code::UNAUTHORIZED);
+         EXPECT_EQ(codeOf([&] { withdraw(s.guest(), made); }), Code::UNAUTHORIZED);
+         EXPECT_EQ(readInvitation(s.owner, made.getInvitationId()).getStatus(),
+                   InvitationStatus::PENDING);
+     }},
+    {"invitations.personal.is-unknown-to-others", sharing,
+     [](Scene& s) {
+         const Invitation made = invitation(s);
+         EXPECT_EQ(codeOf([&] { readInvitation(s.stranger(), made.getInvitationId()); }),
+                   Code::RESOURCE_NOT_FOUND);
+         EXPECT_EQ(codeOf([&] { s.stranger().answer(made, InvitationStatus::ACCEPTED); }),
+                   Code::RESOURCE_NOT_FOUND);
+         EXPECT_EQ(codeOf([&] { withdraw(s.stranger(), made); }), Code::RESOURCE_NOT_FOUND);
+         EXPECT_FALSE(lists(s.stranger(), made));
+         EXPECT_FALSE(sees(s.stranger(), s.at(u"d")));
+     },
+     true},
+    {"invitations.list.filters", sharing,
+     [](Scene& s) {
+         const Invitation made = invitation(s);
+         const auto pending = InvitationListRequest().withStatus(InvitationStatus::PENDING);
+         const auto accepted = InvitationListRequest().withStatus(InvitationStatus::ACCEPTED);
+         EXPECT_TRUE(lists(s.guest(), made, pending));
+         EXPECT_FALSE(lists(s.guest(), made, accepted));
+         s.guest().answer(made, InvitationStatus::ACCEPTED);
+         EXPECT_FALSE(lists(s.guest(), made, pending));
+         EXPECT_TRUE(lists(s.guest(), made, accepted));
+         using Type = InvitationType;
+         EXPECT_TRUE(lists(s.owner, made, InvitationListRequest().withType(Type::PERSONAL)));
+         EXPECT_FALSE(lists(s.owner, made, InvitationListRequest().withType(Type::OPEN)));
+         EXPECT_TRUE(lists(s.owner, made, InvitationListRequest().withResource(s.at(u"d"))));
+         EXPECT_FALSE(lists(s.owner, made, InvitationListRequest().withResource(s.at(u"x"))));
+     }},
+    {"invitations.open.becomes-the-callers-own", sharing,
+     [](Scene& s) {
+         const Invitation open = invitation(s, true);
+         EXPECT_EQ(open.getInvitationType(), InvitationType::OPEN);
+         const Invitation own = s.guest().answer(open, InvitationStatus::ACCEPTED);
+         EXPECT_EQ(own.getInvitationType(), InvitationType::CREATED_FROM_OPEN);
+         EXPECT_EQ(own.getStatus(), InvitationStatus::ACCEPTED);
+         EXPECT_NE(own.getInvitationId(), open.getInvitationId());
+         EXPECT_TRUE(lists(s.guest(), own));
+         EXPECT_EQ(s.guest().tree(s.at(u"d")), "f=text ");
+         EXPECT_EQ(readInvitation(s.owner, open.getInvitationId()).getInvitationType(),
+                   InvitationType::OPEN);
+     }},
+    {"invitations.content.is-shown-before-accepting", sharing,
+     [](Scene& s) {
+         const Invitation made = invitation(s);
+         s.owner.makeFolder(s.at(u"d") / u"e");
+         const auto details =
+             s.guest().call(&AccessControl::getInvitationDetails,
+                            InvitationDetailsRequest().withInvitationId(made.getInvitationId()));
+         EXPECT_EQ(details.getInvitationDetails().getName(), u"d");
+         const auto content = s.guest().call(&AccessControl::getFolderContentFromInvitation,
+                                             InvitationFolderContentRequest()
+                                                 .withResource(made.getResource())
+                                                 .withInvitationId(made.getInvitationId()));
+         ASSERT_EQ(content.getFiles().size(), 1U);
+         EXPECT_EQ(content.getFiles()[0].getName(), u"f");
+         EXPECT_EQ(content.getFiles()[0].getSize(), 4U);
+         ASSERT_EQ(content.getFolders().size(), 1U);
+         EXPECT_EQ(content.getFolders()[0].getName(), u"e");
+     }},
+    {"invitations.copy.makes-the-callers-own", sharing,
+     [](Scene& s) {
+         const Invitation made = invitation(s);
+         const Resource target = s.guest().root() / s.folder.getPath().substr(1);
+         s.guest().call(&AccessControl::copyFolderFromInvitation,
+                        InvitationCopyFolderRequest()
+                            .withResource(made.getResource())
+                            .withInvitationId(made.getInvitationId())
+                            .withTargetResource(target));
+         s.owner.write(s.at(u"d") / u"f", "changed");
+         EXPECT_EQ(s.guest().tree(target), "f=text ");
+         s.guest().removeFolder(target, true);
+     }},
+    {"invitations.shared.is-listed-at-the-root", sharing,
+     [](Scene& s) {
+         const Invitation made = invitation(s);
+         s.guest().answer(made, InvitationStatus::ACCEPTED);
+         for (const bool showShared : {true, false}) {
+             const auto folders =
+                 s.guest()
+                     .call(&FileAccess::listFolder,
+                           FolderListRequest(s.guest().root()).withShowShared(showShared))
+                     .getFolders();
+             const auto shared =
+                 std::find_if(folders.begin(), folders.end(), [&](const FolderSummary& folder) {
+                     return folder.getInvitation().getInvitationId() == made.getInvitationId();
+                 });
+             ASSERT_EQ(shared != folders.end(), showShared);
+             if (showShared) {
+                 EXPECT_EQ(shared->getName(), u"d");
+                 EXPECT_TRUE(shared->isSharedFolder());
+                 EXPECT_EQ(shared->getInvitation().getResource(), s.at(u"d"));
+             }
+         }
+     }},
+};
+
+}  // namespace storage::kvxconformance
