@@ -32,8 +32,9 @@ struct NewUser {
     std::u16string firstName = {};
     std::u16string lastName = {};
     /// The most bytes that all versions of all files in the user's buckets may have together.
-    /// A deleted file counts until it is purged, which at the latest happens when it is in the
-    /// way. Values above UNLIMITED mean UNLIMITED.
+    /// What is written through an open handle counts as well, beside what it will replace. A
+    /// deleted file counts until it is purged, which at the latest happens when it is in the way.
+    /// Values above UNLIMITED mean UNLIMITED.
     unsigned long quota = UNLIMITED;
 };
 
@@ -49,6 +50,27 @@ struct Bucket {
     std::u16string owner;
     /// Bytes in use, counted like the owner's quota.
     unsigned long used = 0;
+};
+
+/// How much there is in a store.
+struct Statistics {
+    unsigned long users = 0;
+    unsigned long buckets = 0;
+    /// Without the roots of buckets and what was deleted at their tops.
+    unsigned long folders = 0;
+    unsigned long files = 0;
+    /// Of all files, current ones included.
+    unsigned long versions = 0;
+    /// Open file handles, of all programs.
+    unsigned long handles = 0;
+    /// Rights given by permissions and accepted invitations.
+    unsigned long grants = 0;
+    unsigned long invitations = 0;
+    /// Bytes in use, counted like the quotas.
+    unsigned long used = 0;
+    /// Bytes of content on the disk: less than in use where versions and copies share content or
+    /// files have holes, more where cleaning is still to be done.
+    unsigned long stored = 0;
 };
 
 /// A file store inside the process, kept in an SQLite database. It serves every service interface
@@ -68,9 +90,10 @@ struct Bucket {
 /// not wait for another call of the store either.
 ///
 /// Errors of calls. A call that the store refuses completes with a KVXClientException of the
-/// fitting code. A failure below, as a full disk, completes with INTERNAL_SERVER_ERROR; operations
-/// not served complete with UNKNOWN. Both exceptions also derive from std::nested_exception and
-/// nest a std::runtime_error with the plain cause, which std::rethrow_if_nested throws.
+/// fitting code; UNKNOWN means a value that is none of its enumeration, or bytes to write at a null
+/// pointer. A failure below, as a full disk, completes with INTERNAL_SERVER_ERROR; that exception
+/// also derives from std::nested_exception and nests a std::runtime_error with the plain cause,
+/// which std::rethrow_if_nested throws.
 class KVXSTORE_EXPORT Store {
 public:
     /// Opens the store that a URL names: "sqlite:///absolute/path", "sqlite:path/from/here" (the
@@ -97,14 +120,16 @@ public:
     std::unique_ptr<kvxclient::KVXClient> createClient() const;
 
     /// Creates a user and a bucket of his name, and returns the token he logs in with. It is
-    /// random and shown this once: the store keeps only its hash. Throws StoreError when the name
-    /// breaks the rules or a user or bucket has it already.
+    /// random and shown this once: the store keeps only its hash. Permissions and invitations that
+    /// wait for his name or e-mail address become his. Throws StoreError when the name breaks the
+    /// rules or a user or bucket has it already.
     std::string createUser(const NewUser& user) const;
 
     /// All users, by name.
     std::vector<User> listUsers() const;
 
-    /// Removes a user with his token, sessions and buckets. Throws StoreError when there is none.
+    /// Removes a user with his token, sessions and buckets, and all sharing by him and with him.
+    /// Throws StoreError when there is none.
     void removeUser(const std::u16string& name) const;
 
     /// Creates a bucket. Throws StoreError when the name breaks the rules or is taken, or when
@@ -117,6 +142,9 @@ public:
     /// Walks through everything and returns a sentence for each kind of damage found; empty for a
     /// sound store. Reads all of the file: slow on a large one, without holding up other calls.
     std::vector<std::string> verify() const;
+
+    /// Counts what there is. Reads all of the file: slow on a large one.
+    Statistics statistics() const;
 
     /// Purges what was deleted or has expired, which otherwise happens in idle moments.
     void sweep() const;

@@ -2,6 +2,9 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
+
+#include "storage/kvxstore/FaultPlan.h"
 
 namespace storage::kvxstore {
 
@@ -29,6 +32,9 @@ struct StoreOptions {
     /// The time, for time stamps and for what expires. Called on threads of the store, also
     /// concurrently. Empty means the system's clock; tests set their own.
     std::function<std::chrono::system_clock::time_point()> clock = {};
+
+    /// Faults to happen on purpose, for tests of applications; none when empty.
+    std::shared_ptr<FaultPlan> faults = {};
 };
 
 }  // namespace storage::kvxstore
