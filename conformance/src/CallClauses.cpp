@@ -54,7 +54,7 @@ int countCancelled(const FolderCalls& calls) {
 }  // namespace
 
 const Clauses callClauses{
-    {"calls.handler.may-start-a-call",
+    {"calls.handler.mayStartACall",
      {},
      [](Scene& s) {
          // Each handler starts the next call; the last one tells.
@@ -72,7 +72,7 @@ const Clauses callClauses{
          s.owner.client().waitForPendingCalls();
          EXPECT_EQ(s.owner.list(s.folder).getFolders().size(), 30U);
      }},
-    {"calls.handler.may-throw",
+    {"calls.handler.mayThrow",
      {},
      [](Scene& s) {
          for (int i = 0; i < 10; ++i) {
@@ -84,7 +84,7 @@ const Clauses callClauses{
          s.owner.client().waitForPendingCalls();
          EXPECT_EQ(s.owner.list(s.folder).getFolders().size(), 10U);
      }},
-    {"calls.arguments.may-go-on-return",
+    {"calls.arguments.mayGoOnReturn",
      {},
      [](Scene& s) {
          std::vector<std::shared_ptr<Outcome<FileWriteResponse>>> calls;
@@ -102,7 +102,7 @@ const Clauses callClauses{
                          std::string(20'000, static_cast<char>('0' + i)));
          }
      }},
-    {"calls.wait.returns-after-all",
+    {"calls.wait.returnsAfterAll",
      {},
      [](Scene& s) {
          const auto calls = startFolders(s.owner, s.folder, 100);
@@ -112,7 +112,7 @@ const Clauses callClauses{
          }
          s.owner.client().waitForPendingCalls();
      }},
-    {"calls.cancel.completes-each-once",
+    {"calls.cancel.completesEachOnce",
      {},
      [](Scene& s) {
          s.owner.client().cancelPendingCalls();
@@ -122,7 +122,7 @@ const Clauses callClauses{
          countCancelled(calls);
          s.owner.makeFolder(s.at(u"after"));
      }},
-    {"calls.cancel.ends-what-is-outstanding",
+    {"calls.cancel.endsWhatIsOutstanding",
      {Capability::CANCELLATION},
      [](Scene& s) {
          // Enough calls that some are outstanding still, unless each completes before it returns.
@@ -132,7 +132,7 @@ const Clauses callClauses{
          const int cancelled = countCancelled(calls);
          EXPECT_TRUE(cancelled > 0 || !outstanding);
      }},
-    {"calls.cancel.leaves-other-clients-alone",
+    {"calls.cancel.leavesOtherClientsAlone",
      {Capability::CANCELLATION},
      [](Scene& s) {
          const Participant other = s.another();
@@ -144,7 +144,7 @@ const Clauses callClauses{
 };
 
 const Clauses concurrencyClauses{
-    {"concurrency.create.one-wins",
+    {"concurrency.create.oneWins",
      {},
      [](Scene& s) {
          std::atomic<int> created = 0;
@@ -157,7 +157,7 @@ const Clauses concurrencyClauses{
          });
          EXPECT_EQ(created, 20);
      }},
-    {"concurrency.move.one-wins",
+    {"concurrency.move.oneWins",
      {},
      [](Scene& s) {
          s.owner.write(s.at(u"f"), "text");
@@ -171,7 +171,7 @@ const Clauses concurrencyClauses{
          EXPECT_EQ(moved, 1);
          EXPECT_EQ(s.owner.list(s.folder).getFiles().size(), 1U);
      }},
-    {"concurrency.write.loses-no-file",
+    {"concurrency.write.losesNoFile",
      {},
      [](Scene& s) {
          inThreads(4, [&](int thread) {
@@ -186,7 +186,7 @@ const Clauses concurrencyClauses{
              EXPECT_EQ(s.owner.read(s.at(file.getName())), toUtf8(file.getName()));
          }
      }},
-    {"concurrency.write.loses-no-version",
+    {"concurrency.write.losesNoVersion",
      {Capability::VERSIONS},
      [](Scene& s) {
          s.owner.write(s.at(u"f"), "0");
@@ -205,7 +205,7 @@ const Clauses concurrencyClauses{
          }
          EXPECT_EQ(s.owner.versions(s.at(u"f")).size(), 41U);
      }},
-    {"concurrency.read.is-never-torn",
+    {"concurrency.read.isNeverTorn",
      {},
      [](Scene& s) {
          const std::string contents[] = {std::string(300'000, 'a'), std::string(500, 'b')};
@@ -224,7 +224,7 @@ const Clauses concurrencyClauses{
              } while (!stop);
          });
      }},
-    {"concurrency.handles.write-side-by-side",
+    {"concurrency.handles.writeSideBySide",
      {Capability::HANDLES},
      [](Scene& s) {
          const std::string handle =

@@ -51,7 +51,7 @@ private:
 }  // namespace
 
 const Clauses changeClauses{
-    {"changes.list.tells-every-change", changes,
+    {"changes.list.tellsEveryChange", changes,
      [](Scene& s) {
          Watcher watcher(s, s.owner);
          s.owner.write(s.at(u"a"), "1");
@@ -64,7 +64,7 @@ const Clauses changeClauses{
          s.owner.call(&FileAccess::setMetadata, s.at(u"b"));
          EXPECT_EQ(watcher.next(), "b ");
      }},
-    {"changes.watermark.leaves-out-what-was-told", changes,
+    {"changes.watermark.leavesOutWhatWasTold", changes,
      [](Scene& s) {
          Watcher watcher(s, s.owner);
          s.owner.write(s.at(u"a"), "1");
@@ -73,7 +73,7 @@ const Clauses changeClauses{
          s.owner.write(s.at(u"b"), "1");
          EXPECT_EQ(watcher.next(), "b ");
      }},
-    {"changes.watermark.empty-is-the-beginning", changes,
+    {"changes.watermark.emptyIsTheBeginning", changes,
      [](Scene& s) {
          Watcher watcher(s, s.owner);
          s.owner.makeFolder(s.at(u"d"));
@@ -83,7 +83,7 @@ const Clauses changeClauses{
          watcher.forget();
          EXPECT_EQ(watcher.next(), "b d/ d/a ");
      }},
-    {"changes.list.tells-deletions", changes,
+    {"changes.list.tellsDeletions", changes,
      [](Scene& s) {
          s.owner.write(s.at(u"a"), "1");
          s.owner.makeFolder(s.at(u"d"));
@@ -92,14 +92,14 @@ const Clauses changeClauses{
          s.owner.removeFolder(s.at(u"d"), false);
          EXPECT_EQ(watcher.next(), "a d/ ");
      }},
-    {"changes.list.tells-both-ends-of-a-move", changes,
+    {"changes.list.tellsBothEndsOfAMove", changes,
      [](Scene& s) {
          s.owner.write(s.at(u"from"), "1");
          Watcher watcher(s, s.owner);
          s.owner.move(s.at(u"from"), s.at(u"to"));
          EXPECT_EQ(watcher.next(), "from to ");
      }},
-    {"changes.list.tells-commits-not-writes",
+    {"changes.list.tellsCommitsNotWrites",
      {Capability::CHANGES, Capability::HANDLES},
      [](Scene& s) {
          Watcher watcher(s, s.owner);
@@ -110,7 +110,7 @@ const Clauses changeClauses{
          s.owner.close(s.at(u"f"), handle);
          EXPECT_EQ(watcher.next(), "f ");
      }},
-    {"changes.list.is-the-callers-own", changes,
+    {"changes.list.isTheCallersOwn", changes,
      [](Scene& s) {
          Watcher watcher(s, s.guest());
          s.owner.write(s.at(u"secret"), "1");
@@ -118,7 +118,7 @@ const Clauses changeClauses{
          watcher.forget();
          EXPECT_EQ(watcher.next(), "");
      }},
-    {"changes.list.covers-what-is-shared",
+    {"changes.list.coversWhatIsShared",
      {Capability::CHANGES, Capability::SHARING},
      [](Scene& s) {
          s.owner.grant(s.folder, s.guest().name(), Operation::READ);

@@ -32,7 +32,7 @@ const ResourcePolicy open = policyOf(VersionPolicy::ENABLED, PublicAccessPolicy:
 }  // namespace
 
 const Clauses configurationClauses{
-    {"configuration.policy.is-inherited", configuration,
+    {"configuration.policy.isInherited", configuration,
      [](Scene& s) {
          s.owner.makeFolder(s.at(u"d"));
          s.owner.write(s.at(u"d") / u"f", "");
@@ -42,7 +42,7 @@ const Clauses configurationClauses{
              expectPolicy(s, s.at(u"d") / u"f", nothing, policy);
          }
      }},
-    {"configuration.policy.nearest-holds", configuration,
+    {"configuration.policy.nearestHolds", configuration,
      [](Scene& s) {
          s.owner.makeFolder(s.at(u"d"));
          s.owner.write(s.at(u"d") / u"f", "");
@@ -55,7 +55,7 @@ const Clauses configurationClauses{
          setPolicy(s, s.at(u"d"), nothing);
          expectPolicy(s, s.at(u"d"), nothing, closed);
      }},
-    {"configuration.policy.something-always-holds", configuration,
+    {"configuration.policy.somethingAlwaysHolds", configuration,
      [](Scene& s) {
          const auto effective = s.owner
                                     .call(&ConfigurationManagement::getResourcePolicy,
@@ -64,7 +64,7 @@ const Clauses configurationClauses{
          EXPECT_NE(effective.getVersionPolicy(), VersionPolicy::INHERIT);
          EXPECT_NE(effective.getPublicAccessPolicy(), PublicAccessPolicy::INHERIT);
      }},
-    {"configuration.usage.grows-with-content", configuration,
+    {"configuration.usage.growsWithContent", configuration,
      [](Scene& s) {
          const auto usage = [&] {
              return s.owner.call(&ConfigurationManagement::getStorageUsage,

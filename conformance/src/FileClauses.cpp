@@ -44,7 +44,7 @@ FileDownloadResponse download(Scene& s, const FileDownloadRequest& request) {
 }  // namespace
 
 const Clauses fileClauses{
-    {"files.create.stores-any-size",
+    {"files.create.storesAnySize",
      {},
      [](Scene& s) {
          for (const std::size_t size : {0UL, 1UL, 4095UL, 65536UL, 65537UL, 262145UL, 3UL << 20U}) {
@@ -54,7 +54,7 @@ const Clauses fileClauses{
              EXPECT_EQ(s.owner.stat(s.at(u"f")).getSize(), size);
          }
      }},
-    {"files.create.replaces-content",
+    {"files.create.replacesContent",
      {},
      [](Scene& s) {
          s.owner.write(s.at(u"f"), "a long first content");
@@ -62,7 +62,7 @@ const Clauses fileClauses{
          s.owner.write(s.at(u"f"), "second");
          EXPECT_EQ(s.owner.tree(s.folder), "f=second other=other ");
      }},
-    {"files.create.describes-the-file",
+    {"files.create.describesTheFile",
      {},
      [](Scene& s) {
          const FileSummary summary = s.owner.write(s.at(u"f"), "12345").getFileSummary();
@@ -72,7 +72,7 @@ const Clauses fileClauses{
          const FileSummary listed = s.owner.list(s.folder).getFiles().at(0);
          EXPECT_EQ(listed, summary) << "a write and the listing after it tell the same";
      }},
-    {"files.create.keeps-content-type",
+    {"files.create.keepsContentType",
      {},
      [](Scene& s) {
          for (const char* type : {"image/png", "text/html; charset=utf-8"}) {
@@ -81,7 +81,7 @@ const Clauses fileClauses{
              EXPECT_EQ(s.owner.call(&FileAccess::readFile, s.at(u"f")).getContentType(), type);
          }
      }},
-    {"files.delete.removes-the-file",
+    {"files.delete.removesTheFile",
      {},
      [](Scene& s) {
          s.owner.write(s.at(u"f"), "1");
@@ -96,7 +96,7 @@ const Clauses fileClauses{
          s.owner.write(s.at(u"f"), "again");
          EXPECT_EQ(s.owner.tree(s.folder), "f=again g=2 ");
      }},
-    {"files.attributes.describe-the-item",
+    {"files.attributes.describeTheItem",
      {},
      [](Scene& s) {
          s.owner.write(s.at(u"f"), "12345");
@@ -111,7 +111,7 @@ const Clauses fileClauses{
          EXPECT_EQ(folder.getName(), u"d");
          EXPECT_NE(folder.getType(), file.getType());
      }},
-    {"files.watermark.changes-with-the-file",
+    {"files.watermark.changesWithTheFile",
      {},
      [](Scene& s) {
          s.owner.write(s.at(u"f"), "1");
@@ -120,7 +120,7 @@ const Clauses fileClauses{
          s.owner.write(s.at(u"f"), "2");
          EXPECT_NE(s.owner.stat(s.at(u"f")).getWatermark(), first);
      }},
-    {"files.metadata.keeps-the-time",
+    {"files.metadata.keepsTheTime",
      {},
      [](Scene& s) {
          s.owner.write(s.at(u"f"), "1");
@@ -133,7 +133,7 @@ const Clauses fileClauses{
          }
          EXPECT_EQ(s.owner.read(s.at(u"f")), "1");
      }},
-    {"files.bucket.is-heeded",
+    {"files.bucket.isHeeded",
      {},
      [](Scene& s) {
          const Resource theirs(s.folder.getPath(), s.guest().user().bucket);
@@ -147,7 +147,7 @@ const Clauses fileClauses{
          EXPECT_EQ(s.guest().tree(theirs), "f=guest ");
          s.guest().removeFolder(theirs, true);
      }},
-    {"paths.names.are-kept-exactly",
+    {"paths.names.areKeptExactly",
      {},
      [](Scene& s) {
          for (const std::u16string& name : s.transport.oddNames) {
@@ -160,7 +160,7 @@ const Clauses fileClauses{
              s.owner.removeFolder(s.at(name), true);
          }
      }},
-    {"paths.names.differ-by-unit",
+    {"paths.names.differByUnit",
      {},
      [](Scene& s) {
          for (const std::u16string& name : s.transport.oddNames) {
@@ -171,7 +171,7 @@ const Clauses fileClauses{
          }
          EXPECT_EQ(s.owner.list(s.folder).getFiles().size(), s.transport.oddNames.size());
      }},
-    {"paths.depth.fifty-levels",
+    {"paths.depth.fiftyLevels",
      {},
      [](Scene& s) {
          Resource deep = s.folder;
@@ -184,7 +184,7 @@ const Clauses fileClauses{
          s.owner.move(s.at(u"level"), s.at(u"moved"));
          EXPECT_EQ(codeOf([&] { s.owner.read(deep / u"f"); }), Code::RESOURCE_NOT_FOUND);
      }},
-    {"downloads.string.is-the-content",
+    {"downloads.string.isTheContent",
      {Capability::DOWNLOADS},
      [](Scene& s) {
          s.owner.write(s.at(u"a b"), bytes(300'000));
@@ -193,7 +193,7 @@ const Clauses fileClauses{
              download(s, FileDownloadRequest(request).withReadIntoString(true)).getStringBody() ==
              bytes(300'000));
      }},
-    {"downloads.stream.is-the-content",
+    {"downloads.stream.isTheContent",
      {Capability::DOWNLOADS},
      [](Scene& s) {
          s.owner.write(s.at(u"f"), bytes(300'000));
@@ -206,7 +206,7 @@ const Clauses fileClauses{
          EXPECT_TRUE(ended) << "the stream must go before the call completes";
          EXPECT_TRUE(taken == bytes(300'000));
      }},
-    {"downloads.content.is-as-it-was",
+    {"downloads.content.isAsItWas",
      {Capability::DOWNLOADS},
      [](Scene& s) {
          s.owner.write(s.at(u"f"), "then");

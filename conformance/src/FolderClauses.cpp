@@ -3,7 +3,7 @@
 namespace storage::kvxconformance {
 
 const Clauses folderClauses{
-    {"folders.list.tells-all",
+    {"folders.list.tellsAll",
      {},
      [](Scene& s) {
          s.owner.makeFolder(s.at(u"d"));
@@ -22,7 +22,7 @@ const Clauses folderClauses{
                        s.owner.stat(s.folder / file.getName()).getLastModified());
          }
      }},
-    {"folders.list.hides-what-is-hidden",
+    {"folders.list.hidesWhatIsHidden",
      {},
      [](Scene& s) {
          if (s.transport.hiddenName.empty()) {
@@ -34,7 +34,7 @@ const Clauses folderClauses{
          EXPECT_EQ(s.owner.list(s.folder, true).getFiles().size(), 2U);
          EXPECT_EQ(s.owner.read(s.at(s.transport.hiddenName)), "hidden");
      }},
-    {"folders.list.is-up-to-date",
+    {"folders.list.isUpToDate",
      {},
      [](Scene& s) {
          EXPECT_EQ(s.owner.names(s.folder), "");
@@ -50,7 +50,7 @@ const Clauses folderClauses{
          EXPECT_EQ(s.owner.names(s.folder), "c ");
          EXPECT_EQ(s.another().names(s.folder), "c ") << "as another client sees it";
      }},
-    {"folders.list.many-entries",
+    {"folders.list.manyEntries",
      {},
      [](Scene& s) {
          std::string expected;
@@ -66,7 +66,7 @@ const Clauses folderClauses{
          }
          EXPECT_EQ(s.owner.names(s.folder), expected);
      }},
-    {"folders.list-multi.tells-the-subtree",
+    {"folders.listMulti.tellsTheSubtree",
      {},
      [](Scene& s) {
          s.owner.makeFolder(s.at(u"d"));
@@ -88,13 +88,13 @@ const Clauses folderClauses{
          }
          EXPECT_EQ(found, ":d/ g=1 /d:e/ /d/e:f=4 ");
      }},
-    {"folders.create.makes-an-empty-folder",
+    {"folders.create.makesAnEmptyFolder",
      {},
      [](Scene& s) {
          s.owner.makeFolder(s.at(u"d"));
          EXPECT_EQ(s.owner.tree(s.folder), "d/ { } ");
      }},
-    {"folders.delete.removes-an-empty-folder",
+    {"folders.delete.removesAnEmptyFolder",
      {},
      [](Scene& s) {
          s.owner.makeFolder(s.at(u"d"));
@@ -106,7 +106,7 @@ const Clauses folderClauses{
          }
          EXPECT_EQ(s.owner.names(s.folder), "e/ ");
      }},
-    {"folders.delete.force-removes-all",
+    {"folders.delete.forceRemovesAll",
      {},
      [](Scene& s) {
          s.owner.makeFolder(s.at(u"d"));
@@ -135,7 +135,7 @@ void makeTree(Scene& s) {
 }  // namespace
 
 const Clauses relocationClauses{
-    {"move.file.leaves-nothing-behind",
+    {"move.file.leavesNothingBehind",
      {},
      [](Scene& s) {
          makeTree(s);
@@ -144,28 +144,28 @@ const Clauses relocationClauses{
          EXPECT_EQ(s.owner.tree(s.folder), "from/ { sub/ { f=1 } } to/ { h=2 old=3 } ");
          EXPECT_EQ(s.owner.stat(s.at(u"to") / u"h").getCreated(), before.getCreated());
      }},
-    {"move.folder.takes-all-along",
+    {"move.folder.takesAllAlong",
      {},
      [](Scene& s) {
          makeTree(s);
          s.owner.move(s.at(u"from"), s.at(u"to") / u"new");
          EXPECT_EQ(s.owner.tree(s.folder), "to/ { new/ { g=2 sub/ { f=1 } } old=3 } ");
      }},
-    {"move.overwrites-when-asked",
+    {"move.overwritesWhenAsked",
      {},
      [](Scene& s) {
          makeTree(s);
          s.owner.move(s.at(u"from") / u"g", s.at(u"to") / u"old", true);
          EXPECT_EQ(s.owner.tree(s.folder), "from/ { sub/ { f=1 } } to/ { old=2 } ");
      }},
-    {"copy.file.leaves-the-source",
+    {"copy.file.leavesTheSource",
      {},
      [](Scene& s) {
          makeTree(s);
          s.owner.copy(s.at(u"from") / u"g", s.at(u"to") / u"h");
          EXPECT_EQ(s.owner.tree(s.folder), "from/ { g=2 sub/ { f=1 } } to/ { h=2 old=3 } ");
      }},
-    {"copy.folder.copies-all",
+    {"copy.folder.copiesAll",
      {},
      [](Scene& s) {
          makeTree(s);
@@ -173,14 +173,14 @@ const Clauses relocationClauses{
          EXPECT_EQ(s.owner.tree(s.at(u"to")), "new/ { g=2 sub/ { f=1 } } old=3 ");
          EXPECT_EQ(s.owner.tree(s.at(u"from")), "g=2 sub/ { f=1 } ");
      }},
-    {"copy.overwrites-when-asked",
+    {"copy.overwritesWhenAsked",
      {},
      [](Scene& s) {
          makeTree(s);
          s.owner.copy(s.at(u"from") / u"g", s.at(u"to") / u"old", true);
          EXPECT_EQ(s.owner.tree(s.folder), "from/ { g=2 sub/ { f=1 } } to/ { old=2 } ");
      }},
-    {"copy.is-independent",
+    {"copy.isIndependent",
      {},
      [](Scene& s) {
          makeTree(s);

@@ -36,7 +36,7 @@ struct OpenFile {
 }  // namespace
 
 const Clauses handleClauses{
-    {"handles.open.tells-the-size", handles,
+    {"handles.open.tellsTheSize", handles,
      [](Scene& s) {
          s.owner.write(s.at(u"f"), "12345");
          const auto reading = s.owner.call(&FileAccess::createReadOnlyFileHandle, s.at(u"f"));
@@ -47,7 +47,7 @@ const Clauses handleClauses{
          EXPECT_FALSE(writing.getFileCreated());
          EXPECT_NE(writing.getFileHandleId(), reading.getFileHandleId());
      }},
-    {"handles.open.creates-when-asked", handles,
+    {"handles.open.createsWhenAsked", handles,
      [](Scene& s) {
          for (const auto mode : {FileCreateMode::CREATE, FileCreateMode::CREATE_OR_UPDATE}) {
              const Resource file = s.at(mode == FileCreateMode::CREATE ? u"new" : u"newer");
@@ -61,7 +61,7 @@ const Clauses handleClauses{
          EXPECT_FALSE(
              s.owner.openToWrite(s.at(u"new"), FileCreateMode::CREATE_OR_UPDATE).getFileCreated());
      }},
-    {"handles.open.truncates-when-asked", handles,
+    {"handles.open.truncatesWhenAsked", handles,
      [](Scene& s) {
          s.owner.write(s.at(u"f"), "12345");
          const auto opened = s.owner.openToWrite(s.at(u"f"), FileCreateMode::UPDATE, true);
@@ -100,7 +100,7 @@ const Clauses handleClauses{
              EXPECT_EQ(range.getFileSize(), content.size());
          }
      }},
-    {"handles.read.content-as-it-was", handles,
+    {"handles.read.contentAsItWas", handles,
      [](Scene& s) {
          s.owner.write(s.at(u"f"), "then");
          const std::string handle = s.owner.openToRead(s.at(u"f"));
@@ -135,7 +135,7 @@ const Clauses handleClauses{
          open.close();
          EXPECT_TRUE(s.owner.read(open.file) == expected);
      }},
-    {"handles.write.beyond-every-limit", handles,
+    {"handles.write.beyondEveryLimit", handles,
      [](Scene& s) {
          const OpenFile open(s, "kept");
          for (const unsigned long offset : {largest, largest - 1, 1UL << 63U}) {
@@ -145,7 +145,7 @@ const Clauses handleClauses{
          open.close();
          EXPECT_EQ(s.owner.read(open.file), "kept");
      }},
-    {"handles.write.bytes-may-go-on-completion", handles,
+    {"handles.write.bytesMayGoOnCompletion", handles,
      [](Scene& s) {
          const OpenFile open(s, "");
          auto bytes = std::make_unique<std::vector<unsigned char>>(300'000, 'a');
@@ -161,7 +161,7 @@ const Clauses handleClauses{
          open.close();
          EXPECT_TRUE(s.owner.read(open.file) == std::string(300'000, 'a'));
      }},
-    {"handles.write.unseen-before-commit", handles,
+    {"handles.write.unseenBeforeCommit", handles,
      [](Scene& s) {
          const OpenFile open(s, "old");
          open.write(0, "new content");
@@ -184,7 +184,7 @@ const Clauses handleClauses{
                        FileHandleCloseOperation::ABORT_CHANGES);
          EXPECT_EQ(s.owner.tree(s.folder), "f=old ");
      }},
-    {"handles.close.ends-the-handle", handles,
+    {"handles.close.endsTheHandle", handles,
      [](Scene& s) {
          const OpenFile open(s, "old");
          open.close();
@@ -193,7 +193,7 @@ const Clauses handleClauses{
          EXPECT_EQ(codeOf([&] { open.close(); }), Code::RESOURCE_NOT_FOUND);
          EXPECT_EQ(s.owner.read(open.file), "old");
      }},
-    {"handles.owner.is-who-opened-it", handles,
+    {"handles.owner.isWhoOpenedIt", handles,
      [](Scene& s) {
          const OpenFile open(s, "old");
          const Participant& guest = s.guest();
@@ -204,7 +204,7 @@ const Clauses handleClauses{
          EXPECT_EQ(codeOf([&] { guest.close(open.file, open.handle); }), Code::RESOURCE_NOT_FOUND);
          EXPECT_EQ(open.read(0, 9), "old");
      }},
-    {"handles.content-type.is-kept", handles,
+    {"handles.contentType.isKept", handles,
      [](Scene& s) {
          const auto opened = s.owner.call(
              &FileAccess::createReadWriteFileHandle,
@@ -212,7 +212,7 @@ const Clauses handleClauses{
          s.owner.close(s.at(u"f"), opened.getFileHandleId());
          EXPECT_EQ(s.owner.call(&FileAccess::readFile, s.at(u"f")).getContentType(), "image/png");
      }},
-    {"handles.commit.keeps-the-old-version-when-asked",
+    {"handles.commit.keepsTheOldVersionWhenAsked",
      {Capability::HANDLES, Capability::VERSIONS},
      [](Scene& s) {
          const int first = s.owner.write(s.at(u"f"), "first").getVersionLabel();

@@ -239,10 +239,10 @@ Clauses operationClauses() {
             clauses.push_back({id + operation.name, operation.needs,
                                [=, &operation](Scene& s) { check(s, operation, arguments...); }});
         };
-        add("calls.completes-once.", completesOnce);
+        add("calls.completesOnce.", completesOnce);
         const Right right = operation.right;
         if (right != Right::NONE) {
-            add("session.needed-by.", needsSession);
+            add("session.neededBy.", needsSession);
         }
         if (right < Right::READ) {
             continue;

@@ -26,7 +26,7 @@ bool sees(const Participant& who, const Resource& folder) {
 }  // namespace
 
 const Clauses permissionClauses{
-    {"permissions.grant.holds-until-revoked", sharing,
+    {"permissions.grant.holdsUntilRevoked", sharing,
      [](Scene& s) {
          s.owner.makeFolder(s.at(u"d"));
          s.owner.write(s.at(u"d") / u"f", "text");
@@ -38,7 +38,7 @@ const Clauses permissionClauses{
          EXPECT_FALSE(sees(s.guest(), s.at(u"d")));
          EXPECT_EQ(codeOf([&] { s.guest().read(s.at(u"d") / u"f"); }), Code::RESOURCE_NOT_FOUND);
      }},
-    {"permissions.grant.of-one-file", sharing,
+    {"permissions.grant.ofOneFile", sharing,
      [](Scene& s) {
          s.owner.write(s.at(u"f"), "text");
          s.owner.write(s.at(u"g"), "secret");
@@ -48,7 +48,7 @@ const Clauses permissionClauses{
          s.guest().write(s.at(u"f"), "changed");
          EXPECT_EQ(s.owner.tree(s.folder), "f=changed g=secret ");
      }},
-    {"permissions.list.tells-what-was-granted", sharing,
+    {"permissions.list.tellsWhatWasGranted", sharing,
      [](Scene& s) {
          EXPECT_TRUE(permissions(s, s.folder).empty());
          const std::string id = s.owner.grant(s.folder, s.guest().name(), Operation::READ);
@@ -61,7 +61,7 @@ const Clauses permissionClauses{
          revoke(s, s.folder, id);
          EXPECT_TRUE(permissions(s, s.folder).empty());
      }},
-    {"permissions.grant.to-a-user-to-come", sharing,
+    {"permissions.grant.toAUserToCome", sharing,
      [](Scene& s) {
          s.owner.call(&AccessControl::grantPermission,
                       PermissionGrantRequest(s.folder)
@@ -71,7 +71,7 @@ const Clauses permissionClauses{
          ASSERT_EQ(granted.size(), 1U);
          EXPECT_EQ(granted[0].getSubject(), u"a user to come");
      }},
-    {"permissions.summary.tells-the-right", sharing,
+    {"permissions.summary.tellsTheRight", sharing,
      [](Scene& s) {
          s.owner.makeFolder(s.at(u"d"));
          s.owner.write(s.at(u"f"), "");
@@ -92,7 +92,7 @@ const Clauses permissionClauses{
          }
          EXPECT_TRUE(s.owner.stat(s.folder).getShareable());
      }},
-    {"permissions.third-user.sees-nothing", sharing,
+    {"permissions.thirdUser.seesNothing", sharing,
      [](Scene& s) {
          s.owner.grant(s.folder, s.guest().name(), Operation::READ_WRITE);
          EXPECT_TRUE(sees(s.guest(), s.folder));
@@ -133,7 +133,7 @@ Invitation invitation(Scene& s, bool open = false, AccessType type = AccessType:
 }  // namespace
 
 const Clauses invitationClauses{
-    {"invitations.personal.is-described", sharing,
+    {"invitations.personal.isDescribed", sharing,
      [](Scene& s) {
          const Invitation made = invitation(s, false, AccessType::READ_WRITE);
          EXPECT_FALSE(made.getInvitationId().empty());
@@ -148,7 +148,7 @@ const Clauses invitationClauses{
              EXPECT_TRUE(lists(*who, made));
          }
      }},
-    {"invitations.personal.gives-its-right-when-accepted", sharing,
+    {"invitations.personal.givesItsRightWhenAccepted", sharing,
      [](Scene& s) {
          for (const AccessType type : {AccessType::READ_ONLY, AccessType::READ_WRITE}) {
              const Invitation made = invitation(s, false, type);
@@ -166,7 +166,7 @@ const Clauses invitationClauses{
              s.owner.removeFolder(s.at(u"d"), true);
          }
      }},
-    {"invitations.personal.gives-nothing-when-declined", sharing,
+    {"invitations.personal.givesNothingWhenDeclined", sharing,
      [](Scene& s) {
          const Invitation made = invitation(s);
          s.guest().answer(made, InvitationStatus::ACCEPTED);
@@ -175,7 +175,7 @@ const Clauses invitationClauses{
                    InvitationStatus::DECLINED);
          EXPECT_FALSE(sees(s.guest(), s.at(u"d")));
      }},
-    {"invitations.personal.is-answered-by-its-recipient", sharing,
+    {"invitations.personal.isAnsweredByItsRecipient", sharing,
      [](Scene& s) {
          const Invitation made = invitation(s);
          EXPECT_EQ(codeOf([&] { s.owner.answer(made, InvitationStatus::ACCEPTED); }),
@@ -184,7 +184,7 @@ const Clauses invitationClauses{
          EXPECT_EQ(readInvitation(s.owner, made.getInvitationId()).getStatus(),
                    InvitationStatus::PENDING);
      }},
-    {"invitations.personal.is-unknown-to-others", sharing,
+    {"invitations.personal.isUnknownToOthers", sharing,
      [](Scene& s) {
          const Invitation made = invitation(s);
          EXPECT_EQ(codeOf([&] { readInvitation(s.stranger(), made.getInvitationId()); }),
@@ -212,7 +212,7 @@ const Clauses invitationClauses{
          EXPECT_TRUE(lists(s.owner, made, InvitationListRequest().withResource(s.at(u"d"))));
          EXPECT_FALSE(lists(s.owner, made, InvitationListRequest().withResource(s.at(u"x"))));
      }},
-    {"invitations.open.becomes-the-callers-own", sharing,
+    {"invitations.open.becomesTheCallersOwn", sharing,
      [](Scene& s) {
          const Invitation open = invitation(s, true);
          EXPECT_EQ(open.getInvitationType(), InvitationType::OPEN);
@@ -225,7 +225,7 @@ const Clauses invitationClauses{
          EXPECT_EQ(readInvitation(s.owner, open.getInvitationId()).getInvitationType(),
                    InvitationType::OPEN);
      }},
-    {"invitations.content.is-shown-before-accepting", sharing,
+    {"invitations.content.isShownBeforeAccepting", sharing,
      [](Scene& s) {
          const Invitation made = invitation(s);
          s.owner.makeFolder(s.at(u"d") / u"e");
@@ -243,7 +243,7 @@ const Clauses invitationClauses{
          ASSERT_EQ(content.getFolders().size(), 1U);
          EXPECT_EQ(content.getFolders()[0].getName(), u"e");
      }},
-    {"invitations.copy.makes-the-callers-own", sharing,
+    {"invitations.copy.makesTheCallersOwn", sharing,
      [](Scene& s) {
          const Invitation made = invitation(s);
          const Resource target = s.guest().root() / s.folder.getPath().substr(1);
@@ -256,7 +256,7 @@ const Clauses invitationClauses{
          EXPECT_EQ(s.guest().tree(target), "f=text ");
          s.guest().removeFolder(target, true);
      }},
-    {"invitations.shared.is-listed-at-the-root", sharing,
+    {"invitations.shared.isListedAtTheRoot", sharing,
      [](Scene& s) {
          const Invitation made = invitation(s);
          s.guest().answer(made, InvitationStatus::ACCEPTED);

@@ -40,7 +40,7 @@ const Clauses sessionClauses{
          ASSERT_EQ(future.wait_for(s.transport.patience), std::future_status::ready);
          EXPECT_NO_THROW(future.get());
      }},
-    {"session.login.opens-a-session", {}, withToken([](Scene& s, const std::string& token) {
+    {"session.login.opensASession", {}, withToken([](Scene& s, const std::string& token) {
          Participant other = s.another();
          const std::string before = other.client().getSessionId();
          const std::string id = logIn(other, token);
@@ -48,12 +48,12 @@ const Clauses sessionClauses{
          other.client().withSessionId(id);
          EXPECT_EQ(other.names(s.folder), "");
      })},
-    {"session.login.refuses-a-wrong-token", {}, withToken([](Scene& s, const std::string& token) {
+    {"session.login.refusesAWrongToken", {}, withToken([](Scene& s, const std::string& token) {
          for (const std::string& wrong : {std::string(), token + "x", std::string("wrong")}) {
              EXPECT_EQ(codeOf([&] { logIn(s.owner, wrong); }), Code::INVALID_TOKEN) << wrong;
          }
      })},
-    {"session.id.unknown-is-refused",
+    {"session.id.unknownIsRefused",
      {},
      [](Scene& s) {
          Participant other = s.another();
@@ -64,7 +64,7 @@ const Clauses sessionClauses{
              EXPECT_TRUE(isSessionError(codeOf([&] { other.list(s.folder); }))) << id;
          }
      }},
-    {"session.id.is-read-at-each-call",
+    {"session.id.isReadAtEachCall",
      {},
      [](Scene& s) {
          Participant other = s.another();
@@ -74,7 +74,7 @@ const Clauses sessionClauses{
          other.client().withSessionId(id);
          EXPECT_EQ(other.names(s.folder), "");
      }},
-    {"session.logout.ends-the-session",
+    {"session.logout.endsTheSession",
      {},
      [](Scene& s) {
          const Participant other = s.another();
@@ -87,7 +87,7 @@ const Clauses sessionClauses{
              isSessionError(codeOf([&] { other.call(&KVXClient::logout, LogoutRequest()); })));
          EXPECT_EQ(s.owner.names(s.folder), "") << "another session ended with it";
      }},
-    {"session.services.know-their-client",
+    {"session.services.knowTheirClient",
      {},
      [](Scene& s) {
          Participant other = s.another();

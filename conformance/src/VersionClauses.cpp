@@ -15,7 +15,7 @@ VersionRestoreResponse restore(Scene& s, int label, bool createNewVersion) {
 }  // namespace
 
 const Clauses versionClauses{
-    {"versions.list.tells-all", versions,
+    {"versions.list.tellsAll", versions,
      [](Scene& s) {
          std::set<int> labels;
          std::set<std::string> ids;
@@ -37,7 +37,7 @@ const Clauses versionClauses{
          EXPECT_EQ(listedLabels, labels);
          EXPECT_EQ(listedIds, ids);
      }},
-    {"versions.read.by-label-and-id", versions,
+    {"versions.read.byLabelAndId", versions,
      [](Scene& s) {
          const auto first = s.owner.write(s.at(u"f"), "one", true);
          const auto second = s.owner.write(s.at(u"f"), "two", true);
@@ -54,7 +54,7 @@ const Clauses versionClauses{
              EXPECT_EQ(std::string(body.begin(), body.end()), content);
          }
      }},
-    {"versions.write.keeps-the-old-only-when-asked", versions,
+    {"versions.write.keepsTheOldOnlyWhenAsked", versions,
      [](Scene& s) {
          s.owner.write(s.at(u"f"), "one");
          s.owner.write(s.at(u"f"), "two");
@@ -63,7 +63,7 @@ const Clauses versionClauses{
          EXPECT_EQ(s.owner.versions(s.at(u"f")).size(), 2U);
          EXPECT_EQ(s.owner.read(s.at(u"f")), "three");
      }},
-    {"versions.restore.as-a-new-version", versions,
+    {"versions.restore.asANewVersion", versions,
      [](Scene& s) {
          const int first = s.owner.write(s.at(u"f"), "one", true).getVersionLabel();
          const int second = s.owner.write(s.at(u"f"), "two!", true).getVersionLabel();
@@ -74,7 +74,7 @@ const Clauses versionClauses{
          EXPECT_EQ(s.owner.read(s.at(u"f"), second), "two!");
          EXPECT_EQ(s.owner.versions(s.at(u"f")).size(), 3U);
      }},
-    {"versions.restore.in-place", versions,
+    {"versions.restore.inPlace", versions,
      [](Scene& s) {
          const int first = s.owner.write(s.at(u"f"), "one", true).getVersionLabel();
          s.owner.write(s.at(u"f"), "two!", true);
@@ -83,7 +83,7 @@ const Clauses versionClauses{
          EXPECT_EQ(s.owner.read(s.at(u"f"), restored.getVersionLabel()), "one");
          EXPECT_LE(s.owner.versions(s.at(u"f")).size(), 2U);
      }},
-    {"versions.move.takes-them-along", versions,
+    {"versions.move.takesThemAlong", versions,
      [](Scene& s) {
          const int first = s.owner.write(s.at(u"f"), "one", true).getVersionLabel();
          s.owner.write(s.at(u"f"), "two", true);
@@ -101,7 +101,7 @@ const Clauses versionClauses{
          const auto missing = [&] { service.listVersions(s.at(u"gone")); };
          EXPECT_EQ(codeOf(missing), Code::RESOURCE_NOT_FOUND);
      }},
-    {"versions.policy.disabled-keeps-none",
+    {"versions.policy.disabledKeepsNone",
      {Capability::VERSIONS, Capability::CONFIGURATION},
      [](Scene& s) {
          s.owner.call(&ConfigurationManagement::setResourcePolicy,

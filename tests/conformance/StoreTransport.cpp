@@ -1,10 +1,11 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "storage/kvxconformance/Conformance.h"
+#include "BrokenTransport.h"
 #include "storage/kvxstore/Store.h"
 
-// The embedded store as the kit sees it; in memory unless CONFORMANCE_STORE is "file".
+// The embedded store as the kit sees it; in memory unless CONFORMANCE_STORE is "file",
+// behind a decorator that misbehaves as CONFORMANCE_FAULT says, if that is set.
 
 namespace storage::kvxconformance {
 
@@ -19,7 +20,8 @@ std::string storeUrl() {
     if (::mkdtemp(folder.data()) == nullptr) {
         throw std::runtime_error("cannot make a temporary folder");
     }
-    static const std::shared_ptr<void> removal(nullptr, [folder](void*) { std::filesystem::remove_all(folder); });
+    static const std::shared_ptr<void> removal(
+        nullptr, [folder](void*) { std::filesystem::remove_all(folder); });
     return "sqlite://" + folder + "/store.db";
 }
 
@@ -37,7 +39,8 @@ Transport transport() {
             client->login(kvxclient::LoginRequest().withToken(user.token)).getSessionId());
         return client;
     };
-    return transport;
+    const char* fault = std::getenv("CONFORMANCE_FAULT");
+    return fault == nullptr ? transport : breakTransport(std::move(transport), fault);
 }
 
 }  // namespace storage::kvxconformance

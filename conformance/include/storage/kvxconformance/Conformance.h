@@ -3,7 +3,7 @@
 /// @file
 /// A test suite that holds a transport to the contract of the client interface.
 ///
-/// Each requirement is a clause with a stable id, as "files.create.replaces-content", which is the
+/// Each requirement is a clause with a stable id, as "files.create.replacesContent", which is the
 /// full name of its GoogleTest test. Define transport() and link the kit, which brings a main(); or
 /// call registerConformanceTests() from a main of your own.
 
@@ -83,7 +83,7 @@ struct Transport {
                                             u"a+b&c=d;e?f#g",
                                             u"back\\slash",
                                             u"'quoted' \"twice\"",
-                                            u"<tag/>",
+                                            u"<tag>",
                                             u"...",
                                             u"caf\u00e9",
                                             u"cafe\u0301",
