@@ -55,7 +55,6 @@ int countCancelled(const FolderCalls& calls) {
 
 const Clauses callClauses{
     {"calls.handler.mayStartACall",
-     {},
      [](Scene& s) {
          // Each handler starts the next call; the last one tells.
          std::promise<void> done;
@@ -73,7 +72,6 @@ const Clauses callClauses{
          EXPECT_EQ(s.owner.list(s.folder).getFolders().size(), 30U);
      }},
     {"calls.handler.mayThrow",
-     {},
      [](Scene& s) {
          for (int i = 0; i < 10; ++i) {
              const auto call =
@@ -85,7 +83,6 @@ const Clauses callClauses{
          EXPECT_EQ(s.owner.list(s.folder).getFolders().size(), 10U);
      }},
     {"calls.arguments.mayGoOnReturn",
-     {},
      [](Scene& s) {
          std::vector<std::shared_ptr<Outcome<FileWriteResponse>>> calls;
          std::string content;
@@ -103,7 +100,6 @@ const Clauses callClauses{
          }
      }},
     {"calls.wait.returnsAfterAll",
-     {},
      [](Scene& s) {
          const auto calls = startFolders(s.owner, s.folder, 100);
          s.owner.client().waitForPendingCalls();
@@ -113,7 +109,6 @@ const Clauses callClauses{
          s.owner.client().waitForPendingCalls();
      }},
     {"calls.cancel.completesEachOnce",
-     {},
      [](Scene& s) {
          s.owner.client().cancelPendingCalls();
          const auto calls = startFolders(s.owner, s.folder, 300);
@@ -123,29 +118,34 @@ const Clauses callClauses{
          s.owner.makeFolder(s.at(u"after"));
      }},
     {"calls.cancel.endsWhatIsOutstanding",
-     {Capability::CANCELLATION},
      [](Scene& s) {
-         // Enough calls that some are outstanding still, unless each completes before it returns.
-         const auto calls = startFolders(s.owner, s.folder, 900);
-         const bool outstanding = calls.back()->completions() == 0;
-         s.owner.client().cancelPendingCalls();
-         const int cancelled = countCancelled(calls);
+         // The calls may all complete just before they are cancelled, but not each time.
+         bool outstanding = true;
+         int cancelled = 0;
+         for (int attempt = 0; attempt < 20 && outstanding && cancelled == 0; ++attempt) {
+             const Resource folder = s.at(numbered(u'e', attempt));
+             s.owner.makeFolder(folder);
+             const auto calls = startFolders(s.owner, folder, 300);
+             outstanding = calls.back()->completions() == 0;
+             s.owner.client().cancelPendingCalls();
+             cancelled = countCancelled(calls);
+         }
          EXPECT_TRUE(cancelled > 0 || !outstanding);
-     }},
+     },
+     {Capability::CANCELLATION}},
     {"calls.cancel.leavesOtherClientsAlone",
-     {Capability::CANCELLATION},
      [](Scene& s) {
          const Participant other = s.another();
          const auto calls = startFolders(other, s.folder, 100);
          s.owner.client().cancelPendingCalls();
          EXPECT_EQ(countCancelled(calls), 0);
          EXPECT_EQ(s.owner.list(s.folder).getFolders().size(), 100U);
-     }},
+     },
+     {Capability::CANCELLATION}},
 };
 
 const Clauses concurrencyClauses{
     {"concurrency.create.oneWins",
-     {},
      [](Scene& s) {
          std::atomic<int> created = 0;
          inThreads(4, [&](int) {
@@ -158,13 +158,11 @@ const Clauses concurrencyClauses{
          EXPECT_EQ(created, 20);
      }},
     {"concurrency.move.oneWins",
-     {},
      [](Scene& s) {
-         s.owner.write(s.at(u"f"), "text");
+         s.owner.write(s.f, "text");
          std::atomic<int> moved = 0;
          inThreads(4, [&](int thread) {
-             const auto code =
-                 codeOf([&] { s.owner.move(s.at(u"f"), s.at(numbered(u'g', thread))); });
+             const auto code = codeOf([&] { s.owner.move(s.f, s.at(numbered(u'g', thread))); });
              EXPECT_TRUE(!code || code == Code::RESOURCE_NOT_FOUND) << *code;
              moved += code ? 0 : 1;
          });
@@ -172,7 +170,6 @@ const Clauses concurrencyClauses{
          EXPECT_EQ(s.owner.list(s.folder).getFiles().size(), 1U);
      }},
     {"concurrency.write.losesNoFile",
-     {},
      [](Scene& s) {
          inThreads(4, [&](int thread) {
              for (int i = 0; i < 25; ++i) {
@@ -186,58 +183,55 @@ const Clauses concurrencyClauses{
              EXPECT_EQ(s.owner.read(s.at(file.getName())), toUtf8(file.getName()));
          }
      }},
-    {"concurrency.write.losesNoVersion",
-     {Capability::VERSIONS},
+    {"versions.write.losesNoneAtOnce",
      [](Scene& s) {
-         s.owner.write(s.at(u"f"), "0");
+         s.owner.write(s.f, "0");
          std::mutex mutex;
          std::map<int, std::string> written;
          inThreads(4, [&](int thread) {
              for (int i = 0; i < 10; ++i) {
                  const std::string content = std::to_string(thread * 10 + i);
-                 const int label = s.owner.write(s.at(u"f"), content, true).getVersionLabel();
+                 const int label = s.owner.write(s.f, content, true).getVersionLabel();
                  const std::lock_guard lock(mutex);
                  EXPECT_TRUE(written.emplace(label, content).second) << "label twice: " << label;
              }
          });
          for (const auto& [label, content] : written) {
-             EXPECT_EQ(s.owner.read(s.at(u"f"), label), content);
+             EXPECT_EQ(s.owner.read(s.f, label), content);
          }
-         EXPECT_EQ(s.owner.versions(s.at(u"f")).size(), 41U);
+         EXPECT_EQ(s.owner.versions(s.f).size(), 41U);
      }},
     {"concurrency.read.isNeverTorn",
-     {},
      [](Scene& s) {
          const std::string contents[] = {std::string(300'000, 'a'), std::string(500, 'b')};
-         s.owner.write(s.at(u"f"), contents[0]);
+         s.owner.write(s.f, contents[0]);
          std::atomic<bool> stop = false;
          inThreads(3, [&](int thread) {
              for (std::size_t i = 0; thread == 0 && i < 60; ++i) {
-                 s.owner.write(s.at(u"f"), contents[i % 2]);
+                 s.owner.write(s.f, contents[i % 2]);
              }
              stop = stop || thread == 0;
              do {
-                 const std::string content = s.owner.read(s.at(u"f"));
+                 const std::string content = s.owner.read(s.f);
                  EXPECT_TRUE(content == contents[0] || content == contents[1]);
                  const auto size = s.owner.list(s.folder).getFiles().at(0).getSize();
                  EXPECT_TRUE(size == contents[0].size() || size == contents[1].size());
              } while (!stop);
          });
      }},
-    {"concurrency.handles.writeSideBySide",
-     {Capability::HANDLES},
+    {"handles.write.sideBySide",
      [](Scene& s) {
          const std::string handle =
-             s.owner.openToWrite(s.at(u"f"), FileCreateMode::CREATE).getFileHandleId();
+             s.owner.openToWrite(s.f, FileCreateMode::CREATE).getFileHandleId();
          inThreads(4, [&](int thread) {
              for (int i = 0; i < 8; ++i) {
                  const auto offset = static_cast<unsigned long>(i * 4 + thread) * 50'000;
-                 s.owner.writeRange(s.at(u"f"), handle, offset,
+                 s.owner.writeRange(s.f, handle, offset,
                                     std::string(50'000, static_cast<char>('a' + thread)));
              }
          });
-         s.owner.close(s.at(u"f"), handle);
-         const std::string content = s.owner.read(s.at(u"f"));
+         s.owner.close(s.f, handle);
+         const std::string content = s.owner.read(s.f);
          ASSERT_EQ(content.size(), 32U * 50'000);
          for (std::size_t i = 0; i < 32; ++i) {
              EXPECT_TRUE(content.substr(i * 50'000, 50'000) ==

@@ -4,8 +4,6 @@ namespace storage::kvxconformance {
 
 namespace {
 
-const std::set<Capability> changes{Capability::CHANGES};
-
 /// The caller's changes as far as they lie in the scene's folder.
 class Watcher {
 public:
@@ -51,12 +49,12 @@ private:
 }  // namespace
 
 const Clauses changeClauses{
-    {"changes.list.tellsEveryChange", changes,
+    {"changes.list.tellsEveryChange",
      [](Scene& s) {
          Watcher watcher(s, s.owner);
          s.owner.write(s.at(u"a"), "1");
          EXPECT_EQ(watcher.next(), "a ");
-         s.owner.makeFolder(s.at(u"d"));
+         s.owner.makeFolder(s.d);
          EXPECT_EQ(watcher.next(), "d/ ");
          s.owner.write(s.at(u"a"), "2");
          s.owner.copy(s.at(u"a"), s.at(u"b"));
@@ -64,7 +62,7 @@ const Clauses changeClauses{
          s.owner.call(&FileAccess::setMetadata, s.at(u"b"));
          EXPECT_EQ(watcher.next(), "b ");
      }},
-    {"changes.watermark.leavesOutWhatWasTold", changes,
+    {"changes.watermark.leavesOutWhatWasTold",
      [](Scene& s) {
          Watcher watcher(s, s.owner);
          s.owner.write(s.at(u"a"), "1");
@@ -73,26 +71,26 @@ const Clauses changeClauses{
          s.owner.write(s.at(u"b"), "1");
          EXPECT_EQ(watcher.next(), "b ");
      }},
-    {"changes.watermark.emptyIsTheBeginning", changes,
+    {"changes.watermark.emptyIsTheBeginning",
      [](Scene& s) {
          Watcher watcher(s, s.owner);
-         s.owner.makeFolder(s.at(u"d"));
-         s.owner.write(s.at(u"d") / u"a", "1");
+         s.owner.makeFolder(s.d);
+         s.owner.write(s.d / u"a", "1");
          s.owner.write(s.at(u"b"), "1");
          watcher.next();
          watcher.forget();
          EXPECT_EQ(watcher.next(), "b d/ d/a ");
      }},
-    {"changes.list.tellsDeletions", changes,
+    {"changes.list.tellsDeletions",
      [](Scene& s) {
          s.owner.write(s.at(u"a"), "1");
-         s.owner.makeFolder(s.at(u"d"));
+         s.owner.makeFolder(s.d);
          Watcher watcher(s, s.owner);
          s.owner.remove(s.at(u"a"));
-         s.owner.removeFolder(s.at(u"d"), false);
+         s.owner.removeFolder(s.d, false);
          EXPECT_EQ(watcher.next(), "a d/ ");
      }},
-    {"changes.list.tellsBothEndsOfAMove", changes,
+    {"changes.list.tellsBothEndsOfAMove",
      [](Scene& s) {
          s.owner.write(s.at(u"from"), "1");
          Watcher watcher(s, s.owner);
@@ -100,17 +98,17 @@ const Clauses changeClauses{
          EXPECT_EQ(watcher.next(), "from to ");
      }},
     {"changes.list.tellsCommitsNotWrites",
-     {Capability::CHANGES, Capability::HANDLES},
      [](Scene& s) {
          Watcher watcher(s, s.owner);
          const std::string handle =
-             s.owner.openToWrite(s.at(u"f"), FileCreateMode::CREATE).getFileHandleId();
-         s.owner.writeRange(s.at(u"f"), handle, 0, "x");
+             s.owner.openToWrite(s.f, FileCreateMode::CREATE).getFileHandleId();
+         s.owner.writeRange(s.f, handle, 0, "x");
          EXPECT_EQ(watcher.next(), "");
-         s.owner.close(s.at(u"f"), handle);
+         s.owner.close(s.f, handle);
          EXPECT_EQ(watcher.next(), "f ");
-     }},
-    {"changes.list.isTheCallersOwn", changes,
+     },
+     {Capability::HANDLES}},
+    {"changes.list.isTheCallersOwn",
      [](Scene& s) {
          Watcher watcher(s, s.guest());
          s.owner.write(s.at(u"secret"), "1");
@@ -119,13 +117,13 @@ const Clauses changeClauses{
          EXPECT_EQ(watcher.next(), "");
      }},
     {"changes.list.coversWhatIsShared",
-     {Capability::CHANGES, Capability::SHARING},
      [](Scene& s) {
          s.owner.grant(s.folder, s.guest().name(), Operation::READ);
          Watcher watcher(s, s.guest());
          s.owner.write(s.at(u"shared"), "1");
          EXPECT_EQ(watcher.next(), "shared ");
-     }},
+     },
+     {Capability::SHARING}},
 };
 
 }  // namespace storage::kvxconformance

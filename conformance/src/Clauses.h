@@ -14,9 +14,9 @@ namespace storage::kvxconformance {
 /// One requirement. Beside what it checks, every call it makes must complete exactly once.
 struct Clause {
     std::string id;
-    std::set<Capability> needs;
     std::function<void(Scene&)> check;
-    bool needsThirdUser = false;
+    /// Capabilities beside the one that the id begins with, as in "handles.read.ranges".
+    std::set<Capability> alsoNeeds = {};
 };
 
 using Clauses = std::vector<Clause>;

@@ -4,8 +4,6 @@ namespace storage::kvxconformance {
 
 namespace {
 
-const std::set<Capability> configuration{Capability::CONFIGURATION};
-
 ResourcePolicy policyOf(VersionPolicy version, PublicAccessPolicy access) {
     return ResourcePolicy().withVersionPolicy(version).withPublicAccessPolicy(access);
 }
@@ -32,30 +30,30 @@ const ResourcePolicy open = policyOf(VersionPolicy::ENABLED, PublicAccessPolicy:
 }  // namespace
 
 const Clauses configurationClauses{
-    {"configuration.policy.isInherited", configuration,
+    {"configuration.policy.isInherited",
      [](Scene& s) {
-         s.owner.makeFolder(s.at(u"d"));
-         s.owner.write(s.at(u"d") / u"f", "");
+         s.owner.makeFolder(s.d);
+         s.owner.write(s.d / u"f", "");
          for (const ResourcePolicy& policy : {closed, open}) {
              setPolicy(s, s.folder, policy);
              expectPolicy(s, s.folder, policy, policy);
-             expectPolicy(s, s.at(u"d") / u"f", nothing, policy);
+             expectPolicy(s, s.d / u"f", nothing, policy);
          }
      }},
-    {"configuration.policy.nearestHolds", configuration,
+    {"configuration.policy.nearestHolds",
      [](Scene& s) {
-         s.owner.makeFolder(s.at(u"d"));
-         s.owner.write(s.at(u"d") / u"f", "");
+         s.owner.makeFolder(s.d);
+         s.owner.write(s.d / u"f", "");
          setPolicy(s, s.folder, closed);
-         setPolicy(s, s.at(u"d"), policyOf(VersionPolicy::ENABLED, PublicAccessPolicy::INHERIT));
-         expectPolicy(s, s.at(u"d") / u"f", nothing,
+         setPolicy(s, s.d, policyOf(VersionPolicy::ENABLED, PublicAccessPolicy::INHERIT));
+         expectPolicy(s, s.d / u"f", nothing,
                       policyOf(VersionPolicy::ENABLED, PublicAccessPolicy::DENIED));
-         setPolicy(s, s.at(u"d") / u"f", open);
-         expectPolicy(s, s.at(u"d") / u"f", open, open);
-         setPolicy(s, s.at(u"d"), nothing);
-         expectPolicy(s, s.at(u"d"), nothing, closed);
+         setPolicy(s, s.d / u"f", open);
+         expectPolicy(s, s.d / u"f", open, open);
+         setPolicy(s, s.d, nothing);
+         expectPolicy(s, s.d, nothing, closed);
      }},
-    {"configuration.policy.somethingAlwaysHolds", configuration,
+    {"configuration.policy.somethingAlwaysHolds",
      [](Scene& s) {
          const auto effective = s.owner
                                     .call(&ConfigurationManagement::getResourcePolicy,
@@ -64,7 +62,7 @@ const Clauses configurationClauses{
          EXPECT_NE(effective.getVersionPolicy(), VersionPolicy::INHERIT);
          EXPECT_NE(effective.getPublicAccessPolicy(), PublicAccessPolicy::INHERIT);
      }},
-    {"configuration.usage.growsWithContent", configuration,
+    {"configuration.usage.growsWithContent",
      [](Scene& s) {
          const auto usage = [&] {
              return s.owner.call(&ConfigurationManagement::getStorageUsage,
@@ -72,7 +70,7 @@ const Clauses configurationClauses{
          };
          const auto before = usage();
          EXPECT_GE(before.getUsageQuota(), before.getStorageUsage());
-         s.owner.write(s.at(u"f"), std::string(2UL << 20U, 'x'));
+         s.owner.write(s.f, std::string(2UL << 20U, 'x'));
          EXPECT_GT(usage().getStorageUsage(), before.getStorageUsage());
          EXPECT_EQ(usage().getUsageQuota(), before.getUsageQuota());
      }},

@@ -4,10 +4,9 @@ namespace storage::kvxconformance {
 
 const Clauses folderClauses{
     {"folders.list.tellsAll",
-     {},
      [](Scene& s) {
-         s.owner.makeFolder(s.at(u"d"));
-         s.owner.write(s.at(u"d") / u"inner", "inner");
+         s.owner.makeFolder(s.d);
+         s.owner.write(s.d / u"inner", "inner");
          s.owner.write(s.at(u"b"), "12");
          s.owner.write(s.at(u"a"), "1");
          EXPECT_EQ(s.owner.names(s.folder), "a b d/ ");
@@ -23,7 +22,6 @@ const Clauses folderClauses{
          }
      }},
     {"folders.list.hidesWhatIsHidden",
-     {},
      [](Scene& s) {
          if (s.transport.hiddenName.empty()) {
              GTEST_SKIP() << "the service hides nothing";
@@ -35,23 +33,21 @@ const Clauses folderClauses{
          EXPECT_EQ(s.owner.read(s.at(s.transport.hiddenName)), "hidden");
      }},
     {"folders.list.isUpToDate",
-     {},
      [](Scene& s) {
          EXPECT_EQ(s.owner.names(s.folder), "");
          s.owner.write(s.at(u"a"), "");
          EXPECT_EQ(s.owner.names(s.folder), "a ");
-         s.owner.makeFolder(s.at(u"d"));
+         s.owner.makeFolder(s.d);
          EXPECT_EQ(s.owner.names(s.folder), "a d/ ");
          s.owner.move(s.at(u"a"), s.at(u"b"));
          EXPECT_EQ(s.owner.names(s.folder), "b d/ ");
          s.owner.copy(s.at(u"b"), s.at(u"c"));
          s.owner.remove(s.at(u"b"));
-         s.owner.removeFolder(s.at(u"d"), false);
+         s.owner.removeFolder(s.d, false);
          EXPECT_EQ(s.owner.names(s.folder), "c ");
          EXPECT_EQ(s.another().names(s.folder), "c ") << "as another client sees it";
      }},
     {"folders.list.manyEntries",
-     {},
      [](Scene& s) {
          std::string expected;
          std::vector<std::shared_ptr<Outcome<FileWriteResponse>>> calls;
@@ -67,12 +63,11 @@ const Clauses folderClauses{
          EXPECT_EQ(s.owner.names(s.folder), expected);
      }},
     {"folders.listMulti.tellsTheSubtree",
-     {},
      [](Scene& s) {
-         s.owner.makeFolder(s.at(u"d"));
-         s.owner.makeFolder(s.at(u"d") / u"e");
-         s.owner.write(s.at(u"d") / u"e" / u"f", "1234");
-         s.owner.write(s.at(u"g"), "1");
+         s.owner.makeFolder(s.d);
+         s.owner.makeFolder(s.d / u"e");
+         s.owner.write(s.d / u"e" / u"f", "1234");
+         s.owner.write(s.g, "1");
          const auto listings = s.owner.call(&FileAccess::listMultiFolder, s.folder).getFolders();
          std::string found;
          for (const ResourceAndFolderList& listing : listings) {
@@ -89,35 +84,31 @@ const Clauses folderClauses{
          EXPECT_EQ(found, ":d/ g=1 /d:e/ /d/e:f=4 ");
      }},
     {"folders.create.makesAnEmptyFolder",
-     {},
      [](Scene& s) {
-         s.owner.makeFolder(s.at(u"d"));
+         s.owner.makeFolder(s.d);
          EXPECT_EQ(s.owner.tree(s.folder), "d/ { } ");
      }},
     {"folders.delete.removesAnEmptyFolder",
-     {},
      [](Scene& s) {
-         s.owner.makeFolder(s.at(u"d"));
+         s.owner.makeFolder(s.d);
          s.owner.makeFolder(s.at(u"e"));
          const auto summary =
-             s.owner.call(&FileAccess::deleteFolder, s.at(u"d")).getDeletedFolderSummary();
+             s.owner.call(&FileAccess::deleteFolder, s.d).getDeletedFolderSummary();
          if (summary) {
              EXPECT_EQ(summary->getParentResource(), s.folder);
          }
          EXPECT_EQ(s.owner.names(s.folder), "e/ ");
      }},
     {"folders.delete.forceRemovesAll",
-     {},
      [](Scene& s) {
-         s.owner.makeFolder(s.at(u"d"));
-         s.owner.makeFolder(s.at(u"d") / u"e");
-         s.owner.write(s.at(u"d") / u"e" / u"f", "1");
-         s.owner.removeFolder(s.at(u"d"), true);
+         s.owner.makeFolder(s.d);
+         s.owner.makeFolder(s.d / u"e");
+         s.owner.write(s.d / u"e" / u"f", "1");
+         s.owner.removeFolder(s.d, true);
          EXPECT_EQ(s.owner.names(s.folder), "");
-         EXPECT_EQ(codeOf([&] { s.owner.read(s.at(u"d") / u"e" / u"f"); }),
-                   Code::RESOURCE_NOT_FOUND);
-         s.owner.makeFolder(s.at(u"d"));
-         EXPECT_EQ(s.owner.names(s.at(u"d")), "") << "a new folder holds nothing of the old one";
+         EXPECT_EQ(codeOf([&] { s.owner.read(s.d / u"e" / u"f"); }), Code::RESOURCE_NOT_FOUND);
+         s.owner.makeFolder(s.d);
+         EXPECT_EQ(s.owner.names(s.d), "") << "a new folder holds nothing of the old one";
      }},
 };
 
@@ -136,7 +127,6 @@ void makeTree(Scene& s) {
 
 const Clauses relocationClauses{
     {"move.file.leavesNothingBehind",
-     {},
      [](Scene& s) {
          makeTree(s);
          const FileAttributes before = s.owner.stat(s.at(u"from") / u"g");
@@ -145,28 +135,24 @@ const Clauses relocationClauses{
          EXPECT_EQ(s.owner.stat(s.at(u"to") / u"h").getCreated(), before.getCreated());
      }},
     {"move.folder.takesAllAlong",
-     {},
      [](Scene& s) {
          makeTree(s);
          s.owner.move(s.at(u"from"), s.at(u"to") / u"new");
          EXPECT_EQ(s.owner.tree(s.folder), "to/ { new/ { g=2 sub/ { f=1 } } old=3 } ");
      }},
     {"move.overwritesWhenAsked",
-     {},
      [](Scene& s) {
          makeTree(s);
          s.owner.move(s.at(u"from") / u"g", s.at(u"to") / u"old", true);
          EXPECT_EQ(s.owner.tree(s.folder), "from/ { sub/ { f=1 } } to/ { old=2 } ");
      }},
     {"copy.file.leavesTheSource",
-     {},
      [](Scene& s) {
          makeTree(s);
          s.owner.copy(s.at(u"from") / u"g", s.at(u"to") / u"h");
          EXPECT_EQ(s.owner.tree(s.folder), "from/ { g=2 sub/ { f=1 } } to/ { h=2 old=3 } ");
      }},
     {"copy.folder.copiesAll",
-     {},
      [](Scene& s) {
          makeTree(s);
          s.owner.copy(s.at(u"from"), s.at(u"to") / u"new");
@@ -174,14 +160,12 @@ const Clauses relocationClauses{
          EXPECT_EQ(s.owner.tree(s.at(u"from")), "g=2 sub/ { f=1 } ");
      }},
     {"copy.overwritesWhenAsked",
-     {},
      [](Scene& s) {
          makeTree(s);
          s.owner.copy(s.at(u"from") / u"g", s.at(u"to") / u"old", true);
          EXPECT_EQ(s.owner.tree(s.folder), "from/ { g=2 sub/ { f=1 } } to/ { old=2 } ");
      }},
     {"copy.isIndependent",
-     {},
      [](Scene& s) {
          makeTree(s);
          s.owner.copy(s.at(u"from"), s.at(u"copy"));

@@ -7,12 +7,11 @@ namespace storage::kvxconformance {
 
 namespace {
 
-const std::set<Capability> handles{Capability::HANDLES};
 constexpr unsigned long largest = std::numeric_limits<unsigned long>::max();
 
 /// A file "f" with the content, and a handle that is open for writing it.
 struct OpenFile {
-    OpenFile(Scene& s, const std::string& content) : who(s.owner), file(s.at(u"f")) {
+    OpenFile(Scene& s, const std::string& content) : who(s.owner), file(s.f) {
         who.write(file, content);
         handle = who.openToWrite(file, FileCreateMode::UPDATE).getFileHandleId();
     }
@@ -36,18 +35,18 @@ struct OpenFile {
 }  // namespace
 
 const Clauses handleClauses{
-    {"handles.open.tellsTheSize", handles,
+    {"handles.open.tellsTheSize",
      [](Scene& s) {
-         s.owner.write(s.at(u"f"), "12345");
-         const auto reading = s.owner.call(&FileAccess::createReadOnlyFileHandle, s.at(u"f"));
+         s.owner.write(s.f, "12345");
+         const auto reading = s.owner.call(&FileAccess::createReadOnlyFileHandle, s.f);
          EXPECT_EQ(reading.getFileSize(), 5U);
          EXPECT_FALSE(reading.getFileHandleId().empty());
-         const auto writing = s.owner.openToWrite(s.at(u"f"), FileCreateMode::UPDATE);
+         const auto writing = s.owner.openToWrite(s.f, FileCreateMode::UPDATE);
          EXPECT_EQ(writing.getFileSize(), 5U);
          EXPECT_FALSE(writing.getFileCreated());
          EXPECT_NE(writing.getFileHandleId(), reading.getFileHandleId());
      }},
-    {"handles.open.createsWhenAsked", handles,
+    {"handles.open.createsWhenAsked",
      [](Scene& s) {
          for (const auto mode : {FileCreateMode::CREATE, FileCreateMode::CREATE_OR_UPDATE}) {
              const Resource file = s.at(mode == FileCreateMode::CREATE ? u"new" : u"newer");
@@ -61,24 +60,24 @@ const Clauses handleClauses{
          EXPECT_FALSE(
              s.owner.openToWrite(s.at(u"new"), FileCreateMode::CREATE_OR_UPDATE).getFileCreated());
      }},
-    {"handles.open.truncatesWhenAsked", handles,
+    {"handles.open.truncatesWhenAsked",
      [](Scene& s) {
-         s.owner.write(s.at(u"f"), "12345");
-         const auto opened = s.owner.openToWrite(s.at(u"f"), FileCreateMode::UPDATE, true);
+         s.owner.write(s.f, "12345");
+         const auto opened = s.owner.openToWrite(s.f, FileCreateMode::UPDATE, true);
          EXPECT_EQ(opened.getFileSize(), 0U);
-         EXPECT_EQ(s.owner.read(s.at(u"f")), "12345") << "not before the handle is closed";
-         s.owner.writeRange(s.at(u"f"), opened.getFileHandleId(), 0, "ab");
-         s.owner.close(s.at(u"f"), opened.getFileHandleId());
-         EXPECT_EQ(s.owner.read(s.at(u"f")), "ab");
+         EXPECT_EQ(s.owner.read(s.f), "12345") << "not before the handle is closed";
+         s.owner.writeRange(s.f, opened.getFileHandleId(), 0, "ab");
+         s.owner.close(s.f, opened.getFileHandleId());
+         EXPECT_EQ(s.owner.read(s.f), "ab");
      }},
-    {"handles.read.ranges", handles,
+    {"handles.read.ranges",
      [](Scene& s) {
          std::string content(600'000, '\0');
          for (std::size_t i = 0; i < content.size(); ++i) {
              content[i] = static_cast<char>(i * 7 + i / 256);
          }
-         s.owner.write(s.at(u"f"), content);
-         const std::string handle = s.owner.openToRead(s.at(u"f"));
+         s.owner.write(s.f, content);
+         const std::string handle = s.owner.openToRead(s.f);
          struct {
              unsigned long offset, length;
          } const ranges[] = {{0, 0},          {0, 1},         {0, 600'000},
@@ -90,7 +89,7 @@ const Clauses handleClauses{
              const std::string expected =
                  offset < content.size() ? content.substr(offset, length) : "";
              const auto range =
-                 s.owner.call(&FileAccess::readFileContent, FileContentReadRequest(s.at(u"f"))
+                 s.owner.call(&FileAccess::readFileContent, FileContentReadRequest(s.f)
                                                                 .withFileHandleId(handle)
                                                                 .withStartLocation(offset)
                                                                 .withLength(length));
@@ -100,17 +99,17 @@ const Clauses handleClauses{
              EXPECT_EQ(range.getFileSize(), content.size());
          }
      }},
-    {"handles.read.contentAsItWas", handles,
+    {"handles.read.contentAsItWas",
      [](Scene& s) {
-         s.owner.write(s.at(u"f"), "then");
-         const std::string handle = s.owner.openToRead(s.at(u"f"));
-         s.owner.write(s.at(u"f"), "now, and longer");
-         EXPECT_EQ(s.owner.readRange(s.at(u"f"), handle, 0, 100), "then");
-         s.owner.remove(s.at(u"f"));
-         EXPECT_EQ(s.owner.readRange(s.at(u"f"), handle, 1, 2), "he");
-         s.owner.close(s.at(u"f"), handle);
+         s.owner.write(s.f, "then");
+         const std::string handle = s.owner.openToRead(s.f);
+         s.owner.write(s.f, "now, and longer");
+         EXPECT_EQ(s.owner.readRange(s.f, handle, 0, 100), "then");
+         s.owner.remove(s.f);
+         EXPECT_EQ(s.owner.readRange(s.f, handle, 1, 2), "he");
+         s.owner.close(s.f, handle);
      }},
-    {"handles.write.ranges", handles,
+    {"handles.write.ranges",
      [](Scene& s) {
          struct {
              unsigned long offset;
@@ -135,7 +134,7 @@ const Clauses handleClauses{
          open.close();
          EXPECT_TRUE(s.owner.read(open.file) == expected);
      }},
-    {"handles.write.beyondEveryLimit", handles,
+    {"handles.write.beyondEveryLimit",
      [](Scene& s) {
          const OpenFile open(s, "kept");
          for (const unsigned long offset : {largest, largest - 1, 1UL << 63U}) {
@@ -145,7 +144,7 @@ const Clauses handleClauses{
          open.close();
          EXPECT_EQ(s.owner.read(open.file), "kept");
      }},
-    {"handles.write.bytesMayGoOnCompletion", handles,
+    {"handles.write.bytesMayGoOnCompletion",
      [](Scene& s) {
          const OpenFile open(s, "");
          auto bytes = std::make_unique<std::vector<unsigned char>>(300'000, 'a');
@@ -161,30 +160,29 @@ const Clauses handleClauses{
          open.close();
          EXPECT_TRUE(s.owner.read(open.file) == std::string(300'000, 'a'));
      }},
-    {"handles.write.unseenBeforeCommit", handles,
+    {"handles.write.unseenBeforeCommit",
      [](Scene& s) {
          const OpenFile open(s, "old");
          open.write(0, "new content");
          EXPECT_EQ(s.owner.read(open.file), "old");
          EXPECT_EQ(s.owner.stat(open.file).getSize(), 3U);
-         const auto created = s.owner.openToWrite(s.at(u"g"), FileCreateMode::CREATE);
+         const auto created = s.owner.openToWrite(s.g, FileCreateMode::CREATE);
          EXPECT_EQ(s.owner.names(s.folder), "f ");
          open.close();
-         s.owner.close(s.at(u"g"), created.getFileHandleId());
+         s.owner.close(s.g, created.getFileHandleId());
          EXPECT_EQ(s.owner.tree(s.folder), "f=new content g= ");
      }},
-    {"handles.abort.discards", handles,
+    {"handles.abort.discards",
      [](Scene& s) {
          const OpenFile open(s, "old");
          open.write(0, "new content");
          open.close(FileHandleCloseOperation::ABORT_CHANGES);
-         const auto created = s.owner.openToWrite(s.at(u"g"), FileCreateMode::CREATE);
-         s.owner.writeRange(s.at(u"g"), created.getFileHandleId(), 0, "x");
-         s.owner.close(s.at(u"g"), created.getFileHandleId(),
-                       FileHandleCloseOperation::ABORT_CHANGES);
+         const auto created = s.owner.openToWrite(s.g, FileCreateMode::CREATE);
+         s.owner.writeRange(s.g, created.getFileHandleId(), 0, "x");
+         s.owner.close(s.g, created.getFileHandleId(), FileHandleCloseOperation::ABORT_CHANGES);
          EXPECT_EQ(s.owner.tree(s.folder), "f=old ");
      }},
-    {"handles.close.endsTheHandle", handles,
+    {"handles.close.endsTheHandle",
      [](Scene& s) {
          const OpenFile open(s, "old");
          open.close();
@@ -193,7 +191,7 @@ const Clauses handleClauses{
          EXPECT_EQ(codeOf([&] { open.close(); }), Code::RESOURCE_NOT_FOUND);
          EXPECT_EQ(s.owner.read(open.file), "old");
      }},
-    {"handles.owner.isWhoOpenedIt", handles,
+    {"handles.owner.isWhoOpenedIt",
      [](Scene& s) {
          const OpenFile open(s, "old");
          const Participant& guest = s.guest();
@@ -204,28 +202,28 @@ const Clauses handleClauses{
          EXPECT_EQ(codeOf([&] { guest.close(open.file, open.handle); }), Code::RESOURCE_NOT_FOUND);
          EXPECT_EQ(open.read(0, 9), "old");
      }},
-    {"handles.contentType.isKept", handles,
+    {"handles.contentType.isKept",
      [](Scene& s) {
-         const auto opened = s.owner.call(
-             &FileAccess::createReadWriteFileHandle,
-             FileHandleReadWriteCreateRequest(s.at(u"f")).withContentType("image/png"));
-         s.owner.close(s.at(u"f"), opened.getFileHandleId());
-         EXPECT_EQ(s.owner.call(&FileAccess::readFile, s.at(u"f")).getContentType(), "image/png");
+         const auto opened =
+             s.owner.call(&FileAccess::createReadWriteFileHandle,
+                          FileHandleReadWriteCreateRequest(s.f).withContentType("image/png"));
+         s.owner.close(s.f, opened.getFileHandleId());
+         EXPECT_EQ(s.owner.call(&FileAccess::readFile, s.f).getContentType(), "image/png");
      }},
     {"handles.commit.keepsTheOldVersionWhenAsked",
-     {Capability::HANDLES, Capability::VERSIONS},
      [](Scene& s) {
-         const int first = s.owner.write(s.at(u"f"), "first").getVersionLabel();
-         const auto opened = s.owner.openToWrite(s.at(u"f"), FileCreateMode::UPDATE);
-         s.owner.writeRange(s.at(u"f"), opened.getFileHandleId(), 0, "FIR");
-         s.owner.close(s.at(u"f"), opened.getFileHandleId(),
-                       FileHandleCloseOperation::COMMIT_CHANGES, true);
-         EXPECT_EQ(s.owner.read(s.at(u"f")), "FIRst");
-         EXPECT_EQ(s.owner.read(s.at(u"f"), first), "first");
-         EXPECT_EQ(s.owner.versions(s.at(u"f")).size(), 2U);
-         const std::string handle = s.owner.openToRead(s.at(u"f"), first);
-         EXPECT_EQ(s.owner.readRange(s.at(u"f"), handle, 0, 9), "first");
-     }},
+         const int first = s.owner.write(s.f, "first").getVersionLabel();
+         const auto opened = s.owner.openToWrite(s.f, FileCreateMode::UPDATE);
+         s.owner.writeRange(s.f, opened.getFileHandleId(), 0, "FIR");
+         s.owner.close(s.f, opened.getFileHandleId(), FileHandleCloseOperation::COMMIT_CHANGES,
+                       true);
+         EXPECT_EQ(s.owner.read(s.f), "FIRst");
+         EXPECT_EQ(s.owner.read(s.f, first), "first");
+         EXPECT_EQ(s.owner.versions(s.f).size(), 2U);
+         const std::string handle = s.owner.openToRead(s.f, first);
+         EXPECT_EQ(s.owner.readRange(s.f, handle, 0, 9), "first");
+     },
+     {Capability::VERSIONS}},
 };
 
 }  // namespace storage::kvxconformance

@@ -60,6 +60,12 @@ const std::set<Capability> versions{Capability::VERSIONS};
 const std::set<Capability> configuration{Capability::CONFIGURATION};
 const std::set<Capability> downloads{Capability::DOWNLOADS};
 
+/// A request for the invitation, whatever is asked about it.
+template <class Request>
+Request about(const Targets& t) {
+    return Request().withInvitationId(t.invitation.getInvitationId());
+}
+
 using P = const Participant&;
 using T = const Targets&;
 
@@ -106,35 +112,26 @@ const OperationCase operations[] = {
      [](P p, T t) { p.call(&AccessControl::listPermissions, t.folder); }},
     {"createInvitation", sharing, Right::OWNERSHIP, [](P p, T t) { p.invite(t.folder, u""); }},
     {"readInvitation", sharing, Right::SECRET,
-     [](P p, T t) {
-         p.call(&AccessControl::readInvitation,
-                InvitationReadRequest().withInvitationId(t.invitation.getInvitationId()));
-     }},
+     [](P p, T t) { p.call(&AccessControl::readInvitation, about<InvitationReadRequest>(t)); }},
     {"updateInvitation", sharing, Right::SECRET,
      [](P p, T t) { p.answer(t.invitation, InvitationStatus::ACCEPTED); }},
     {"deleteInvitation", sharing, Right::SECRET,
-     [](P p, T t) {
-         p.call(&AccessControl::deleteInvitation,
-                InvitationDeleteRequest().withInvitationId(t.invitation.getInvitationId()));
-     }},
+     [](P p, T t) { p.call(&AccessControl::deleteInvitation, about<InvitationDeleteRequest>(t)); }},
     {"listInvitations", sharing, Right::SESSION,
      [](P p, T) { p.call(&AccessControl::listInvitations, InvitationListRequest()); }},
     {"copyFolderFromInvitation", sharing, Right::SECRET,
      [](P p, T t) {
          p.call(&AccessControl::copyFolderFromInvitation,
-                InvitationCopyFolderRequest()
-                    .withInvitationId(t.invitation.getInvitationId())
-                    .withTargetResource(t.newFolder));
+                about<InvitationCopyFolderRequest>(t).withTargetResource(t.newFolder));
      }},
     {"getFolderContentFromInvitation", sharing, Right::SECRET,
      [](P p, T t) {
          p.call(&AccessControl::getFolderContentFromInvitation,
-                InvitationFolderContentRequest().withInvitationId(t.invitation.getInvitationId()));
+                about<InvitationFolderContentRequest>(t));
      }},
     {"getInvitationDetails", sharing, Right::SECRET,
      [](P p, T t) {
-         p.call(&AccessControl::getInvitationDetails,
-                InvitationDetailsRequest().withInvitationId(t.invitation.getInvitationId()));
+         p.call(&AccessControl::getInvitationDetails, about<InvitationDetailsRequest>(t));
      }},
     {"setResourcePolicy", configuration, Right::OWNERSHIP,
      [](P p, T t) {
@@ -236,8 +233,9 @@ Clauses operationClauses() {
     Clauses clauses;
     for (const OperationCase& operation : operations) {
         const auto add = [&](const std::string& id, auto check, auto... arguments) {
-            clauses.push_back({id + operation.name, operation.needs,
-                               [=, &operation](Scene& s) { check(s, operation, arguments...); }});
+            clauses.push_back({id + operation.name,
+                               [=, &operation](Scene& s) { check(s, operation, arguments...); },
+                               operation.needs});
         };
         add("calls.completesOnce.", completesOnce);
         const Right right = operation.right;
@@ -249,17 +247,13 @@ Clauses operationClauses() {
         }
         add("paths.illegal.", refusesIllegalPaths);
         add("paths.missing.", reportsMissing);
-        add("sharing.stranger.", expectForGuest, std::nullopt, Code::RESOURCE_NOT_FOUND);
-        const std::size_t firstShared = clauses.size();
+        add("files.ofAnother.", expectForGuest, std::nullopt, Code::RESOURCE_NOT_FOUND);
         const auto unless = [](bool allowed) {
             return allowed ? std::nullopt : std::optional(Code::UNAUTHORIZED);
         };
         add("sharing.reader.", expectForGuest, Operation::READ, unless(right == Right::READ));
         add("sharing.writer.", expectForGuest, Operation::READ_WRITE,
             unless(right != Right::OWNERSHIP));
-        for (std::size_t i = firstShared; i < clauses.size(); ++i) {
-            clauses[i].needs.insert(Capability::SHARING);
-        }
     }
     return clauses;
 }

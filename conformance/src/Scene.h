@@ -30,6 +30,8 @@ public:
     Ledger ledger;
     const Participant owner;
     const Resource folder;
+    /// Places in it for files and a folder; nothing is there at first.
+    const Resource f = at(u"f"), g = at(u"g"), d = at(u"d");
 
 private:
     const Participant& participant(std::optional<Participant>& slot, std::size_t user);

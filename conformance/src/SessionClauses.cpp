@@ -32,7 +32,6 @@ std::string logIn(const Participant& who, const std::string& token) {
 
 const Clauses sessionClauses{
     {"session.ping.answers",
-     {},
      [](Scene& s) {
          std::promise<PingResponse> answer;
          auto future = answer.get_future();
@@ -40,7 +39,7 @@ const Clauses sessionClauses{
          ASSERT_EQ(future.wait_for(s.transport.patience), std::future_status::ready);
          EXPECT_NO_THROW(future.get());
      }},
-    {"session.login.opensASession", {}, withToken([](Scene& s, const std::string& token) {
+    {"session.login.opensASession", withToken([](Scene& s, const std::string& token) {
          Participant other = s.another();
          const std::string before = other.client().getSessionId();
          const std::string id = logIn(other, token);
@@ -48,13 +47,12 @@ const Clauses sessionClauses{
          other.client().withSessionId(id);
          EXPECT_EQ(other.names(s.folder), "");
      })},
-    {"session.login.refusesAWrongToken", {}, withToken([](Scene& s, const std::string& token) {
+    {"session.login.refusesAWrongToken", withToken([](Scene& s, const std::string& token) {
          for (const std::string& wrong : {std::string(), token + "x", std::string("wrong")}) {
              EXPECT_EQ(codeOf([&] { logIn(s.owner, wrong); }), Code::INVALID_TOKEN) << wrong;
          }
      })},
     {"session.id.unknownIsRefused",
-     {},
      [](Scene& s) {
          Participant other = s.another();
          for (const std::string& id :
@@ -65,7 +63,6 @@ const Clauses sessionClauses{
          }
      }},
     {"session.id.isReadAtEachCall",
-     {},
      [](Scene& s) {
          Participant other = s.another();
          const std::string id = other.client().getSessionId();
@@ -75,7 +72,6 @@ const Clauses sessionClauses{
          EXPECT_EQ(other.names(s.folder), "");
      }},
     {"session.logout.endsTheSession",
-     {},
      [](Scene& s) {
          const Participant other = s.another();
          EXPECT_EQ(other.names(s.folder), "");
@@ -88,7 +84,6 @@ const Clauses sessionClauses{
          EXPECT_EQ(s.owner.names(s.folder), "") << "another session ended with it";
      }},
     {"session.services.knowTheirClient",
-     {},
      [](Scene& s) {
          Participant other = s.another();
          const auto before = other.client().createFileAccess();

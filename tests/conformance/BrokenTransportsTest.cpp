@@ -58,7 +58,7 @@ TEST(BrokenTransports, AreCaughtByTheClauseMeantForThem) {
         {"ignores createNewVersion", "versions.write.keepsTheOldOnlyWhenAsked"},
         {"reads the current version only", "versions.read.byLabelAndId"},
         {"restores another version", "versions.restore.asANewVersion"},
-        {"shows another user's files", "sharing.stranger.readFile"},
+        {"shows another user's files", "files.ofAnother.readFile"},
         {"grants more than asked", "sharing.reader.createFile"},
         {"accepts what is declined", "invitations.personal.givesNothingWhenDeclined"},
         {"lists every invitation", "invitations.list.filters"},
