@@ -14,5 +14,6 @@ command=$(sed -nE 's/^or `(c\+\+ .*)`\.$/\1/p' "$1/README.md")
 cd "$work"
 eval "$command"
 [[ $(./a.out) == "Hello, world" ]]
-! message=$(./a.out 2>&1)
-[[ $message == *StoreError* ]]
+status=0
+message=$(./a.out 2>&1) || status=$?
+[[ $status == 1 && -n $message ]]

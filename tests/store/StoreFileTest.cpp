@@ -122,6 +122,29 @@ TEST(StoreFileTest, FindsEverythingAgainAfterClosing) {
     EXPECT_EQ(store->verify(), std::vector<std::string>());
 }
 
+TEST(StoreFileTest, OpensAfterACrashAmidACheckpoint) {
+    const TemporaryFolder folder;
+    const std::string content(600'000, 'c');
+    std::string token;
+    {
+        const auto store = Store::open(folder.url());
+        token = store->createUser({.name = u"main"});
+        Account(*store, token).put(u"/f", content);
+        for (const char* suffix : {"", "-wal"}) {
+            std::filesystem::copy_file(folder.file("store.db") + suffix,
+                                       folder.file("crashed.db") + suffix);
+        }
+    }
+    // The head counts pages already whose turn to be written had not come.
+    constexpr std::streamoff lowByteOfPageCount = 31;
+    std::fstream(folder.file("crashed.db"), std::ios::in | std::ios::out | std::ios::binary)
+        .seekp(lowByteOfPageCount)
+        .put('\xC8');
+    const auto store = Store::open(folder.url("crashed.db"));
+    EXPECT_TRUE(Account(*store, token).get(u"/f") == content);
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+}
+
 TEST(StoreFileTest, TellsEveryKindOfDamage) {
     struct {
         std::string sql;
@@ -138,8 +161,17 @@ TEST(StoreFileTest, TellsEveryKindOfDamage) {
         {"delete from nodes where name = 'f'", "versions without a file or a content"},
         {"update chunks set data = x'00' where id = 1", "do not make up their size"},
         {"delete from extents where idx = 0", "parts without a content"},
-        {"delete from versions", "no cleaning would find"},
+        {"delete from versions; delete from handles", "no cleaning would find"},
         {"update buckets set used = used + 1", "counted wrong"},
+        {"update extents set size = 1 where idx = 0", "do not make up their size"},
+        {"update handles set base = 999", "open handles without their content"},
+        {"update grants set grantee = 999", "grants without a file, folder or user"},
+        {"update invitations set inviter = 999", "invitations to no folder, or by no user"},
+        {"delete from grants", "accepted invitations without their right"},
+        {"update nodes set shared = 0", "marked wrong as to being shared"},
+        {"update policies set node = 999", "policies of no file or folder"},
+        {"insert into vacated select parent, name, 1, 1, 1, 0 from nodes where name = 'f'",
+         "places left by a node but taken"},
     };
     for (const auto& [sql, damage] : cases) {
         const TemporaryFolder folder;
@@ -147,6 +179,17 @@ TEST(StoreFileTest, TellsEveryKindOfDamage) {
         const Account account(*store, store->createUser({.name = u"main"}));
         account.makeFolder(u"/d");
         account.put(u"/d/f", std::string(600'000, 'f'));
+        const OpenFile file(account, u"/d/f");
+        account.configuration->setResourcePolicy(
+            ResourcePolicySetRequest().withResource({u"/d", u""}));
+        const std::string invitation =
+            account.sharing->createInvitation(InvitationCreateRequest({u"/d", u""}))
+                .getInvitation()
+                .getInvitationId();
+        Account(*store, store->createUser({.name = u"guest"}))
+            .sharing->updateInvitation(InvitationUpdateRequest()
+                                           .withInvitationId(invitation)
+                                           .withStatus(InvitationStatus::ACCEPTED));
         EXPECT_EQ(store->verify(), std::vector<std::string>());
         RawDatabase(folder.file("store.db")).run(sql);
         std::string found;
@@ -171,10 +214,24 @@ TEST_F(StoreTest, ReadsOfDamagedContentFailInPlainWords) {
 
 constexpr int cannotMount = 77;
 
+/// Lets this process mount what no other sees; also when it is not root's, where that is allowed.
+bool enterOwnMounts() {
+    const auto user = ::geteuid();
+    const auto group = ::getegid();
+    if (::unshare(user == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) != 0) {
+        return false;
+    }
+    if (user != 0) {
+        std::ofstream("/proc/self/setgroups") << "deny";
+        std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
+        std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
+    }
+    return true;
+}
+
 /// Ends the process with 0 when a full disk refused a file, said so, and harmed nothing.
 [[noreturn]] void fillSmallDisk(const std::string& mountPoint, const std::string& url) {
-    if (::unshare(::geteuid() == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) != 0 ||
-        ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+    if (!enterOwnMounts() || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
         ::mount("tmpfs", mountPoint.c_str(), "tmpfs", 0, "size=4m") != 0) {
         ::_exit(cannotMount);
     }

@@ -5,10 +5,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
-#include <optional>
+#include <string_view>
 
 #include "database/Schema.h"
 #include "database/SqliteConnection.h"
@@ -18,7 +20,7 @@ namespace storage::kvxstore::database {
 
 namespace {
 
-constexpr std::int64_t applicationId = 0x4B565853;  // "KVXS"
+constexpr std::uint32_t applicationId = 0x4B565853;  // "KVXS"
 
 /// The path that the URL names; empty for a database in memory.
 std::string pathOf(const std::string& url) {
@@ -73,23 +75,25 @@ std::string bareUri(const std::string& path) {
     return uri + "?immutable=1";
 }
 
-/// The mark in a database file's head, or nothing when it is no database.
-std::optional<std::int64_t> readApplicationId(const std::string& path) {
+/// Whether the file's head is that of a store. Nothing more is looked at: the rest may await the
+/// recovery from a crash.
+bool hasStoreHead(const std::string& path) {
     // Not read() on a descriptor of our own: closing it would drop the locks that other
     // connections of this process hold on the file.
     sqlite3* database = nullptr;
-    sqlite3_stmt* statement = nullptr;
-    std::optional<std::int64_t> id;
+    sqlite3_file* file = nullptr;
+    std::array<unsigned char, 72> head{};
     if (sqlite3_open_v2(bareUri(path).c_str(), &database, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI,
                         nullptr) == SQLITE_OK &&
-        sqlite3_prepare_v2(database, "pragma application_id", -1, &statement, nullptr) ==
-            SQLITE_OK &&
-        sqlite3_step(statement) == SQLITE_ROW) {
-        id = sqlite3_column_int64(statement, 0);
+        sqlite3_file_control(database, "main", SQLITE_FCNTL_FILE_POINTER, &file) == SQLITE_OK) {
+        file->pMethods->xRead(file, head.data(), static_cast<int>(head.size()), 0);
     }
-    sqlite3_finalize(statement);
     sqlite3_close(database);
-    return id;
+    constexpr std::string_view magic("SQLite format 3", 16);
+    constexpr std::array<unsigned char, 4> id{applicationId >> 24U, applicationId >> 16U & 0xFFU,
+                                              applicationId >> 8U & 0xFFU, applicationId & 0xFFU};
+    return std::equal(magic.begin(), magic.end(), head.begin()) &&
+           std::equal(id.begin(), id.end(), head.begin() + 68);
 }
 
 /// Refuses a file that is no store before anything may change it. Returns whether the file is
@@ -103,7 +107,7 @@ bool examineFile(const std::string& path) {
     if (isFile && status.st_size == 0) {
         return true;
     }
-    if (!isFile || readApplicationId(path) != applicationId) {
+    if (!isFile || !hasStoreHead(path)) {
         throw StoreError("not a store file: " + path);
     }
     return false;
@@ -162,9 +166,11 @@ Connector openSqlite(const std::string& url, CreateMode mode) {
     try {
         // Held by the connector, since a database in memory ends with its last connection.
         auto first = std::make_shared<SqliteConnection>(location);
-        makeTables(*first);
-        checkVersion(*first, url);
-        first->execute("pragma journal_mode = wal");
+        retryWhileBusy([&] {
+            makeTables(*first);
+            checkVersion(*first, url);
+            first->execute("pragma journal_mode = wal");
+        });
         return [location, first] { return std::make_unique<SqliteConnection>(location); };
     } catch (const std::exception& error) {
         if (made) {
