@@ -1,204 +1,10 @@
 #include "BrokenTransport.h"
 
-#include <list>
-#include <map>
-#include <mutex>
-#include <set>
-
-#include "storage/kvxclient.h"
+#include "Fault.h"
 
 namespace storage::kvxconformance {
 
 namespace {
-
-using namespace kvxclient;
-
-/// What is wrong with the transport, and what it has to remember to be wrong. Each fault is an
-/// overload of alter(), for a request on its way, or of spoil(), for a response on its way back.
-class Fault {
-public:
-    explicit Fault(std::string name) : name_(std::move(name)) {}
-
-    bool is(const char* name) const { return name_ == name; }
-
-    template <class Request>
-    void alter(Request&) {}
-    void alter(FileCreateRequest& request) {
-        if (is("ignores createNewVersion")) {
-            request.withCreateNewVersion(false);
-        }
-        if (is("truncates large files") && request.getContent().size() > 65536) {
-            FileCreateRequest cut(request.getResource());
-            cut.appendContent(request.getContent().data(), 65536);
-            request = cut;
-        }
-        const std::lock_guard lock(mutex_);
-        written_.push_front(request.getResource());
-    }
-    void alter(FileReadRequest& request) {
-        const std::lock_guard lock(mutex_);
-        if (is("swaps the content of files") && written_.size() > 1) {
-            // The one written last and the one before it.
-            const bool last = request.getResource() == written_.front();
-            request = FileReadRequest(last ? *std::next(written_.begin()) : written_.front());
-        }
-        if (is("forgets the bucket")) {
-            request = FileReadRequest(Resource(request.getResource().getPath(), u""));
-        }
-        if (is("reads the current version only")) {
-            request.withVersionLabel(-1).withVersionId("");
-        }
-    }
-    void alter(FileDeleteRequest& request) {
-        const std::lock_guard lock(mutex_);
-        deleted_.insert(request.getResource().getPath());
-    }
-    void alter(FolderListRequest& request) {
-        if (is("lists what is hidden")) {
-            request.withShowHidden(true);
-        }
-    }
-    void alter(FolderDeleteRequest& request) {
-        if (is("deletes without force")) {
-            request.withForceRecursive(true);
-        }
-    }
-    void alter(MoveOrCopyRequest& request) {
-        if (is("overwrites unasked")) {
-            request.withTargetOverwrite(true);
-        }
-    }
-    void alter(FileContentReadRequest& request) {
-        if (is("ignores ranges")) {
-            request.withStartLocation(0).withLength(1UL << 40U);
-        }
-    }
-    void alter(FileContentWriteRequest& request) {
-        if (is("writes at the start")) {
-            request.withStartLocation(0);
-        }
-    }
-    void alter(FileHandleReadWriteCreateRequest& request) {
-        if (is("opens in any mode")) {
-            request.withCreateMode(FileCreateMode::CREATE_OR_UPDATE);
-        }
-    }
-    void alter(FileHandleCloseRequest& request) {
-        if (is("commits what is aborted")) {
-            request.withOperation(FileHandleCloseOperation::COMMIT_CHANGES);
-        }
-    }
-    void alter(VersionRestoreRequest& request) {
-        if (is("restores another version")) {
-            request.withVersionLabel(request.getVersionLabel() + 1);
-        }
-    }
-    void alter(PermissionGrantRequest& request) {
-        if (is("grants more than asked")) {
-            request.withOperation(Operation::READ_WRITE);
-        }
-    }
-    void alter(InvitationUpdateRequest& request) {
-        if (is("accepts what is declined")) {
-            request.withStatus(InvitationStatus::ACCEPTED);
-        }
-    }
-    void alter(InvitationListRequest& request) {
-        if (is("lists every invitation")) {
-            request = InvitationListRequest();
-        }
-    }
-    void alter(ResourcePolicySetRequest& request) {
-        if (is("forgets policies")) {
-            request.withResourcePolicy(ResourcePolicy());
-        }
-    }
-    void alter(FileChangeListRequest& request) {
-        if (is("ignores the watermark")) {
-            request.withWatermark("");
-        }
-    }
-
-    template <class Response>
-    void spoil(Response& response) {
-        if (is("answers with nothing")) {
-            response = Response();
-        }
-    }
-    void spoil(FileReadResponse& response) {
-        if (is("loses the content type")) {
-            response.withContentType("application/octet-stream");
-        }
-    }
-    void spoil(FileAttributesReadResponse& response) {
-        if (is("loses times")) {
-            response.withFileAttributes(response.getFileAttributes().withClientLastModified({}));
-        }
-    }
-    void spoil(FolderListResponse& response) {
-        const std::lock_guard lock(mutex_);
-        if (is("lists what was there before")) {
-            response =
-                listings_.emplace(response.getFolderSummary().getName(), response).first->second;
-        }
-    }
-    void spoil(FileChangeListResponse& response) {
-        const std::lock_guard lock(mutex_);
-        if (is("does not tell deletions")) {
-            auto changes = response.getFileChanges();
-            std::erase_if(changes, [&](const FileChangeSummary& change) {
-                return deleted_.contains(change.getResource().getPath());
-            });
-            response.withFileChanges(changes);
-        }
-    }
-
-    /// The handler to complete in place of the caller's.
-    template <class Response>
-    CompletionHandler<Response> handlerFor(CompletionHandler<Response> handler) {
-        if (is("drops handlers")) {
-            return [](Response, std::exception_ptr) {};
-        }
-        if (is("never completes")) {
-            const std::lock_guard lock(mutex_);
-            kept_.push_back(std::make_shared<CompletionHandler<Response>>(handler));
-            return [](Response, std::exception_ptr) {};
-        }
-        return [this, handler = std::move(handler)](Response response, std::exception_ptr error) {
-            complete(handler, std::move(response), std::move(error));
-        };
-    }
-
-private:
-    template <class Response>
-    void complete(const CompletionHandler<Response>& handler, Response response,
-                  std::exception_ptr error) {
-        if (error && is("reports a wrong code")) {
-            error = std::make_exception_ptr(KVXClientException(KVXClientErrorCode::UNKNOWN));
-        }
-        if (error && is("reports success")) {
-            error = nullptr;
-        }
-        spoil(response);
-        if (is("completes twice")) {
-            handler(response, error);
-        }
-        try {
-            handler(std::move(response), error);
-        } catch (...) {
-            if (is("completes again when a handler throws")) {
-                handler(Response(), std::current_exception());
-            }
-        }
-    }
-
-    const std::string name_;
-    std::mutex mutex_;
-    std::list<Resource> written_;
-    std::set<std::u16string> deleted_;
-    std::map<std::u16string, FolderListResponse> listings_;
-    std::list<std::shared_ptr<void>> kept_;
-};
 
 /// What every broken service has: the one that works, the client that it came from and the fault.
 template <class Service>
@@ -365,7 +171,8 @@ public:
         if (leaked_) {
             return leaked_->createFileAccess();
         }
-        return make<BrokenFileAccess>(inner_->createFileAccess());
+        return std::make_unique<BrokenFileAccess>(
+            Links<FileAccess>{inner_->createFileAccess(), *this, *inner_, fault_});
     }
     std::unique_ptr<AccessControl> createAccessControl() const override {
         return make<BrokenAccessControl>(inner_->createAccessControl());
@@ -393,6 +200,9 @@ public:
 private:
     template <class BrokenService, class Service>
     std::unique_ptr<Service> make(std::unique_ptr<Service> inner) const {
+        if (fault_.is("serves whole files only")) {
+            return nullptr;
+        }
         return std::make_unique<BrokenService>(
             Links<Service>{std::move(inner), *this, *inner_, fault_});
     }
@@ -411,6 +221,12 @@ Transport breakTransport(Transport transport, const std::string& name) {
         return std::make_unique<BrokenClient>(logIn(user), leaks ? logIn(users[0]) : nullptr,
                                               *fault);
     };
+    if (fault->is("serves whole files only")) {
+        transport.capabilities.clear();
+        transport.users.pop_back();
+        transport.waivers = {{"paths.illegal.*", "any path will do"}};
+        transport.illegalPaths = {u"/legal"};
+    }
     if (fault->is("never completes")) {
         transport.patience = std::chrono::milliseconds(300);
     }

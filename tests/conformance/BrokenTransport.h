@@ -7,7 +7,7 @@
 namespace storage::kvxconformance {
 
 /// The transport, with clients that misbehave as the fault says; an empty fault changes nothing,
-/// and so does any that is not listed in BrokenTransport.cpp.
+/// and so does one that is not known.
 Transport breakTransport(Transport transport, const std::string& fault);
 
 }  // namespace storage::kvxconformance
