@@ -172,13 +172,13 @@ const Clauses concurrencyClauses{
     {"concurrency.write.losesNoFile",
      [](Scene& s) {
          inThreads(4, [&](int thread) {
-             for (int i = 0; i < 25; ++i) {
+             for (int i = 0; i < 75; ++i) {
                  const auto name = numbered(static_cast<char16_t>(u'a' + thread), i);
                  s.owner.write(s.at(name), toUtf8(name));
              }
          });
          const auto files = s.owner.list(s.folder).getFiles();
-         EXPECT_EQ(files.size(), 100U);
+         EXPECT_EQ(files.size(), 300U) << "a listing tells all, however many";
          for (const FileSummary& file : files) {
              EXPECT_EQ(s.owner.read(s.at(file.getName())), toUtf8(file.getName()));
          }

@@ -53,15 +53,6 @@ const Clauses configurationClauses{
          setPolicy(s, s.d, nothing);
          expectPolicy(s, s.d, nothing, closed);
      }},
-    {"configuration.policy.somethingAlwaysHolds",
-     [](Scene& s) {
-         const auto effective = s.owner
-                                    .call(&ConfigurationManagement::getResourcePolicy,
-                                          ResourcePolicyGetRequest().withResource(s.folder))
-                                    .getEffectivePolicy();
-         EXPECT_NE(effective.getVersionPolicy(), VersionPolicy::INHERIT);
-         EXPECT_NE(effective.getPublicAccessPolicy(), PublicAccessPolicy::INHERIT);
-     }},
     {"configuration.usage.growsWithContent",
      [](Scene& s) {
          const auto usage = [&] {

@@ -47,21 +47,6 @@ const Clauses folderClauses{
          EXPECT_EQ(s.owner.names(s.folder), "c ");
          EXPECT_EQ(s.another().names(s.folder), "c ") << "as another client sees it";
      }},
-    {"folders.list.manyEntries",
-     [](Scene& s) {
-         std::string expected;
-         std::vector<std::shared_ptr<Outcome<FileWriteResponse>>> calls;
-         for (int i = 1000; i < 1300; ++i) {
-             const std::string name = std::to_string(i);
-             expected += name + ' ';
-             calls.push_back(s.owner.start(&FileAccess::createFile,
-                                           s.at(std::u16string(name.begin(), name.end()))));
-         }
-         for (const auto& call : calls) {
-             call->get();
-         }
-         EXPECT_EQ(s.owner.names(s.folder), expected);
-     }},
     {"folders.listMulti.tellsTheSubtree",
      [](Scene& s) {
          s.owner.makeFolder(s.d);
@@ -82,11 +67,6 @@ const Clauses folderClauses{
              }
          }
          EXPECT_EQ(found, ":d/ g=1 /d:e/ /d/e:f=4 ");
-     }},
-    {"folders.create.makesAnEmptyFolder",
-     [](Scene& s) {
-         s.owner.makeFolder(s.d);
-         EXPECT_EQ(s.owner.tree(s.folder), "d/ { } ");
      }},
     {"folders.delete.removesAnEmptyFolder",
      [](Scene& s) {

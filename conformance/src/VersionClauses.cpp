@@ -80,17 +80,6 @@ const Clauses versionClauses{
          EXPECT_EQ(s.owner.read(s.f, restored.getVersionLabel()), "one");
          EXPECT_LE(s.owner.versions(s.f).size(), 2U);
      }},
-    {"versions.forms.agree",
-     [](Scene& s) {
-         s.owner.write(s.f, "one", true);
-         s.owner.write(s.f, "two", true);
-         const auto& service = s.owner.service<IVersioning>();
-         const auto expected = s.owner.call(&IVersioning::listVersions, s.f);
-         EXPECT_EQ(service.listVersions(s.f), expected);
-         EXPECT_EQ(service.listVersionsAsync(s.f).get(), expected);
-         const auto missing = [&] { service.listVersions(s.at(u"gone")); };
-         EXPECT_EQ(codeOf(missing), Code::RESOURCE_NOT_FOUND);
-     }},
     {"versions.policy.disabledKeepsNone",
      [](Scene& s) {
          s.owner.call(&ConfigurationManagement::setResourcePolicy,
