@@ -1,27 +1,30 @@
-# What is installed, by component: client, store, tool.
+# What is installed, by component: client, client-dev, store, tool.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kvxclient)
 
-# Installs a shared library with its headers, CMake targets and pkg-config file.
-function(kvx_install_library target component header_dir description requires libs)
+# Installs a shared library, and what is needed to build with it: headers, CMake targets and a
+# pkg-config file.
+function(kvx_install_library target component dev_component header_dir description requires libs)
     install(TARGETS ${target} EXPORT ${target}Targets
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${component})
-    install(DIRECTORY ${header_dir}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT ${component})
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        COMPONENT ${component} NAMELINK_COMPONENT ${dev_component})
+    install(DIRECTORY ${header_dir}/
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT ${dev_component})
     install(EXPORT ${target}Targets NAMESPACE kvxclient::
-        DESTINATION ${package_dir} COMPONENT ${component})
+        DESTINATION ${package_dir} COMPONENT ${dev_component})
     set(name ${target})
     file(RELATIVE_PATH to_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
     configure_file(${PROJECT_SOURCE_DIR}/cmake/kvxclient.pc.in
         ${PROJECT_BINARY_DIR}/${target}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/${target}.pc
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT ${component})
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT ${dev_component})
 endfunction()
 
-kvx_install_library(kvxclient client ${PROJECT_SOURCE_DIR}/include
+kvx_install_library(kvxclient client client-dev ${PROJECT_SOURCE_DIR}/include
     "${PROJECT_DESCRIPTION}" "" "-lboost_thread -lboost_system")
 if(KVXCLIENT_BUILD_STORE)
-    kvx_install_library(kvxstore store ${PROJECT_SOURCE_DIR}/store/include
+    kvx_install_library(kvxstore store store ${PROJECT_SOURCE_DIR}/store/include
         "Embedded store that serves kvxclient in-process" "kvxclient" "")
 endif()
 if(KVXCLIENT_BUILD_TOOL)
@@ -35,4 +38,4 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/kvxclientConfigVersion.cm
 install(FILES
     ${PROJECT_BINARY_DIR}/kvxclientConfig.cmake
     ${PROJECT_BINARY_DIR}/kvxclientConfigVersion.cmake
-    DESTINATION ${package_dir} COMPONENT client)
+    DESTINATION ${package_dir} COMPONENT client-dev)

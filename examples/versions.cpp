@@ -27,7 +27,9 @@ int main() {
         for (const auto& version : versions.listVersions(report).getVersions()) {
             std::cout << "version " << version.getVersionLabel() << '\n';
         }
-        versions.restoreVersion(VersionRestoreRequest(report).withVersionLabel(1));
+        versions.restoreVersion(
+            VersionRestoreRequest(report).withVersionId("1").withCreateNewVersion(true));
+        std::cout << versions.listVersions(report).getVersions().size() << " versions\n";
         std::cout << std::ifstream(folder / "report").rdbuf();
 
         try {

@@ -14,7 +14,7 @@ using namespace storage::kvxclient;
 /// `cp --backup=numbered` makes them: "report.~1~" is the first version of "report".
 class NumberedBackups : public IVersioning {
 public:
-    explicit NumberedBackups(std::filesystem::path root) : root_(std::move(root)) {}
+    explicit NumberedBackups(const std::filesystem::path& root) : root_(canonical(root)) {}
 
     // Without these, overriding the callback forms would hide the blocking ones.
     using IVersioning::listVersions;
@@ -25,7 +25,7 @@ public:
         worker_.call(std::move(handler), [this, request = std::move(request)] {
             const auto file = locate(request.getResource());
             std::vector<VersionSummary> versions;
-            for (int label = 1; exists(backup(file, label)); ++label) {
+            for (int label = 1; label <= newest(file); ++label) {
                 versions.push_back(describe(file, label));
             }
             return VersionListResponse()
@@ -38,14 +38,16 @@ public:
                         CompletionHandler<VersionRestoreResponse> handler) const override {
         worker_.call(std::move(handler), [this, request = std::move(request)] {
             const auto file = locate(request.getResource());
-            const int label = request.getVersionLabel();
-            if (label < 1 || !exists(backup(file, label))) {
-                fail(KVXClientErrorCode::RESOURCE_NOT_FOUND);
+            const int label = find(file, request);
+            int restored = label;
+            if (request.getCreateNewVersion()) {
+                restored = newest(file) + 1;
+                copy_file(backup(file, label), backup(file, restored));
             }
             copy_file(backup(file, label), file, std::filesystem::copy_options::overwrite_existing);
             return VersionRestoreResponse()
-                .withVersionId(std::to_string(label))
-                .withVersionLabel(label);
+                .withVersionId(std::to_string(restored))
+                .withVersionLabel(restored);
         });
     }
 
@@ -64,13 +66,34 @@ private:
             .withCreated(std::chrono::file_clock::to_sys(written));
     }
 
-    // The local file of a resource; nothing outside the root is ever touched.
+    static int newest(const std::filesystem::path& file) {
+        int label = 0;
+        while (exists(backup(file, label + 1))) {
+            ++label;
+        }
+        return label;
+    }
+
+    // The label of the version that is asked for, by id or by label.
+    static int find(const std::filesystem::path& file, const VersionRestoreRequest& request) {
+        for (int label = newest(file); label > 0; --label) {
+            if (request.getVersionId() == std::to_string(label) ||
+                (request.getVersionId().empty() && request.getVersionLabel() == label)) {
+                return label;
+            }
+        }
+        fail(KVXClientErrorCode::RESOURCE_NOT_FOUND);
+    }
+
+    // The local file of a resource; a path or a link that leads out of the root is refused.
     std::filesystem::path locate(const Resource& resource) const {
         const std::filesystem::path path = resource.getPath();
-        if (!path.is_absolute() || std::find(path.begin(), path.end(), "..") != path.end()) {
+        const auto file = weakly_canonical(root_ / path.relative_path());
+        if (!path.is_absolute() ||
+            std::mismatch(root_.begin(), root_.end(), file.begin(), file.end()).first !=
+                root_.end()) {
             fail(KVXClientErrorCode::ILLEGAL_PATH);
         }
-        const auto file = root_ / path.relative_path();
         if (!is_regular_file(file)) {
             fail(KVXClientErrorCode::RESOURCE_NOT_FOUND);
         }

@@ -37,8 +37,11 @@ public:
                         storage::kvxclient::KVXClientErrorCode::BAD_NETWORK);
                 }
                 response = work();
-            } catch (...) {
+            } catch (const storage::kvxclient::KVXClientException&) {
                 error = std::current_exception();
+            } catch (...) {
+                error = std::make_exception_ptr(storage::kvxclient::KVXClientException(
+                    storage::kvxclient::KVXClientErrorCode::UNKNOWN));
             }
             // Outside the try block: what a handler throws must not complete the call again.
             handler(std::move(response), error);

@@ -18,7 +18,8 @@ std::future<Response> callMoving(const Service& service,
                                  Request&& request) {
     std::promise<Response> promise;
     std::future<Response> future = promise.get_future();
-    (service.*operation)(std::move(request), promiseCompletingHandler(std::move(promise)));
+    (service.*operation)(std::forward<Request>(request),
+                         promiseCompletingHandler(std::move(promise)));
     return future;
 }
 
@@ -30,7 +31,7 @@ std::future<Response> callCopying(const Service& service,
     auto promise = std::make_shared<std::promise<Response>>();
     std::future<Response> future = promise->get_future();
     (service.*operation)(
-        std::move(request),
+        std::forward<Request>(request),
         [promise = std::move(promise)](const Response& response, std::exception_ptr error) {
             if (error) {
                 promise->set_exception(std::move(error));

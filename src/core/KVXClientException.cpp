@@ -34,6 +34,7 @@ std::string messageFor(KVXClientErrorCode code) {
 
 std::ostream& operator<<(std::ostream& stream, KVXClientErrorCode code) {
     const auto index = static_cast<std::uint32_t>(code);  // A negative value is out of range too.
+    stream.width(0);  // Nothing may come before or after the text.
     return stream << (index < texts.size() ? texts[index] : "KVXClientErrorCode::UNKNOWN");
 }
 

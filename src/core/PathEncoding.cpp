@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "core/AsciiBlock.h"
+
 namespace storage::kvxclient::detail {
 namespace {
 
@@ -33,6 +35,8 @@ constexpr std::array<Escape, 256> escapes = makeEscapes();
 struct PlainBytes {
     static constexpr std::size_t longest = 1;
     static std::size_t size(unsigned) { return 1; }
+    static std::size_t size(const AsciiBlock&) { return blockUnits; }
+    static char* write(char* out, const AsciiBlock& block) { return writePlain(block, out); }
     static char* write(char* out, unsigned byte) {
         *out = static_cast<char>(byte);
         return out + 1;
@@ -42,6 +46,12 @@ struct PlainBytes {
 struct EscapedBytes {
     static constexpr std::size_t longest = 3;
     static std::size_t size(unsigned byte) { return escapes[byte].size; }
+    static std::size_t size(const AsciiBlock& block) {
+        return blockUnits + 2 * static_cast<std::size_t>(__builtin_popcount(escapeBits(block)));
+    }
+    static char* write(char* out, const AsciiBlock& block) {
+        return writeEscaped(block, escapeBits(block), out);
+    }
     // Always writes three characters: cheaper than asking how many are needed.
     static char* write(char* out, unsigned byte) {
         std::memcpy(out, escapes[byte].text, 3);
@@ -86,6 +96,13 @@ template <class Bytes>
 std::size_t encodedSize(const char16_t* at, const char16_t* end) {
     std::size_t size = 0;
     while (at != end) {
+        if (static_cast<std::size_t>(end - at) >= blockUnits) {
+            if (const AsciiBlock block = loadBlock(at); block.isAscii) {
+                size += Bytes::size(block);
+                at += blockUnits;
+                continue;
+            }
+        }
         const char32_t point = nextCodePoint(at, end);
         if (point < 0x80) {
             size += Bytes::size(point);
@@ -96,31 +113,59 @@ std::size_t encodedSize(const char16_t* at, const char16_t* end) {
     return size;
 }
 
+// Encodes the units up to `stop`, and the second half of a surrogate pair behind it; `end` is the
+// end of the text.
+template <class Bytes>
+char* encodeUnits(char* out, const char16_t*& at, const char16_t* stop, const char16_t* end) {
+    while (at < stop) {
+        if (*at < 0x80) {
+            out = Bytes::write(out, *at++);
+        } else {
+            out = writeCodePoint<Bytes>(out, nextCodePoint(at, end));
+        }
+    }
+    return out;
+}
+
+template <class Bytes>
+char* encodeChunk(char* out, const char16_t*& at, const char16_t* stop, const char16_t* end) {
+    while (stop - at >= static_cast<std::ptrdiff_t>(blockUnits)) {
+        if (const AsciiBlock block = loadBlock(at); block.isAscii) {
+            out = Bytes::write(out, block);
+            at += blockUnits;
+        } else {
+            out = encodeUnits<Bytes>(out, at, at + blockUnits, end);
+        }
+    }
+    while (stop - at >= static_cast<std::ptrdiff_t>(shortUnits)) {
+        if (const AsciiBlock block = loadShort(at); block.isAscii) {
+            out = Bytes::write(out, block) - (blockUnits - shortUnits);
+            at += shortUnits;
+        } else {
+            out = encodeUnits<Bytes>(out, at, at + shortUnits, end);
+        }
+    }
+    return encodeUnits<Bytes>(out, at, stop, end);
+}
+
 template <class Bytes>
 std::string encode(std::u16string_view text) {
-    // Most paths fit the buffer, so that the result is allocated once, at its exact size; a longer
+    // Most texts fit the buffer, so that the result is allocated once, at its exact size; a longer
     // one is measured first for the same reason.
     constexpr std::size_t chunkUnits = 384;
-    // One unit more than a chunk: a surrogate pair may begin at its last unit.
-    char buffer[(chunkUnits + 1) * 3 * Bytes::longest];
+    // One unit more than a chunk, since a surrogate pair may begin at its last unit.
+    char buffer[(chunkUnits + 1) * 3 * Bytes::longest + blockSlack];
 
     const char16_t* at = text.data();
     const char16_t* const end = at + text.size();
-    std::string result;
-    if (text.size() > chunkUnits) {
-        result.reserve(encodedSize<Bytes>(at, end));
+    if (text.size() <= chunkUnits) {
+        return {buffer, encodeChunk<Bytes>(buffer, at, end, end)};
     }
+    std::string result;
+    result.reserve(encodedSize<Bytes>(at, end));
     while (at != end) {
-        const char16_t* const chunkEnd =
-            at + std::min(chunkUnits, static_cast<std::size_t>(end - at));
-        char* out = buffer;
-        while (at < chunkEnd) {
-            if (*at < 0x80) {
-                out = Bytes::write(out, *at++);
-            } else {
-                out = writeCodePoint<Bytes>(out, nextCodePoint(at, end));
-            }
-        }
+        const char16_t* const stop = at + std::min(chunkUnits, static_cast<std::size_t>(end - at));
+        const char* const out = encodeChunk<Bytes>(buffer, at, stop, end);
         result.append(buffer, static_cast<std::size_t>(out - buffer));
     }
     return result;

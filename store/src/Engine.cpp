@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <thread>
 
+#include "database/SqliteFile.h"
 #include "operations/Handles.h"
 #include "operations/Maintenance.h"
 #include "operations/Secrets.h"
@@ -12,6 +13,8 @@ namespace storage::kvxstore {
 
 namespace {
 
+using namespace std::chrono_literals;
+
 StoreOptions completed(StoreOptions options) {
     if (!options.clock) {
         options.clock = [] { return std::chrono::system_clock::now(); };
@@ -19,6 +22,9 @@ StoreOptions completed(StoreOptions options) {
     if (options.readers == 0) {
         options.readers = std::clamp(std::thread::hardware_concurrency(), 1U, 4U);
     }
+    // Nanoseconds since the epoch hold no more than some centuries.
+    options.sessionLifetime =
+        std::clamp<std::chrono::seconds>(options.sessionLifetime, 0s, std::chrono::years(100));
     return options;
 }
 

@@ -149,18 +149,21 @@ TEST(CallFrame, movesTheResponseOnceIntoThePromiseAndOnceOutOfTheFuture) {
     EXPECT_EQ(2, *ready.moves);
 }
 
-TEST(CallFrame, copiesTheResponseWhereTheServiceDoes) {
+TEST(CallFrame, copiesTheResponseOnceWhereTheServiceDoes) {
+    const std::string watermark(large, 'w');
     ScriptedNotification changes;
-    FileChangeListResponse answer;
-    answer.withCurrentWatermark("w");
-    const FileChangeListResponse* kept = &answer;
     changes.onList = [&](CompletionHandler<FileChangeListResponse> handler) {
-        handler(*kept, nullptr);
-        EXPECT_THROW(handler(*kept, nullptr), std::future_error);
+        FileChangeListResponse response;
+        response.withCurrentWatermark(watermark);
+        allocations::countLarge = 0;
+        handler(std::move(response), nullptr);
+        EXPECT_EQ(1u, allocations::countLarge);
+        EXPECT_THROW(handler({}, nullptr), std::future_error);
     };
-    EXPECT_EQ(answer, changes.listFileChanges(FileChangeListRequest()));
+    const auto response = changes.listFileChanges(FileChangeListRequest());
+    EXPECT_EQ(watermark, response.getCurrentWatermark());
     changes.onList = [&](CompletionHandler<FileChangeListResponse> handler) {
-        handler(answer, conflict());
+        handler(response, conflict());
     };
     EXPECT_THROW(changes.listFileChanges(FileChangeListRequest()), KVXClientException);
     changes.onList = [](CompletionHandler<FileChangeListResponse>) {};

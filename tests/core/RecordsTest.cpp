@@ -17,6 +17,11 @@ concept Comparable = requires(const Record& record) {
     record == record;
 };
 
+template <class Record>
+concept HasWithResource = requires(Record record) {
+    record.withResource(Resource());
+};
+
 constexpr bool leftOut = true;  // A field that equality does not look at.
 
 template <class Value>
@@ -58,12 +63,13 @@ public:
         }
     }
 
-    // A field: a value other than its default makes the setter's round trip through copies and
-    // moves, and makes the record another, unless equality leaves it out.
+    // A field: it starts at its default; another value makes the setter's round trip through
+    // copies and moves, and makes the record another, unless equality leaves the field out.
     template <class Setter, class Getter, class Value>
-    Check& field(Setter set, Getter get, const Value& value, bool isLeftOut = false) {
+    Check& field(Setter set, Getter get, const Value& value, const Value& start = Value(),
+                 bool isLeftOut = false) {
         Record changed = make_();
-        EXPECT_FALSE(alike(std::invoke(get, changed), value)) << name() << ": the default";
+        EXPECT_TRUE(alike(std::invoke(get, changed), start)) << name() << ": the default";
         EXPECT_EQ(&changed, &std::invoke(set, changed, plain(value))) << name() << ": chaining";
         Record copy = changed;
         const Record moved = std::move(copy);
@@ -74,6 +80,19 @@ public:
             EXPECT_TRUE(changed == moved) << name();
             EXPECT_EQ(isLeftOut, make_() == changed) << name() << ": equality";
             EXPECT_EQ(isLeftOut, changed == make_()) << name() << ": equality";
+        }
+        return *this;
+    }
+
+    // A list, as a field, whose order counts too.
+    template <class Setter, class Getter, class Value>
+    Check& list(Setter set, Getter get, const Value& one, const Value& other) {
+        field(set, get, std::vector{one, other});
+        if constexpr (Comparable<Record>) {
+            Record forward = make_(), backward = make_();
+            std::invoke(set, forward, std::vector{one, other});
+            std::invoke(set, backward, std::vector{other, one});
+            EXPECT_FALSE(forward == backward) << name() << ": the order";
         }
         return *this;
     }
@@ -91,6 +110,7 @@ private:
 };
 
 #define FIELD(Record, Name, ...) field(&Record::with##Name, &Record::get##Name, __VA_ARGS__)
+#define LIST(Record, Name, ...) list(&Record::with##Name, &Record::get##Name, __VA_ARGS__)
 #define RENAMED(Record, set, get, ...) field(&Record::set, &Record::get, __VA_ARGS__)
 
 const Resource resource(u"/a/b", u"bucket");
@@ -108,7 +128,7 @@ template <class Record>
 void checkRequestFor(Check<Record> check) {
     check.fixed(&Record::getResource, resource);
     EXPECT_FALSE(Record(resource) == Record(Resource(u"/a", u"bucket")));
-    static_assert(!std::is_default_constructible_v<Record>);
+    static_assert(!std::is_default_constructible_v<Record> && !HasWithResource<Record>);
     static_assert(std::is_convertible_v<Resource, Record>);
 }
 
@@ -240,7 +260,7 @@ TEST(Records, ofTransfers) {
                         .FIELD(FileCreateRequest, CreateNewVersion, true));
     checkRequestFor(Check<FileReadRequest>(resource)
                         .FIELD(FileReadRequest, VersionId, text)
-                        .FIELD(FileReadRequest, VersionLabel, 0));
+                        .FIELD(FileReadRequest, VersionLabel, 0, -1));
     Check<FileReadResponse>()
         .field(append<FileReadResponse>, body<FileReadResponse>, text)
         .FIELD(FileReadResponse, ContentType, text)
@@ -248,7 +268,7 @@ TEST(Records, ofTransfers) {
     Check<FileWriteResponse>()
         .FIELD(FileWriteResponse, FileSummary, aFile)
         .FIELD(FileWriteResponse, VersionId, text)
-        .FIELD(FileWriteResponse, VersionLabel, 0);
+        .FIELD(FileWriteResponse, VersionLabel, 0, -1);
     checkRequestFor(Check<FileDownloadCreateRequest>(resource));
     Check<FileDownloadCreateResponse>().FIELD(FileDownloadCreateResponse, Location, text);
     const auto factory = [] { return std::make_unique<std::stringstream>(); };
@@ -256,7 +276,7 @@ TEST(Records, ofTransfers) {
         .fixed(&FileDownloadRequest::getLocation, std::string("a/b"))
         .field(
             [&](auto& r, bool) -> auto& { return r.withStreamFactory(factory); },
-            [](const auto& r) { return r.getStreamFactory() != nullptr; }, true, leftOut)
+            [](const auto& r) { return r.getStreamFactory() != nullptr; }, true, false, leftOut)
         .FIELD(FileDownloadRequest, ReadIntoString, true);
     EXPECT_FALSE(FileDownloadRequest("a/b") == FileDownloadRequest("a/c"));
     static_assert(!std::is_default_constructible_v<FileDownloadRequest>);
@@ -266,7 +286,7 @@ TEST(Records, ofTransfers) {
 TEST(Records, ofHandles) {
     checkRequestFor(Check<FileHandleReadOnlyCreateRequest>(resource)
                         .FIELD(FileHandleReadOnlyCreateRequest, VersionId, text)
-                        .FIELD(FileHandleReadOnlyCreateRequest, VersionLabel, 0));
+                        .FIELD(FileHandleReadOnlyCreateRequest, VersionLabel, 0, -1));
     Check<FileHandleReadOnlyCreateResponse>()
         .FIELD(FileHandleReadOnlyCreateResponse, FileHandleId, text)
         .FIELD(FileHandleReadOnlyCreateResponse, FileSize, ~0UL);
@@ -356,8 +376,8 @@ TEST(Records, ofInvitations) {
     Check<InvitationUpdateRequest>()
         .FIELD(InvitationUpdateRequest, Resource, resource)
         .FIELD(InvitationUpdateRequest, InvitationId, text)
-        .FIELD(InvitationUpdateRequest, Status, std::optional(InvitationStatus::DECLINED));
-    EXPECT_TRUE(InvitationUpdateRequest().getStatus().has_value());
+        .FIELD(InvitationUpdateRequest, Status, std::optional(InvitationStatus::DECLINED),
+               std::optional(InvitationStatus::PENDING));
     Check<InvitationDeleteRequest>()
         .FIELD(InvitationDeleteRequest, Resource, resource)
         .FIELD(InvitationDeleteRequest, InvitationId, text);
@@ -406,8 +426,8 @@ TEST(Records, ofPermissions) {
     checkRequestFor(Check<PermissionRevokeRequest>(resource).FIELD(PermissionRevokeRequest,
                                                                    PermissionId, text));
     checkRequestFor(Check<PermissionListRequest>(resource));
-    Check<PermissionListResponse>().FIELD(PermissionListResponse, Permissions,
-                                          std::vector{Permission().withSubject(wide)});
+    Check<PermissionListResponse>().LIST(PermissionListResponse, Permissions,
+                                         Permission().withSubject(wide), Permission());
 }
 
 TEST(Records, ofConfiguration) {
@@ -436,36 +456,31 @@ TEST(Records, ofChangesAndVersions) {
         .FIELD(FileChangeSummary, Watermark, text);
     Check<FileChangeListResponse>()
         .FIELD(FileChangeListResponse, CurrentWatermark, text)
-        .FIELD(FileChangeListResponse, FileChanges, changes)
-        .FIELD(FileChangeListResponse, FolderChanges, changes);
-    const std::vector reversed(changes.rbegin(), changes.rend());
-    EXPECT_FALSE(FileChangeListResponse().withFileChanges(changes) ==
-                 FileChangeListResponse().withFileChanges(reversed));
+        .LIST(FileChangeListResponse, FileChanges, changes[0], changes[1])
+        .LIST(FileChangeListResponse, FolderChanges, changes[0], changes[1]);
 
     checkRequestFor(Check<VersionListRequest>(resource));
     Check<VersionSummary>()
         .FIELD(VersionSummary, VersionId, text)
         .FIELD(VersionSummary, Created, aTime)
-        .FIELD(VersionSummary, VersionLabel, 0);
+        .FIELD(VersionSummary, VersionLabel, 0, -1);
     Check<VersionListResponse>()
         .FIELD(VersionListResponse, Name, wide)
-        .FIELD(VersionListResponse, Versions, std::vector{VersionSummary()});
+        .LIST(VersionListResponse, Versions, VersionSummary(),
+              VersionSummary().withVersionLabel(1));
     checkRequestFor(Check<VersionRestoreRequest>(resource)
                         .FIELD(VersionRestoreRequest, VersionId, text)
-                        .FIELD(VersionRestoreRequest, VersionLabel, 0)
+                        .FIELD(VersionRestoreRequest, VersionLabel, 0, -1)
                         .FIELD(VersionRestoreRequest, CreateNewVersion, true));
     Check<VersionRestoreResponse>()
         .FIELD(VersionRestoreResponse, VersionId, text)
-        .FIELD(VersionRestoreResponse, VersionLabel, 0);
+        .FIELD(VersionRestoreResponse, VersionLabel, 0, -1);
 }
 
-// What must not exist.
-template <class Record>
-concept HasWithResource = requires(Record record) {
-    record.withResource(Resource());
-};
-static_assert(!HasWithResource<InvitationReadRequest> && !HasWithResource<FolderListRequest> &&
-              !HasWithResource<FileReadResponse> && HasWithResource<InvitationUpdateRequest>);
+// What else must not exist.
+static_assert(!HasWithResource<InvitationReadRequest> && !HasWithResource<FileReadResponse> &&
+              !HasWithResource<ResourceAndFolderList> && !HasWithResource<MoveOrCopyRequest> &&
+              HasWithResource<InvitationUpdateRequest>);
 static_assert(!std::is_copy_constructible_v<KVXClient> && !std::is_copy_assignable_v<KVXClient>);
 static_assert(std::is_copy_constructible_v<FolderListResponse> &&
               std::is_nothrow_move_constructible_v<FolderListResponse>);

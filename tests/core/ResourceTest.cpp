@@ -146,6 +146,17 @@ TEST(Encoder, agreesWithIcuOnRandomTexts) {
     for (int round = 0; round < 1'000'000; ++round) {
         expectAgreement(text(below(24)));
     }
+    // Runs of ASCII, which go through the encoder in blocks, with hardly anything between them.
+    for (int round = 0; round < 200'000; ++round) {
+        std::u16string ascii(below(200), u'\0');
+        for (auto& each : ascii) {
+            each = static_cast<char16_t>(below(0x80));
+        }
+        if (!ascii.empty() && below(2) == 0) {
+            ascii[below(static_cast<unsigned>(ascii.size()))] = unit();
+        }
+        expectAgreement(ascii);
+    }
     // Around the size of the encoder's buffer, where a pair may straddle its end.
     for (std::size_t length = 380; length < 390; ++length) {
         for (int round = 0; round < 50; ++round) {

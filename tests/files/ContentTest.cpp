@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "storage/kvxclient.h"
+#include "support/Allocations.h"
 
 using namespace storage::kvxclient;
 
@@ -58,19 +59,39 @@ TEST(Content, ofACreateRequestIsReadByReference) {
     EXPECT_EQ("abcd", text(content));
 }
 
-TEST(Content, readBufferSizeIsTakenWhenAResponseIsMade) {
+// Sets the size of the read buffer for one test.
+struct ReadBufferSize {
+    ReadBufferSize(unsigned long size) { BufferSize::MAX_READ_BUFFER_SIZE = size; }
+    ~ReadBufferSize() { BufferSize::MAX_READ_BUFFER_SIZE = 4'194'304; }
+};
+
+TEST(Content, roomForTheReadBufferIsMadeOnceInAResponse) {
     EXPECT_EQ(4'194'304u, BufferSize::MAX_READ_BUFFER_SIZE);
     EXPECT_EQ(4'194'304u, BufferSize::MAX_WRITE_BUFFER_SIZE);
-    BufferSize::MAX_READ_BUFFER_SIZE = ~0UL;
+    const std::string half(2'097'152, 'x');
+    allocations::countLarge = 0;
+    FileContentReadResponse response;
+    response.appendContent(half.data(), half.size());
+    response.appendContent(half.data(), half.size());
+    EXPECT_EQ(1u, allocations::countLarge);
+    response.appendContent("x", 1);
+    EXPECT_EQ(2u, allocations::countLarge);
+}
+
+TEST(Content, readBufferSizeIsTakenWhenAResponseIsMade) {
+    {
+        const ReadBufferSize none(0);
+        allocations::count = 0;
+        const FileContentReadResponse response;
+        EXPECT_EQ(0u, allocations::count);
+    }
+    const ReadBufferSize tooLarge(~0UL);
     try {
         FileContentReadResponse();
         ADD_FAILURE() << "reserved 2^64 - 1 bytes";
     } catch (const std::length_error& error) {
         EXPECT_STREQ("vector::reserve", error.what());
     }
-    BufferSize::MAX_READ_BUFFER_SIZE = 0;
-    EXPECT_EQ(0u, FileContentReadResponse().getContentLength());
-    BufferSize::MAX_READ_BUFFER_SIZE = 4'194'304;
 }
 
 TEST(Content, ofAWriteRequestIsTheCallersOwn) {

@@ -12,9 +12,10 @@ trap 'rm -rf "$work"' EXIT
 export PKG_CONFIG_PATH=$work/root/$libdir/pkgconfig
 export LD_LIBRARY_PATH=$work/root/$libdir
 
-cmake -G Ninja -S "$source/tests/package/consumer" -B "$work/build" -DFROM="$from" \
+cmake -G Ninja -S "$source/tests/package/consumer" -B "$work/build" -DFROM="$from" -DWITH_STORE="${WITH_STORE:-OFF}" \
     -DCMAKE_PREFIX_PATH="$work/root" -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF >"$work/log" ||
     { cat "$work/log"; exit 1; }
 cmake --build "$work/build" >"$work/log" || { cat "$work/log"; exit 1; }
-output=$(find "$work/build" -name consumer -type f -exec {} \;)
+program=$(find "$work/build" -name consumer -type f)
+output=$("$program")
 [[ $output == "/a%20b" ]]

@@ -138,9 +138,10 @@ TEST_F(StoreTest, CountsVersionsAndKeepsTheOnesAskedFor) {
     const std::string first = second.substr(0, second.size() - 1) + '1';
     EXPECT_EQ(read(first, -1), "one");
     EXPECT_EQ(read(first, 1), "one");
-    for (const auto& [id, label] : std::initializer_list<std::pair<std::string, int>>{
+    for (const auto& bad : std::initializer_list<std::pair<std::string, int>>{
              {"", 0}, {"", 4}, {first, 3}, {first + "x", -1}, {"nonsense", -1}, {"9-1", -1}}) {
-        EXPECT_EQ(codeOf([&] { read(id, label); }), Code::RESOURCE_NOT_FOUND) << id << label;
+        EXPECT_EQ(codeOf([&] { read(bad.first, bad.second); }), Code::RESOURCE_NOT_FOUND)
+            << bad.first << ' ' << bad.second;
     }
 }
 

@@ -78,23 +78,23 @@ TEST_F(StoreTest, OpensFilesByMode) {
         {CREATE_OR_UPDATE, true, false, std::nullopt, "01x3"},
         {FileCreateMode(9), true, false, Code::UNKNOWN, "0123"},
     };
-    for (const auto& [mode, exists, truncate, code, after] : cases) {
-        if (exists) {
+    for (const auto& each : cases) {
+        if (each.exists) {
             account.put(u"/f", "0123");
         }
         const auto open = [&] {
-            const OpenFile file(account, u"/f", mode, truncate);
-            EXPECT_EQ(file.opened.getFileCreated(), !exists);
-            EXPECT_EQ(file.opened.getFileSize(), exists && !truncate ? 4U : 0U);
+            const OpenFile file(account, u"/f", each.mode, each.truncate);
+            EXPECT_EQ(file.opened.getFileCreated(), !each.exists);
+            EXPECT_EQ(file.opened.getFileSize(), each.exists && !each.truncate ? 4U : 0U);
             file.write(2, "x");
-            EXPECT_EQ(account.list(u"/"), exists ? "f" : "");
+            EXPECT_EQ(account.list(u"/"), each.exists ? "f" : "");
             file.close();
         };
-        EXPECT_EQ(codeOf(open), code);
-        if (after.empty()) {
+        EXPECT_EQ(codeOf(open), each.code);
+        if (each.after.empty()) {
             EXPECT_EQ(account.list(u"/"), "");
         } else {
-            EXPECT_EQ(account.get(u"/f"), after);
+            EXPECT_EQ(account.get(u"/f"), each.after);
             account.files->deleteFile(FileDeleteRequest({u"/f", u""}));
         }
     }

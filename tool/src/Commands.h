@@ -5,6 +5,7 @@
 #include <string>
 
 #include "Diagnostics.h"
+#include "RemoteName.h"
 #include "StoreLocation.h"
 #include "storage/kvxclient/FileAccess.h"
 
@@ -19,6 +20,14 @@ struct Invocation {
     /// Sets `run` to call `action` in a session with the store.
     void runInSession(std::function<void(const kvxclient::FileAccess&, Diagnostics&)> action);
 };
+
+/// What a command does with one remote name.
+using NameAction =
+    std::function<void(const kvxclient::FileAccess&, Diagnostics&, const RemoteName&)>;
+
+/// Adds a command that does the same with each of its remote names, one after the other.
+CLI::App* addForEachName(CLI::App& program, Invocation& invocation, const std::string& name,
+                         const std::string& description, NameAction action);
 
 // Each adds commands to the program. `invocation` must outlive it.
 void addInit(CLI::App& program, Invocation& invocation);

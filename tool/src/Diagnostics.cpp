@@ -7,7 +7,10 @@
 namespace storage::kvxtool {
 
 void Diagnostics::fail(const Failure& failure) {
-    print(failure.subject(), failure.what());
+    // Who closed the pipe has seen enough, and wants no message.
+    if (failure.code() != ExitCode::READER_GONE) {
+        print(failure.subject(), failure.what());
+    }
     const bool first = exitCode_ == ExitCode::OK;
     exitCode_ = first || exitCode_ == failure.code() ? failure.code() : ExitCode::FAILED;
 }

@@ -82,6 +82,8 @@ Meaning meaningOf(const std::error_code& error) {
             return {ExitCode::NO_ROOM, "the disk is full"};
         case std::errc::file_too_large:
             return {ExitCode::NO_ROOM, "the file is too large for the disk"};
+        case std::errc::broken_pipe:
+            return {ExitCode::READER_GONE, nullptr};
         default:
             return {ExitCode::FAILED, nullptr};
     }

@@ -15,7 +15,8 @@ enum class ExitCode : int {
     REFUSED = 4,
     CONFLICT = 5,
     NO_ROOM = 6,
-    STORE_FAILED = 7
+    STORE_FAILED = 7,
+    READER_GONE = 141  ///< As if SIGPIPE had ended the process.
 };
 
 /// The exit codes as --help prints them.

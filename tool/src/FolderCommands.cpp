@@ -1,5 +1,4 @@
 #include <memory>
-#include <vector>
 
 #include "Commands.h"
 #include "RemoteTree.h"
@@ -11,11 +10,6 @@ namespace {
 using kvxclient::FileAccess;
 using kvxclient::KVXClientErrorCode;
 using kvxclient::KVXClientException;
-
-struct NamesAndFlag {
-    std::vector<std::string> names;
-    bool flag = false;
-};
 
 /// Creates a folder. Returns false when something of its name is there.
 bool createFolder(const FileAccess& files, const RemoteName& name) {
@@ -68,43 +62,33 @@ void remove(const FileAccess& files, const RemoteName& name, bool recursive) {
     }
 }
 
-using Action = void (*)(const FileAccess&, const RemoteName&, bool);
-
-/// Adds a command that does the same with each name and has one flag.
-CLI::App* addCommand(CLI::App& program, Invocation& invocation, const std::string& name,
-                     const std::string& description, const std::string& flag,
-                     const std::string& flagDescription, const std::string& names, Action action) {
-    auto options = std::make_shared<NamesAndFlag>();
-    CLI::App* command = program.add_subcommand(name, description);
-    command->add_option("REMOTE", options->names, names)->type_name("")->required();
-    command->add_flag(flag, options->flag, flagDescription);
-    command->callback([options, action, &invocation] {
-        invocation.runInSession([options, action](const FileAccess& files,
-                                                  Diagnostics& diagnostics) {
-            for (const std::string& argument : options->names) {
-                diagnostics.guard(
-                    argument, [&] { action(files, RemoteName::parse(argument), options->flag); });
-            }
-        });
-    });
-    return command;
-}
-
 }  // namespace
 
 void addMkdirAndRm(CLI::App& program, Invocation& invocation) {
-    addCommand(program, invocation, "mkdir", "Create folders", "-p,--parents",
-               "Create the folders above too; no error when it exists", "The folders", makeFolder)
-        ->footer(
-            "Examples:\n"
-            "  kvx mkdir /docs\n"
-            "  kvx mkdir -p team:/archive/2026/01");
-    addCommand(program, invocation, "rm", "Remove files and folders", "-r,--recursive",
-               "Remove folders with all they have", "The files and folders", remove)
-        ->footer(
-            "Examples:\n"
-            "  kvx rm /docs/a.txt\n"
-            "  kvx rm -r team:/archive/2025");
+    auto parents = std::make_shared<bool>(false);
+    CLI::App* mkdir =
+        addForEachName(program, invocation, "mkdir", "Create folders",
+                       [parents](const FileAccess& files, Diagnostics&, const RemoteName& name) {
+                           makeFolder(files, name, *parents);
+                       });
+    mkdir->add_flag("-p,--parents", *parents,
+                    "Create the folders above too; no error when it exists");
+    mkdir->footer(
+        "Examples:\n"
+        "  kvx mkdir /docs\n"
+        "  kvx mkdir -p team:/archive/2026/01");
+
+    auto recursive = std::make_shared<bool>(false);
+    CLI::App* rm =
+        addForEachName(program, invocation, "rm", "Remove files and folders",
+                       [recursive](const FileAccess& files, Diagnostics&, const RemoteName& name) {
+                           remove(files, name, *recursive);
+                       });
+    rm->add_flag("-r,--recursive", *recursive, "Remove folders with all they have");
+    rm->footer(
+        "Examples:\n"
+        "  kvx rm /docs/a.txt\n"
+        "  kvx rm -r team:/archive/2025");
 }
 
 }  // namespace storage::kvxtool

@@ -50,33 +50,23 @@ void addSource(const kvxclient::FileAccess& files, Download& download, const Rem
     }
 }
 
-void cat(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
-         const std::vector<RemoteName>& sources) {
-    Download download(files, diagnostics);
-    for (const RemoteName& source : sources) {
-        diagnostics.guard(source.text(), [&] {
-            if (readEntry(files, source).folder) {
-                throw Failure(ExitCode::CONFLICT, source.text(), "it is a folder");
-            }
-            download.print(source);
-        });
+void cat(const kvxclient::FileAccess& files, Diagnostics& diagnostics, const RemoteName& source) {
+    if (readEntry(files, source).folder) {
+        throw Failure(ExitCode::CONFLICT, source.text(), "it is a folder");
     }
-}
-
-std::vector<RemoteName> parseAll(const std::vector<std::string>& names, RemoteName::Form form) {
-    std::vector<RemoteName> result;
-    for (const std::string& name : names) {
-        result.push_back(RemoteName::parse(name, form));
-    }
-    return result;
+    Download(files, diagnostics).print(source);
 }
 
 void get(const kvxclient::FileAccess& files, Diagnostics& diagnostics, const GetOptions& options) {
     const std::string& local = options.names.back();
-    const std::vector<RemoteName> sources =
-        parseAll({options.names.begin(), options.names.end() - 1}, RemoteName::Form::WITH_COLON);
+    std::vector<RemoteName> sources;
+    for (std::size_t i = 0; i + 1 < options.names.size(); ++i) {
+        sources.push_back(RemoteName::parse(options.names[i], RemoteName::Form::WITH_COLON));
+    }
     if (local == "-") {
-        cat(files, diagnostics, sources);
+        for (const RemoteName& source : sources) {
+            diagnostics.guard(source.text(), [&] { cat(files, diagnostics, source); });
+        }
         return;
     }
     if (RemoteName::isRemote(local)) {
@@ -98,21 +88,6 @@ void get(const kvxclient::FileAccess& files, Diagnostics& diagnostics, const Get
             });
         }
         download.run();
-    });
-}
-
-void addCat(CLI::App& program, Invocation& invocation) {
-    auto names = std::make_shared<std::vector<std::string>>();
-    CLI::App* command = program.add_subcommand("cat", "Write files to standard output");
-    command->add_option("REMOTE", *names, "The files")->type_name("")->required();
-    command->footer(
-        "Examples:\n"
-        "  kvx cat /docs/a.txt | less");
-    command->callback([names, &invocation] {
-        invocation.runInSession(
-            [names](const kvxclient::FileAccess& files, Diagnostics& diagnostics) {
-                cat(files, diagnostics, parseAll(*names, RemoteName::Form::ANY));
-            });
     });
 }
 
@@ -141,7 +116,11 @@ void addGetAndCat(CLI::App& program, Invocation& invocation) {
                 get(files, diagnostics, *options);
             });
     });
-    addCat(program, invocation);
+
+    addForEachName(program, invocation, "cat", "Write files to standard output", cat)
+        ->footer(
+            "Examples:\n"
+            "  kvx cat /docs/a.txt | less");
 }
 
 }  // namespace storage::kvxtool

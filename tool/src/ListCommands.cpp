@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "Commands.h"
@@ -127,38 +128,16 @@ void printAttributes(const RemoteName& name, const kvxclient::FileAttributes& at
               << "watermark:        " << shown(attributes.getWatermark()) << '\n';
 }
 
-void stat(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
-          const std::vector<std::string>& names) {
-    bool first = true;
-    for (const std::string& name : names) {
-        diagnostics.guard(name, [&] {
-            const RemoteName remote = RemoteName::parse(name);
-            if (remote.hasTrailingSlash()) {
-                requireFolder(files, remote);
-            }
-            kvxclient::FileAttributesReadRequest request(remote.resource());
-            request.withSharingMetadata(true);
-            const auto response = files.readFileAttributes(std::move(request));
-            std::cout << (first ? "" : "\n");
-            printAttributes(remote, response.getFileAttributes());
-            first = false;
-        });
+void stat(const kvxclient::FileAccess& files, const RemoteName& name) {
+    if (name.hasTrailingSlash()) {
+        requireFolder(files, name);
     }
-}
-
-void addStat(CLI::App& program, Invocation& invocation) {
-    auto names = std::make_shared<std::vector<std::string>>();
-    CLI::App* command = program.add_subcommand("stat", "Show all attributes of files and folders");
-    command->add_option("REMOTE", *names, "The files and folders")->type_name("")->required();
-    command->footer(
-        "Examples:\n"
-        "  kvx stat /docs/a.txt");
-    command->callback([names, &invocation] {
-        invocation.runInSession(
-            [names](const kvxclient::FileAccess& files, Diagnostics& diagnostics) {
-                stat(files, diagnostics, *names);
-            });
-    });
+    kvxclient::FileAttributesReadRequest request(name.resource());
+    request.withSharingMetadata(true);
+    const auto response = files.readFileAttributes(std::move(request));
+    static bool first = true;
+    std::cout << (std::exchange(first, false) ? "" : "\n");
+    printAttributes(name, response.getFileAttributes());
 }
 
 }  // namespace
@@ -189,7 +168,14 @@ void addLsAndStat(CLI::App& program, Invocation& invocation) {
                 ls(files, diagnostics, *options);
             });
     });
-    addStat(program, invocation);
+
+    addForEachName(program, invocation, "stat", "Show all attributes of files and folders",
+                   [](const kvxclient::FileAccess& files, Diagnostics&, const RemoteName& name) {
+                       stat(files, name);
+                   })
+        ->footer(
+            "Examples:\n"
+            "  kvx stat /docs/a.txt");
 }
 
 }  // namespace storage::kvxtool

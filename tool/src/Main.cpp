@@ -1,12 +1,11 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
-#include <clocale>
 #include <iostream>
 
 #include "Commands.h"
 #include "Failure.h"
-#include "Interrupt.h"
-#include "Session.h"
+#include "SignalWatch.h"
 #include "Text.h"
 
 namespace storage::kvxtool {
@@ -53,7 +52,7 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     program.fallthrough();
     program.add_option("--store", invocation.store, "The store to work on, by URL or path")
         ->type_name("URL");
-    program.add_flag("-q,--quiet", invocation.quiet, "Show no progress, only errors");
+    program.add_flag("-q,--quiet", invocation.quiet, "Show no progress");
 
     addInit(program, invocation);
     addPut(program, invocation);
@@ -65,7 +64,7 @@ void addCommands(CLI::App& program, Invocation& invocation) {
 
 int run(const std::string& command, const Invocation& invocation) {
     Diagnostics diagnostics(command, invocation.quiet);
-    endCleanlyOnSignals(diagnostics.progress());
+    const SignalWatch signals(diagnostics.progress());
     diagnostics.guard("",
                       [&] { invocation.run(StoreLocation::find(invocation.store), diagnostics); });
     diagnostics.guard("standard output", [] {
@@ -78,14 +77,6 @@ int run(const std::string& command, const Invocation& invocation) {
 }
 
 }  // namespace
-
-void Invocation::runInSession(
-    std::function<void(const kvxclient::FileAccess&, Diagnostics&)> action) {
-    run = [action = std::move(action)](const StoreLocation& location, Diagnostics& diagnostics) {
-        const Session session(location);
-        action(session.files(), diagnostics);
-    };
-}
 
 }  // namespace storage::kvxtool
 

@@ -75,7 +75,6 @@ void Progress::erase() {
 std::string Progress::line(std::size_t width) const {
     const unsigned long bytes = bytes_;
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - started_;
-    const double rate = static_cast<double>(bytes) / elapsed.count();
     // Empty files count as well: a tree of nothing else still moves.
     const double all = static_cast<double>(totalBytes_ + totalFiles_);
     const double part = all > 0 ? std::min(1.0, static_cast<double>(bytes + files_) / all) : 0.0;
@@ -85,7 +84,10 @@ std::string Progress::line(std::size_t width) const {
     if (totalFiles_ > 1) {
         numbers += std::to_string(files_) + "/" + std::to_string(totalFiles_) + " files  ";
     }
-    numbers += humanSize(static_cast<unsigned long>(rate)) + "/s";
+    // A file travels in one call: until the first has ended, only the time moves.
+    const double rate = static_cast<double>(bytes) / elapsed.count();
+    numbers += bytes == 0 ? std::to_string(static_cast<long>(elapsed.count())) + " s"
+                          : humanSize(static_cast<unsigned long>(rate)) + "/s";
 
     constexpr std::size_t LONGEST_BAR = 40;
     if (width < numbers.size() + 10) {

@@ -47,8 +47,9 @@ StoreLocation::StoreLocation(const std::string& urlOrPath)
     : url_(urlOrPath), file_(fileOf(urlOrPath)) {
     if (file_) {
         std::error_code unresolved;
-        const auto resolved = std::filesystem::weakly_canonical(*file_, unresolved);
-        file_ = unresolved ? std::filesystem::absolute(*file_) : resolved;
+        const auto absolute = std::filesystem::absolute(*file_);
+        const auto resolved = std::filesystem::weakly_canonical(absolute, unresolved);
+        file_ = unresolved ? absolute : resolved;
         url_ = "sqlite://" + file_->string();
     }
 }

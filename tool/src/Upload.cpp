@@ -26,7 +26,9 @@ void Upload::addTree(const fs::path& source, const RemoteName& target) {
         pending.pop_back();
         folders_.push_back(folder);
         diagnostics_.guard(folder.source.string(), [&] {
-            for (const fs::directory_entry& entry : fs::directory_iterator(folder.source)) {
+            std::vector<fs::directory_entry> entries(fs::directory_iterator(folder.source), {});
+            std::sort(entries.begin(), entries.end());
+            for (const fs::directory_entry& entry : entries) {
                 diagnostics_.guard(entry.path().string(),
                                    [&] { addEntry(entry, folder, pending); });
             }

@@ -34,7 +34,9 @@ namespace storage::kvxclient {
 ///
 /// @par Lifetime
 /// Requests and handlers are taken by value: nothing that was passed needs to outlive the call,
-/// unless the request says so itself.
+/// unless the request says so itself. On its way from the handler to the caller of a future or
+/// blocking form the response is moved; ConfigurationManagement, Notification and IVersioning copy
+/// it once.
 
 /// Completes one call of a service: the transport invokes it exactly once, with the response and a
 /// null pointer on success, or with a non-null exception pointer on failure, in which case the

@@ -41,7 +41,7 @@ enum class InvitationStatus : std::int32_t {
 enum class InvitationType : std::int32_t {
     OPEN = 0,              ///< For anyone who holds its id.
     PERSONAL = 1,          ///< For one recipient.
-    CREATED_FROM_OPEN = 2  ///< A recipient's own, made when he accepted an open one.
+    CREATED_FROM_OPEN = 2  ///< A recipient's own, made by accepting an open one.
 };
 
 /// The right that a permission grants. The transport maps it to the service's words.

@@ -234,8 +234,7 @@ public:
     /// Returns the offset at which the bytes are written. Default: 0.
     unsigned long getStartLocation() const;
 
-    /// Returns the pointer to the bytes, which the caller owns. Default: a default const unsigned
-    /// char*. Default: null.
+    /// Returns the pointer to the bytes, which the caller owns. Default: null.
     const unsigned char* getContent() const;
 
     /// Returns the number of bytes to write. Default: 0.

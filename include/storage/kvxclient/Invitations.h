@@ -87,9 +87,9 @@ public:
     /// Returns the name of the folder offered. Default: empty.
     std::u16string getName() const;
 
-    /// Sets the service's id of the folder in the trash, when it is deleted.
+    /// Sets the tombstone of the invitation, as the service gives it.
     Invitation& withTombstone(std::string tombstone);
-    /// Returns the service's id of the folder in the trash, when it is deleted. Default: empty.
+    /// Returns the tombstone of the invitation, as the service gives it. Default: empty.
     std::string getTombstone() const;
 
     /// Sets who sent the invitation.
@@ -112,9 +112,9 @@ public:
     /// Returns when the invitation was made. Default: the epoch.
     std::chrono::system_clock::time_point getCreated() const;
 
-    /// Sets until when a login by this invitation is valid.
+    /// Sets the date of validity for logins, as the service gives it.
     Invitation& withLoginValidityDate(std::chrono::system_clock::time_point loginValidityDate);
-    /// Returns until when a login by this invitation is valid. Default: the epoch.
+    /// Returns the date of validity for logins, as the service gives it. Default: the epoch.
     std::chrono::system_clock::time_point getLoginValidityDate() const;
 
     /// Sets whether a link to the invitation is active.
@@ -122,9 +122,9 @@ public:
     /// Returns whether a link to the invitation is active. Default: false.
     bool getHasActiveLink() const;
 
-    /// Sets the application for which the invitation was made.
+    /// Sets the application of the invitation, as the service gives it.
     Invitation& withApplication(std::string application);
-    /// Returns the application for which the invitation was made. Default: empty.
+    /// Returns the application of the invitation, as the service gives it. Default: empty.
     std::string getApplication() const;
 
     /// Compares invitationId, resource, accessType, invitationType, name, tombstone, initiator,

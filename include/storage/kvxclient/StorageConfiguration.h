@@ -91,14 +91,16 @@ public:
     /// Makes a record with every field at its default.
     ResourcePolicyGetResponse();
 
-    /// Sets the policy set on the resource itself.
+    /// Sets the policy of the resource, as the service gives it.
     ResourcePolicyGetResponse& withPolicy(ResourcePolicy policy);
-    /// Returns the policy set on the resource itself. Default: a default ResourcePolicy.
+    /// Returns the policy of the resource, as the service gives it. Default: a default
+    /// ResourcePolicy.
     ResourcePolicy getPolicy() const;
 
-    /// Sets the policy that holds for the resource.
+    /// Sets the policy in effect for the resource, as the service gives it.
     ResourcePolicyGetResponse& withEffectivePolicy(ResourcePolicy effectivePolicy);
-    /// Returns the policy that holds for the resource. Default: a default ResourcePolicy.
+    /// Returns the policy in effect for the resource, as the service gives it. Default: a default
+    /// ResourcePolicy.
     ResourcePolicy getEffectivePolicy() const;
 
     /// Compares policy and effectivePolicy.

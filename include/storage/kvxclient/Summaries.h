@@ -72,8 +72,7 @@ private:
 
 /// One folder, with its sharing state and the invitation that shares it.
 ///
-/// Has no equality, and neither has any record that holds one: two summaries of one folder may tell
-/// of different moments.
+/// Has no equality, and neither has any record that holds one: compare the fields that matter.
 class KVXCLIENT_EXPORT FolderSummary {
 public:
     /// Makes a record with every field at its default.

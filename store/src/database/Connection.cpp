@@ -11,8 +11,9 @@ using namespace std::chrono_literals;
 
 constexpr auto patience = 10s;
 
-template <class Action>
-void retryWhileBusy(Action action) {
+}  // namespace
+
+void retryWhileBusy(const std::function<void()>& action) {
     const auto deadline = std::chrono::steady_clock::now() + patience;
     for (;;) {
         try {
@@ -25,8 +26,6 @@ void retryWhileBusy(Action action) {
         std::this_thread::sleep_for(1ms);
     }
 }
-
-}  // namespace
 
 std::int64_t Connection::number(std::string_view sql, std::initializer_list<Value> values) {
     const Rows row = query(sql, values);

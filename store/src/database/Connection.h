@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <stdexcept>
@@ -76,12 +77,20 @@ public:
     virtual void rollback() noexcept = 0;
     /// False also when the database itself undid the transaction after a failure.
     virtual bool inTransaction() const = 0;
+    /// Whether the latest begin() found another program in its way.
+    virtual bool hadToWait() const = 0;
 
     /// The one integer of the one row of a query that always has one.
     std::int64_t number(std::string_view sql, std::initializer_list<Value> values = {});
 };
 
-/// Undone unless committed. The constructor waits up to ten seconds for other programs.
+/// Makes one more connection to an opened database; the database lives as long as one of them.
+using Connector = std::function<std::unique_ptr<Connection>()>;
+
+/// Runs the action, again and again for up to ten seconds while another program is in its way.
+void retryWhileBusy(const std::function<void()>& action);
+
+/// Undone unless committed. The constructor retries while busy.
 class Transaction {
 public:
     Transaction(Connection& connection, Access access);

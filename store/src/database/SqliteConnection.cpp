@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <limits>
 #include <thread>
 
 namespace storage::kvxstore::database {
@@ -69,7 +70,8 @@ struct Binder {
 };
 
 /// A second program gets its turn soon when both poll more often than a commit takes.
-int waitBriefly(void*, int tries) {
+int waitBriefly(void* hadToWait, int tries) {
+    *static_cast<bool*>(hadToWait) = true;
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
     return tries < 50;
 }
@@ -146,7 +148,11 @@ SqliteConnection::SqliteConnection(SqliteLocation location) : location_(std::mov
     if (sqlite3_db_readonly(database, "main") == 1) {
         throw failure(database, SQLITE_READONLY);
     }
-    check(database, sqlite3_busy_handler(database, waitBriefly, nullptr));
+    if (location_.turn) {
+        sqlite3_int64 limit = std::numeric_limits<sqlite3_int64>::max();
+        sqlite3_file_control(database, "main", SQLITE_FCNTL_SIZE_LIMIT, &limit);
+    }
+    check(database, sqlite3_busy_handler(database, waitBriefly, &hadToWait_));
     execute("pragma synchronous = full");
     execute("pragma cache_size = -8192");
     // A large transaction must not leave its log's size on the disk for good.
@@ -204,6 +210,7 @@ void SqliteConnection::readChunk(std::int64_t chunk, std::size_t offset, char* i
 }
 
 void SqliteConnection::begin(Access access) {
+    hadToWait_ = false;
     if (location_.turn) {
         turn_ = std::unique_lock(*location_.turn);
     }

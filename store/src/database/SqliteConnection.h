@@ -34,6 +34,7 @@ public:
     void commit() override;
     void rollback() noexcept override;
     bool inTransaction() const override;
+    bool hadToWait() const override { return hadToWait_; }
 
 private:
     struct Close {
@@ -51,6 +52,7 @@ private:
     void endTurn() noexcept;
 
     SqliteLocation location_;
+    bool hadToWait_ = false;
     std::unique_lock<std::mutex> turn_;
     std::unique_ptr<sqlite3, Close> database_;
     StatementCache statements_;

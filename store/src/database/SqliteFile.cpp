@@ -5,12 +5,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <iterator>
-#include <optional>
+#include <string_view>
 
 #include "database/Schema.h"
 #include "database/SqliteConnection.h"
@@ -20,7 +22,7 @@ namespace storage::kvxstore::database {
 
 namespace {
 
-constexpr std::int64_t applicationId = 0x4B565853;  // "KVXS"
+constexpr std::uint32_t applicationId = 0x4B565853;  // "KVXS"
 
 /// The path that the URL names; empty for a database in memory.
 std::string pathOf(const std::string& url) {
@@ -54,26 +56,46 @@ bool makeFile(const std::string& path) {
     return file >= 0;
 }
 
-/// The mark in a database file's head, or nothing when it is no database.
-std::optional<std::int64_t> readApplicationId(const std::string& path) {
-    // No more than the head: the pages behind it may be those of a half-done checkpoint. Not by a
-    // descriptor of our own: closing it would drop the locks that other connections of this
-    // process hold on the file.
-    constexpr std::string_view magic("SQLite format 3", 16);
-    constexpr std::size_t idOffset = 68;
-    unsigned char head[100] = {};
+/// The file as a URI that reads the bare file: no lock, no recovery, no change.
+std::string bareUri(const std::string& path) {
+    std::string uri = "file:";
+    for (const char c : path) {
+        switch (c) {
+            case '%':
+                uri += "%25";
+                break;
+            case '?':
+                uri += "%3f";
+                break;
+            case '#':
+                uri += "%23";
+                break;
+            default:
+                uri += c;
+        }
+    }
+    return uri + "?immutable=1";
+}
+
+/// Whether the file's head is that of a store. Nothing more is looked at: the rest may await the
+/// recovery from a crash.
+bool hasStoreHead(const std::string& path) {
+    // Not read() on a descriptor of our own: closing it would drop the locks that other
+    // connections of this process hold on the file.
     sqlite3* database = nullptr;
     sqlite3_file* file = nullptr;
-    const bool isRead =
-        sqlite3_open_v2(path.c_str(), &database, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK &&
-        sqlite3_file_control(database, "main", SQLITE_FCNTL_FILE_POINTER, &file) == SQLITE_OK &&
-        file->pMethods->xRead(file, head, sizeof(head), 0) == SQLITE_OK;
-    sqlite3_close(database);
-    if (!isRead || std::memcmp(head, magic.data(), magic.size()) != 0) {
-        return std::nullopt;
+    std::array<unsigned char, 72> head{};
+    if (sqlite3_open_v2(bareUri(path).c_str(), &database, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI,
+                        nullptr) == SQLITE_OK &&
+        sqlite3_file_control(database, "main", SQLITE_FCNTL_FILE_POINTER, &file) == SQLITE_OK) {
+        file->pMethods->xRead(file, head.data(), static_cast<int>(head.size()), 0);
     }
-    const unsigned char* id = head + idOffset;
-    return std::int64_t(id[0]) << 24U | id[1] << 16U | id[2] << 8U | id[3];
+    sqlite3_close(database);
+    constexpr std::string_view magic("SQLite format 3", 16);
+    constexpr std::array<unsigned char, 4> id{applicationId >> 24U, applicationId >> 16U & 0xFFU,
+                                              applicationId >> 8U & 0xFFU, applicationId & 0xFFU};
+    return std::equal(magic.begin(), magic.end(), head.begin()) &&
+           std::equal(id.begin(), id.end(), head.begin() + 68);
 }
 
 /// Whether a journal waits to undo a transaction that was cut short, as that of making the store.
@@ -95,7 +117,7 @@ bool examineFile(const std::string& path) {
     if (isFile && status.st_size == 0) {
         return true;
     }
-    if (!isFile || (readApplicationId(path) != applicationId && !awaitsRollback(path))) {
+    if (!isFile || (!hasStoreHead(path) && !awaitsRollback(path))) {
         throw StoreError("not a store file: " + path);
     }
     return false;
@@ -156,9 +178,11 @@ Connector openSqlite(const std::string& url, CreateMode mode) {
     try {
         // Held by the connector, since a database in memory ends with its last connection.
         auto first = std::make_shared<SqliteConnection>(location);
-        makeTables(*first, path);
-        checkVersion(*first, url);
-        first->execute("pragma journal_mode = wal");
+        retryWhileBusy([&] {
+            makeTables(*first, path);
+            checkVersion(*first, url);
+            first->execute("pragma journal_mode = wal");
+        });
         return [location, first] { return std::make_unique<SqliteConnection>(location); };
     } catch (const std::exception& error) {
         if (made) {

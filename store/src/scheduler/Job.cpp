@@ -10,16 +10,19 @@ Job::Job(JobTraits traits, std::shared_ptr<CallGroup> group)
     group_->jobs_.insert(this);
 }
 
+Job::~Job() {
+    const std::lock_guard lock(group_->mutex_);
+    group_->jobs_.erase(this);
+    if (group_->jobs_.empty()) {
+        group_->emptied_.notify_all();
+    }
+}
+
 void Job::finish(std::exception_ptr error) noexcept {
     try {
         deliver(isCancelled() ? badNetwork() : std::move(error));
     } catch (...) {
         // The caller's handler threw: there is nobody left to tell.
-    }
-    const std::lock_guard lock(group_->mutex_);
-    group_->jobs_.erase(this);
-    if (group_->jobs_.empty()) {
-        group_->emptied_.notify_all();
     }
 }
 

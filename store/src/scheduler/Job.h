@@ -32,7 +32,10 @@ struct JobTraits {
 class Job {
 public:
     Job(JobTraits traits, std::shared_ptr<CallGroup> group);
-    virtual ~Job() = default;
+    /// Takes the call out of its group: by then the handler and what it holds are gone.
+    virtual ~Job();
+    Job(const Job&) = delete;
+    Job& operator=(const Job&) = delete;
 
     /// Does the work in the transaction that the connection is in. May be run again in another
     /// transaction when the first one is undone.

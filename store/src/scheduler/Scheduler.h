@@ -5,7 +5,6 @@
 #include <thread>
 #include <vector>
 
-#include "database/SqliteFile.h"
 #include "scheduler/CompletionPool.h"
 #include "scheduler/Sequencer.h"
 #include "scheduler/Writer.h"

@@ -80,10 +80,9 @@ std::vector<std::exception_ptr> Writer::commitTogether(const Jobs& jobs) {
 }
 
 void Writer::beginBatch(std::optional<Transaction>& transaction) {
-    const auto start = std::chrono::steady_clock::now();
     transaction.emplace(*connection_, Access::WRITE);
-    if (std::chrono::steady_clock::now() - start > 500us) {
-        contended_ = start;
+    if (connection_->hadToWait()) {
+        contended_ = std::chrono::steady_clock::now();
     }
 }
 
@@ -135,7 +134,7 @@ void Writer::doChore() {
 }
 
 void Writer::letOthersWrite() {
-    // Without the pause a second program, which can only poll, would hardly find the lock free.
+    // A second program can only poll: without the pause some of its calls would wait for long.
     if (std::chrono::steady_clock::now() - contended_ < 1s) {
         std::this_thread::sleep_for(2ms);
     }

@@ -49,16 +49,13 @@ public:
 
 protected:
     void deliver(std::exception_ptr error) override {
-        // The handler and what it holds end here, before the call counts as completed.
-        const auto handler = std::exchange(handler_, nullptr);
-        work_ = nullptr;
         if (dropsHandler_) {
             return;
         }
         if (error) {
-            handler(Response(), asServiceError(std::move(error)));
+            handler_(Response(), asServiceError(std::move(error)));
         } else {
-            handler(std::move(response_), nullptr);
+            handler_(std::move(response_), nullptr);
         }
     }
 

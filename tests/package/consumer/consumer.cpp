@@ -1,5 +1,5 @@
-#include <iostream>
 #include <storage/kvxclient.h>
+#include <iostream>
 
 using namespace storage::kvxclient;
 

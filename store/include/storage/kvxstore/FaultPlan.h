@@ -32,10 +32,15 @@ struct Fault {
 /// from any thread, also while stores use the plan.
 class KVXSTORE_EXPORT FaultPlan {
 public:
+    /// Plans nothing yet.
     FaultPlan();
+    /// Plans these faults, each counting from now.
     explicit FaultPlan(std::vector<Fault> faults);
     ~FaultPlan();
+    FaultPlan(const FaultPlan&) = delete;
+    FaultPlan& operator=(const FaultPlan&) = delete;
 
+    /// Plans one more fault, counting from now.
     void add(Fault fault);
 
     /// The faults that happened, in that order.

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The embedded store: opening it, making clients of it, and administering it.
+
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -27,10 +30,10 @@ struct NewUser {
     /// A quota that never refuses anything.
     static constexpr unsigned long UNLIMITED = std::numeric_limits<long>::max();
 
-    std::u16string name = {};
-    std::u16string emailAddress = {};
-    std::u16string firstName = {};
-    std::u16string lastName = {};
+    std::u16string name = {};          ///< Unique among users and among buckets.
+    std::u16string emailAddress = {};  ///< May be empty, as the rest of the profile.
+    std::u16string firstName = {};     ///< For people, not for the store.
+    std::u16string lastName = {};      ///< For people, not for the store.
     /// The most bytes that all versions of all files in the user's buckets may have together.
     /// What is written through an open handle counts as well, beside what it will replace. A
     /// deleted file counts until it is purged, which at the latest happens when it is in the way.
@@ -38,7 +41,7 @@ struct NewUser {
     unsigned long quota = UNLIMITED;
 };
 
-/// A user as the store knows him.
+/// A user as the store has it.
 struct User : NewUser {
     /// Bytes in use, counted like the quota.
     unsigned long used = 0;
@@ -46,26 +49,26 @@ struct User : NewUser {
 
 /// A bucket as the store knows it.
 struct Bucket {
-    std::u16string name;
-    std::u16string owner;
+    std::u16string name;   ///< Unique among buckets.
+    std::u16string owner;  ///< The name of the user whose bucket it is.
     /// Bytes in use, counted like the owner's quota.
     unsigned long used = 0;
 };
 
 /// How much there is in a store.
 struct Statistics {
-    unsigned long users = 0;
-    unsigned long buckets = 0;
+    unsigned long users = 0;    ///< All users.
+    unsigned long buckets = 0;  ///< All buckets.
     /// Without the roots of buckets and what was deleted at their tops.
     unsigned long folders = 0;
-    unsigned long files = 0;
+    unsigned long files = 0;  ///< Without those deleted by themselves.
     /// Of all files, current ones included.
     unsigned long versions = 0;
     /// Open file handles, of all programs.
     unsigned long handles = 0;
     /// Rights given by permissions and accepted invitations.
     unsigned long grants = 0;
-    unsigned long invitations = 0;
+    unsigned long invitations = 0;  ///< In whatever state.
     /// Bytes in use, counted like the quotas.
     unsigned long used = 0;
     /// Bytes of content on the disk: less than in use where versions and copies share content or
@@ -79,34 +82,49 @@ struct Statistics {
 /// What a call acknowledges is on disk. Several Store objects and several programs may use one
 /// file at once. Every member may be called from any thread.
 ///
-/// Threads. Calls run on threads of the store, and every completion handler runs on one of two
-/// further threads, exactly once, after the call's effects are on disk, with nothing of the store
-/// locked; never on the caller's thread. A handler may make further calls in their callback and
-/// future forms. It must not wait for one (blocking forms, Store's own members,
-/// waitForPendingCalls): enough waiting handlers would leave no thread to complete what they wait
-/// for. What a handler throws is dropped. A call made while 1,024 calls or 64 MiB of content wait
-/// for their turn waits for room, but not on a thread of the store.
-/// The stream of a downloadFile is made, written and destroyed on a reading thread, which must
-/// not wait for another call of the store either.
+/// @par What calls mean here
+/// An empty bucket in a Resource is the caller's own, the one of his name. A path is "/" or names
+/// that each follow a "/": not empty, not "." or "..", at most 255 UTF-16 units, no NUL, no
+/// unpaired surrogate; at most 4,096 units together. Names differ by code units. A name beginning
+/// with "." is hidden; listMultiFolder lists the whole subtree, hidden names included. Attributes
+/// have the type "FILE" or "FOLDER"; the root's name is empty. Every write of a file counts its
+/// version label up by one, from 1. A move keeps times and versions; a copy begins anew at version
+/// 1 with the current content. New content resets the client's time of modification to the epoch.
+/// A download location is good for 15 minutes, for whoever has it, and gives the content it was
+/// made for even when the file has changed or gone.
 ///
-/// Errors of calls. A call that the store refuses completes with a KVXClientException of the
-/// fitting code; UNKNOWN means a value that is none of its enumeration, or bytes to write at a null
-/// pointer. A failure below, as a full disk, completes with INTERNAL_SERVER_ERROR; that exception
-/// also derives from std::nested_exception and nests a std::runtime_error with the plain cause,
-/// which std::rethrow_if_nested throws.
+/// @par Threads
+/// Calls run on threads of the store, and every completion handler runs on one of two further
+/// threads, exactly once, after the call's effects are on disk, with nothing of the store locked;
+/// never on the caller's thread. A handler may make further calls in their callback and future
+/// forms. It must not wait for one (blocking forms, Store's own members, waitForPendingCalls):
+/// enough waiting handlers would leave no thread to complete what they wait for. What a handler
+/// throws is dropped. A call made while 1,024 calls or 64 MiB of content wait for their turn waits
+/// for room, but not on a thread of the store. The stream of a downloadFile is made, written and
+/// destroyed on a reading thread, which must not wait for another call of the store either.
 ///
-/// File handles. A handle is good until it is closed, until its user has no valid session any more
-/// or until the program that opened it has been gone for a minute. Calls through one handle take
-/// effect in the order in which they were made. A new file appears with the commit. The last commit
-/// wins, wherever the file was moved meanwhile; when the file was deleted it is refused with
+/// @par Errors of calls
+/// A call that the store refuses completes with a KVXClientException of the fitting code; UNKNOWN
+/// means a value that is none of its enumeration, or bytes to write at a null pointer. A failure
+/// below, such as a full disk, completes with INTERNAL_SERVER_ERROR; that exception also derives
+/// from std::nested_exception and nests a std::runtime_error with the plain cause, which
+/// std::rethrow_if_nested throws.
+///
+/// @par File handles
+/// A handle is good until it is closed, until its user has no valid session any more or until the
+/// program that opened it has been gone for a minute. Calls through one handle take effect in the
+/// order in which they were made. A new file appears with the commit. The last commit wins,
+/// wherever the file was moved meanwhile; when the file was deleted it is refused with
 /// RESOURCE_NOT_FOUND, when its folder was with PARENT_RESOURCE_NOT_FOUND, and with CONFLICT when a
 /// file that had to be new no longer is. A refused commit leaves the handle open.
 ///
-/// Versions. Labels count up with every write; listings go from the oldest version to the newest,
-/// the current one. Where no version policy is set, versions are ENABLED.
+/// @par Versions
+/// Labels count up with every write; listings go from the oldest version to the newest, the current
+/// one. Where no version policy is set, versions are ENABLED.
 ///
-/// Sharing. The owner of a bucket owns all in it; grants and invitations let others read or write
-/// below a folder, by the owner's bucket and path, and count in his quota. Recipients are users'
+/// @par Sharing
+/// The owner of a bucket owns all in it; grants and invitations let others read or write below a
+/// folder, by the owner's bucket and path, and count in the owner's quota. Recipients are users'
 /// names or e-mail addresses, also of users yet to be created. An open invitation is for everybody
 /// who knows its id; deleting it takes back what was accepted by it. Public access is DENIED where
 /// nothing is set; the store keeps that policy for applications, as it lets in nobody without a
@@ -116,7 +134,8 @@ public:
     /// Opens the store that a URL names: "sqlite:///absolute/path", "sqlite:path/from/here" (the
     /// path is taken as it stands, nothing is decoded) or "sqlite::memory:", a new store that
     /// lasts as long as the object and its clients. A new file is readable for its owner only.
-    /// Throws StoreError when the URL is of another kind, the file is missing, in the way or no
+    ///
+    /// @throws StoreError when the URL is of another kind, the file is missing, in the way or no
     /// store (it is then left untouched), cannot be written, is damaged, or was made by a newer
     /// version of this software.
     static std::shared_ptr<Store> open(const std::string& url, StoreOptions options = {});
@@ -128,9 +147,10 @@ public:
     Store(const Store&) = delete;
     Store& operator=(const Store&) = delete;
 
-    /// Makes a client whose endpoint is the URL. Clients and the services they make keep the
-    /// store alive. A service does not keep its client alive: used after it, its calls find no
-    /// session and complete with UNAUTHORIZED.
+    /// Makes a client whose endpoint is the URL, to be logged in with a user's token.
+    ///
+    /// Clients and the services they make keep the store alive. A service does not keep its client
+    /// alive: used after it, its calls find no session and complete with UNAUTHORIZED.
     ///
     /// cancelPendingCalls completes calls with BAD_NETWORK; one that is under way may still take
     /// effect. waitForPendingCalls returns when every handler has returned.
@@ -138,26 +158,29 @@ public:
 
     /// Creates a user and a bucket of his name, and returns the token he logs in with. It is
     /// random and shown this once: the store keeps only its hash. Permissions and invitations that
-    /// wait for his name or e-mail address become his. Throws StoreError when the name breaks the
-    /// rules or a user or bucket has it already.
+    /// wait for the name or e-mail address become the user's.
+    ///
+    /// @throws StoreError when the name breaks the rules or a user or bucket has it already.
     std::string createUser(const NewUser& user) const;
 
     /// All users, by name.
     std::vector<User> listUsers() const;
 
-    /// Removes a user with his token, sessions and buckets, and all sharing by him and with him.
-    /// Throws StoreError when there is none.
+    /// Removes a user with token, sessions and buckets, and all sharing by and with the user.
+    ///
+    /// @throws StoreError when there is none.
     void removeUser(const std::u16string& name) const;
 
-    /// Creates a bucket. Throws StoreError when the name breaks the rules or is taken, or when
-    /// there is no such owner.
+    /// Creates a bucket.
+    ///
+    /// @throws StoreError when the name breaks the rules or is taken, or there is no such owner.
     void createBucket(const std::u16string& name, const std::u16string& owner) const;
 
     /// All buckets, by name.
     std::vector<Bucket> listBuckets() const;
 
     /// Walks through everything and returns a sentence for each kind of damage found; empty for a
-    /// sound store. Reads all of the file: slow on a large one, without holding up other calls.
+    /// sound store. Reads all of the file, and takes one of the reading threads for that time.
     std::vector<std::string> verify() const;
 
     /// Counts what there is. Reads all of the file: slow on a large one.

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// How a store is opened.
+
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -17,9 +20,11 @@ enum class CreateMode {
 
 /// How a store is opened. A plain value; the defaults suit an application as they are.
 struct StoreOptions {
+    /// What to do when the store is, or is not, there.
     CreateMode createMode = CreateMode::CREATE_IF_MISSING;
 
-    /// How long a session lasts from its login. Kept by no file: each opening chooses its own.
+    /// How long a session lasts from its login, up to 100 years. Kept by no file: each opening
+    /// chooses its own.
     std::chrono::seconds sessionLifetime = std::chrono::minutes(60);
 
     /// The largest file in bytes; a larger one is refused with FILE_TOO_LARGE.

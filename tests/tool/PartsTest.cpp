@@ -1,0 +1,135 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "CallWindow.h"
+#include "Download.h"
+#include "Text.h"
+#include "support/ScriptedServices.h"
+
+namespace storage::kvxtool {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace kvxclient;
+
+std::u16string text(const std::string& utf8) { return *toUtf16(utf8); }
+
+// Every folder has the same content, and every file the same bytes.
+struct HostileFileAccess : ScriptedFileAccess {
+    void listFolder(FolderListRequest,
+                    CompletionHandler<FolderListResponse> handler) const override {
+        FolderListResponse response;
+        response.withFiles(files);
+        if (++listings == 1) {
+            response.withFolders(folders);
+        }
+        handler(response, nullptr);
+    }
+    void downloadFile(FileDownloadRequest request,
+                      CompletionHandler<FileDownloadResponse> handler) const override {
+        *request.getStreamFactory()() << "content";
+        handler({}, nullptr);
+    }
+    std::vector<FileSummary> files;
+    std::vector<FolderSummary> folders;
+    mutable int listings = 0;
+};
+
+TEST(Download, NamesThatLeadElsewhereAreRefused) {
+    const fs::path root = fs::temp_directory_path() / ("kvx-parts-" + std::to_string(getpid()));
+    fs::create_directories(root / "outside");
+    fs::create_directories(root / "target");
+    fs::create_directory_symlink(root / "outside", root / "target" / "link");
+
+    HostileFileAccess files;
+    files.files.emplace_back(u"good");
+    for (const std::u16string name :
+         {u"..", u".", u"", u"../evil", u"/evil", u"a/../../evil", u"x/"}) {
+        files.files.emplace_back(name);
+        files.folders.emplace_back(name);
+    }
+    files.files.emplace_back(std::u16string(u"evil\0x", 6));
+    files.files.emplace_back(std::u16string(1, char16_t(0xD800)));
+    files.folders.insert(files.folders.end(), {FolderSummary(u"link"), FolderSummary(u"sub")});
+
+    Diagnostics diagnostics("get", true);
+    Download download(files, diagnostics);
+    testing::internal::CaptureStderr();
+    download.addTree(RemoteName::parse(":/"), root / "target");
+    download.run();
+    testing::internal::GetCapturedStderr();
+
+    std::set<std::string> found;
+    for (const auto& entry : fs::recursive_directory_iterator(root)) {
+        found.insert(entry.path().lexically_relative(root));
+    }
+    const std::set<std::string> expected = {"outside",     "target",     "target/good",
+                                            "target/link", "target/sub", "target/sub/good"};
+    EXPECT_EQ(found, expected);
+    EXPECT_NE(diagnostics.exitCode(), ExitCode::OK);
+    fs::remove_all(root);
+}
+
+TEST(CallWindow, BoundsCallsAndBytes) {
+    CallWindow<int> window;
+    int completed = 0;
+    const auto add = [&](std::size_t bytes) {
+        std::promise<int> promise;
+        promise.set_value(completed);
+        window.add(
+            promise.get_future(), [&](auto&) { ++completed; }, bytes);
+    };
+    for (int i = 0; i < 100; ++i) {
+        add(0);
+    }
+    EXPECT_EQ(completed, 100 - 64);
+    window.drain();
+    EXPECT_EQ(completed, 100);
+
+    add(9 << 20);
+    add(7 << 20);
+    EXPECT_EQ(completed, 100);
+    add(1);
+    EXPECT_EQ(completed, 101);
+    add(100 << 20);
+    EXPECT_EQ(completed, 103);
+    add(0);
+    EXPECT_EQ(completed, 104);
+}
+
+TEST(Text, ConvertsExactlyWhatIsUtf8) {
+    for (const char* good :
+         {"", "a", "\x7F", "\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF", "\xEE\x80\x80",
+          "\xEF\xBF\xBF", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF", "a\xF0\x9F\x98\x80z"}) {
+        const auto converted = toUtf16(good);
+        ASSERT_TRUE(converted) << good;
+        EXPECT_EQ(toUtf8(*converted), good);
+    }
+    for (const char* bad : {"\x80", "\xBF", "\xC0\x80", "\xC1\xBF", "\xC2", "\xC2x", "\xE0\x9F\xBF",
+                            "\xED\xA0\x80", "\xED\xBF\xBF", "\xE2\x82", "\xF0\x8F\xBF\xBF",
+                            "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xFF", "a\xE2(\xA1"}) {
+        EXPECT_FALSE(toUtf16(bad)) << escaped(bad);
+    }
+    EXPECT_EQ(text("\xF0\x9F\x98\x80"), u"\U0001F600");
+}
+
+TEST(Text, EscapesWhatTricksATerminal) {
+    EXPECT_EQ(escaped("a b\\\xC3\xA4\xF0\x9F\x98\x80"), "a b\\\xC3\xA4\xF0\x9F\x98\x80");
+    EXPECT_EQ(escaped("\n\t\r\x1b\x7f\xC2\x9B\xFF"), "\\n\\t\\x0d\\x1b\\x7f\\xc2\\x9b\\xff");
+    EXPECT_EQ(escaped("\xE2\x80\xAE"), "\\xe2\\x80\\xae");  // Text after it would run backwards.
+}
+
+TEST(Text, SizesForPeopleStayShort) {
+    const std::pair<unsigned long, const char*> cases[] = {
+        {0, "0"},          {1023, "1023"},       {1024, "1.0K"},    {1536, "1.5K"},
+        {10188, "9.9K"},   {10240, "10K"},       {1022976, "999K"}, {1023487, "999K"},
+        {1048064, "1.0M"}, {1UL << 30U, "1.0G"}, {~0UL, "16E"}};
+    for (const auto& [size, expected] : cases) {
+        EXPECT_EQ(humanSize(size), expected) << size;
+    }
+}
+
+}  // namespace
+}  // namespace storage::kvxtool

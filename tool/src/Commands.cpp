@@ -1,0 +1,36 @@
+#include "Commands.h"
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "Session.h"
+
+namespace storage::kvxtool {
+
+void Invocation::runInSession(
+    std::function<void(const kvxclient::FileAccess&, Diagnostics&)> action) {
+    run = [action = std::move(action)](const StoreLocation& location, Diagnostics& diagnostics) {
+        const Session session(location);
+        action(session.files(), diagnostics);
+    };
+}
+
+CLI::App* addForEachName(CLI::App& program, Invocation& invocation, const std::string& name,
+                         const std::string& description, NameAction action) {
+    auto names = std::make_shared<std::vector<std::string>>();
+    CLI::App* command = program.add_subcommand(name, description);
+    command->add_option("REMOTE", *names, "Names in the store")->type_name("")->required();
+    command->callback([names, action = std::move(action), &invocation] {
+        invocation.runInSession(
+            [names, action](const kvxclient::FileAccess& files, Diagnostics& diagnostics) {
+                for (const std::string& argument : *names) {
+                    diagnostics.guard(
+                        argument, [&] { action(files, diagnostics, RemoteName::parse(argument)); });
+                }
+            });
+    });
+    return command;
+}
+
+}  // namespace storage::kvxtool

@@ -1,0 +1,44 @@
+#include "SignalWatch.h"
+
+#include "LocalOutput.h"
+
+namespace storage::kvxtool {
+namespace {
+
+constexpr int WAKE_UP = SIGUSR1;
+
+}  // namespace
+
+SignalWatch::SignalWatch(Progress& progress) : progress_(progress) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
+    sigemptyset(&signals_);
+    sigaddset(&signals_, WAKE_UP);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction action {};
+        // What the parent chose to ignore, as nohup does, stays ignored.
+        if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
+            sigaddset(&signals_, signal);
+        }
+    }
+    pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
+    thread_ = std::thread([this] { watch(); });
+}
+
+SignalWatch::~SignalWatch() {
+    ended_ = true;
+    pthread_kill(thread_.native_handle(), WAKE_UP);
+    thread_.join();
+}
+
+// A thread that waits for signals may do what a signal handler may not. The store needs no
+// farewell: what it acknowledged is on disk, and the rest never happened.
+void SignalWatch::watch() {
+    int signal = 0;
+    sigwait(&signals_, &signal);
+    if (!ended_) {
+        progress_.printAround([signal] { LocalOutput::removeTemporaryFilesAndExit(128 + signal); });
+    }
+}
+
+}  // namespace storage::kvxtool
