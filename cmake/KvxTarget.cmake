@@ -24,6 +24,8 @@ function(kvx_shared_library target)
     configure_file(${PROJECT_SOURCE_DIR}/cmake/exports.map.in ${target}.map @ONLY)
     target_link_options(${target} PRIVATE
         LINKER:--version-script=${CMAKE_CURRENT_BINARY_DIR}/${target}.map)
+    # Most relocations are of tables inside the library: packed, they take a tenth of the room.
+    target_link_options(${target} PRIVATE LINKER:-z,pack-relative-relocs)
     if(NOT KVXCLIENT_SANITIZE)  # Sanitizers resolve their own symbols at run time.
         target_link_options(${target} PRIVATE LINKER:--no-undefined)
     endif()

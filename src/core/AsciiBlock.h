@@ -35,6 +35,17 @@ inline AsciiBlock loadBlock(const char16_t* text) {
     return {_mm_packus_epi16(a, b), _mm_packus_epi16(c, d), zeros == 0xFFFF};
 }
 
+constexpr std::size_t shortUnits = 8;
+
+/// Eight units, made a block by bytes that need no escape.
+inline AsciiBlock loadShort(const char16_t* text) {
+    const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+    const __m128i beyond = _mm_and_si128(units, _mm_set1_epi16(static_cast<short>(0xFF80)));
+    const int zeros = _mm_movemask_epi8(_mm_cmpeq_epi8(beyond, _mm_setzero_si128()));
+    const __m128i zeroDigits = _mm_set1_epi8('0');
+    return {_mm_packus_epi16(units, _mm_srli_epi16(zeroDigits, 8)), zeroDigits, zeros == 0xFFFF};
+}
+
 /// One bit for each of sixteen ASCII bytes that must be escaped.
 inline std::uint32_t escapeBits(__m128i bytes) {
     // As signed bytes: from '.' to '9', which takes in '/', and from 'a' to 'z' without case.

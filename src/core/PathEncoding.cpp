@@ -137,15 +137,12 @@ char* encodeChunk(char* out, const char16_t*& at, const char16_t* stop, const ch
             out = encodeUnits<Bytes>(out, at, at + blockUnits, end);
         }
     }
-    if (at < stop) {
-        // The rest fills a block with units that stand for themselves and are cut off again.
-        const auto rest = static_cast<std::size_t>(stop - at);
-        alignas(16) char16_t padded[blockUnits];
-        std::fill(std::begin(padded), std::end(padded), u'0');
-        std::memcpy(padded, at, rest * sizeof(char16_t));
-        if (const AsciiBlock block = loadBlock(padded); block.isAscii) {
-            at = stop;
-            return Bytes::write(out, block) - (blockUnits - rest);
+    while (stop - at >= static_cast<std::ptrdiff_t>(shortUnits)) {
+        if (const AsciiBlock block = loadShort(at); block.isAscii) {
+            out = Bytes::write(out, block) - (blockUnits - shortUnits);
+            at += shortUnits;
+        } else {
+            out = encodeUnits<Bytes>(out, at, at + shortUnits, end);
         }
     }
     return encodeUnits<Bytes>(out, at, stop, end);
@@ -161,10 +158,11 @@ std::string encode(std::u16string_view text) {
 
     const char16_t* at = text.data();
     const char16_t* const end = at + text.size();
-    std::string result;
-    if (text.size() > chunkUnits) {
-        result.reserve(encodedSize<Bytes>(at, end));
+    if (text.size() <= chunkUnits) {
+        return {buffer, encodeChunk<Bytes>(buffer, at, end, end)};
     }
+    std::string result;
+    result.reserve(encodedSize<Bytes>(at, end));
     while (at != end) {
         const char16_t* const stop = at + std::min(chunkUnits, static_cast<std::size_t>(end - at));
         const char* const out = encodeChunk<Bytes>(buffer, at, stop, end);

@@ -4,7 +4,9 @@
 #include <thread>
 
 #include "database/SqliteFile.h"
+#include "operations/Handles.h"
 #include "operations/Maintenance.h"
+#include "operations/Secrets.h"
 #include "storage/kvxstore/Store.h"
 
 namespace storage::kvxstore {
@@ -36,15 +38,27 @@ database::Connector connectorTo(const std::string& url, CreateMode mode) {
     throw StoreError("a store's URL begins with \"sqlite:\": " + url);
 }
 
+/// When to clean again: soon while there is more to do, and often enough that others see that this
+/// program is still there while it has open handles.
+std::chrono::milliseconds cleanSome(database::Connection& database, std::int64_t instance,
+                                    std::int64_t now) {
+    if (operations::clean(database, instance, now)) {
+        return std::chrono::milliseconds(50);
+    }
+    return operations::hasHandles(database, instance) ? std::chrono::seconds(15)
+                                                      : std::chrono::hours(1);
+}
+
 }  // namespace
 
 Engine::Engine(std::string url, StoreOptions options)
     : url_(std::move(url)),
       options_(completed(std::move(options))),
+      instance_(operations::newNumber()),
       scheduler_(connectorTo(url_, options_.createMode), options_.readers,
                  [this](database::Connection& database) {
                      const auto now = options_.clock().time_since_epoch().count();
-                     return operations::clean(database, now);
+                     return cleanSome(database, instance_, now);
                  }) {}
 
 }  // namespace storage::kvxstore

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "scheduler/Scheduler.h"
@@ -15,11 +16,14 @@ public:
     const std::string& url() const { return url_; }
     /// As given, with the clock set.
     const StoreOptions& options() const { return options_; }
+    /// Names this opening of the store among all programs that have it open.
+    std::int64_t instance() const { return instance_; }
     scheduler::Scheduler& scheduler() { return scheduler_; }
 
 private:
     std::string url_;
     StoreOptions options_;
+    std::int64_t instance_;
     scheduler::Scheduler scheduler_;
 };
 

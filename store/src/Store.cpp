@@ -23,8 +23,10 @@ auto administer(Engine& engine, Access access, Work work) {
     std::promise<Result> promise;
     auto future = promise.get_future();
     engine.scheduler().submit(std::make_unique<services::Call<Result>>(
-        services::CallFrame{
-            access, 0, std::make_shared<scheduler::CallGroup>(), engine.options(), {}},
+        services::CallFrame{{access},
+                            std::make_shared<scheduler::CallGroup>(),
+                            engine.options(),
+                            engine.instance()},
         std::move(work), kvxclient::promiseCompletingHandler(std::move(promise))));
     try {
         return future.get();
@@ -97,9 +99,15 @@ std::vector<std::string> Store::verify() const {
                       [](const Context& context) { return operations::verify(context.database); });
 }
 
+Statistics Store::statistics() const {
+    return administer(*engine_, Access::READ, [](const Context& context) {
+        return operations::countAll(context.database);
+    });
+}
+
 void Store::sweep() const {
     const auto cleanSome = [](const Context& context) {
-        return operations::clean(context.database, context.now());
+        return operations::clean(context.database, context.instance, context.now());
     };
     while (administer(*engine_, Access::WRITE, cleanSome)) {
     }

@@ -1,7 +1,6 @@
 #include <sstream>
 
 #include "StoreFixture.h"
-#include "storage/kvxclient/Notification.h"
 
 namespace storage::kvxstore {
 namespace {
@@ -332,13 +331,6 @@ TEST_F(StoreTest, RefusesAdministrationInPlainWords) {
     EXPECT_EQ(message([&] { store->removeUser(u"nobody"); }), "there is no user \"nobody\"");
     EXPECT_EQ(store->listUsers().size(), 1U);
     EXPECT_EQ(store->listBuckets().size(), 1U);
-}
-
-TEST_F(StoreTest, SaysWhatItDoesNotServe) {
-    const auto notification = account.client->createNotification();
-    const auto call = [&] { notification->listFileChanges(FileChangeListRequest()); };
-    EXPECT_EQ(codeOf(call), Code::UNKNOWN);
-    EXPECT_EQ(causeOf(call), "this store does not serve this yet");
 }
 
 TEST_F(StoreTest, DeepAndWideTreesWork) {

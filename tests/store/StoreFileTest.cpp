@@ -161,8 +161,17 @@ TEST(StoreFileTest, TellsEveryKindOfDamage) {
         {"delete from nodes where name = 'f'", "versions without a file or a content"},
         {"update chunks set data = x'00' where id = 1", "do not make up their size"},
         {"delete from extents where idx = 0", "parts without a content"},
-        {"delete from versions", "no cleaning would find"},
+        {"delete from versions; delete from handles", "no cleaning would find"},
         {"update buckets set used = used + 1", "counted wrong"},
+        {"update extents set size = 1 where idx = 0", "do not make up their size"},
+        {"update handles set base = 999", "open handles without their content"},
+        {"update grants set grantee = 999", "grants without a file, folder or user"},
+        {"update invitations set inviter = 999", "invitations to no folder, or by no user"},
+        {"delete from grants", "accepted invitations without their right"},
+        {"update nodes set shared = 0", "marked wrong as to being shared"},
+        {"update policies set node = 999", "policies of no file or folder"},
+        {"insert into vacated select parent, name, 1, 1, 1, 0 from nodes where name = 'f'",
+         "places left by a node but taken"},
     };
     for (const auto& [sql, damage] : cases) {
         const TemporaryFolder folder;
@@ -170,6 +179,17 @@ TEST(StoreFileTest, TellsEveryKindOfDamage) {
         const Account account(*store, store->createUser({.name = u"main"}));
         account.makeFolder(u"/d");
         account.put(u"/d/f", std::string(600'000, 'f'));
+        const OpenFile file(account, u"/d/f");
+        account.configuration->setResourcePolicy(
+            ResourcePolicySetRequest().withResource({u"/d", u""}));
+        const std::string invitation =
+            account.sharing->createInvitation(InvitationCreateRequest({u"/d", u""}))
+                .getInvitation()
+                .getInvitationId();
+        Account(*store, store->createUser({.name = u"guest"}))
+            .sharing->updateInvitation(InvitationUpdateRequest()
+                                           .withInvitationId(invitation)
+                                           .withStatus(InvitationStatus::ACCEPTED));
         EXPECT_EQ(store->verify(), std::vector<std::string>());
         RawDatabase(folder.file("store.db")).run(sql);
         std::string found;

@@ -24,6 +24,10 @@ TemporaryFolder::TemporaryFolder() {
 Account::Account(const Store& store, const std::string& token) : client(store.createClient()) {
     client->withSessionId(client->login(LoginRequest().withToken(token)).getSessionId());
     files = client->createFileAccess();
+    sharing = client->createAccessControl();
+    configuration = client->createConfigurationManagement();
+    notification = client->createNotification();
+    versioning = client->createVersioning();
 }
 
 FileCreateRequest createRequest(const Resource& resource, const std::string& content) {
@@ -73,6 +77,38 @@ std::string Account::list(const std::u16string& path, bool hidden) const {
         names += Resource(u"", file.getName()).getUTF8Bucket() + ' ';
     }
     return names.empty() ? names : names.substr(0, names.size() - 1);
+}
+
+OpenFile::OpenFile(const Account& user, const std::u16string& path, FileCreateMode mode,
+                   bool truncate)
+    : account(user),
+      opened(user.files->createReadWriteFileHandle(FileHandleReadWriteCreateRequest({path, u""})
+                                                       .withCreateMode(mode)
+                                                       .withTruncate(truncate))) {}
+
+void OpenFile::write(unsigned long offset, const std::string& bytes) const {
+    account.files->writeFileContent(
+        FileContentWriteRequest({u"", u""})
+            .withFileHandleId(id)
+            .withStartLocation(offset)
+            .withContent(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()));
+}
+
+std::string OpenFile::read(unsigned long offset, unsigned long length) const {
+    const auto body = account.files
+                          ->readFileContent(FileContentReadRequest({u"", u""})
+                                                .withFileHandleId(id)
+                                                .withStartLocation(offset)
+                                                .withLength(length))
+                          .getResponseBody();
+    return {body.begin(), body.end()};
+}
+
+void OpenFile::close(FileHandleCloseOperation operation, bool newVersion) const {
+    account.files->closeFileHandle(FileHandleCloseRequest({u"", u""})
+                                       .withFileHandleId(id)
+                                       .withOperation(operation)
+                                       .withCreateNewVersion(newVersion));
 }
 
 std::optional<Code> codeOf(const std::function<void()>& action) {

@@ -8,8 +8,12 @@
 #include <optional>
 #include <string>
 
+#include "storage/kvxclient/AccessControl.h"
+#include "storage/kvxclient/ConfigurationManagement.h"
 #include "storage/kvxclient/FileAccess.h"
+#include "storage/kvxclient/IVersioning.h"
 #include "storage/kvxclient/KVXClientException.h"
+#include "storage/kvxclient/Notification.h"
 #include "storage/kvxstore/Store.h"
 
 namespace storage::kvxstore {
@@ -49,6 +53,26 @@ struct Account {
 
     std::unique_ptr<KVXClient> client;
     std::unique_ptr<FileAccess> files;
+    std::unique_ptr<AccessControl> sharing;
+    std::unique_ptr<ConfigurationManagement> configuration;
+    std::unique_ptr<Notification> notification;
+    std::unique_ptr<IVersioning> versioning;
+};
+
+/// A file that a user has open.
+struct OpenFile {
+    /// For reading and writing.
+    OpenFile(const Account& user, const std::u16string& path,
+             FileCreateMode mode = FileCreateMode::CREATE_OR_UPDATE, bool truncate = false);
+
+    void write(unsigned long offset, const std::string& bytes) const;
+    std::string read(unsigned long offset, unsigned long length) const;
+    void close(FileHandleCloseOperation operation = FileHandleCloseOperation::COMMIT_CHANGES,
+               bool newVersion = false) const;
+
+    const Account& account;
+    FileHandleReadWriteCreateResponse opened;
+    std::string id = opened.getFileHandleId();
 };
 
 FileCreateRequest createRequest(const Resource& resource, const std::string& content);

@@ -7,6 +7,8 @@ namespace {
 // Times are nanoseconds since the epoch, texts UTF-8 compared by bytes.
 constexpr std::string_view statements[] = {
     "create table schema_version(n integer not null)",
+    // Tells the watermarks of this store from those of others.
+    "create table identity(id text not null)",
 
     "create table users(id integer primary key autoincrement, name text not null unique,"
     " email text not null, first_name text not null, last_name text not null,"
@@ -14,6 +16,7 @@ constexpr std::string_view statements[] = {
     "create table tokens(hash blob primary key, owner integer not null) without rowid",
     "create table sessions(hash blob primary key, owner integer not null,"
     " expires integer not null) without rowid",
+    "create index sessions_owner on sessions(owner)",
 
     // One row is the bucket's lock, its change sequence and its share of the owner's quota.
     "create table buckets(id integer primary key autoincrement, name text not null unique,"
@@ -21,25 +24,63 @@ constexpr std::string_view statements[] = {
     "create index buckets_owner on buckets(owner)",
 
     // A root's parent is 0, a deleted node's -1; kind is 0 for a folder, 1 for a file. seq is the
-    // bucket's sequence at the node's last change, label the file's current version.
+    // bucket's sequence at the node's last change, label the file's current version, shared whether
+    // grants or invitations name the node.
     "create table nodes(id integer primary key autoincrement, bucket integer not null,"
     " parent integer not null, name text not null, kind integer not null, seq integer not null,"
     " size integer not null, label integer not null, created integer not null,"
-    " modified integer not null, client_modified integer not null, unique(parent, name))",
+    " modified integer not null, client_modified integer not null,"
+    " shared integer not null default 0, unique(parent, name))",
+    "create index nodes_change on nodes(bucket, seq)",
+    // The places that were left by a node and taken by no other: what a list of changes cannot tell
+    // from the nodes.
+    "create table vacated(parent integer not null, name text not null, bucket integer not null,"
+    " seq integer not null, node integer not null, kind integer not null,"
+    " primary key(parent, name)) without rowid",
+    "create index vacated_change on vacated(bucket, seq)",
     "create table versions(node integer not null, label integer not null,"
     " content integer not null, content_type text not null, created integer not null,"
     " primary key(node, label)) without rowid",
     "create index versions_content on versions(content)",
 
-    // A content never changes once it is committed; garbage lists those that may be unused.
-    "create table contents(id integer primary key, size integer not null)",
+    // A content never changes once it is committed; garbage lists those that may be unused. stored
+    // is the bytes in its chunks: what no chunk covers reads as zeros. Contents share chunks.
+    "create table contents(id integer primary key, size integer not null, stored integer not null)",
     "create table extents(content integer not null, idx integer not null, chunk integer not null,"
-    " primary key(content, idx)) without rowid",
+    " size integer not null, primary key(content, idx)) without rowid",
+    "create index extents_chunk on extents(chunk)",
     "create table chunks(id integer primary key, data blob not null)",
     "create table garbage(content integer primary key)",
     "create table downloads(hash blob primary key, content integer not null,"
     " expires integer not null) without rowid",
     "create index downloads_content on downloads(content)",
+
+    // A program with open handles shows by its heartbeat that it is still there.
+    "create table instances(id integer primary key, heartbeat integer not null)",
+    // What was written is in work, over base, each 0 for none. A file yet to be created has node 0;
+    // bucket is where the bytes in work count.
+    "create table handles(hash blob primary key, instance integer not null, owner integer not null,"
+    " bucket integer not null, node integer not null, parent integer not null, name text not null,"
+    " base integer not null, work integer not null, writable integer not null,"
+    " exclusive integer not null, content_type text not null) without rowid",
+    "create index handles_base on handles(base)",
+    "create index handles_work on handles(work)",
+
+    // level is 1 to read, 2 to write as well. A grantee or recipient 0 is a user who is not there
+    // yet. A grant by an invitation names it; seq is the bucket's at the grant.
+    "create table grants(id integer primary key autoincrement, node integer not null,"
+    " grantee integer not null, name text not null, level integer not null,"
+    " invitation text not null, seq integer not null, unique(node, name, invitation))",
+    "create index grants_grantee on grants(grantee)",
+    "create table invitations(id text primary key, node integer not null, inviter integer not null,"
+    " recipient integer not null, recipient_name text not null, type integer not null,"
+    " level integer not null, status integer not null, created integer not null,"
+    " origin text not null) without rowid",
+    "create index invitations_node on invitations(node)",
+    "create index invitations_inviter on invitations(inviter)",
+    "create index invitations_recipient on invitations(recipient)",
+    "create table policies(node integer primary key, versions integer not null,"
+    " public_access integer not null)",
 };
 
 }  // namespace
@@ -49,6 +90,7 @@ void createSchema(Connection& connection) {
         connection.execute(statement);
     }
     connection.execute("insert into schema_version values($1)", {schemaVersion});
+    connection.execute("insert into identity values(lower(hex(randomblob(8))))");
 }
 
 }  // namespace storage::kvxstore::database

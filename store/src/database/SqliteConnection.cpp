@@ -191,10 +191,9 @@ std::int64_t SqliteConnection::execute(std::string_view sql, std::initializer_li
 
 void SqliteConnection::readChunk(std::int64_t chunk, std::size_t offset, char* into,
                                  std::size_t size) {
-    int code = SQLITE_OK;
-    if (blob_) {
-        code = sqlite3_blob_reopen(blob_.get(), chunk);
-    } else {
+    // A change of its row or a rollback ends the use of an open one.
+    int code = blob_ ? sqlite3_blob_reopen(blob_.get(), chunk) : SQLITE_ABORT;
+    if (code == SQLITE_ABORT || code == SQLITE_ABORT_ROLLBACK) {
         sqlite3_blob* blob = nullptr;
         code = sqlite3_blob_open(database_.get(), "main", "chunks", "data", chunk, 0, &blob);
         blob_.reset(blob);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "operations/Grants.h"
 #include "operations/Maintenance.h"
 #include "operations/Secrets.h"
 #include "operations/Text.h"
@@ -55,6 +56,7 @@ std::string createUser(Connection& database, const NewUser& user, std::int64_t n
         " values($1, $2, $3, $4, $5) returning id",
         {name, toUtf8(user.emailAddress), toUtf8(user.firstName), toUtf8(user.lastName), quota});
     insertBucket(database, name, id, now);
+    bindWaiting(database, id, name, toUtf8(user.emailAddress));
     const std::string token = newSecret();
     const std::string hash = hashOf(token);
     database.execute("insert into tokens(hash, owner) values($1, $2)", {database::Blob{hash}, id});
@@ -82,6 +84,7 @@ std::vector<User> listUsers(Connection& database) {
 
 void removeUser(Connection& database, const std::u16string& name) {
     const std::int64_t user = findUser(database, toUtf8(name));
+    dropSharing(database, user);
     database.execute("delete from tokens where owner = $1", {user});
     database.execute("delete from sessions where owner = $1", {user});
     database.execute(
@@ -107,6 +110,23 @@ std::vector<Bucket> listBuckets(Connection& database) {
                            static_cast<unsigned long>(rows->integer(2))});
     }
     return buckets;
+}
+
+Statistics countAll(Connection& database) {
+    const auto row = database.query(
+        "select (select count(*) from users), (select count(*) from buckets),"
+        " (select count(*) from nodes where kind = 0 and parent > 0),"
+        " (select count(*) from nodes where kind = 1 and parent > 0),"
+        " (select count(*) from versions), (select count(*) from handles),"
+        " (select count(*) from grants), (select count(*) from invitations),"
+        " (select coalesce(cast(sum(used) as bigint), 0) from buckets),"
+        " (select coalesce(cast(sum(length(data)) as bigint), 0) from chunks)");
+    row->next();
+    const auto count = [&row](int column) {
+        return static_cast<unsigned long>(row->integer(column));
+    };
+    return {count(0), count(1), count(2), count(3), count(4),
+            count(5), count(6), count(7), count(8), count(9)};
 }
 
 }  // namespace storage::kvxstore::operations

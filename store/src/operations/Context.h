@@ -16,6 +16,8 @@ struct Context {
     database::Connection& database;
     /// Complete: the clock is set.
     const StoreOptions& options;
+    /// Names this opening of the store among all programs that have it open.
+    std::int64_t instance;
     std::string sessionId;
     /// Asked by operations that may take long.
     std::function<bool()> isCancelled;
@@ -26,6 +28,14 @@ struct Context {
 
 [[noreturn]] inline void refuse(kvxclient::KVXClientErrorCode code) {
     throw kvxclient::KVXClientException(code);
+}
+
+/// Refuses a value that is none of the enumerators from first to last.
+template <class Enumeration>
+void requireBetween(Enumeration value, Enumeration first, Enumeration last) {
+    if (value < first || value > last) {
+        refuse(kvxclient::KVXClientErrorCode::UNKNOWN);
+    }
 }
 
 inline std::chrono::system_clock::time_point toTime(std::int64_t nanoseconds) {

@@ -4,10 +4,10 @@
 #include <istream>
 #include <stdexcept>
 
-#include "operations/Contents.h"
-#include "operations/Places.h"
 #include "operations/Secrets.h"
+#include "operations/Summaries.h"
 #include "operations/Text.h"
+#include "operations/Versions.h"
 
 namespace storage::kvxstore::operations {
 
@@ -17,13 +17,6 @@ using kvxclient::KVXClientErrorCode;
 
 constexpr std::string_view downloadPrefix = "kvxstore://download/";
 constexpr std::chrono::nanoseconds downloadLifetime = std::chrono::minutes(15);
-
-void updateFile(const Context& context, const Node& file) {
-    context.database.execute(
-        "update nodes set seq = $2, size = $3, label = $4, modified = $5, client_modified = 0"
-        " where id = $1",
-        {file.id, file.seq, file.size, file.label, file.modified});
-}
 
 /// The secret in a download location; whatever else the location says is for people.
 std::string secretOf(const std::string& location) {
@@ -37,13 +30,13 @@ std::string secretOf(const std::string& location) {
 Content findDownload(const Context& context, const std::string& location) {
     const std::string hash = hashOf(secretOf(location));
     const auto row = context.database.query(
-        "select c.id, c.size from downloads d join contents c on c.id = d.content"
+        "select c.id, c.size, c.stored from downloads d join contents c on c.id = d.content"
         " where d.hash = $1 and d.expires > $2",
         {database::Blob{hash}, context.now()});
     if (!row->next()) {
         refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
     }
-    return {row->integer(0), row->integer(1), {}};
+    return {row->integer(0), row->integer(1), row->integer(2), {}};
 }
 
 void readIntoStream(const Context& context, const Content& content,
@@ -72,33 +65,10 @@ kvxclient::FileWriteResponse createFile(const Context& context,
     if (bytes.size() > context.options.fileSizeLimit) {
         refuse(KVXClientErrorCode::FILE_TOO_LARGE);
     }
-    const bool replaces = place.exists();
-    Node file = replaces ? place.node(Kind::FILE) : Node();
-    const Node& parent = place.parent();
-    const bool dropsOld = replaces && !request.getCreateNewVersion();
-
     const auto size = static_cast<std::int64_t>(bytes.size());
-    file.seq = advance(context, place.bucket.id, size - (dropsOld ? file.size : 0));
-    if (dropsOld) {
-        dropVersion(context, file);
-    }
-    file.size = size;
-    file.label += 1;
-    file.modified = context.now();
-    // The client's time was that of the content that is gone.
-    file.clientModified = 0;
-    if (replaces) {
-        updateFile(context, file);
-    } else {
-        file.bucket = place.bucket.id;
-        file.parent = parent.id;
-        file.name = place.name();
-        file.kind = Kind::FILE;
-        file.created = file.modified;
-        insertNode(context, file);
-    }
+    const Node file = revise(context, place, size, request.getCreateNewVersion());
     const std::int64_t content = writeContent(context, {bytes.data(), bytes.size()});
-    addVersion(context, file, {content, size, request.getContentType()});
+    addVersion(context, file, {content, size, size, request.getContentType()});
     return kvxclient::FileWriteResponse()
         .withFileSummary(summarizeFile(file))
         .withVersionId(versionIdOf(file))
@@ -122,12 +92,14 @@ kvxclient::FileDeleteResponse deleteFile(const Context& context,
                                          const kvxclient::FileDeleteRequest& request) {
     const Place place = locate(context, request.getResource());
     const Node& file = place.node(Kind::FILE);
+    place.parent();
     moveToTrash(context, file, advance(context, place.bucket.id, 0));
     return kvxclient::FileDeleteResponse().withDeletedFileSummary(
         kvxclient::DeletedFileSummary()
             .withParentResource(place.parentResource())
             .withDeletedDate(toTime(context.now()))
-            .withTombstone(std::to_string(file.id)));
+            .withTombstone(std::to_string(file.id))
+            .withSharedTrash(file.right != Right::OWN));
 }
 
 kvxclient::FileDownloadCreateResponse createFileDownload(

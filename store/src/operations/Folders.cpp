@@ -1,9 +1,10 @@
 #include "operations/Folders.h"
 
+#include <iterator>
 #include <utility>
 #include <vector>
 
-#include "operations/Places.h"
+#include "operations/Summaries.h"
 #include "operations/Text.h"
 
 namespace storage::kvxstore::operations {
@@ -12,24 +13,16 @@ namespace {
 
 using kvxclient::KVXClientErrorCode;
 
-struct Listing {
-    std::vector<kvxclient::FolderSummary> folders;
-    std::vector<kvxclient::FileSummary> files;
-};
+/// Whether it is the root of the caller's own bucket, where what others share with him is shown.
+bool isHome(const Context& context, const Place& place) {
+    return place.names.empty() && place.bucket.owner == place.user &&
+           context.database.number("select name = $2 from users where id = $1",
+                                   {place.user, place.bucket.name}) != 0;
+}
 
-Listing summarize(const std::vector<Node>& nodes, bool showHidden) {
-    Listing listing;
-    for (const Node& node : nodes) {
-        if (!showHidden && node.name.starts_with('.')) {
-            continue;
-        }
-        if (node.kind == Kind::FOLDER) {
-            listing.folders.push_back(summarizeFolder(node));
-        } else {
-            listing.files.push_back(summarizeFile(node));
-        }
-    }
-    return listing;
+template <class Elements>
+void append(Elements& elements, Elements more) {
+    std::move(more.begin(), more.end(), std::back_inserter(elements));
 }
 
 }  // namespace
@@ -64,15 +57,26 @@ kvxclient::FolderDeleteResponse deleteFolder(const Context& context,
         kvxclient::DeletedFolderSummary()
             .withParentResource(place.parentResource())
             .withDeletedDate(toTime(context.now()))
-            .withTombstone(std::to_string(folder.id)));
+            .withTombstone(std::to_string(folder.id))
+            .withSharedTrash(folder.right != Right::OWN));
 }
 
 kvxclient::FolderListResponse listFolder(const Context& context,
                                          const kvxclient::FolderListRequest& request) {
     const Place place = locate(context, request.getResource());
     const Node& folder = place.node(Kind::FOLDER);
-    Listing listing = summarize(children(context, folder), request.getShowHidden());
-    kvxclient::FolderListResponse response(summarizeFolder(folder));
+    Listing listing = summarize(context, place.user, children(context, place.user, folder),
+                                request.getShowHidden());
+    if (isHome(context, place)) {
+        if (request.getShowShared()) {
+            append(listing.folders,
+                   foldersSharedWith(context, place.user, request.getShowHidden()));
+        }
+        if (request.getIncludeInvitations()) {
+            append(listing.folders, foldersOfferedTo(context, place.user));
+        }
+    }
+    kvxclient::FolderListResponse response(summarizeFolder(context, place.user, folder));
     response.withFolders(std::move(listing.folders)).withFiles(std::move(listing.files));
     return response;
 }
@@ -87,16 +91,19 @@ kvxclient::MultiFolderListResponse listMultiFolder(
     while (!pending.empty()) {
         const auto [path, folder] = std::move(pending.back());
         pending.pop_back();
-        const std::vector<Node> nodes = children(context, folder);
+        const std::vector<Node> nodes = children(context, place.user, folder);
         for (const Node& node : nodes) {
             if (node.kind == Kind::FOLDER) {
                 pending.emplace_back((path == u"/" ? path : path + u'/') + toUtf16(node.name),
                                      node);
             }
         }
-        Listing listing = summarize(nodes, true);
+        Listing listing = summarize(context, place.user, nodes, true);
+        if (request.getShowShared() && isHome(context, place) && path == u"/") {
+            append(listing.folders, foldersSharedWith(context, place.user, true));
+        }
         kvxclient::ResourceAndFolderList entry(kvxclient::Resource(path, bucket));
-        entry.withFolderSummary(summarizeFolder(folder))
+        entry.withFolderSummary(summarizeFolder(context, place.user, folder))
             .withFiles(std::move(listing.files))
             .withFolders(std::move(listing.folders));
         response.add(std::move(entry));
@@ -107,28 +114,14 @@ kvxclient::MultiFolderListResponse listMultiFolder(
 kvxclient::FileAttributesReadResponse readFileAttributes(
     const Context& context, const kvxclient::FileAttributesReadRequest& request) {
     const Place place = locate(context, request.getResource());
-    const Node& node = place.node();
-    const bool isFolder = node.kind == Kind::FOLDER;
-    const bool isRoot = place.names.empty();
     return kvxclient::FileAttributesReadResponse().withFileAttributes(
-        kvxclient::FileAttributes()
-            .withType(isFolder ? "FOLDER" : "FILE")
-            .withName(isRoot ? u"" : toUtf16(node.name))
-            .withCreated(toTime(node.created))
-            .withLastModified(toTime(node.modified))
-            .withClientLastModified(toTime(node.clientModified))
-            .withSize(static_cast<unsigned long>(node.size))
-            .withWritable(true)
-            .withWatermark(std::to_string(node.seq))
-            .withShareable(isFolder)
-            .withSharedFolder(false)
-            .withAccessType(kvxclient::AccessType::OWNER));
+        attributesOf(context, place.user, place.node()));
 }
 
 kvxclient::SetMetadataResponse setMetadata(const Context& context,
                                            const kvxclient::SetMetadataRequest& request) {
     const Place place = locate(context, request.getResource());
-    const Node& node = place.node();
+    const Node& node = place.node(Right::WRITE);
     const std::int64_t time = request.getClientLastModified().time_since_epoch().count();
     context.database.execute("update nodes set client_modified = $2, seq = $3 where id = $1",
                              {node.id, time, advance(context, place.bucket.id, 0)});

@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "operations/Handles.h"
+
 namespace storage::kvxstore::operations {
 
 namespace {
@@ -38,14 +40,20 @@ void purgeNode(Connection& database, std::int64_t node, std::int64_t bucket) {
         "insert into garbage(content) select content from versions where node = $1"
         " on conflict do nothing",
         {node});
-    database.execute("delete from versions where node = $1", {node});
-    database.execute("delete from nodes where id = $1", {node});
+    for (const std::string_view sql :
+         {"delete from versions where node = $1", "delete from grants where node = $1",
+          "delete from invitations where node = $1", "delete from policies where node = $1",
+          "delete from vacated where parent = $1", "delete from nodes where id = $1"}) {
+        database.execute(sql, {node});
+    }
 }
 
 bool isInUse(Connection& database, std::int64_t content) {
     return database.number(
                "select exists(select 1 from versions where content = $1)"
-               " or exists(select 1 from downloads where content = $1)",
+               " or exists(select 1 from downloads where content = $1)"
+               " or exists(select 1 from handles where base = $1)"
+               " or exists(select 1 from handles where work = $1)",
                {content}) != 0;
 }
 
@@ -62,8 +70,11 @@ std::int64_t collectGarbage(Connection& database) {
         for (const auto& [idx, chunk] :
              pairs(database, "select idx, chunk from extents where content = $1 limit $2",
                    {content, chunksAtOnce})) {
-            database.execute("delete from chunks where id = $1", {chunk});
             database.execute("delete from extents where content = $1 and idx = $2", {content, idx});
+            database.execute(
+                "delete from chunks where id = $1"
+                " and not exists(select 1 from extents where chunk = $1)",
+                {chunk});
             ++work;
         }
         if (work > chunksAtOnce) {
@@ -106,7 +117,8 @@ bool purgeTrash(Connection& database) {
     return !nodes.empty();
 }
 
-bool clean(Connection& database, std::int64_t now) {
+bool clean(Connection& database, std::int64_t instance, std::int64_t now) {
+    closeLostHandles(database, instance, now);
     forgetExpired(database, now);
     bool more = purgeTrash(database);
     for (std::int64_t left = nodesAtOnce; left > 0;) {

@@ -12,8 +12,8 @@ constexpr std::int64_t trashParent = -1;
 /// bytes stop counting: to count them at the deletion would mean to walk the tree there.
 bool purgeTrash(database::Connection& database);
 
-/// Does a small part of all cleaning: the trash, contents without a user, expired sessions and
-/// download locations. Returns whether there may be more.
-bool clean(database::Connection& database, std::int64_t now);
+/// Does a small part of all cleaning: the trash, contents without a user, lost handles, expired
+/// sessions and download locations. Returns whether there may be more.
+bool clean(database::Connection& database, std::int64_t instance, std::int64_t now);
 
 }  // namespace storage::kvxstore::operations

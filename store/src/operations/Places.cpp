@@ -13,45 +13,88 @@ namespace {
 using kvxclient::KVXClientErrorCode;
 
 const std::string selectNode =
-    "select id, bucket, parent, name, kind, seq, size, label, created, modified, client_modified"
-    " from nodes where ";
+    "select id, bucket, parent, name, kind, seq, size, label, created, modified, client_modified,"
+    " shared from nodes where ";
 const std::string selectById = selectNode + "id = $1";
 const std::string selectByName = selectNode + "parent = $1 and name = $2";
 const std::string selectChildren = selectNode + "parent = $1 order by name";
 
+const std::string selectBucket = "select id, name, root, owner from buckets where ";
+const std::string selectBucketById = selectBucket + "id = $1";
+const std::string selectBucketByName = selectBucket + "name = $1";
+const std::string selectOwnBucket =
+    selectBucket + "owner = $1 and name = (select name from users where id = $1)";
+
 Node readNode(const database::Statement& row) {
-    return {row.integer(0),       row.integer(1), row.integer(2), row.text(3),
-            Kind(row.integer(4)), row.integer(5), row.integer(6), row.integer(7),
-            row.integer(8),       row.integer(9), row.integer(10)};
+    Node node{row.integer(0),       row.integer(1), row.integer(2), row.text(3),
+              Kind(row.integer(4)), row.integer(5), row.integer(6), row.integer(7),
+              row.integer(8),       row.integer(9), row.integer(10)};
+    node.shared = row.integer(11) != 0;
+    return node;
 }
 
-BucketRow openBucket(const Context& context, std::int64_t user, const std::string& name) {
-    const auto row = name.empty()
-                         ? context.database.query(
-                               "select b.id, b.name, b.root from buckets b"
-                               " join users u on u.name = b.name and u.id = b.owner"
-                               " where u.id = $1",
-                               {user})
-                         : context.database.query(
-                               "select id, name, root from buckets where name = $1 and owner = $2",
-                               {name, user});
+bool readBucket(const database::Rows& row, BucketRow& bucket) {
     if (!row->next()) {
-        refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
+        return false;
     }
-    return {row->integer(0), row->text(1), row->integer(2)};
+    bucket = {row->integer(0), row->text(1), row->integer(2), row->integer(3)};
+    return true;
 }
 
-bool grow(const Context& context, std::int64_t bucket, std::int64_t growth, std::int64_t& seq) {
+/// The user's right to a node in a folder to which he has another.
+Right rightTo(const Context& context, std::int64_t user, const Node& node, Right inherited) {
+    if (inherited == Right::OWN || !node.shared) {
+        return inherited;
+    }
+    const Right granted{context.database.number(
+        "select coalesce(max(level), 0) from grants where node = $1 and grantee = $2",
+        {node.id, user})};
+    return std::max(inherited, granted);
+}
+
+/// Adds a node to the end of the chain.
+void append(const Context& context, Place& place, Node node) {
+    const Right initial = place.bucket.owner == place.user ? Right::OWN : Right::NONE;
+    const Right inherited = place.chain.empty() ? initial : place.chain.back().right;
+    node.right = rightTo(context, place.user, node, inherited);
+    place.chain.push_back(std::move(node));
+}
+
+bool grow(const Context& context, std::int64_t bucket, std::int64_t growth, std::int64_t changes,
+          std::int64_t& seq) {
     const auto row = context.database.query(
-        "update buckets set seq = seq + 1, used = used + $2 where id = $1 and ($2 <= 0 or $2 <="
+        "update buckets set seq = seq + $3, used = used + $2 where id = $1 and ($2 <= 0 or $2 <="
         " (select u.quota - (select cast(sum(b.used) as bigint) from buckets b"
         " where b.owner = u.id) from users u where u.id = buckets.owner)) returning seq",
-        {bucket, growth});
+        {bucket, growth, changes});
     if (!row->next()) {
         return false;
     }
     seq = row->integer(0);
     return true;
+}
+
+std::int64_t growOrRefuse(const Context& context, std::int64_t bucket, std::int64_t growth,
+                          std::int64_t changes) {
+    std::int64_t seq = 0;
+    if (grow(context, bucket, growth, changes, seq)) {
+        return seq;
+    }
+    // What was deleted counts until it is purged, so it must not be what is in the way.
+    while (purgeTrash(context.database)) {
+    }
+    if (!grow(context, bucket, growth, changes, seq)) {
+        refuse(KVXClientErrorCode::QUOTA_EXCEEDED);
+    }
+    return seq;
+}
+
+kvxclient::Resource resourceOf(const Place& place, std::size_t depth) {
+    std::string path;
+    for (std::size_t i = 0; i < depth; ++i) {
+        path += '/' + place.names[i];
+    }
+    return {path.empty() ? u"/" : toUtf16(path), toUtf16(place.bucket.name)};
 }
 
 }  // namespace
@@ -61,18 +104,21 @@ bool Place::passesThrough(const Node& node) const {
                        [&](const Node& step) { return step.id == node.id; });
 }
 
-const Node& Place::node() const {
-    if (!exists()) {
+const Node& Place::node(Right needed) const {
+    if (!exists() || chain.back().right == Right::NONE) {
         refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
+    }
+    if (chain.back().right < needed) {
+        refuse(KVXClientErrorCode::UNAUTHORIZED);
     }
     return chain.back();
 }
 
-const Node& Place::node(Kind kind) const {
+const Node& Place::node(Kind kind, Right needed) const {
     if (node().kind != kind) {
         refuse(KVXClientErrorCode::CONFLICT);
     }
-    return node();
+    return node(needed);
 }
 
 const Node& Place::parent() const {
@@ -82,46 +128,84 @@ const Node& Place::parent() const {
     if (chain.size() < names.size() || chain[names.size() - 1].kind != Kind::FOLDER) {
         refuse(KVXClientErrorCode::PARENT_RESOURCE_NOT_FOUND);
     }
+    if (chain[names.size() - 1].right < Right::WRITE) {
+        refuse(KVXClientErrorCode::UNAUTHORIZED);
+    }
     return chain[names.size() - 1];
 }
 
-kvxclient::Resource Place::parentResource() const {
-    std::string path;
-    for (std::size_t i = 0; i + 1 < names.size(); ++i) {
-        path += '/' + names[i];
-    }
-    return {path.empty() ? u"/" : toUtf16(path), toUtf16(bucket.name)};
-}
+kvxclient::Resource Place::resource() const { return resourceOf(*this, names.size()); }
+
+kvxclient::Resource Place::parentResource() const { return resourceOf(*this, names.size() - 1); }
 
 Place locate(const Context& context, const kvxclient::Resource& resource) {
-    const std::int64_t user = requireUser(context);
     Place place;
-    place.names = splitPath(resource.getPath());
-    place.bucket = openBucket(context, user, resource.getUTF8Bucket());
+    place.user = requireUser(context);
+    const std::vector<std::string> names = splitPath(resource.getPath());
+    const std::string bucket = resource.getUTF8Bucket();
+    if (!readBucket(bucket.empty() ? context.database.query(selectOwnBucket, {place.user})
+                                   : context.database.query(selectBucketByName, {bucket}),
+                    place.bucket)) {
+        refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
+    }
     const auto root = context.database.query(selectById, {place.bucket.root});
     if (!root->next()) {
         throw database::DatabaseError(database::Fault::OTHER,
                                       "the store is damaged: a bucket has no root");
     }
-    place.chain.push_back(readNode(*root));
-    for (const std::string& name : place.names) {
-        if (place.chain.back().kind != Kind::FOLDER) {
-            break;
-        }
-        const auto row = context.database.query(selectByName, {place.chain.back().id, name});
-        if (!row->next()) {
-            break;
-        }
-        place.chain.push_back(readNode(*row));
+    append(context, place, readNode(*root));
+    for (const std::string& name : names) {
+        enter(context, place, name);
+    }
+    if (place.chain.back().right == Right::NONE) {
+        refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
     }
     return place;
 }
 
-std::vector<Node> children(const Context& context, const Node& folder) {
+void enter(const Context& context, Place& place, const std::string& name) {
+    if (place.exists() && place.chain.back().kind == Kind::FOLDER) {
+        const auto row = context.database.query(selectByName, {place.chain.back().id, name});
+        if (row->next()) {
+            append(context, place, readNode(*row));
+        }
+    }
+    place.names.push_back(name);
+}
+
+Place placeOf(const Context& context, std::int64_t user, std::int64_t node) {
+    std::vector<Node> upwards;
+    while (node > 0) {
+        const auto row = context.database.query(selectById, {node});
+        // The depth is that of no path, but of a circle in a damaged store.
+        if (!row->next() || upwards.size() > longestPath) {
+            return {};
+        }
+        upwards.push_back(readNode(*row));
+        node = upwards.back().parent;
+    }
+    Place place;
+    place.user = user;
+    if (node != rootParent || upwards.empty() ||
+        !readBucket(context.database.query(selectBucketById, {upwards.back().bucket}),
+                    place.bucket)) {
+        return {};
+    }
+    for (auto step = upwards.rbegin(); step != upwards.rend(); ++step) {
+        if (step != upwards.rbegin()) {
+            place.names.push_back(step->name);
+        }
+        append(context, place, std::move(*step));
+    }
+    return place;
+}
+
+std::vector<Node> children(const Context& context, std::int64_t user, const Node& folder) {
     std::vector<Node> nodes;
     const auto rows = context.database.query(selectChildren, {folder.id});
     while (rows->next()) {
         nodes.push_back(readNode(*rows));
+        nodes.back().right = rightTo(context, user, nodes.back(), folder.right);
     }
     return nodes;
 }
@@ -137,47 +221,34 @@ void insertNode(const Context& context, Node& node) {
         " client_modified) values($1, $2, $3, $4, $5, $6, $7, $8, $9, $10) returning id",
         {node.bucket, node.parent, node.name, static_cast<std::int64_t>(node.kind), node.seq,
          node.size, node.label, node.created, node.modified, node.clientModified});
+    takePlace(context, node.parent, node.name);
+}
+
+void leavePlace(const Context& context, const Node& node, std::int64_t seq) {
+    context.database.execute(
+        "insert into vacated(parent, name, bucket, seq, node, kind) values($1, $2, $3, $4, $5, $6)"
+        " on conflict(parent, name) do update set bucket = excluded.bucket, seq = excluded.seq,"
+        " node = excluded.node, kind = excluded.kind",
+        {node.parent, node.name, node.bucket, seq, node.id, static_cast<std::int64_t>(node.kind)});
+}
+
+void takePlace(const Context& context, std::int64_t parent, const std::string& name) {
+    context.database.execute("delete from vacated where parent = $1 and name = $2", {parent, name});
 }
 
 void moveToTrash(const Context& context, const Node& node, std::int64_t seq) {
+    leavePlace(context, node, seq);
     context.database.execute(
         "update nodes set parent = $2, name = cast(id as text), seq = $3 where id = $1",
         {node.id, trashParent, seq});
 }
 
 std::int64_t advance(const Context& context, std::int64_t bucket, std::int64_t growth) {
-    std::int64_t seq = 0;
-    if (grow(context, bucket, growth, seq)) {
-        return seq;
-    }
-    // What was deleted counts until it is purged, so it must not be what is in the way.
-    while (purgeTrash(context.database)) {
-    }
-    if (!grow(context, bucket, growth, seq)) {
-        refuse(KVXClientErrorCode::QUOTA_EXCEEDED);
-    }
-    return seq;
+    return growOrRefuse(context, bucket, growth, 1);
 }
 
-kvxclient::FileSummary summarizeFile(const Node& node) {
-    return kvxclient::FileSummary(toUtf16(node.name))
-        .withSize(static_cast<unsigned long>(node.size))
-        .withCreated(toTime(node.created))
-        .withLastModified(toTime(node.modified))
-        .withClientLastModified(toTime(node.clientModified))
-        .withWritable(true)
-        .withWatermark(std::to_string(node.seq));
-}
-
-kvxclient::FolderSummary summarizeFolder(const Node& node) {
-    const bool isRoot = node.parent == rootParent;
-    return kvxclient::FolderSummary(isRoot ? u"" : toUtf16(node.name))
-        .withCreated(toTime(node.created))
-        .withLastModified(toTime(node.modified))
-        .withClientLastModified(toTime(node.clientModified))
-        .withWritable(true)
-        .withWatermark(std::to_string(node.seq))
-        .withAccessType(kvxclient::AccessType::OWNER);
+void reserve(const Context& context, std::int64_t bucket, std::int64_t growth) {
+    growOrRefuse(context, bucket, growth, 0);
 }
 
 }  // namespace storage::kvxstore::operations

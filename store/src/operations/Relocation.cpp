@@ -3,8 +3,7 @@
 #include <utility>
 #include <vector>
 
-#include "operations/Contents.h"
-#include "operations/Places.h"
+#include "operations/Versions.h"
 
 namespace storage::kvxstore::operations {
 
@@ -29,38 +28,44 @@ struct Relocation {
             refuse(KVXClientErrorCode::CONFLICT);
         }
     }
-
-    void clearTarget(const Context& context, std::int64_t seq) const {
-        if (target.exists()) {
-            moveToTrash(context, target.node(), seq);
-        }
-    }
 };
+
+const std::string belowNode =
+    "with recursive tree(id) as (select cast($1 as bigint)"
+    " union all select n.id from nodes n join tree t on n.parent = t.id) ";
 
 /// The bytes in use below a node, itself included: of all versions, or of the current ones.
 std::int64_t sizeOfTree(const Context& context, const Node& node, bool allVersions) {
-    constexpr std::string_view ofAll =
-        "with recursive tree(id) as (select cast($1 as bigint)"
-        " union all select n.id from nodes n join tree t on n.parent = t.id)"
-        " select coalesce(cast(sum(c.size) as bigint), 0) from tree t"
+    static const std::string ofAll =
+        belowNode +
+        "select coalesce(cast(sum(c.size) as bigint), 0) from tree t"
         " join versions v on v.node = t.id join contents c on c.id = v.content";
     constexpr std::string_view ofCurrent =
         "with recursive tree(id, size) as (select id, size from nodes where id = $1"
         " union all select n.id, n.size from nodes n join tree t on n.parent = t.id)"
         " select cast(sum(size) as bigint) from tree";
-    return context.database.number(allVersions ? ofAll : ofCurrent, {node.id});
+    return context.database.number(allVersions ? std::string_view(ofAll) : ofCurrent, {node.id});
 }
 
-/// Counts all below a node, itself included, in another bucket.
-std::int64_t changeBucket(const Context& context, const Node& node, std::int64_t target) {
+/// Counts all below a node, itself included, in another bucket. Returns the change of that one.
+std::int64_t changeBucket(const Context& context, const Place& source, const BucketRow& target) {
+    const Node& node = source.node();
     const std::int64_t size = sizeOfTree(context, node, true);
-    advance(context, node.bucket, -size);
-    const std::int64_t seq = advance(context, target, size);
-    context.database.execute(
-        "with recursive tree(id) as (select cast($1 as bigint)"
-        " union all select n.id from nodes n join tree t on n.parent = t.id)"
-        " update nodes set bucket = $2, seq = $3 where id in (select id from tree)",
-        {node.id, target, seq});
+    leavePlace(context, node, advance(context, node.bucket, -size));
+    const std::int64_t seq = advance(context, target.id, size);
+    const auto run = [&](const std::string& sql, std::initializer_list<database::Value> values) {
+        context.database.execute(belowNode + sql + " in (select id from tree)", values);
+    };
+    run("update nodes set bucket = $2, seq = $3 where id", {node.id, target.id, seq});
+    run("update vacated set bucket = $2, seq = $3 where parent", {node.id, target.id, seq});
+    if (target.owner == source.bucket.owner) {
+        run("update grants set seq = $2 where node", {node.id, seq});
+    } else {
+        // What one user shared is not the other's to have shared.
+        run("delete from grants where node", {node.id});
+        run("delete from invitations where node", {node.id});
+        run("update nodes set shared = 0 where shared <> 0 and id", {node.id});
+    }
     return seq;
 }
 
@@ -109,33 +114,16 @@ void copyTree(const Context& context, const Node& source, const Node& target) {
 
 }  // namespace
 
-kvxclient::MoveOrCopyResponse move(const Context& context,
-                                   const kvxclient::MoveOrCopyRequest& request) {
-    const Relocation relocation(context, request);
-    const Node& node = relocation.source.node();
-    // A root cannot leave its bucket.
-    relocation.source.parent();
-    const std::int64_t bucket = relocation.target.bucket.id;
-    const std::int64_t seq =
-        node.bucket == bucket ? advance(context, bucket, 0) : changeBucket(context, node, bucket);
-    relocation.clearTarget(context, seq);
-    context.database.execute(
-        "update nodes set parent = $2, name = $3, seq = $4 where id = $1",
-        {node.id, relocation.target.parent().id, relocation.target.name(), seq});
-    return {};
-}
-
-kvxclient::MoveOrCopyResponse copy(const Context& context,
-                                   const kvxclient::MoveOrCopyRequest& request) {
-    const Relocation relocation(context, request);
-    const Node& source = relocation.source.node();
+void copyNode(const Context& context, const Node& source, const Place& target) {
     Node node = source;
-    node.bucket = relocation.target.bucket.id;
-    node.parent = relocation.target.parent().id;
-    node.name = relocation.target.name();
+    node.bucket = target.bucket.id;
+    node.parent = target.parent().id;
+    node.name = target.name();
     node.seq = advance(context, node.bucket, sizeOfTree(context, source, false));
     node.created = node.modified = context.now();
-    relocation.clearTarget(context, node.seq);
+    if (target.exists()) {
+        moveToTrash(context, target.node(), node.seq);
+    }
     if (node.kind == Kind::FILE) {
         node.label = 1;
         insertNode(context, node);
@@ -144,6 +132,35 @@ kvxclient::MoveOrCopyResponse copy(const Context& context,
         insertNode(context, node);
         copyTree(context, source, node);
     }
+}
+
+kvxclient::MoveOrCopyResponse move(const Context& context,
+                                   const kvxclient::MoveOrCopyRequest& request) {
+    const Relocation relocation(context, request);
+    const Place& target = relocation.target;
+    const Node& node = relocation.source.node();
+    // A root cannot leave its bucket, nor a shared folder the one who only has that.
+    relocation.source.parent();
+    std::int64_t seq = 0;
+    if (node.bucket == target.bucket.id) {
+        seq = advance(context, node.bucket, 0);
+        leavePlace(context, node, seq);
+    } else {
+        seq = changeBucket(context, relocation.source, target.bucket);
+    }
+    if (target.exists()) {
+        moveToTrash(context, target.node(), seq);
+    }
+    context.database.execute("update nodes set parent = $2, name = $3, seq = $4 where id = $1",
+                             {node.id, target.parent().id, target.name(), seq});
+    takePlace(context, target.parent().id, target.name());
+    return {};
+}
+
+kvxclient::MoveOrCopyResponse copy(const Context& context,
+                                   const kvxclient::MoveOrCopyRequest& request) {
+    const Relocation relocation(context, request);
+    copyNode(context, relocation.source.node(), relocation.target);
     return {};
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "operations/Context.h"
+#include "operations/Places.h"
 #include "storage/kvxclient/NamespaceChanges.h"
 
 namespace storage::kvxstore::operations {
@@ -12,5 +12,8 @@ kvxclient::MoveOrCopyResponse move(const Context& context,
 /// Copies current contents without copying a byte, as version 1 of new files.
 kvxclient::MoveOrCopyResponse copy(const Context& context,
                                    const kvxclient::MoveOrCopyRequest& request);
+
+/// Copies a node with all below it to a place that is free.
+void copyNode(const Context& context, const Node& source, const Place& target);
 
 }  // namespace storage::kvxstore::operations

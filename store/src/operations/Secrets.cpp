@@ -30,6 +30,13 @@ std::string newSecret() {
     return text;
 }
 
+std::int64_t newNumber() {
+    startSodium();
+    std::uint64_t bits = 0;
+    randombytes_buf(&bits, sizeof(bits));
+    return static_cast<std::int64_t>(bits >> 2U);
+}
+
 std::string hashOf(std::string_view secret) {
     startSodium();
     std::array<unsigned char, crypto_generichash_BYTES> hash{};

@@ -10,7 +10,6 @@ namespace storage::kvxstore::operations {
 namespace {
 
 constexpr std::size_t longestName = 255;
-constexpr std::size_t longestPath = 4096;
 
 bool isHighSurrogate(char16_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 bool isLowSurrogate(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }

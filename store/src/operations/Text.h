@@ -6,6 +6,9 @@
 
 namespace storage::kvxstore::operations {
 
+/// In UTF-16 units.
+constexpr std::size_t longestPath = 4096;
+
 std::string toUtf8(const std::u16string& text);
 std::u16string toUtf16(std::string_view text);
 

@@ -37,18 +37,46 @@ constexpr Check checks[] = {
      "select c.id from contents c left join extents e on e.content = c.id"
      " left join chunks k on k.id = e.chunk"
      " where c.id not in (select content from garbage) group by c.id"
-     " having c.size <> coalesce(sum(length(k.data)), 0)"
-     " or count(e.idx) <> coalesce(max(e.idx) + 1, 0)"},
+     " having c.stored <> coalesce(sum(e.size), 0)"
+     " or max(coalesce(e.size <> length(k.data), e.idx is not null))"
+     " or coalesce(max(e.idx * 262144 + e.size), 0) > c.size"},
     {"contents that nothing uses and no cleaning would find",
      "select c.id from contents c where not exists(select 1 from versions where content = c.id)"
      " and not exists(select 1 from downloads where content = c.id)"
+     " and not exists(select 1 from handles where base = c.id or work = c.id)"
      " and not exists(select 1 from garbage where content = c.id)"},
     {"parts without a content",
      "select id from chunks where id not in (select chunk from extents)"},
     {"buckets whose bytes in use are counted wrong",
      "select b.id from buckets b where b.used <> (select coalesce(sum(c.size), 0) from nodes n"
      " join versions v on v.node = n.id join contents c on c.id = v.content"
-     " where n.bucket = b.id)"},
+     " where n.bucket = b.id) + (select coalesce(sum(c.stored), 0) from handles h"
+     " join contents c on c.id = h.work where h.bucket = b.id)"},
+    {"open handles without their content",
+     "select rowid from (select row_number() over () as rowid, base, work from handles) h"
+     " where (h.base = 0 and h.work = 0)"
+     " or (h.base <> 0 and not exists(select 1 from contents where id = h.base))"
+     " or (h.work <> 0 and not exists(select 1 from contents where id = h.work))"},
+    {"grants without a file, folder or user",
+     "select id from grants g where not exists(select 1 from nodes where id = g.node)"
+     " or (g.grantee <> 0 and not exists(select 1 from users where id = g.grantee))"
+     " or (g.invitation <> '' and not exists(select 1 from invitations i where i.id = g.invitation"
+     " and i.node = g.node and i.recipient = g.grantee and i.status = 1))"},
+    {"invitations to no folder, or by no user",
+     "select node from invitations i where not exists(select 1 from nodes where id = i.node"
+     " and kind = 0) or not exists(select 1 from users where id = i.inviter)"},
+    {"accepted invitations without their right",
+     "select node from invitations i where i.status = 1"
+     " and not exists(select 1 from grants where invitation = i.id and level = i.level)"},
+    {"files or folders marked wrong as to being shared",
+     "select id from nodes n where n.shared <> (exists(select 1 from grants where node = n.id)"
+     " or exists(select 1 from invitations where node = n.id))"},
+    {"policies of no file or folder",
+     "select node from policies where node not in (select id from nodes)"},
+    {"places left by a node but taken, or in no folder",
+     "select v.parent from vacated v left join nodes p on p.id = v.parent"
+     " where p.id is null or p.bucket <> v.bucket"
+     " or exists(select 1 from nodes n where n.parent = v.parent and n.name = v.name)"},
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <condition_variable>
 #include <deque>
+#include <map>
 #include <mutex>
 #include <optional>
 
@@ -28,18 +29,32 @@ struct CompletionPool::State {
 
     std::optional<Completion> next() {
         std::unique_lock lock(mutex);
-        changed.wait(lock, [this] { return stopping || !completions.empty(); });
-        if (completions.empty()) {
-            return std::nullopt;
+        for (;;) {
+            const auto now = std::chrono::steady_clock::now();
+            while (!delayed.empty() && (stopping || delayed.begin()->first <= now)) {
+                completions.push_back(std::move(delayed.begin()->second));
+                delayed.erase(delayed.begin());
+            }
+            if (!completions.empty()) {
+                Completion first = std::move(completions.front());
+                completions.pop_front();
+                return first;
+            }
+            if (stopping) {
+                return std::nullopt;
+            }
+            if (delayed.empty()) {
+                changed.wait(lock);
+            } else {
+                changed.wait_until(lock, delayed.begin()->first);
+            }
         }
-        Completion first = std::move(completions.front());
-        completions.pop_front();
-        return first;
     }
 
     std::mutex mutex;
     std::condition_variable changed;
     std::deque<Completion> completions;
+    std::multimap<std::chrono::steady_clock::time_point, Completion> delayed;
     bool stopping = false;
 };
 
@@ -66,7 +81,13 @@ CompletionPool::~CompletionPool() {
 
 void CompletionPool::post(std::unique_ptr<Job> job, std::exception_ptr error) {
     const std::lock_guard lock(state_->mutex);
-    state_->completions.push_back({std::move(job), std::move(error)});
+    const auto delay = job->traits().delay;
+    State::Completion completion{std::move(job), std::move(error)};
+    if (delay.count() > 0) {
+        state_->delayed.emplace(std::chrono::steady_clock::now() + delay, std::move(completion));
+    } else {
+        state_->completions.push_back(std::move(completion));
+    }
     state_->changed.notify_one();
 }
 

@@ -13,8 +13,8 @@ namespace storage::kvxstore::scheduler {
 class CompletionPool {
 public:
     CompletionPool();
-    /// Returns when everything posted is finished. On one of its own threads, which cannot wait
-    /// for itself, that thread goes on alone.
+    /// Returns when everything posted is finished, held back or not. On one of its own threads,
+    /// which cannot wait for itself, that thread goes on alone.
     ~CompletionPool();
     CompletionPool(const CompletionPool&) = delete;
     CompletionPool& operator=(const CompletionPool&) = delete;

@@ -4,8 +4,8 @@
 
 namespace storage::kvxstore::scheduler {
 
-Job::Job(database::Access access, std::size_t weight, std::shared_ptr<CallGroup> group)
-    : access_(access), weight_(weight), group_(std::move(group)) {
+Job::Job(JobTraits traits, std::shared_ptr<CallGroup> group)
+    : traits_(std::move(traits)), group_(std::move(group)) {
     const std::lock_guard lock(group_->mutex_);
     group_->jobs_.insert(this);
 }

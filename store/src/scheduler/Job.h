@@ -1,11 +1,13 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <exception>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <unordered_set>
 
 #include "database/Connection.h"
@@ -14,11 +16,22 @@ namespace storage::kvxstore::scheduler {
 
 class CallGroup;
 
+/// What the scheduler must know of a job.
+struct JobTraits {
+    database::Access access = database::Access::READ;
+    /// Bytes of content that the job carries.
+    std::size_t weight = 0;
+    /// Jobs with the same text run in the order in which they came; an empty one binds nothing.
+    std::string sequence = {};
+    /// How long its completion is held back.
+    std::chrono::milliseconds delay = {};
+};
+
 /// One call on its way: run by a worker, then finished on a completion thread. It has one owner at
 /// a time, which is why it is finished exactly once.
 class Job {
 public:
-    Job(database::Access access, std::size_t weight, std::shared_ptr<CallGroup> group);
+    Job(JobTraits traits, std::shared_ptr<CallGroup> group);
     /// Takes the call out of its group: by then the handler and what it holds are gone.
     virtual ~Job();
     Job(const Job&) = delete;
@@ -34,16 +47,13 @@ public:
     void cancel() { cancelled_ = true; }
     bool isCancelled() const { return cancelled_; }
 
-    database::Access access() const { return access_; }
-    /// Bytes of content that the job carries.
-    std::size_t weight() const { return weight_; }
+    const JobTraits& traits() const { return traits_; }
 
 protected:
     virtual void deliver(std::exception_ptr error) = 0;
 
 private:
-    database::Access access_;
-    std::size_t weight_;
+    JobTraits traits_;
     std::shared_ptr<CallGroup> group_;
     std::atomic<bool> cancelled_ = false;
 };

@@ -13,7 +13,8 @@ constexpr std::size_t mostWeight = 64UL << 20U;
 }  // namespace
 
 bool JobQueue::hasRoomFor(const Job& job) const {
-    return jobs_.empty() || (jobs_.size() < mostJobs && weight_ + job.weight() <= mostWeight);
+    return jobs_.empty() ||
+           (jobs_.size() < mostJobs && weight_ + job.traits().weight <= mostWeight);
 }
 
 bool JobQueue::push(std::unique_ptr<Job>& job, WhenFull whenFull) {
@@ -24,7 +25,7 @@ bool JobQueue::push(std::unique_ptr<Job>& job, WhenFull whenFull) {
     if (closed_) {
         return false;
     }
-    weight_ += job->weight();
+    weight_ += job->traits().weight;
     jobs_.push_back(std::move(job));
     filled_.notify_one();
     return true;
@@ -36,8 +37,8 @@ Jobs JobQueue::pop(std::size_t maxJobs, std::size_t maxWeight, std::chrono::mill
     Jobs taken;
     std::size_t weight = 0;
     while (!jobs_.empty() && taken.size() < maxJobs &&
-           (taken.empty() || weight + jobs_.front()->weight() <= maxWeight)) {
-        weight += jobs_.front()->weight();
+           (taken.empty() || weight + jobs_.front()->traits().weight <= maxWeight)) {
+        weight += jobs_.front()->traits().weight;
         taken.push_back(std::move(jobs_.front()));
         jobs_.pop_front();
     }
@@ -53,7 +54,7 @@ Jobs JobQueue::takeCancelled() {
     Jobs taken{std::move_iterator(cancelled), std::move_iterator(jobs_.end())};
     jobs_.erase(cancelled, jobs_.end());
     for (const auto& job : taken) {
-        weight_ -= job->weight();
+        weight_ -= job->traits().weight;
     }
     drained_.notify_all();
     return taken;

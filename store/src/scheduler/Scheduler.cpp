@@ -15,6 +15,11 @@ std::exception_ptr runSnapshot(database::Connection& connection, Job& job) {
     }
 }
 
+/// A thread of a store must not wait for room that it may have to make itself.
+JobQueue::WhenFull whenFull() {
+    return onStoreThread() ? JobQueue::WhenFull::EXCEED : JobQueue::WhenFull::WAIT;
+}
+
 }  // namespace
 
 Scheduler::Scheduler(const database::Connector& connect, unsigned readers, Chore chore) {
@@ -22,13 +27,21 @@ Scheduler::Scheduler(const database::Connector& connect, unsigned readers, Chore
     for (unsigned i = 0; i < readers; ++i) {
         connections.push_back(connect());
     }
-    writer_.emplace(connect(), writes_, completions_, std::move(chore));
+    writer_.emplace(
+        connect(), writes_,
+        [this](std::unique_ptr<Job> job, std::exception_ptr error) {
+            finish(std::move(job), std::move(error));
+        },
+        std::move(chore));
     for (auto& connection : connections) {
         readers_.emplace_back([this, own = std::move(connection)] { read(*own); });
     }
 }
 
 Scheduler::~Scheduler() {
+    for (std::unique_ptr<Job>& job : sequencer_.close()) {
+        completions_.post(std::move(job), badNetwork());
+    }
     for (JobQueue* queue : {&writes_, &reads_}) {
         for (std::unique_ptr<Job>& job : queue->close()) {
             completions_.post(std::move(job), badNetwork());
@@ -45,25 +58,45 @@ void Scheduler::read(database::Connection& connection) {
     while (!reads_.isClosed()) {
         for (std::unique_ptr<Job>& job : reads_.pop(1, 0, std::chrono::hours(1))) {
             auto error = job->isCancelled() ? nullptr : runSnapshot(connection, *job);
-            completions_.post(std::move(job), std::move(error));
+            finish(std::move(job), std::move(error));
         }
     }
 }
 
 void Scheduler::submit(std::unique_ptr<Job> job) {
-    JobQueue& queue = job->access() == database::Access::WRITE ? writes_ : reads_;
-    const auto whenFull = onStoreThread() ? JobQueue::WhenFull::EXCEED : JobQueue::WhenFull::WAIT;
-    if (!queue.push(job, whenFull)) {
+    if (sequencer_.admit(job, whenFull())) {
+        enqueue(std::move(job));
+    }
+}
+
+void Scheduler::enqueue(std::unique_ptr<Job> job) {
+    JobQueue& queue = job->traits().access == database::Access::WRITE ? writes_ : reads_;
+    if (!queue.push(job, whenFull())) {
         finish(std::move(job), badNetwork());
     }
 }
 
-void Scheduler::finish(std::unique_ptr<Job> job, std::exception_ptr error) {
+void Scheduler::refuse(std::unique_ptr<Job> job, std::exception_ptr error) {
     completions_.post(std::move(job), std::move(error));
+}
+
+void Scheduler::finish(std::unique_ptr<Job> job, std::exception_ptr error) {
+    Jobs next = sequencer_.leave(*job);
+    completions_.post(std::move(job), std::move(error));
+    for (std::unique_ptr<Job>& each : next) {
+        enqueue(std::move(each));
+    }
 }
 
 void Scheduler::cancel(const CallGroup& group) {
     group.cancelAll();
+    auto [cancelled, admitted] = sequencer_.takeCancelled();
+    for (std::unique_ptr<Job>& job : cancelled) {
+        refuse(std::move(job), nullptr);
+    }
+    for (std::unique_ptr<Job>& job : admitted) {
+        enqueue(std::move(job));
+    }
     for (JobQueue* queue : {&writes_, &reads_}) {
         for (std::unique_ptr<Job>& job : queue->takeCancelled()) {
             finish(std::move(job), nullptr);

@@ -5,6 +5,8 @@
 #include <thread>
 #include <vector>
 
+#include "scheduler/CompletionPool.h"
+#include "scheduler/Sequencer.h"
 #include "scheduler/Writer.h"
 
 namespace storage::kvxstore::scheduler {
@@ -21,17 +23,21 @@ public:
     /// Queues a job; waits for room, but not on a thread of a store.
     void submit(std::unique_ptr<Job> job);
 
-    /// Finishes a job without running it.
-    void finish(std::unique_ptr<Job> job, std::exception_ptr error);
+    /// Finishes a job that was not submitted.
+    void refuse(std::unique_ptr<Job> job, std::exception_ptr error);
 
     /// Has everything outstanding in the group finished with BAD_NETWORK.
     void cancel(const CallGroup& group);
 
 private:
     void read(database::Connection& connection);
+    void enqueue(std::unique_ptr<Job> job);
+    /// Finishes a job that was submitted.
+    void finish(std::unique_ptr<Job> job, std::exception_ptr error);
 
     // In this order: the completions must outlive the workers.
     CompletionPool completions_;
+    Sequencer sequencer_;
     JobQueue writes_;
     JobQueue reads_;
     std::vector<std::thread> readers_;

@@ -1,5 +1,9 @@
 #include "scheduler/Writer.h"
 
+#include <algorithm>
+
+#include "scheduler/CompletionPool.h"
+
 namespace storage::kvxstore::scheduler {
 
 namespace {
@@ -11,35 +15,41 @@ using database::Transaction;
 constexpr std::size_t batchJobs = 64;
 constexpr std::size_t batchWeight = 4UL << 20U;
 constexpr auto idleTime = 50ms;
-constexpr auto forever = 1h;
+/// How long a chore waits for an idle moment.
+constexpr auto chorePatience = 10s;
 
 }  // namespace
 
-Writer::Writer(std::unique_ptr<database::Connection> connection, JobQueue& queue,
-               CompletionPool& completions, Chore chore)
+Writer::Writer(std::unique_ptr<database::Connection> connection, JobQueue& queue, Finish finish,
+               Chore chore)
     : connection_(std::move(connection)),
       queue_(queue),
-      completions_(completions),
+      finish_(std::move(finish)),
       chore_(std::move(chore)),
+      choreDue_(std::chrono::steady_clock::now() + idleTime),
+      choreDone_(choreDue_),
       thread_([this] { work(); }) {}
 
 Writer::~Writer() { thread_.join(); }
 
 void Writer::work() {
     onStoreThread() = true;
-    bool choreDue = true;
     for (;;) {
-        Jobs jobs = queue_.pop(batchJobs, batchWeight, choreDue ? idleTime : forever);
+        const auto idle = std::chrono::ceil<std::chrono::milliseconds>(
+            choreDue_ - std::chrono::steady_clock::now());
+        Jobs jobs = queue_.pop(batchJobs, batchWeight, std::max(idle, 0ms));
+        const auto now = std::chrono::steady_clock::now();
         if (!jobs.empty()) {
             auto errors = commitTogether(jobs);
             for (std::size_t i = 0; i < jobs.size(); ++i) {
-                completions_.post(std::move(jobs[i]), std::move(errors[i]));
+                finish_(std::move(jobs[i]), std::move(errors[i]));
             }
-            choreDue = true;
+            choreDue_ = std::min(now + idleTime, choreDone_ + chorePatience);
         } else if (queue_.isClosed()) {
             return;
-        } else if (choreDue) {
-            choreDue = doChore();
+        }
+        if (now >= choreDue_) {
+            doChore();
         }
         letOthersWrite();
     }
@@ -109,16 +119,18 @@ std::exception_ptr Writer::runInSavepoint(Job& job) {
     }
 }
 
-bool Writer::doChore() {
+void Writer::doChore() {
+    // Where it fails nothing is lost, and the next write makes it due again.
+    std::chrono::milliseconds wait = 1h;
     try {
         Transaction transaction(*connection_, Access::WRITE);
-        const bool more = chore_(*connection_);
+        wait = chore_(*connection_);
         transaction.commit();
-        return more;
     } catch (...) {
-        // Nothing was lost, and the next write makes it due again.
-        return false;
+        wait = 1h;
     }
+    choreDone_ = std::chrono::steady_clock::now();
+    choreDue_ = choreDone_ + wait;
 }
 
 void Writer::letOthersWrite() {

@@ -8,21 +8,23 @@
 #include <thread>
 #include <vector>
 
-#include "scheduler/CompletionPool.h"
 #include "scheduler/JobQueue.h"
 
 namespace storage::kvxstore::scheduler {
 
-/// A little work for an idle moment, in the transaction that the connection is in; returns
-/// whether there is more.
-using Chore = std::function<bool(database::Connection&)>;
+/// A little work for an idle moment, in the transaction that the connection is in; returns after
+/// how long there is more, even if nothing was written.
+using Chore = std::function<std::chrono::milliseconds(database::Connection&)>;
+
+/// Takes a job that has run.
+using Finish = std::function<void(std::unique_ptr<Job>, std::exception_ptr)>;
 
 /// The one thread that writes. It commits what waits in its queue together, since a commit costs
 /// far more than the work in it.
 class Writer {
 public:
-    Writer(std::unique_ptr<database::Connection> connection, JobQueue& queue,
-           CompletionPool& completions, Chore chore);
+    Writer(std::unique_ptr<database::Connection> connection, JobQueue& queue, Finish finish,
+           Chore chore);
     /// Returns when the thread has seen that the queue is closed.
     ~Writer();
     Writer(const Writer&) = delete;
@@ -34,13 +36,15 @@ private:
     void beginBatch(std::optional<database::Transaction>& transaction);
     std::exception_ptr commitAlone(Job& job);
     std::exception_ptr runInSavepoint(Job& job);
-    bool doChore();
+    void doChore();
     void letOthersWrite();
 
     std::unique_ptr<database::Connection> connection_;
     JobQueue& queue_;
-    CompletionPool& completions_;
+    Finish finish_;
     Chore chore_;
+    std::chrono::steady_clock::time_point choreDue_;
+    std::chrono::steady_clock::time_point choreDone_;
     std::chrono::steady_clock::time_point contended_{};
     std::thread thread_;
 };

@@ -12,11 +12,13 @@ namespace storage::kvxstore::services {
 
 /// What every call has, whatever it does.
 struct CallFrame {
-    database::Access access;
-    std::size_t weight;
+    scheduler::JobTraits traits;
     std::shared_ptr<scheduler::CallGroup> group;
     const StoreOptions& options;
-    std::string sessionId;
+    std::int64_t instance;
+    std::string sessionId = {};
+    /// Whether the handler is let go without a call of it.
+    bool dropsHandler = false;
 };
 
 /// An exception with the code that also nests a std::runtime_error with the cause.
@@ -32,18 +34,24 @@ public:
     using Work = std::function<Response(const operations::Context&)>;
 
     Call(CallFrame frame, Work work, kvxclient::CompletionHandler<Response> handler)
-        : Job(frame.access, frame.weight, std::move(frame.group)),
+        : Job(std::move(frame.traits), std::move(frame.group)),
           options_(frame.options),
+          instance_(frame.instance),
           sessionId_(std::move(frame.sessionId)),
+          dropsHandler_(frame.dropsHandler),
           work_(std::move(work)),
           handler_(std::move(handler)) {}
 
     void run(database::Connection& connection) override {
-        response_ = work_({connection, options_, sessionId_, [this] { return isCancelled(); }});
+        response_ =
+            work_({connection, options_, instance_, sessionId_, [this] { return isCancelled(); }});
     }
 
 protected:
     void deliver(std::exception_ptr error) override {
+        if (dropsHandler_) {
+            return;
+        }
         if (error) {
             handler_(Response(), asServiceError(std::move(error)));
         } else {
@@ -53,7 +61,9 @@ protected:
 
 private:
     const StoreOptions& options_;
+    std::int64_t instance_;
     std::string sessionId_;
+    bool dropsHandler_;
     Work work_;
     Response response_{};
     kvxclient::CompletionHandler<Response> handler_;

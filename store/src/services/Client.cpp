@@ -3,11 +3,15 @@
 #include <shared_mutex>
 
 #include "operations/Sessions.h"
+#include "services/ConfigurationService.h"
 #include "services/FileService.h"
-#include "services/UnservedServices.h"
+#include "services/NotificationService.h"
+#include "services/SharingService.h"
+#include "services/VersioningService.h"
 
 namespace storage::kvxstore::services {
 
+using database::Access;
 using namespace kvxclient;
 
 namespace {
@@ -53,17 +57,17 @@ std::function<std::string()> Client::sessionIdSupplier() const {
 }
 
 void Client::ping(CompletionHandler<PingResponse> handler) const {
-    link_.serve(answerPing, database::Access::READ, {}, NoRequest(), std::move(handler));
+    link_.serve(Operation{"ping", answerPing, Access::READ}, {}, NoRequest(), std::move(handler));
 }
 
 void Client::login(LoginRequest request, CompletionHandler<LoginResponse> handler) const {
-    link_.serve(operations::login, database::Access::WRITE, {}, std::move(request),
+    link_.serve(Operation{"login", operations::login, Access::WRITE}, {}, std::move(request),
                 std::move(handler));
 }
 
 void Client::logout(LogoutRequest request, CompletionHandler<LogoutResponse> handler) const {
-    link_.serve(operations::logout, database::Access::WRITE, getSessionId(), std::move(request),
-                std::move(handler));
+    link_.serve(Operation{"logout", operations::logout, Access::WRITE}, getSessionId(),
+                std::move(request), std::move(handler));
 }
 
 std::unique_ptr<FileAccess> Client::createFileAccess() const {
@@ -72,22 +76,22 @@ std::unique_ptr<FileAccess> Client::createFileAccess() const {
 }
 
 std::unique_ptr<AccessControl> Client::createAccessControl() const {
-    return std::make_unique<UnservedAccessControl>(link_, getEndpoint(), sessionIdSupplier(),
-                                                   getApplicationId());
+    return std::make_unique<SharingService>(getEndpoint(), sessionIdSupplier(), getApplicationId(),
+                                            link_);
 }
 
 std::unique_ptr<ConfigurationManagement> Client::createConfigurationManagement() const {
-    return std::make_unique<UnservedConfiguration>(link_, getEndpoint(), sessionIdSupplier(),
-                                                   getApplicationId());
+    return std::make_unique<ConfigurationService>(getEndpoint(), sessionIdSupplier(),
+                                                  getApplicationId(), link_);
 }
 
 std::unique_ptr<Notification> Client::createNotification() const {
-    return std::make_unique<UnservedNotification>(link_, getEndpoint(), sessionIdSupplier(),
-                                                  getApplicationId());
+    return std::make_unique<NotificationService>(getEndpoint(), sessionIdSupplier(),
+                                                 getApplicationId(), link_);
 }
 
 std::unique_ptr<IVersioning> Client::createVersioning() const {
-    return std::make_unique<UnservedVersioning>(link_);
+    return std::make_unique<VersioningService>(sessionIdSupplier(), link_);
 }
 
 void Client::cancelPendingCalls() const { link_.engine->scheduler().cancel(*link_.group); }

@@ -2,6 +2,7 @@
 
 #include "operations/Files.h"
 #include "operations/Folders.h"
+#include "operations/Handles.h"
 #include "operations/Relocation.h"
 
 namespace storage::kvxstore::services {
@@ -15,102 +16,111 @@ FileService::FileService(std::string endpoint, std::function<std::string()> sess
       link_(std::move(link)) {}
 
 template <class Request, class Response>
-void FileService::serve(Response (*operation)(const operations::Context&, const Request&),
-                        Access access, Request& request,
+void FileService::serve(const Operation<Request, Response>& operation, Request& request,
                         CompletionHandler<Response>& handler) const {
-    link_.serve(operation, access, getSessionId(), std::move(request), std::move(handler));
+    link_.serve(operation, getSessionId(), std::move(request), std::move(handler));
 }
 
 void FileService::createFile(FileCreateRequest request,
                              CompletionHandler<FileWriteResponse> handler) const {
-    serve(operations::createFile, Access::WRITE, request, handler);
+    serve(Operation{"createFile", operations::createFile, Access::WRITE}, request, handler);
 }
 
 void FileService::deleteFile(FileDeleteRequest request,
                              CompletionHandler<FileDeleteResponse> handler) const {
-    serve(operations::deleteFile, Access::WRITE, request, handler);
+    serve(Operation{"deleteFile", operations::deleteFile, Access::WRITE}, request, handler);
 }
 
 void FileService::createFileDownload(FileDownloadCreateRequest request,
                                      CompletionHandler<FileDownloadCreateResponse> handler) const {
-    serve(operations::createFileDownload, Access::WRITE, request, handler);
+    serve(Operation{"createFileDownload", operations::createFileDownload, Access::WRITE}, request,
+          handler);
 }
 
 void FileService::downloadFile(FileDownloadRequest request,
                                CompletionHandler<FileDownloadResponse> handler) const {
-    serve(operations::downloadFile, Access::READ, request, handler);
+    serve(Operation{"downloadFile", operations::downloadFile, Access::READ}, request, handler);
 }
 
 void FileService::createFolder(FolderCreateRequest request,
                                CompletionHandler<FolderCreateResponse> handler) const {
-    serve(operations::createFolder, Access::WRITE, request, handler);
+    serve(Operation{"createFolder", operations::createFolder, Access::WRITE}, request, handler);
 }
 
 void FileService::deleteFolder(FolderDeleteRequest request,
                                CompletionHandler<FolderDeleteResponse> handler) const {
-    serve(operations::deleteFolder, Access::WRITE, request, handler);
+    serve(Operation{"deleteFolder", operations::deleteFolder, Access::WRITE}, request, handler);
 }
 
 void FileService::createReadOnlyFileHandle(
-    FileHandleReadOnlyCreateRequest,
+    FileHandleReadOnlyCreateRequest request,
     CompletionHandler<FileHandleReadOnlyCreateResponse> handler) const {
-    link_.refuse(std::move(handler));
+    serve(
+        Operation{"createReadOnlyFileHandle", operations::createReadOnlyFileHandle, Access::WRITE},
+        request, handler);
 }
 
 void FileService::createReadWriteFileHandle(
-    FileHandleReadWriteCreateRequest,
+    FileHandleReadWriteCreateRequest request,
     CompletionHandler<FileHandleReadWriteCreateResponse> handler) const {
-    link_.refuse(std::move(handler));
+    serve(Operation{"createReadWriteFileHandle", operations::createReadWriteFileHandle,
+                    Access::WRITE},
+          request, handler);
 }
 
 void FileService::readFile(FileReadRequest request,
                            CompletionHandler<FileReadResponse> handler) const {
-    serve(operations::readFile, Access::READ, request, handler);
+    serve(Operation{"readFile", operations::readFile, Access::READ}, request, handler);
 }
 
-void FileService::readFileContent(FileContentReadRequest,
+void FileService::readFileContent(FileContentReadRequest request,
                                   CompletionHandler<FileContentReadResponse> handler) const {
-    link_.refuse(std::move(handler));
+    serve(Operation{"readFileContent", operations::readFileContent, Access::READ}, request,
+          handler);
 }
 
-void FileService::writeFileContent(FileContentWriteRequest,
+void FileService::writeFileContent(FileContentWriteRequest request,
                                    CompletionHandler<FileContentWriteResponse> handler) const {
-    link_.refuse(std::move(handler));
+    serve(Operation{"writeFileContent", operations::writeFileContent, Access::WRITE}, request,
+          handler);
 }
 
-void FileService::closeFileHandle(FileHandleCloseRequest,
+void FileService::closeFileHandle(FileHandleCloseRequest request,
                                   CompletionHandler<FileHandleCloseResponse> handler) const {
-    link_.refuse(std::move(handler));
+    serve(Operation{"closeFileHandle", operations::closeFileHandle, Access::WRITE}, request,
+          handler);
 }
 
 void FileService::listFolder(FolderListRequest request,
                              CompletionHandler<FolderListResponse> handler) const {
-    serve(operations::listFolder, Access::READ, request, handler);
+    serve(Operation{"listFolder", operations::listFolder, Access::READ}, request, handler);
 }
 
 void FileService::listMultiFolder(MultiFolderListRequest request,
                                   CompletionHandler<MultiFolderListResponse> handler) const {
-    serve(operations::listMultiFolder, Access::READ, request, handler);
+    serve(Operation{"listMultiFolder", operations::listMultiFolder, Access::READ}, request,
+          handler);
 }
 
 void FileService::move(MoveOrCopyRequest request,
                        CompletionHandler<MoveOrCopyResponse> handler) const {
-    serve(operations::move, Access::WRITE, request, handler);
+    serve(Operation{"move", operations::move, Access::WRITE}, request, handler);
 }
 
 void FileService::copy(MoveOrCopyRequest request,
                        CompletionHandler<MoveOrCopyResponse> handler) const {
-    serve(operations::copy, Access::WRITE, request, handler);
+    serve(Operation{"copy", operations::copy, Access::WRITE}, request, handler);
 }
 
 void FileService::readFileAttributes(FileAttributesReadRequest request,
                                      CompletionHandler<FileAttributesReadResponse> handler) const {
-    serve(operations::readFileAttributes, Access::READ, request, handler);
+    serve(Operation{"readFileAttributes", operations::readFileAttributes, Access::READ}, request,
+          handler);
 }
 
 void FileService::setMetadata(SetMetadataRequest request,
                               CompletionHandler<SetMetadataResponse> handler) const {
-    serve(operations::setMetadata, Access::WRITE, request, handler);
+    serve(Operation{"setMetadata", operations::setMetadata, Access::WRITE}, request, handler);
 }
 
 }  // namespace storage::kvxstore::services

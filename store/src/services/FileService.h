@@ -66,8 +66,7 @@ public:
 
 private:
     template <class Request, class Response>
-    void serve(Response (*operation)(const operations::Context&, const Request&),
-               database::Access access, Request& request,
+    void serve(const Operation<Request, Response>& operation, Request& request,
                kvxclient::CompletionHandler<Response>& handler) const;
 
     ServiceLink link_;

@@ -30,17 +30,18 @@ struct NewUser {
     /// A quota that never refuses anything.
     static constexpr unsigned long UNLIMITED = std::numeric_limits<long>::max();
 
-    std::u16string name = {};
-    std::u16string emailAddress = {};
-    std::u16string firstName = {};
-    std::u16string lastName = {};
+    std::u16string name = {};          ///< Unique among users and among buckets.
+    std::u16string emailAddress = {};  ///< May be empty, as the rest of the profile.
+    std::u16string firstName = {};     ///< For people, not for the store.
+    std::u16string lastName = {};      ///< For people, not for the store.
     /// The most bytes that all versions of all files in the user's buckets may have together.
-    /// A deleted file counts until it is purged, which at the latest happens when it is in the
-    /// way. Values above UNLIMITED mean UNLIMITED.
+    /// What is written through an open handle counts as well, beside what it will replace. A
+    /// deleted file counts until it is purged, which at the latest happens when it is in the way.
+    /// Values above UNLIMITED mean UNLIMITED.
     unsigned long quota = UNLIMITED;
 };
 
-/// A user as the store knows him.
+/// A user as the store has it.
 struct User : NewUser {
     /// Bytes in use, counted like the quota.
     unsigned long used = 0;
@@ -48,10 +49,31 @@ struct User : NewUser {
 
 /// A bucket as the store knows it.
 struct Bucket {
-    std::u16string name;
-    std::u16string owner;
+    std::u16string name;   ///< Unique among buckets.
+    std::u16string owner;  ///< The name of the user whose bucket it is.
     /// Bytes in use, counted like the owner's quota.
     unsigned long used = 0;
+};
+
+/// How much there is in a store.
+struct Statistics {
+    unsigned long users = 0;    ///< All users.
+    unsigned long buckets = 0;  ///< All buckets.
+    /// Without the roots of buckets and what was deleted at their tops.
+    unsigned long folders = 0;
+    unsigned long files = 0;  ///< Without those deleted by themselves.
+    /// Of all files, current ones included.
+    unsigned long versions = 0;
+    /// Open file handles, of all programs.
+    unsigned long handles = 0;
+    /// Rights given by permissions and accepted invitations.
+    unsigned long grants = 0;
+    unsigned long invitations = 0;  ///< In whatever state.
+    /// Bytes in use, counted like the quotas.
+    unsigned long used = 0;
+    /// Bytes of content on the disk: less than in use where versions and copies share content or
+    /// files have holes, more where cleaning is still to be done.
+    unsigned long stored = 0;
 };
 
 /// A file store inside the process, kept in an SQLite database. It serves every service interface
@@ -82,10 +104,31 @@ struct Bucket {
 /// destroyed on a reading thread, which must not wait for another call of the store either.
 ///
 /// @par Errors of calls
-/// A call that the store refuses completes with a KVXClientException of the fitting code. A failure
-/// below, such as a full disk, completes with INTERNAL_SERVER_ERROR; operations not served complete
-/// with UNKNOWN. Both exceptions also derive from std::nested_exception and nest a
-/// std::runtime_error with the plain cause, which std::rethrow_if_nested throws.
+/// A call that the store refuses completes with a KVXClientException of the fitting code; UNKNOWN
+/// means a value that is none of its enumeration, or bytes to write at a null pointer. A failure
+/// below, such as a full disk, completes with INTERNAL_SERVER_ERROR; that exception also derives
+/// from std::nested_exception and nests a std::runtime_error with the plain cause, which
+/// std::rethrow_if_nested throws.
+///
+/// @par File handles
+/// A handle is good until it is closed, until its user has no valid session any more or until the
+/// program that opened it has been gone for a minute. Calls through one handle take effect in the
+/// order in which they were made. A new file appears with the commit. The last commit wins,
+/// wherever the file was moved meanwhile; when the file was deleted it is refused with
+/// RESOURCE_NOT_FOUND, when its folder was with PARENT_RESOURCE_NOT_FOUND, and with CONFLICT when a
+/// file that had to be new no longer is. A refused commit leaves the handle open.
+///
+/// @par Versions
+/// Labels count up with every write; listings go from the oldest version to the newest, the current
+/// one. Where no version policy is set, versions are ENABLED.
+///
+/// @par Sharing
+/// The owner of a bucket owns all in it; grants and invitations let others read or write below a
+/// folder, by the owner's bucket and path, and count in the owner's quota. Recipients are users'
+/// names or e-mail addresses, also of users yet to be created. An open invitation is for everybody
+/// who knows its id; deleting it takes back what was accepted by it. Public access is DENIED where
+/// nothing is set; the store keeps that policy for applications, as it lets in nobody without a
+/// session.
 class KVXSTORE_EXPORT Store {
 public:
     /// Opens the store that a URL names: "sqlite:///absolute/path", "sqlite:path/from/here" (the
@@ -114,7 +157,8 @@ public:
     std::unique_ptr<kvxclient::KVXClient> createClient() const;
 
     /// Creates a user and a bucket of his name, and returns the token he logs in with. It is
-    /// random and shown this once: the store keeps only its hash.
+    /// random and shown this once: the store keeps only its hash. Permissions and invitations that
+    /// wait for the name or e-mail address become the user's.
     ///
     /// @throws StoreError when the name breaks the rules or a user or bucket has it already.
     std::string createUser(const NewUser& user) const;
@@ -122,7 +166,7 @@ public:
     /// All users, by name.
     std::vector<User> listUsers() const;
 
-    /// Removes a user with his token, sessions and buckets.
+    /// Removes a user with token, sessions and buckets, and all sharing by and with the user.
     ///
     /// @throws StoreError when there is none.
     void removeUser(const std::u16string& name) const;
@@ -138,6 +182,9 @@ public:
     /// Walks through everything and returns a sentence for each kind of damage found; empty for a
     /// sound store. Reads all of the file, and takes one of the reading threads for that time.
     std::vector<std::string> verify() const;
+
+    /// Counts what there is. Reads all of the file: slow on a large one.
+    Statistics statistics() const;
 
     /// Purges what was deleted or has expired, which otherwise happens in idle moments.
     void sweep() const;

@@ -5,6 +5,9 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
+
+#include "storage/kvxstore/FaultPlan.h"
 
 namespace storage::kvxstore {
 
@@ -17,6 +20,7 @@ enum class CreateMode {
 
 /// How a store is opened. A plain value; the defaults suit an application as they are.
 struct StoreOptions {
+    /// What to do when the store is, or is not, there.
     CreateMode createMode = CreateMode::CREATE_IF_MISSING;
 
     /// How long a session lasts from its login, up to 100 years. Kept by no file: each opening
@@ -33,6 +37,9 @@ struct StoreOptions {
     /// The time, for time stamps and for what expires. Called on threads of the store, also
     /// concurrently. Empty means the system's clock; tests set their own.
     std::function<std::chrono::system_clock::time_point()> clock = {};
+
+    /// Faults to happen on purpose, for tests of applications; none when empty.
+    std::shared_ptr<FaultPlan> faults = {};
 };
 
 }  // namespace storage::kvxstore

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "operations/Places.h"
+#include "storage/kvxclient/Permissions.h"
+
+namespace storage::kvxstore::operations {
+
+/// A right that a user has to a node and all below it.
+struct Grant {
+    std::int64_t node = 0;
+    /// 0 for a user who is not there yet.
+    std::int64_t grantee = 0;
+    /// The user's name.
+    std::string name;
+    Right level = Right::READ;
+    /// The invitation that gave it, empty for a permission.
+    std::string invitation;
+};
+
+/// Gives the right, or changes the one that the same user has to the node by the same invitation.
+/// Returns its id.
+std::int64_t addGrant(const Context& context, const Node& node, const Grant& grant);
+
+/// Records a change in how a node is shared.
+void noteSharing(const Context& context, const Node& node);
+
+/// Brings a node's mark of being shared up to date, with no change to record.
+void refreshShared(database::Connection& database, std::int64_t node);
+
+/// Gives a new user the permissions and invitations that wait for his name or e-mail address.
+void bindWaiting(database::Connection& database, std::int64_t user, const std::string& name,
+                 const std::string& email);
+
+/// Takes from a user, and from those he shared with, what grants and invitations gave.
+void dropSharing(database::Connection& database, std::int64_t user);
+
+/// One permission for a subject on a node: granting again changes its level.
+kvxclient::PermissionGrantResponse grantPermission(
+    const Context& context, const kvxclient::PermissionGrantRequest& request);
+kvxclient::PermissionRevokeResponse revokePermission(
+    const Context& context, const kvxclient::PermissionRevokeRequest& request);
+
+/// Lists what was granted on the node itself, with no invitation. The operation is "READ" or
+/// "READ_WRITE", the status "ACTIVE", or "PENDING" while there is no user of that name.
+kvxclient::PermissionListResponse listPermissions(const Context& context,
+                                                  const kvxclient::PermissionListRequest& request);
+
+}  // namespace storage::kvxstore::operations

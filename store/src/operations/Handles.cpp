@@ -1,0 +1,303 @@
+#include "operations/Handles.h"
+
+#include <algorithm>
+#include <limits>
+#include <vector>
+
+#include "operations/Secrets.h"
+#include "operations/Sessions.h"
+#include "operations/Versions.h"
+
+namespace storage::kvxstore::operations {
+
+namespace {
+
+using database::Blob;
+using kvxclient::FileCreateMode;
+using kvxclient::KVXClientErrorCode;
+
+constexpr std::chrono::nanoseconds longestSilence = std::chrono::seconds(60);
+
+struct Handle {
+    std::string hash;
+    std::int64_t owner = 0;
+    /// Where the bytes of the work content count.
+    std::int64_t bucket = 0;
+    /// The file; 0 when it is yet to be created in the folder `parent`.
+    std::int64_t node = 0;
+    std::int64_t parent = 0;
+    std::string name;
+    /// The contents as they were opened, and with changes: 0 for none.
+    std::int64_t base = 0;
+    std::int64_t work = 0;
+    bool writable = false;
+    /// Whether no other file may have been created meanwhile.
+    bool exclusive = false;
+    std::string contentType;
+};
+
+/// Shows that the instance is there, so that nobody closes its handles.
+void beat(database::Connection& database, std::int64_t instance, std::int64_t now) {
+    database.execute(
+        "insert into instances(id, heartbeat) values($1, $2)"
+        " on conflict(id) do update set heartbeat = excluded.heartbeat",
+        {instance, now});
+}
+
+/// Stores the handle under a new id, which it returns.
+std::string insertHandle(const Context& context, const Handle& handle) {
+    const std::string id = newSecret();
+    const std::string hash = hashOf(id);
+    beat(context.database, context.instance, context.now());
+    context.database.execute(
+        "insert into handles(hash, instance, owner, bucket, node, parent, name, base, work,"
+        " writable, exclusive, content_type)"
+        " values($1, $2, $3, $4, $5, $6, $7, $8, $9, $10, $11, $12)",
+        {Blob{hash}, context.instance, handle.owner, handle.bucket, handle.node, handle.parent,
+         handle.name, handle.base, handle.work, static_cast<std::int64_t>(handle.writable),
+         static_cast<std::int64_t>(handle.exclusive), handle.contentType});
+    return id;
+}
+
+Handle findHandle(const Context& context, const std::string& id) {
+    const std::int64_t user = requireUser(context);
+    std::string hash = hashOf(id);
+    const auto row = context.database.query(
+        "select owner, bucket, node, parent, name, base, work, writable, exclusive, content_type"
+        " from handles where hash = $1 and owner = $2",
+        {Blob{hash}, user});
+    if (!row->next()) {
+        refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
+    }
+    return {std::move(hash),      row->integer(0),      row->integer(1), row->integer(2),
+            row->integer(3),      row->text(4),         row->integer(5), row->integer(6),
+            row->integer(7) != 0, row->integer(8) != 0, row->text(9)};
+}
+
+/// What is read through the handle.
+Content contentOf(const Context& context, const Handle& handle) {
+    const bool changed = handle.work != 0;
+    Content content;
+    content.id = changed ? handle.work : handle.base;
+    content.base = changed ? handle.base : 0;
+    content.type = handle.contentType;
+    const auto row =
+        context.database.query("select size, stored from contents where id = $1", {content.id});
+    if (!row->next()) {
+        throw database::DatabaseError(database::Fault::OTHER,
+                                      "the store is damaged: an open content is missing");
+    }
+    content.size = row->integer(0);
+    content.stored = row->integer(1);
+    return content;
+}
+
+/// Gives the handle a content of its own to write to.
+Content startWork(const Context& context, Handle& handle, Content content) {
+    if (handle.work == 0) {
+        handle.work = newContent(context).id;
+        context.database.execute("update handles set work = $2 where hash = $1",
+                                 {Blob{handle.hash}, handle.work});
+        content.id = handle.work;
+        content.base = handle.base;
+        content.stored = 0;
+    }
+    return content;
+}
+
+/// Forgets a handle; its contents go unless something else uses them.
+void deleteHandle(database::Connection& database, std::string_view hash) {
+    database.execute(
+        "update buckets set used = used - (select c.stored from handles h"
+        " join contents c on c.id = h.work where h.hash = $1)"
+        " where id = (select bucket from handles where hash = $1 and work <> 0)",
+        {Blob{hash}});
+    database.execute(
+        "insert into garbage(content) select base from handles where hash = $1 and base <> 0"
+        " union select work from handles where hash = $1 and work <> 0 on conflict do nothing",
+        {Blob{hash}});
+    database.execute("delete from handles where hash = $1", {Blob{hash}});
+}
+
+/// The place to which the handle's changes go.
+Place targetOf(const Context& context, const Handle& handle) {
+    if (handle.node != 0) {
+        Place place = placeOf(context, handle.owner, handle.node);
+        place.node(Right::WRITE);
+        return place;
+    }
+    Place place = placeOf(context, handle.owner, handle.parent);
+    if (place.chain.empty()) {
+        refuse(KVXClientErrorCode::PARENT_RESOURCE_NOT_FOUND);
+    }
+    place.node(Right::WRITE);
+    enter(context, place, handle.name);
+    if (place.exists() && (handle.exclusive || place.node().kind != Kind::FILE)) {
+        refuse(KVXClientErrorCode::CONFLICT);
+    }
+    return place;
+}
+
+void commit(const Context& context, const Handle& handle, bool createNewVersion) {
+    const Place place = targetOf(context, handle);
+    Content content = contentOf(context, handle);
+    // First, since from here on the bytes count with the version.
+    deleteHandle(context.database, handle.hash);
+    detachFromBase(context, content);
+    const Node file = revise(context, place, content.size, createNewVersion);
+    addVersion(context, file, content);
+}
+
+/// The largest file in a number that can be stored.
+unsigned long sizeLimit(const Context& context) {
+    constexpr unsigned long most = std::numeric_limits<std::int64_t>::max();
+    return std::min(context.options.fileSizeLimit, most);
+}
+
+}  // namespace
+
+kvxclient::FileHandleReadOnlyCreateResponse createReadOnlyFileHandle(
+    const Context& context, const kvxclient::FileHandleReadOnlyCreateRequest& request) {
+    const Place place = locate(context, request.getResource());
+    const Node& file = place.node(Kind::FILE);
+    const Content content =
+        findVersion(context, file, request.getVersionId(), request.getVersionLabel());
+    Handle handle;
+    handle.owner = place.user;
+    handle.bucket = file.bucket;
+    handle.node = file.id;
+    handle.base = content.id;
+    handle.contentType = content.type;
+    return kvxclient::FileHandleReadOnlyCreateResponse()
+        .withFileHandleId(insertHandle(context, handle))
+        .withFileSize(static_cast<unsigned long>(content.size));
+}
+
+kvxclient::FileHandleReadWriteCreateResponse createReadWriteFileHandle(
+    const Context& context, const kvxclient::FileHandleReadWriteCreateRequest& request) {
+    const FileCreateMode mode = request.getCreateMode();
+    requireBetween(mode, FileCreateMode::CREATE, FileCreateMode::CREATE_OR_UPDATE);
+    const Place place = locate(context, request.getResource());
+    const bool creates = !place.exists();
+    Handle handle;
+    handle.owner = place.user;
+    handle.bucket = place.bucket.id;
+    handle.writable = true;
+    handle.contentType = request.getContentType();
+    Content content;
+    if (creates) {
+        const Node& parent = place.parent();
+        if (mode == FileCreateMode::UPDATE) {
+            refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
+        }
+        handle.parent = parent.id;
+        handle.name = place.name();
+        handle.exclusive = mode == FileCreateMode::CREATE;
+    } else {
+        const Node& file = place.node(Kind::FILE, Right::WRITE);
+        if (mode == FileCreateMode::CREATE) {
+            refuse(KVXClientErrorCode::CONFLICT);
+        }
+        content = findVersion(context, file, {}, file.label);
+        handle.node = file.id;
+        handle.base = request.getTruncate() ? 0 : content.id;
+        if (handle.contentType.empty()) {
+            handle.contentType = content.type;
+        }
+    }
+    if (handle.base == 0) {
+        content = newContent(context);
+        handle.work = content.id;
+    }
+    return kvxclient::FileHandleReadWriteCreateResponse()
+        .withFileHandleId(insertHandle(context, handle))
+        .withFileCreated(creates)
+        .withFileSize(static_cast<unsigned long>(content.size));
+}
+
+kvxclient::FileContentReadResponse readFileContent(
+    const Context& context, const kvxclient::FileContentReadRequest& request) {
+    const Content content = contentOf(context, findHandle(context, request.getFileHandleId()));
+    const auto size = static_cast<unsigned long>(content.size);
+    const unsigned long start = std::min(request.getStartLocation(), size);
+    const unsigned long length = std::min(request.getLength(), size - start);
+    kvxclient::FileContentReadResponse response;
+    response.withStartLocation(request.getStartLocation())
+        .withContentType(content.type)
+        .withFileSize(size);
+    readRange(context, content, static_cast<std::int64_t>(start), static_cast<std::int64_t>(length),
+              [&](std::string_view bytes) { response.appendContent(bytes.data(), bytes.size()); });
+    return response;
+}
+
+kvxclient::FileContentWriteResponse writeFileContent(
+    const Context& context, const kvxclient::FileContentWriteRequest& request) {
+    Handle handle = findHandle(context, request.getFileHandleId());
+    if (!handle.writable) {
+        refuse(KVXClientErrorCode::CONFLICT);
+    }
+    Content content = contentOf(context, handle);
+    const unsigned long size = request.getContentSize();
+    const unsigned long start = request.getStartLocation();
+    const unsigned long limit = sizeLimit(context);
+    if (size > limit || start > limit - size) {
+        refuse(KVXClientErrorCode::FILE_TOO_LARGE);
+    }
+    if (size > 0 && request.getContent() == nullptr) {
+        refuse(KVXClientErrorCode::UNKNOWN);
+    }
+    if (size > 0) {
+        content = startWork(context, handle, std::move(content));
+        const std::int64_t before = content.stored;
+        writeRange(context, content, static_cast<std::int64_t>(start),
+                   {reinterpret_cast<const char*>(request.getContent()), size});
+        reserve(context, handle.bucket, content.stored - before);
+    }
+    return kvxclient::FileContentWriteResponse().withFileSize(
+        static_cast<unsigned long>(content.size));
+}
+
+kvxclient::FileHandleCloseResponse closeFileHandle(
+    const Context& context, const kvxclient::FileHandleCloseRequest& request) {
+    using kvxclient::FileHandleCloseOperation;
+    const auto operation = request.getOperation();
+    requireBetween(operation, FileHandleCloseOperation::COMMIT_CHANGES,
+                   FileHandleCloseOperation::ABORT_CHANGES);
+    const Handle handle = findHandle(context, request.getFileHandleId());
+    if (operation == FileHandleCloseOperation::COMMIT_CHANGES && handle.work != 0) {
+        commit(context, handle, request.getCreateNewVersion());
+    } else {
+        deleteHandle(context.database, handle.hash);
+    }
+    return {};
+}
+
+void closeLostHandles(database::Connection& database, std::int64_t instance, std::int64_t now) {
+    if (hasHandles(database, instance)) {
+        beat(database, instance, now);
+    }
+    std::vector<std::string> lost;
+    {
+        const auto rows = database.query(
+            "select hash from handles h where not exists(select 1 from instances i"
+            " where i.id = h.instance and i.heartbeat > $1) or not exists(select 1"
+            " from sessions s where s.owner = h.owner and s.expires > $2)",
+            {now - longestSilence.count(), now});
+        while (rows->next()) {
+            lost.push_back(rows->text(0));
+        }
+    }
+    for (const std::string& hash : lost) {
+        deleteHandle(database, hash);
+    }
+    database.execute(
+        "delete from instances where heartbeat <= $1"
+        " or not exists(select 1 from handles where instance = instances.id)",
+        {now - longestSilence.count()});
+}
+
+bool hasHandles(database::Connection& database, std::int64_t instance) {
+    return database.query("select 1 from handles where instance = $1 limit 1", {instance})->next();
+}
+
+}  // namespace storage::kvxstore::operations

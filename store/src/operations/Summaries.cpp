@@ -1,0 +1,161 @@
+#include "operations/Summaries.h"
+
+#include <algorithm>
+
+#include "operations/Invitations.h"
+#include "operations/Maintenance.h"
+#include "operations/Text.h"
+
+namespace storage::kvxstore::operations {
+
+namespace {
+
+using kvxclient::Invitation;
+using kvxclient::InvitationStatus;
+using kvxclient::InvitationType;
+
+bool isRoot(const Node& node) { return node.parent == rootParent; }
+
+/// A permission in the words of an invitation, since that tells where the folder is.
+Invitation asInvitation(const Context& context, std::int64_t user, std::int64_t owner,
+                        const Node& folder, Right level) {
+    InvitationRow row;
+    row.node = folder.id;
+    row.inviter = owner;
+    row.recipient = user;
+    row.level = level;
+    row.status = InvitationStatus::ACCEPTED;
+    return describe(context, row);
+}
+
+/// How the folder itself is shared with a user who does not own it; nothing when it is not.
+void describeGrant(const Context& context, std::int64_t user, const Node& folder,
+                   kvxclient::FolderSummary& summary) {
+    const auto grant = context.database.query(
+        "select g.invitation, g.level, b.owner from grants g"
+        " join nodes n on n.id = g.node join buckets b on b.id = n.bucket"
+        " where g.node = $1 and g.grantee = $2 order by g.invitation = '', g.id limit 1",
+        {folder.id, user});
+    if (!grant->next()) {
+        return;
+    }
+    const std::string invitation = grant->text(0);
+    summary.withSharedFolder(true).withInvitation(
+        invitation.empty()
+            ? asInvitation(context, user, grant->integer(2), folder, Right(grant->integer(1)))
+            : describe(context, findInvitation(context, user, invitation)));
+}
+
+void describeSharing(const Context& context, std::int64_t user, const Node& folder,
+                     kvxclient::FolderSummary& summary) {
+    if (!folder.shared) {
+        return;
+    }
+    if (folder.right != Right::OWN) {
+        describeGrant(context, user, folder, summary);
+        return;
+    }
+    summary.withSharedFolder(true);
+    const std::vector<InvitationRow> invitations = invitationsTo(context, folder.id);
+    if (!invitations.empty()) {
+        summary.withInvitation(describe(context, invitations.front()));
+        summary.withHasActiveLink(
+            std::any_of(invitations.begin(), invitations.end(),
+                        [](const InvitationRow& row) { return row.type == InvitationType::OPEN; }));
+    }
+}
+
+/// The summary of a folder outside of the place where it is shown.
+kvxclient::FolderSummary summarizeElsewhere(const Context& context, const Place& place) {
+    const Node& folder = place.chain.back();
+    return summarizeFolder(context, place.user, folder).withName(toUtf16(folder.name));
+}
+
+}  // namespace
+
+kvxclient::FileSummary summarizeFile(const Node& file) {
+    return kvxclient::FileSummary(toUtf16(file.name))
+        .withSize(static_cast<unsigned long>(file.size))
+        .withCreated(toTime(file.created))
+        .withLastModified(toTime(file.modified))
+        .withClientLastModified(toTime(file.clientModified))
+        .withWritable(file.right >= Right::WRITE)
+        .withWatermark(std::to_string(file.seq));
+}
+
+kvxclient::FolderSummary summarizeFolder(const Context& context, std::int64_t user,
+                                         const Node& folder) {
+    auto summary = kvxclient::FolderSummary(isRoot(folder) ? u"" : toUtf16(folder.name))
+                       .withCreated(toTime(folder.created))
+                       .withLastModified(toTime(folder.modified))
+                       .withClientLastModified(toTime(folder.clientModified))
+                       .withWritable(folder.right >= Right::WRITE)
+                       .withWatermark(std::to_string(folder.seq))
+                       .withAccessType(accessTypeOf(folder.right));
+    describeSharing(context, user, folder, summary);
+    return summary;
+}
+
+kvxclient::FileAttributes attributesOf(const Context& context, std::int64_t user,
+                                       const Node& node) {
+    const bool isFolder = node.kind == Kind::FOLDER;
+    return kvxclient::FileAttributes()
+        .withType(isFolder ? "FOLDER" : "FILE")
+        .withName(isRoot(node) ? u"" : toUtf16(node.name))
+        .withCreated(toTime(node.created))
+        .withLastModified(toTime(node.modified))
+        .withClientLastModified(toTime(node.clientModified))
+        .withSize(static_cast<unsigned long>(node.size))
+        .withWritable(node.right >= Right::WRITE)
+        .withWatermark(std::to_string(node.seq))
+        .withShareable(isFolder && node.right == Right::OWN)
+        .withSharedFolder(isFolder && summarizeFolder(context, user, node).isSharedFolder())
+        .withAccessType(accessTypeOf(node.right));
+}
+
+Listing summarize(const Context& context, std::int64_t user, const std::vector<Node>& nodes,
+                  bool showHidden) {
+    Listing listing;
+    for (const Node& node : nodes) {
+        if (!showHidden && node.name.starts_with('.')) {
+            continue;
+        }
+        if (node.kind == Kind::FOLDER) {
+            listing.folders.push_back(summarizeFolder(context, user, node));
+        } else {
+            listing.files.push_back(summarizeFile(node));
+        }
+    }
+    return listing;
+}
+
+std::vector<kvxclient::FolderSummary> foldersSharedWith(const Context& context, std::int64_t user,
+                                                        bool showHidden) {
+    std::vector<kvxclient::FolderSummary> folders;
+    const auto rows = context.database.query(
+        "select n.id from nodes n where n.kind = 0"
+        " and n.id in (select node from grants where grantee = $1) order by n.name, n.id",
+        {user});
+    while (rows->next()) {
+        const Place place = placeOf(context, user, rows->integer(0));
+        const bool isForeign = !place.chain.empty() && place.bucket.owner != user;
+        if (isForeign && (showHidden || !place.chain.back().name.starts_with('.'))) {
+            folders.push_back(summarizeElsewhere(context, place));
+        }
+    }
+    return folders;
+}
+
+std::vector<kvxclient::FolderSummary> foldersOfferedTo(const Context& context, std::int64_t user) {
+    std::vector<kvxclient::FolderSummary> folders;
+    for (const InvitationRow& row : pendingInvitations(context, user)) {
+        const Place place = placeOf(context, user, row.node);
+        if (!place.chain.empty()) {
+            folders.push_back(
+                summarizeElsewhere(context, place).withInvitation(describe(context, row)));
+        }
+    }
+    return folders;
+}
+
+}  // namespace storage::kvxstore::operations

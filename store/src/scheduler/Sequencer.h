@@ -1,0 +1,52 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "scheduler/JobQueue.h"
+
+namespace storage::kvxstore::scheduler {
+
+/// Keeps jobs of the same sequence in order though readers and the writer run side by side: it
+/// holds a job back while jobs of the other access that came before it have not run. Jobs of the
+/// same access go on together: writes keep their order in the queue, and that of reads is not seen.
+class Sequencer {
+public:
+    /// True when the job may be queued now; else the sequencer holds it. Waits for room, or
+    /// exceeds it, as JobQueue::push() does.
+    bool admit(std::unique_ptr<Job>& job, JobQueue::WhenFull whenFull);
+
+    /// Takes note that a job has run or never will, and returns those that may be queued now.
+    Jobs leave(const Job& job);
+
+    /// Takes out the held jobs that were cancelled, and those that may be queued in their place.
+    struct Cancelled {
+        Jobs cancelled;
+        Jobs admitted;
+    };
+    Cancelled takeCancelled();
+
+    /// Takes out all held jobs; from now on nothing is held.
+    Jobs close();
+
+private:
+    struct Line {
+        database::Access access = database::Access::READ;
+        /// Admitted and not yet gone.
+        std::size_t admitted = 0;
+        std::deque<std::unique_ptr<Job>> held;
+    };
+
+    Jobs admitNext(Line& line);
+
+    std::mutex mutex_;
+    std::condition_variable drained_;
+    std::map<std::string, Line> lines_;
+    std::size_t held_ = 0;
+    bool closed_ = false;
+};
+
+}  // namespace storage::kvxstore::scheduler

@@ -1,0 +1,287 @@
+#include <sys/resource.h>
+
+#include <deque>
+#include <random>
+
+#include "RawDatabase.h"
+#include "StoreFixture.h"
+
+namespace storage::kvxstore {
+namespace {
+
+using namespace std::chrono_literals;
+using enum FileCreateMode;
+using enum FileHandleCloseOperation;
+
+constexpr unsigned long chunk = 256UL << 10U;
+constexpr unsigned long farEnd = std::numeric_limits<unsigned long>::max();
+
+std::string readOnly(const Account& account, const std::u16string& path, int label = -1) {
+    return account.files
+        ->createReadOnlyFileHandle(
+            FileHandleReadOnlyCreateRequest({path, u""}).withVersionLabel(label))
+        .getFileHandleId();
+}
+
+TEST_F(StoreTest, AHandleWritesToACopyAndItsCommitSharesTheRest) {
+    std::mt19937 random(1);
+    const auto below = [&](unsigned long bound) { return random() % bound; };
+    const std::string base(2 * chunk + 70'000, 'b');
+    account.put(u"/f", base);
+    std::string model = base;
+    const OpenFile file(account, u"/f");
+    for (int i = 0; i < 150; ++i) {
+        const unsigned long offset = below(5 * chunk);
+        const std::string bytes(1 + below(i % 10 == 0 ? 2 * chunk : 3000), 'A' + i % 26);
+        file.write(offset, bytes);
+        model.resize(std::max(model.size(), offset + bytes.size()));
+        model.replace(offset, bytes.size(), bytes);
+        const unsigned long start = below(model.size() + chunk);
+        const unsigned long length = below(chunk + 1000);
+        ASSERT_TRUE(file.read(start, length) ==
+                    (start < model.size() ? model.substr(start, length) : ""));
+    }
+    EXPECT_TRUE(account.get(u"/f") == base);
+    file.close(COMMIT_CHANGES, true);
+    EXPECT_EQ(codeOf([&] { file.read(0, 1); }), Code::RESOURCE_NOT_FOUND);
+    EXPECT_TRUE(account.get(u"/f") == model);
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+
+    const OpenFile old(account, u"/f");
+    const std::string pinned = readOnly(account, u"/f", 1);
+    account.put(u"/f", "without either");
+    store->sweep();
+    EXPECT_TRUE(old.read(0, farEnd) == model);
+    const auto first = account.files->readFileContent(
+        FileContentReadRequest({u"", u""}).withFileHandleId(pinned).withLength(farEnd));
+    const auto body = first.getResponseBody();
+    EXPECT_TRUE(std::string(body.begin(), body.end()) == base);
+    EXPECT_EQ(first.getFileSize(), base.size());
+    EXPECT_EQ(first.getContentType(), "text/plain");
+    old.close(ABORT_CHANGES);
+    store->sweep();
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+    EXPECT_EQ(account.get(u"/f"), "without either");
+}
+
+TEST_F(StoreTest, OpensFilesByMode) {
+    struct {
+        FileCreateMode mode;
+        bool exists;
+        bool truncate;
+        std::optional<Code> code;
+        std::string after;  // Once "x" was written at 2 and kept.
+    } const cases[] = {
+        {CREATE, false, false, std::nullopt, std::string("\0\0x", 3)},
+        {CREATE, true, false, Code::CONFLICT, "0123"},
+        {UPDATE, false, true, Code::RESOURCE_NOT_FOUND, ""},
+        {UPDATE, true, false, std::nullopt, "01x3"},
+        {UPDATE, true, true, std::nullopt, std::string("\0\0x", 3)},
+        {CREATE_OR_UPDATE, false, false, std::nullopt, std::string("\0\0x", 3)},
+        {CREATE_OR_UPDATE, true, false, std::nullopt, "01x3"},
+        {FileCreateMode(9), true, false, Code::UNKNOWN, "0123"},
+    };
+    for (const auto& [mode, exists, truncate, code, after] : cases) {
+        if (exists) {
+            account.put(u"/f", "0123");
+        }
+        const auto open = [&] {
+            const OpenFile file(account, u"/f", mode, truncate);
+            EXPECT_EQ(file.opened.getFileCreated(), !exists);
+            EXPECT_EQ(file.opened.getFileSize(), exists && !truncate ? 4U : 0U);
+            file.write(2, "x");
+            EXPECT_EQ(account.list(u"/"), exists ? "f" : "");
+            file.close();
+        };
+        EXPECT_EQ(codeOf(open), code);
+        if (after.empty()) {
+            EXPECT_EQ(account.list(u"/"), "");
+        } else {
+            EXPECT_EQ(account.get(u"/f"), after);
+            account.files->deleteFile(FileDeleteRequest({u"/f", u""}));
+        }
+    }
+    const OpenFile never(account, u"/never", CREATE);
+    never.write(0, "x");
+    never.close(ABORT_CHANGES);
+    EXPECT_EQ(account.list(u"/"), "");
+}
+
+TEST_F(StoreTest, HandlesRefuseWithTheFittingCode) {
+    const Account other(*store, store->createUser({.name = u"other"}));
+    account.put(u"/f", "content");
+    const OpenFile file(account, u"/f");
+    OpenFile reader(account, u"/f");
+    reader.close();
+    reader.id = readOnly(account, u"/f");
+    OpenFile unknown(account, u"/f");
+    unknown.id = "unknown";
+    OpenFile foreign(other, u"/own");
+    foreign.id = file.id;
+    const auto write = [](const OpenFile& to, unsigned long offset, std::string bytes = "x") {
+        return [=, &to] { to.write(offset, bytes); };
+    };
+    struct {
+        std::string what;
+        std::function<void()> action;
+        std::optional<Code> code;
+    } const cases[] = {
+        {"write: read-only", write(reader, 0), Code::CONFLICT},
+        {"write: unknown", write(unknown, 0), Code::RESOURCE_NOT_FOUND},
+        {"write: another user's", write(foreign, 0), Code::RESOURCE_NOT_FOUND},
+        {"read: another user's", [&] { foreign.read(0, 1); }, Code::RESOURCE_NOT_FOUND},
+        {"close: another user's", [&] { foreign.close(); }, Code::RESOURCE_NOT_FOUND},
+        {"close: unknown", [&] { unknown.close(); }, Code::RESOURCE_NOT_FOUND},
+        {"close: what?", [&] { file.close(FileHandleCloseOperation(5)); }, Code::UNKNOWN},
+        {"write: end of numbers", write(file, farEnd), Code::FILE_TOO_LARGE},
+        {"write: signed end", write(file, farEnd / 2), Code::FILE_TOO_LARGE},
+        {"write: beyond the limit", write(file, 1UL << 40U), Code::FILE_TOO_LARGE},
+        {"write: nothing there", write(file, 1UL << 39U, ""), std::nullopt},
+        {"write: no bytes",
+         [&] {
+             account.files->writeFileContent(FileContentWriteRequest({u"", u""})
+                                                 .withFileHandleId(file.id)
+                                                 .withContent(nullptr, 5));
+         },
+         Code::UNKNOWN},
+        {"read: end of numbers", [&] { EXPECT_EQ(file.read(farEnd, farEnd), ""); }, std::nullopt},
+        {"read: beyond the end", [&] { EXPECT_EQ(file.read(5, farEnd), "nt"); }, std::nullopt},
+        {"open: folder", [&] { OpenFile(account, u"/"); }, Code::CONFLICT},
+        {"open: missing parent", [&] { OpenFile(account, u"/none/f"); },
+         Code::PARENT_RESOURCE_NOT_FOUND},
+        {"open: missing version", [&] { readOnly(account, u"/f", 7); }, Code::RESOURCE_NOT_FOUND},
+    };
+    for (const auto& [what, action, code] : cases) {
+        EXPECT_EQ(codeOf(action), code) << what;
+    }
+    file.close();
+    EXPECT_EQ(account.get(u"/f"), "content");
+    EXPECT_EQ(account.put(u"/f", "").getVersionLabel(), 2) << "a commit of no change made one";
+}
+
+TEST_F(StoreTest, CommitsWhereTheFileIsByThen) {
+    account.makeFolder(u"/d");
+    account.put(u"/f", "old");
+    const auto written = [&](const std::u16string& path, FileCreateMode mode) {
+        OpenFile file(account, path, mode);
+        file.write(0, "new");
+        return file;
+    };
+    const OpenFile moved = written(u"/f", UPDATE);
+    const OpenFile later = written(u"/f", UPDATE);
+    account.move(u"/f", u"/d/g");
+    moved.close();
+    EXPECT_EQ(account.get(u"/d/g"), "new");
+    account.files->deleteFile(FileDeleteRequest({u"/d/g", u""}));
+    EXPECT_EQ(codeOf([&] { later.close(); }), Code::RESOURCE_NOT_FOUND);
+    EXPECT_EQ(later.read(0, 3), "new");
+
+    const OpenFile first = written(u"/d/h", CREATE_OR_UPDATE);
+    const OpenFile second = written(u"/d/h", CREATE);
+    const OpenFile third = written(u"/d/h", CREATE_OR_UPDATE);
+    const OpenFile orphan = written(u"/d/i", CREATE);
+    first.close();
+    EXPECT_EQ(codeOf([&] { second.close(); }), Code::CONFLICT);
+    third.close(COMMIT_CHANGES, true);
+    EXPECT_EQ(account.put(u"/d/h", "").getVersionLabel(), 3);
+    account.removeFolder(u"/d", true);
+    EXPECT_EQ(codeOf([&] { orphan.close(); }), Code::PARENT_RESOURCE_NOT_FOUND);
+    EXPECT_EQ(store->statistics().handles, 3U);
+    account.client->logout(LogoutRequest());
+    store->sweep();
+    EXPECT_EQ(store->statistics().handles, 0U);
+    EXPECT_EQ(store->statistics().stored, 0U);
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+}
+
+TEST_F(StoreTest, CallsThroughAHandleRunInTheOrderInWhichTheyWereMade) {
+    const OpenFile file(account, u"/f");
+    std::deque<std::string> contents;
+    std::vector<std::future<FileContentReadResponse>> reads;
+    for (int i = 0; i < 200; ++i) {
+        const std::string& bytes = contents.emplace_back(100, static_cast<char>('A' + i % 50));
+        account.files->writeFileContentAsync(
+            FileContentWriteRequest({u"", u""})
+                .withFileHandleId(file.id)
+                .withContent(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()));
+        for (int n = i % 3; n > 0; --n) {
+            reads.push_back(account.files->readFileContentAsync(
+                FileContentReadRequest({u"", u""}).withFileHandleId(file.id).withLength(farEnd)));
+        }
+    }
+    file.close();
+    std::size_t read = 0;
+    for (int i = 0; i < 200; ++i) {
+        for (int n = i % 3; n > 0; --n) {
+            const auto body = reads.at(read++).get().getResponseBody();
+            ASSERT_EQ(std::string(body.begin(), body.end()), contents[i]) << i;
+        }
+    }
+    EXPECT_EQ(account.get(u"/f"), contents.back());
+}
+
+TEST_F(StoreTest, CountsWhatHandlesHoldAndClosesLostOnes) {
+    const auto onDisk = Store::open(folder.url());
+    const Account user(*onDisk, onDisk->createUser({.name = u"u", .quota = 1000}));
+    const RawDatabase database(folder.file("store.db"));
+    const auto used = [&] {
+        return user.configuration->getStorageUsage(StorageUsageGetRequest()).getStorageUsage();
+    };
+    user.put(u"/f", std::string(500, 'f'));
+    const OpenFile file(user, u"/f", UPDATE, true);
+    file.write(0, std::string(400, 'x'));
+    EXPECT_EQ(used(), 900U);
+    EXPECT_EQ(codeOf([&] { file.write(400, std::string(101, 'x')); }), Code::QUOTA_EXCEEDED);
+    EXPECT_EQ(codeOf([&] { user.put(u"/g", std::string(101, 'x')); }), Code::QUOTA_EXCEEDED);
+    file.close();
+    EXPECT_EQ(used(), 400U);
+
+    const OpenFile holes(user, u"/holes");
+    holes.write(4 * chunk, "x");
+    EXPECT_EQ(codeOf([&] { holes.close(); }), Code::QUOTA_EXCEEDED);
+    EXPECT_EQ(onDisk->verify(), std::vector<std::string>());
+    onDisk->sweep();
+    EXPECT_EQ(onDisk->statistics().handles, 1U) << "a program must not close its own";
+    database.run("update handles set instance = 1; insert into instances values(1, 0)");
+    onDisk->sweep();
+    EXPECT_EQ(codeOf([&] { holes.read(0, 1); }), Code::RESOURCE_NOT_FOUND);
+    EXPECT_EQ(used(), 400U);
+    EXPECT_EQ(onDisk->verify(), std::vector<std::string>());
+}
+
+TEST_F(StoreTest, LargeFilesAreWrittenReadAndCopiedInBoundedMemory) {
+    const auto onDisk = Store::open(folder.url());
+    const Account user(*onDisk, onDisk->createUser({.name = u"u"}));
+    constexpr unsigned long size = 10UL << 30U;
+    constexpr unsigned long step = 512UL << 20U;
+    const auto peak = [] {
+        rusage usage{};
+        ::getrusage(RUSAGE_SELF, &usage);
+        return usage.ru_maxrss;
+    };
+    const long before = peak();
+    const OpenFile file(user, u"/big");
+    const std::string piece(1UL << 20U, 'p');
+    for (unsigned long offset = step; offset <= size; offset += step) {
+        file.write(offset - piece.size() / 2, piece);
+    }
+    file.close();
+    const auto start = std::chrono::steady_clock::now();
+    user.copy(u"/big", u"/copy");
+    const auto copying = std::chrono::steady_clock::now() - start;
+    const OpenFile copy(user, u"/copy");
+    EXPECT_EQ(copy.opened.getFileSize(), size + piece.size() / 2);
+    EXPECT_TRUE(copy.read(step - piece.size(), piece.size()) ==
+                std::string(piece.size() / 2, '\0') + piece.substr(piece.size() / 2));
+    copy.write(size, "changed");
+    copy.close();
+    EXPECT_EQ(OpenFile(user, u"/big").read(size, 7), "ppppppp");
+    EXPECT_EQ(OpenFile(user, u"/copy").read(size, 7), "changed");
+    EXPECT_LT(peak() - before, 64L << 10U) << "KiB";
+    EXPECT_LT(copying, 1s);
+    RecordProperty("copying_us", static_cast<int>(copying / 1us));
+    EXPECT_EQ(onDisk->verify(), std::vector<std::string>());
+}
+
+}  // namespace
+}  // namespace storage::kvxstore
