@@ -29,9 +29,12 @@ void printGoal(const Row& row, const Goal& goal, double reached, bool met) {
     const std::string peer = goal.peer.empty() ? "the best rival" : goal.peer;
     char wanted[32];
     std::snprintf(wanted, sizeof wanted, "%g", goal.factor);
-    const std::string text = goal.kind == Goal::TIMES_AS_FAST
-                                 ? std::string(wanted) + " times as fast as " + peer
-                                 : "at most " + std::string(wanted) + " times the time of " + peer;
+    std::string text = "at least as fast as " + peer;
+    if (goal.kind == Goal::TIMES_THE_TIME) {
+        text = "at most " + std::string(wanted) + " times the time of " + peer;
+    } else if (goal.factor != 1) {
+        text = std::string(wanted) + " times as fast as " + peer;
+    }
     std::printf("goal\t%s\t%s\t%s\t%.2f times\t%s\n", row.section.c_str(), row.name.c_str(),
                 text.c_str(), reached, met ? "met" : "missed");
 }

@@ -5,14 +5,11 @@
 #include <unicode/ustring.h>
 #include <utf8.h>
 
-#include <QByteArray>
 #include <QUrl>
 #include <cctype>
 #include <iomanip>
 #include <iterator>
 #include <sstream>
-
-#include "Harness.h"
 
 namespace bench::peers {
 
@@ -32,29 +29,30 @@ std::string utfcppUtf8(std::u16string_view text) {
     return result;
 }
 
-void curlEscape(std::u16string_view text) {
+std::string curlEscape(std::u16string_view text) {
     static CURL* const curl = curl_easy_init();
     const std::string utf8 = icuUtf8(text);
     char* const escaped = curl_easy_escape(curl, utf8.data(), static_cast<int>(utf8.size()));
-    keep(escaped);
+    std::string result(escaped);
     curl_free(escaped);
+    return result;
 }
 
-void glibEscape(std::u16string_view text) {
+std::string glibEscape(std::u16string_view text) {
     const std::string utf8 = icuUtf8(text);
     char* const escaped = g_uri_escape_string(utf8.c_str(), "/", FALSE);
-    keep(escaped);
+    std::string result(escaped);
     g_free(escaped);
+    return result;
 }
 
-void qtEscape(std::u16string_view text) {
+std::string qtEscape(std::u16string_view text) {
     const QString string(reinterpret_cast<const QChar*>(text.data()),
                          static_cast<int>(text.size()));
-    const QByteArray escaped = QUrl::toPercentEncoding(string, "/");
-    keep(escaped);
+    return QUrl::toPercentEncoding(string, "/").toStdString();
 }
 
-void icuStreamEscape(std::u16string_view text) {
+std::string icuStreamEscape(std::u16string_view text) {
     std::ostringstream stream;
     stream << std::hex << std::uppercase << std::setfill('0');
     for (const char byte : icuUtf8(text)) {
@@ -65,8 +63,7 @@ void icuStreamEscape(std::u16string_view text) {
             stream << '%' << std::setw(2) << static_cast<int>(value);
         }
     }
-    const std::string escaped = std::move(stream).str();
-    keep(escaped);
+    return std::move(stream).str();
 }
 
 }  // namespace bench::peers
