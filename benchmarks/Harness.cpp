@@ -81,6 +81,11 @@ Contestant repeated(std::string name, std::function<void(int)> work, double mill
     return {std::move(name), std::move(measure)};
 }
 
+Contestant asMark(Contestant contestant) {
+    contestant.isMark = true;
+    return contestant;
+}
+
 bool run(const Row& row, int rounds) {
     std::vector<std::vector<double>> times(row.contestants.size());
     for (const Contestant& contestant : row.contestants) {

@@ -15,6 +15,9 @@ struct Contestant {
     bool isMark = false;
 };
 
+/// Makes a mark of a contestant.
+Contestant asMark(Contestant contestant);
+
 /// What the first contestant is to reach against another.
 struct Goal {
     enum Kind { TIMES_AS_FAST, TIMES_THE_TIME };

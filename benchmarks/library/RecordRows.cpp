@@ -58,6 +58,9 @@ std::vector<FileSummary> summaries(unsigned long size, const std::u16string& suf
     return result;
 }
 
+// Several calls a round: the first one finds the caches full of another contestant's records.
+double longRoundTime() { return 10 * roundTime; }
+
 template <class Summary>
 Contestant comparing(const std::string& name, const std::vector<FileSummary>& left,
                      const std::vector<FileSummary>& right) {
@@ -75,7 +78,7 @@ Contestant comparing(const std::string& name, const std::vector<FileSummary>& le
             }
             keep(equal);
         },
-        roundTime, summaryCount);
+        longRoundTime(), summaryCount);
 }
 
 Row equalityRow(const std::string& name, const std::vector<FileSummary>& right,

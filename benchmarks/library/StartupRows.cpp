@@ -31,8 +31,8 @@ std::vector<Row> startupRows() {
              "a program from start to end",
              "start",
              {starting("linked with kvxclient", STARTUP_WITH),
-              starting("linked with Boost.Thread alone", STARTUP_BOOST),
-              starting("linked with the standard library alone", STARTUP_WITHOUT)}}};
+              asMark(starting("linked with Boost.Thread alone", STARTUP_BOOST)),
+              asMark(starting("linked with the standard library alone", STARTUP_WITHOUT))}}};
 }
 
 }  // namespace bench

@@ -93,8 +93,8 @@ void writeSection(std::ostream& out, const Section& section) {
     }
     for (const TimedRow& row : section.rows) {
         for (const Time& time : row.times) {
-            out << "| " << (time.kind == "ours" ? row.name + ", a " + row.unit : "") << " | "
-                << time.contestant << " | " << timeText(time.nanoseconds) << " | "
+            out << "| " << (time.kind == "ours" ? row.name + " (per " + row.unit + ")" : "")
+                << " | " << time.contestant << " | " << timeText(time.nanoseconds) << " | "
                 << ratioText(time.ratio) << " |\n";
         }
     }
