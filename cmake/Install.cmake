@@ -1,14 +1,15 @@
-# What is installed, by component: client, client-dev, store, tool.
+# What is installed, by component: client, client-dev, store, tool, conformance.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kvxclient)
 
-# Installs a shared library, and what is needed to build with it: headers, CMake targets and a
+# Installs a library, and what is needed to build with it: headers, CMake targets and a
 # pkg-config file.
 function(kvx_install_library target component dev_component header_dir description requires libs)
     install(TARGETS ${target} EXPORT ${target}Targets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-        COMPONENT ${component} NAMELINK_COMPONENT ${dev_component})
+        COMPONENT ${component} NAMELINK_COMPONENT ${dev_component}
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${dev_component})
     install(DIRECTORY ${header_dir}/
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT ${dev_component})
     install(EXPORT ${target}Targets NAMESPACE kvxclient::
@@ -26,6 +27,11 @@ kvx_install_library(kvxclient client client-dev ${PROJECT_SOURCE_DIR}/include
 if(KVXCLIENT_BUILD_STORE)
     kvx_install_library(kvxstore store store ${PROJECT_SOURCE_DIR}/store/include
         "Embedded store that serves kvxclient in-process" "kvxclient" "")
+endif()
+if(KVXCLIENT_BUILD_CONFORMANCE)
+    kvx_install_library(kvxconformance conformance conformance
+        ${PROJECT_SOURCE_DIR}/conformance/include
+        "Test suite that holds a transport to the contract of kvxclient" "kvxclient gtest" "")
 endif()
 if(KVXCLIENT_BUILD_TOOL)
     install(TARGETS kvx RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)

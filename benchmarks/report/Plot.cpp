@@ -60,7 +60,7 @@ void drawText(std::ostream& out, double x, double y, const char* style, const st
 
 std::string timesText(double ratio) {
     std::ostringstream text;
-    text << std::setprecision(ratio < 1 ? 2 : 3) << ratio << "×";
+    text << std::setprecision(ratio < 1 ? 2 : ratio < 1000 ? 3 : 5) << ratio << "×";
     return text.str();
 }
 
@@ -97,7 +97,7 @@ void plot(std::ostream& out, const Section& section) {
     int y = 16;
     const std::string ours = section.rows.front().times.front().contestant;
     drawText(out, 8, y, "font-weight=\"bold\"",
-             section.name + ": times the time of " + ours + " (the red line)");
+             section.name + ": time as a multiple of that of " + ours + ", the red line");
     y += 2;
     for (const TimedRow& row : section.rows) {
         y += titleHeight;

@@ -1,5 +1,3 @@
-#include <sys/resource.h>
-
 #include <deque>
 #include <random>
 
@@ -9,7 +7,6 @@
 namespace storage::kvxstore {
 namespace {
 
-using namespace std::chrono_literals;
 using enum FileCreateMode;
 using enum FileHandleCloseOperation;
 
@@ -81,23 +78,23 @@ TEST_F(StoreTest, OpensFilesByMode) {
         {CREATE_OR_UPDATE, true, false, std::nullopt, "01x3"},
         {FileCreateMode(9), true, false, Code::UNKNOWN, "0123"},
     };
-    for (const auto& [mode, exists, truncate, code, after] : cases) {
-        if (exists) {
+    for (const auto& each : cases) {
+        if (each.exists) {
             account.put(u"/f", "0123");
         }
         const auto open = [&] {
-            const OpenFile file(account, u"/f", mode, truncate);
-            EXPECT_EQ(file.opened.getFileCreated(), !exists);
-            EXPECT_EQ(file.opened.getFileSize(), exists && !truncate ? 4U : 0U);
+            const OpenFile file(account, u"/f", each.mode, each.truncate);
+            EXPECT_EQ(file.opened.getFileCreated(), !each.exists);
+            EXPECT_EQ(file.opened.getFileSize(), each.exists && !each.truncate ? 4U : 0U);
             file.write(2, "x");
-            EXPECT_EQ(account.list(u"/"), exists ? "f" : "");
+            EXPECT_EQ(account.list(u"/"), each.exists ? "f" : "");
             file.close();
         };
-        EXPECT_EQ(codeOf(open), code);
-        if (after.empty()) {
+        EXPECT_EQ(codeOf(open), each.code);
+        if (each.after.empty()) {
             EXPECT_EQ(account.list(u"/"), "");
         } else {
-            EXPECT_EQ(account.get(u"/f"), after);
+            EXPECT_EQ(account.get(u"/f"), each.after);
             account.files->deleteFile(FileDeleteRequest({u"/f", u""}));
         }
     }
@@ -246,40 +243,6 @@ TEST_F(StoreTest, CountsWhatHandlesHoldAndClosesLostOnes) {
     onDisk->sweep();
     EXPECT_EQ(codeOf([&] { holes.read(0, 1); }), Code::RESOURCE_NOT_FOUND);
     EXPECT_EQ(used(), 400U);
-    EXPECT_EQ(onDisk->verify(), std::vector<std::string>());
-}
-
-TEST_F(StoreTest, LargeFilesAreWrittenReadAndCopiedInBoundedMemory) {
-    const auto onDisk = Store::open(folder.url());
-    const Account user(*onDisk, onDisk->createUser({.name = u"u"}));
-    constexpr unsigned long size = 10UL << 30U;
-    constexpr unsigned long step = 512UL << 20U;
-    const auto peak = [] {
-        rusage usage{};
-        ::getrusage(RUSAGE_SELF, &usage);
-        return usage.ru_maxrss;
-    };
-    const long before = peak();
-    const OpenFile file(user, u"/big");
-    const std::string piece(1UL << 20U, 'p');
-    for (unsigned long offset = step; offset <= size; offset += step) {
-        file.write(offset - piece.size() / 2, piece);
-    }
-    file.close();
-    const auto start = std::chrono::steady_clock::now();
-    user.copy(u"/big", u"/copy");
-    const auto copying = std::chrono::steady_clock::now() - start;
-    const OpenFile copy(user, u"/copy");
-    EXPECT_EQ(copy.opened.getFileSize(), size + piece.size() / 2);
-    EXPECT_TRUE(copy.read(step - piece.size(), piece.size()) ==
-                std::string(piece.size() / 2, '\0') + piece.substr(piece.size() / 2));
-    copy.write(size, "changed");
-    copy.close();
-    EXPECT_EQ(OpenFile(user, u"/big").read(size, 7), "ppppppp");
-    EXPECT_EQ(OpenFile(user, u"/copy").read(size, 7), "changed");
-    EXPECT_LT(peak() - before, 64L << 10U) << "KiB";
-    EXPECT_LT(copying, 1s);
-    RecordProperty("copying_us", static_cast<int>(copying / 1us));
     EXPECT_EQ(onDisk->verify(), std::vector<std::string>());
 }
 

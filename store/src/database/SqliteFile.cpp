@@ -10,6 +10,8 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string_view>
 
 #include "database/Schema.h"
@@ -96,6 +98,14 @@ bool hasStoreHead(const std::string& path) {
            std::equal(id.begin(), id.end(), head.begin() + 68);
 }
 
+/// Whether a journal waits to undo a transaction that was cut short, as that of making the store.
+bool awaitsRollback(const std::string& path) {
+    constexpr std::string_view magic = "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7";
+    std::string head(magic.size(), '\0');
+    std::ifstream(path + "-journal", std::ios::binary).read(head.data(), std::ssize(head));
+    return head == magic;
+}
+
 /// Refuses a file that is no store before anything may change it. Returns whether the file is
 /// empty, as one that is just being made.
 bool examineFile(const std::string& path) {
@@ -107,19 +117,21 @@ bool examineFile(const std::string& path) {
     if (isFile && status.st_size == 0) {
         return true;
     }
-    if (!isFile || !hasStoreHead(path)) {
+    if (!isFile || (!hasStoreHead(path) && !awaitsRollback(path))) {
         throw StoreError("not a store file: " + path);
     }
     return false;
 }
 
 /// Makes the tables unless another program did so meanwhile.
-void makeTables(Connection& connection) {
+void makeTables(Connection& connection, const std::string& path) {
     connection.execute("pragma page_size = 16384");
     Transaction transaction(connection, Access::WRITE);
     if (connection.number("select count(*) from sqlite_schema") == 0) {
         connection.execute("pragma application_id = " + std::to_string(applicationId));
         createSchema(connection);
+    } else if (connection.number("pragma application_id") != applicationId) {
+        throw StoreError("not a store file: " + path);
     }
     transaction.commit();
 }
@@ -167,7 +179,7 @@ Connector openSqlite(const std::string& url, CreateMode mode) {
         // Held by the connector, since a database in memory ends with its last connection.
         auto first = std::make_shared<SqliteConnection>(location);
         retryWhileBusy([&] {
-            makeTables(*first);
+            makeTables(*first, path);
             checkVersion(*first, url);
             first->execute("pragma journal_mode = wal");
         });

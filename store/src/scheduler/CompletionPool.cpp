@@ -46,7 +46,9 @@ struct CompletionPool::State {
             if (delayed.empty()) {
                 changed.wait(lock);
             } else {
-                changed.wait_until(lock, delayed.begin()->first);
+                // A copy, since another thread may take it out meanwhile.
+                const auto due = delayed.begin()->first;
+                changed.wait_until(lock, due);
             }
         }
     }

@@ -17,6 +17,10 @@ struct Operation {
     Response (*run)(const operations::Context&, const Request&);
     database::Access access;
 };
+// Clang 14 does not deduce the arguments of aggregates by itself.
+template <class Request, class Response>
+Operation(std::string_view, Response (*)(const operations::Context&, const Request&),
+          database::Access) -> Operation<Request, Response>;
 
 // Bytes of content that a request carries, or keeps alive at its caller's.
 
