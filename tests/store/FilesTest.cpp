@@ -84,96 +84,6 @@ TEST_F(StoreTest, RefusesWithTheFittingCode) {
     EXPECT_EQ(store->verify(), std::vector<std::string>());
 }
 
-TEST_F(StoreTest, KeepsContentsOfEverySizeExactly) {
-    constexpr std::size_t chunk = 256UL << 10U;
-    for (const std::size_t size : {0UL, 1UL, chunk - 1, chunk, chunk + 1, 3 * chunk + 7}) {
-        std::string content(size, '\0');
-        for (std::size_t i = 0; i < size; ++i) {
-            content[i] = static_cast<char>(i * 31 + i / 251);
-        }
-        account.put(u"/f", content);
-        EXPECT_TRUE(account.get(u"/f") == content) << size;
-        EXPECT_EQ(account.stat(u"/f").getSize(), size);
-    }
-}
-
-TEST_F(StoreTest, ListsByNameHidesDotsAndKeepsEveryUnit) {
-    for (const char16_t* name : {u"/b", u"/a", u"/.hidden", u"/\u00e9", u"/\U0001F600", u"/A b"}) {
-        account.put(name, "");
-    }
-    account.makeFolder(u"/z");
-    account.makeFolder(u"/.git");
-    EXPECT_EQ(account.list(u"/"), "z/ A b a b \u00e9 \U0001F600");
-    EXPECT_EQ(account.list(u"/", true), ".git/ z/ .hidden A b a b \u00e9 \U0001F600");
-
-    account.makeFolder(u"/z/deep");
-    account.put(u"/z/deep/.f", "1234");
-    const auto tree =
-        account.files->listMultiFolder(MultiFolderListRequest({u"/", u"main"})).getFolders();
-    std::string found;
-    for (const ResourceAndFolderList& entry : tree) {
-        found += entry.getParentResource().getAsciiPercentEncodedPath() + ':' +
-                 std::to_string(entry.getFolders().size()) + ',' +
-                 std::to_string(entry.getFiles().size()) + ' ';
-    }
-    EXPECT_EQ(found, "/:2,6 /.git:0,0 /z:1,0 /z/deep:0,1 ");
-}
-
-TEST_F(StoreTest, CountsVersionsAndKeepsTheOnesAskedFor) {
-    EXPECT_EQ(account.put(u"/f", "one").getVersionLabel(), 1);
-    const std::string second = account.put(u"/f", "two", true).getVersionId();
-    EXPECT_EQ(account.put(u"/f", "three").getVersionLabel(), 3);
-    account.put(u"/other", "other");
-    const auto read = [&](const std::string& id, int label) {
-        const auto body =
-            account.files
-                ->readFile(FileReadRequest({u"/f", u""}).withVersionId(id).withVersionLabel(label))
-                .getResponseBody();
-        return std::string(body.begin(), body.end());
-    };
-    EXPECT_EQ(read("", -1), "three");
-    EXPECT_EQ(read("", 1), "one");
-    // The third write did not ask to keep the second version.
-    EXPECT_EQ(codeOf([&] { read(second, -1); }), Code::RESOURCE_NOT_FOUND);
-    const std::string first = second.substr(0, second.size() - 1) + '1';
-    EXPECT_EQ(read(first, -1), "one");
-    EXPECT_EQ(read(first, 1), "one");
-    for (const auto& bad : std::initializer_list<std::pair<std::string, int>>{
-             {"", 0}, {"", 4}, {first, 3}, {first + "x", -1}, {"nonsense", -1}, {"9-1", -1}}) {
-        EXPECT_EQ(codeOf([&] { read(bad.first, bad.second); }), Code::RESOURCE_NOT_FOUND)
-            << bad.first << ' ' << bad.second;
-    }
-}
-
-TEST_F(StoreTest, MovesAndCopiesTrees) {
-    account.makeFolder(u"/src");
-    account.makeFolder(u"/src/sub");
-    account.put(u"/src/sub/f", "old", true);
-    account.put(u"/src/sub/f", "new", true);
-    account.makeFolder(u"/dst");
-    account.put(u"/dst/gone", "gone");
-    const FileAttributes before = account.stat(u"/src/sub/f");
-
-    account.copy(u"/src", u"/dst", true);
-    EXPECT_EQ(account.list(u"/dst"), "sub/");
-    EXPECT_EQ(account.get(u"/dst/sub/f"), "new");
-    account.put(u"/dst/sub/f", "changed");
-    EXPECT_EQ(account.get(u"/src/sub/f"), "new");
-
-    account.move(u"/src", u"/dst/moved");
-    EXPECT_EQ(account.list(u"/"), "dst/");
-    EXPECT_EQ(account.stat(u"/dst/moved/sub/f"), before);
-
-    store->createBucket(u"second", u"main");
-    account.files->move(MoveOrCopyRequest({u"/dst", u""}, {u"/d", u"second"}));
-    EXPECT_EQ(account.get(u"/d/moved/sub/f", u"second"), "new");
-    store->sweep();
-    const auto buckets = store->listBuckets();
-    EXPECT_EQ(buckets.at(0).used, 0U);
-    EXPECT_EQ(buckets.at(1).used, std::string("changedoldnew").size());
-    EXPECT_EQ(store->verify(), std::vector<std::string>());
-}
-
 TEST_F(StoreTest, TellsWhatWasDeletedAndLosesIt) {
     account.makeFolder(u"/a");
     account.makeFolder(u"/a/b");
@@ -233,22 +143,6 @@ TEST_F(StoreTest, DownloadsTheContentThatTheLocationWasMadeFor) {
     EXPECT_EQ(timed->verify(), std::vector<std::string>());
 }
 
-TEST_F(StoreTest, KeepsMetadataUntilTheContentChanges) {
-    const auto time = std::chrono::system_clock::time_point(123456789ns);
-    account.put(u"/f", "1");
-    const std::string watermark = account.stat(u"/f").getWatermark();
-    account.files->setMetadata(SetMetadataRequest({u"/f", u""}).withClientLastModified(time));
-    EXPECT_EQ(account.stat(u"/f").getClientLastModified(), time);
-    EXPECT_NE(account.stat(u"/f").getWatermark(), watermark);
-    EXPECT_EQ(account.files->listFolder(FolderListRequest({u"/", u""}))
-                  .getFiles()
-                  .at(0)
-                  .getClientLastModified(),
-              time);
-    account.put(u"/f", "2");
-    EXPECT_EQ(account.stat(u"/f").getClientLastModified(), std::chrono::system_clock::time_point());
-}
-
 TEST_F(StoreTest, ChecksSessions) {
     auto now = std::chrono::system_clock::now();
     const auto timed =
@@ -299,18 +193,6 @@ TEST_F(StoreTest, EnforcesQuotaAndSizeLimit) {
     EXPECT_EQ(limited->listUsers().at(0).used, 60U);
 }
 
-TEST_F(StoreTest, HidesOtherUsersBuckets) {
-    account.put(u"/secret", "x");
-    const Account other(*store, store->createUser({.name = u"other"}));
-    EXPECT_EQ(codeOf([&] { other.get(u"/secret", u"main"); }), Code::RESOURCE_NOT_FOUND);
-    EXPECT_EQ(codeOf([&] { other.put(u"/x", "x", false, u"main"); }), Code::RESOURCE_NOT_FOUND);
-    EXPECT_EQ(codeOf([&] {
-                  other.files->copy(MoveOrCopyRequest({u"/secret", u"main"}, {u"/x", u""}));
-              }),
-              Code::RESOURCE_NOT_FOUND);
-    EXPECT_EQ(other.list(u"/"), "");
-}
-
 TEST_F(StoreTest, RefusesAdministrationInPlainWords) {
     const auto message = [](const std::function<void()>& action) -> std::string {
         try {
@@ -331,25 +213,6 @@ TEST_F(StoreTest, RefusesAdministrationInPlainWords) {
     EXPECT_EQ(message([&] { store->removeUser(u"nobody"); }), "there is no user \"nobody\"");
     EXPECT_EQ(store->listUsers().size(), 1U);
     EXPECT_EQ(store->listBuckets().size(), 1U);
-}
-
-TEST_F(StoreTest, DeepAndWideTreesWork) {
-    std::u16string path;
-    for (int level = 0; level < 100; ++level) {
-        path += u"/level";
-        account.makeFolder(path);
-    }
-    account.put(path + u"/f", "deep");
-    account.move(u"/level", u"/top");
-    EXPECT_EQ(account.get(u"/top" + path.substr(6) + u"/f"), "deep");
-    account.copy(u"/top", u"/copy");
-    EXPECT_EQ(
-        account.files->listMultiFolder(MultiFolderListRequest({u"/", u""})).getFolders().size(),
-        201U);
-    account.removeFolder(u"/top", true);
-    store->sweep();
-    EXPECT_EQ(account.get(u"/copy" + path.substr(6) + u"/f"), "deep");
-    EXPECT_EQ(store->verify(), std::vector<std::string>());
 }
 
 }  // namespace

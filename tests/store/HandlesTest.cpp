@@ -61,49 +61,6 @@ TEST_F(StoreTest, AHandleWritesToACopyAndItsCommitSharesTheRest) {
     EXPECT_EQ(account.get(u"/f"), "without either");
 }
 
-TEST_F(StoreTest, OpensFilesByMode) {
-    struct {
-        FileCreateMode mode;
-        bool exists;
-        bool truncate;
-        std::optional<Code> code;
-        std::string after;  // Once "x" was written at 2 and kept.
-    } const cases[] = {
-        {CREATE, false, false, std::nullopt, std::string("\0\0x", 3)},
-        {CREATE, true, false, Code::CONFLICT, "0123"},
-        {UPDATE, false, true, Code::RESOURCE_NOT_FOUND, ""},
-        {UPDATE, true, false, std::nullopt, "01x3"},
-        {UPDATE, true, true, std::nullopt, std::string("\0\0x", 3)},
-        {CREATE_OR_UPDATE, false, false, std::nullopt, std::string("\0\0x", 3)},
-        {CREATE_OR_UPDATE, true, false, std::nullopt, "01x3"},
-        {FileCreateMode(9), true, false, Code::UNKNOWN, "0123"},
-    };
-    for (const auto& each : cases) {
-        if (each.exists) {
-            account.put(u"/f", "0123");
-        }
-        const auto open = [&] {
-            const OpenFile file(account, u"/f", each.mode, each.truncate);
-            EXPECT_EQ(file.opened.getFileCreated(), !each.exists);
-            EXPECT_EQ(file.opened.getFileSize(), each.exists && !each.truncate ? 4U : 0U);
-            file.write(2, "x");
-            EXPECT_EQ(account.list(u"/"), each.exists ? "f" : "");
-            file.close();
-        };
-        EXPECT_EQ(codeOf(open), each.code);
-        if (each.after.empty()) {
-            EXPECT_EQ(account.list(u"/"), "");
-        } else {
-            EXPECT_EQ(account.get(u"/f"), each.after);
-            account.files->deleteFile(FileDeleteRequest({u"/f", u""}));
-        }
-    }
-    const OpenFile never(account, u"/never", CREATE);
-    never.write(0, "x");
-    never.close(ABORT_CHANGES);
-    EXPECT_EQ(account.list(u"/"), "");
-}
-
 TEST_F(StoreTest, HandlesRefuseWithTheFittingCode) {
     const Account other(*store, store->createUser({.name = u"other"}));
     account.put(u"/f", "content");

@@ -178,7 +178,10 @@ public:
     /// Closes a handle and keeps or discards what was written through it.
     ///
     /// Errors:
-    /// - RESOURCE_NOT_FOUND: the handle does not exist for the caller.
+    /// - RESOURCE_NOT_FOUND: the handle does not exist for the caller, or the file is gone.
+    /// - PARENT_RESOURCE_NOT_FOUND: the folder to hold the file is gone.
+    /// - CONFLICT: the file had to be new and no longer is.
+    /// - UNAUTHORIZED: the caller may no longer change the file.
     /// - QUOTA_EXCEEDED: the storage quota would be exceeded.
     virtual void closeFileHandle(FileHandleCloseRequest request,
                                  CompletionHandler<FileHandleCloseResponse> handler) const = 0;

@@ -1,0 +1,101 @@
+#include <mutex>
+#include <shared_mutex>
+#include <thread>
+
+#include "library/Rows.h"
+#include "support/ScriptedServices.h"
+
+namespace bench {
+
+namespace {
+
+using namespace storage::kvxclient;
+
+const ScriptedClient& client() {
+    static ScriptedClient client("endpoint");
+    static const bool once = (client.withSessionId("0123456789abcdef0123456789abcdef"), true);
+    keep(once);
+    return client;
+}
+
+LogoutResponse futureForm() { return client().logoutAsync(LogoutRequest()).get(); }
+
+// The least that a call with a future can do.
+void bareRoundTrip() {
+    std::promise<LogoutResponse> promise;
+    std::future<LogoutResponse> future = promise.get_future();
+    promise.set_value(LogoutResponse());
+    keep(future.get());
+}
+
+// The session id behind the standard's lock instead of Boost's.
+class StandardLock {
+public:
+    std::string getSessionId() const {
+        const std::shared_lock lock(lock_);
+        return sessionId_;
+    }
+
+private:
+    std::string sessionId_ = client().getSessionId();
+    mutable std::shared_mutex lock_;
+};
+
+// Each of two threads does the work at the same time.
+template <class Work>
+Contestant onTwoThreads(const std::string& name, Work work) {
+    return repeated(
+        name,
+        [work](int calls) {
+            const auto loop = [&] {
+                for (int i = 0; i < calls; ++i) {
+                    work();
+                }
+            };
+            std::thread other(loop);
+            loop();
+            other.join();
+        },
+        roundTime);
+}
+
+}  // namespace
+
+std::vector<Row> callRows() {
+    static const StandardLock standard;
+    const auto boostRead = [] { keep(client().getSessionId()); };
+    const auto standardRead = [] { keep(standard.getSessionId()); };
+    return {
+        {"Calls",
+         "future form, completed inline",
+         "call",
+         {timed(
+              "kvxclient", [] { keep(futureForm()); }, roundTime),
+          asMark(timed("a bare std::promise", bareRoundTrip, roundTime))},
+         {{Goal::TIMES_THE_TIME, 1.25, "a bare std::promise"}}},
+        {"Calls",
+         "blocking form, completed inline",
+         "call",
+         {timed(
+              "kvxclient",
+              [] {
+                  const KVXClient& plain = client();
+                  keep(plain.logout(LogoutRequest()));
+              },
+              roundTime),
+          asMark(timed(
+              "future form and get", [] { keep(futureForm()); }, roundTime))},
+         {{Goal::TIMES_THE_TIME, 1.05, "future form and get"}}},
+        {"Calls",
+         "reading the session id, one thread",
+         "read",
+         {timed("kvxclient", boostRead, roundTime),
+          timed("std::shared_mutex", standardRead, roundTime)}},
+        {"Calls",
+         "reading the session id, two threads",
+         "read",
+         {onTwoThreads("kvxclient", boostRead), onTwoThreads("std::shared_mutex", standardRead)}},
+    };
+}
+
+}  // namespace bench

@@ -1,0 +1,3 @@
+#include <storage/kvxclient/Resource.h>
+
+int main() { return storage::kvxclient::Resource(u"/", u"").getAsciiPercentEncodedPath() != "/"; }
