@@ -101,10 +101,14 @@ const Clauses callClauses{
      }},
     {"calls.wait.returnsAfterAll",
      [](Scene& s) {
-         const auto calls = startFolders(s.owner, s.folder, 100);
-         s.owner.client().waitForPendingCalls();
-         for (const auto& call : calls) {
-             EXPECT_EQ(call->completions(), 1);
+         for (int attempt = 0; attempt < 5; ++attempt) {
+             const Resource folder = s.at(numbered(u'e', attempt));
+             s.owner.makeFolder(folder);
+             const auto calls = startFolders(s.owner, folder, 100);
+             s.owner.client().waitForPendingCalls();
+             for (const auto& call : calls) {
+                 EXPECT_EQ(call->completions(), 1);
+             }
          }
          s.owner.client().waitForPendingCalls();
      }},
@@ -119,18 +123,19 @@ const Clauses callClauses{
      }},
     {"calls.cancel.endsWhatIsOutstanding",
      [](Scene& s) {
-         // The calls may all complete just before they are cancelled, but not each time.
-         bool outstanding = true;
+         // The calls may all complete just before they are cancelled, but not time after time;
+         // where each completes before it returns, there is nothing to cancel.
          int cancelled = 0;
-         for (int attempt = 0; attempt < 20 && outstanding && cancelled == 0; ++attempt) {
+         int outstanding = 0;
+         for (int attempt = 0; attempt < 10 && cancelled == 0; ++attempt) {
              const Resource folder = s.at(numbered(u'e', attempt));
              s.owner.makeFolder(folder);
              const auto calls = startFolders(s.owner, folder, 300);
-             outstanding = calls.back()->completions() == 0;
+             outstanding += calls.back()->completions() == 0 ? 1 : 0;
              s.owner.client().cancelPendingCalls();
              cancelled = countCancelled(calls);
          }
-         EXPECT_TRUE(cancelled > 0 || !outstanding);
+         EXPECT_TRUE(cancelled > 0 || outstanding < 3);
      },
      {Capability::CANCELLATION}},
     {"calls.cancel.leavesOtherClientsAlone",

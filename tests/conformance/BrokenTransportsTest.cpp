@@ -52,7 +52,7 @@ TEST(BrokenTransports, AreCaughtByTheClauseMeantForThem) {
         {"copies by moving", "copy.file.leavesTheSource"},
         {"ignores ranges", "handles.read.ranges"},
         {"writes at the start", "handles.write.ranges"},
-        {"completes before it has read the bytes", "handles.write.bytesMayGoOnCompletion"},
+        {"completes before it has read the bytes", "handles.write.bytesMayChangeOnCompletion"},
         {"opens in any mode", "handles.open.createOverAFile"},
         {"commits what is aborted", "handles.abort.discards"},
         {"ignores createNewVersion", "versions.write.keepsTheOldOnlyWhenAsked"},
