@@ -41,6 +41,7 @@ struct PlainBytes {
         *out = static_cast<char>(byte);
         return out + 1;
     }
+    static char* writeHigh(char* out, unsigned byte) { return write(out, byte); }
 };
 
 struct EscapedBytes {
@@ -52,10 +53,15 @@ struct EscapedBytes {
     static char* write(char* out, const AsciiBlock& block) {
         return writeEscaped(block, escapeBits(block), out);
     }
-    // Always writes three characters: cheaper than asking how many are needed.
+    // Always copies the whole entry: cheaper than asking how much of it is needed.
     static char* write(char* out, unsigned byte) {
-        std::memcpy(out, escapes[byte].text, 3);
+        std::memcpy(out, &escapes[byte], sizeof(Escape));
         return out + escapes[byte].size;
+    }
+    // For bytes of 0x80 and above, whose size need not be looked up.
+    static char* writeHigh(char* out, unsigned byte) {
+        std::memcpy(out, &escapes[byte], sizeof(Escape));
+        return out + 3;
     }
 };
 
@@ -79,17 +85,17 @@ char* writeCodePoint(char* out, char32_t point) {
         return Bytes::write(out, point);
     }
     if (point < 0x800) {
-        out = Bytes::write(out, 0xC0 | (point >> 6));
-        return Bytes::write(out, 0x80 | (point & 0x3F));
+        out = Bytes::writeHigh(out, 0xC0 | (point >> 6));
+        return Bytes::writeHigh(out, 0x80 | (point & 0x3F));
     }
     if (point < 0x10000) {
-        out = Bytes::write(out, 0xE0 | (point >> 12));
+        out = Bytes::writeHigh(out, 0xE0 | (point >> 12));
     } else {
-        out = Bytes::write(out, 0xF0 | (point >> 18));
-        out = Bytes::write(out, 0x80 | ((point >> 12) & 0x3F));
+        out = Bytes::writeHigh(out, 0xF0 | (point >> 18));
+        out = Bytes::writeHigh(out, 0x80 | ((point >> 12) & 0x3F));
     }
-    out = Bytes::write(out, 0x80 | ((point >> 6) & 0x3F));
-    return Bytes::write(out, 0x80 | (point & 0x3F));
+    out = Bytes::writeHigh(out, 0x80 | ((point >> 6) & 0x3F));
+    return Bytes::writeHigh(out, 0x80 | (point & 0x3F));
 }
 
 template <class Bytes>
