@@ -4,15 +4,12 @@
 #include <utility>
 #include <vector>
 
-#include "Session.h"
-
 namespace storage::kvxtool {
 
-void Invocation::runInSession(
-    std::function<void(const kvxclient::FileAccess&, Diagnostics&)> action) {
+void Invocation::runInSession(std::function<void(const Session&, Diagnostics&)> action) {
     run = [action = std::move(action)](const StoreLocation& location, Diagnostics& diagnostics) {
         const Session session(location);
-        action(session.files(), diagnostics);
+        action(session, diagnostics);
     };
 }
 
@@ -22,13 +19,12 @@ CLI::App* addForEachName(CLI::App& program, Invocation& invocation, const std::s
     CLI::App* command = program.add_subcommand(name, description);
     command->add_option("REMOTE", *names, "Names in the store")->type_name("")->required();
     command->callback([names, action = std::move(action), &invocation] {
-        invocation.runInSession(
-            [names, action](const kvxclient::FileAccess& files, Diagnostics& diagnostics) {
-                for (const std::string& argument : *names) {
-                    diagnostics.guard(
-                        argument, [&] { action(files, diagnostics, RemoteName::parse(argument)); });
-                }
-            });
+        invocation.runInSession([names, action](const Session& session, Diagnostics& diagnostics) {
+            for (const std::string& argument : *names) {
+                diagnostics.guard(
+                    argument, [&] { action(session, diagnostics, RemoteName::parse(argument)); });
+            }
+        });
     });
     return command;
 }

@@ -6,8 +6,8 @@
 
 #include "Diagnostics.h"
 #include "RemoteName.h"
+#include "Session.h"
 #include "StoreLocation.h"
-#include "storage/kvxclient/FileAccess.h"
 
 namespace storage::kvxtool {
 
@@ -15,15 +15,16 @@ namespace storage::kvxtool {
 struct Invocation {
     std::string store;
     bool quiet = false;
+    bool verbose = false;
+    bool json = false;
     std::function<void(const StoreLocation&, Diagnostics&)> run;
 
     /// Sets `run` to call `action` in a session with the store.
-    void runInSession(std::function<void(const kvxclient::FileAccess&, Diagnostics&)> action);
+    void runInSession(std::function<void(const Session&, Diagnostics&)> action);
 };
 
 /// What a command does with one remote name.
-using NameAction =
-    std::function<void(const kvxclient::FileAccess&, Diagnostics&, const RemoteName&)>;
+using NameAction = std::function<void(const Session&, Diagnostics&, const RemoteName&)>;
 
 /// Adds a command that does the same with each of its remote names, one after the other.
 CLI::App* addForEachName(CLI::App& program, Invocation& invocation, const std::string& name,

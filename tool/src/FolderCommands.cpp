@@ -68,8 +68,8 @@ void addMkdirAndRm(CLI::App& program, Invocation& invocation) {
     auto parents = std::make_shared<bool>(false);
     CLI::App* mkdir =
         addForEachName(program, invocation, "mkdir", "Create folders",
-                       [parents](const FileAccess& files, Diagnostics&, const RemoteName& name) {
-                           makeFolder(files, name, *parents);
+                       [parents](const Session& session, Diagnostics&, const RemoteName& name) {
+                           makeFolder(session.files(), name, *parents);
                        });
     mkdir->add_flag("-p,--parents", *parents,
                     "Create the folders above too; no error when it exists");
@@ -81,8 +81,8 @@ void addMkdirAndRm(CLI::App& program, Invocation& invocation) {
     auto recursive = std::make_shared<bool>(false);
     CLI::App* rm =
         addForEachName(program, invocation, "rm", "Remove files and folders",
-                       [recursive](const FileAccess& files, Diagnostics&, const RemoteName& name) {
-                           remove(files, name, *recursive);
+                       [recursive](const Session& session, Diagnostics&, const RemoteName& name) {
+                           remove(session.files(), name, *recursive);
                        });
     rm->add_flag("-r,--recursive", *recursive, "Remove folders with all they have");
     rm->footer(

@@ -111,13 +111,15 @@ void addGetAndCat(CLI::App& program, Invocation& invocation) {
         "  kvx get -r team:/archive/photos ./photos\n"
         "  kvx get :/src.tar - | tar t");
     command->callback([options, &invocation] {
-        invocation.runInSession(
-            [options](const kvxclient::FileAccess& files, Diagnostics& diagnostics) {
-                get(files, diagnostics, *options);
-            });
+        invocation.runInSession([options](const Session& session, Diagnostics& diagnostics) {
+            get(session.files(), diagnostics, *options);
+        });
     });
 
-    addForEachName(program, invocation, "cat", "Write files to standard output", cat)
+    addForEachName(program, invocation, "cat", "Write files to standard output",
+                   [](const Session& session, Diagnostics& diagnostics, const RemoteName& source) {
+                       cat(session.files(), diagnostics, source);
+                   })
         ->footer(
             "Examples:\n"
             "  kvx cat /docs/a.txt | less");

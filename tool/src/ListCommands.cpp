@@ -163,15 +163,14 @@ void addLsAndStat(CLI::App& program, Invocation& invocation) {
         if (options->names.empty()) {
             options->names.push_back(":/");
         }
-        invocation.runInSession(
-            [options](const kvxclient::FileAccess& files, Diagnostics& diagnostics) {
-                ls(files, diagnostics, *options);
-            });
+        invocation.runInSession([options](const Session& session, Diagnostics& diagnostics) {
+            ls(session.files(), diagnostics, *options);
+        });
     });
 
     addForEachName(program, invocation, "stat", "Show all attributes of files and folders",
-                   [](const kvxclient::FileAccess& files, Diagnostics&, const RemoteName& name) {
-                       stat(files, name);
+                   [](const Session& session, Diagnostics&, const RemoteName& name) {
+                       stat(session.files(), name);
                    })
         ->footer(
             "Examples:\n"

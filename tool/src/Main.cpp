@@ -53,6 +53,8 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     program.add_option("--store", invocation.store, "The store to work on, by URL or path")
         ->type_name("URL");
     program.add_flag("-q,--quiet", invocation.quiet, "Show no progress");
+    program.add_flag("-v,--verbose", invocation.verbose, "Say what is done to each file");
+    program.add_flag("--json", invocation.json, "Print for programs: one JSON object a line");
 
     addInit(program, invocation);
     addPut(program, invocation);

@@ -72,8 +72,8 @@ CLI::App* addCommand(CLI::App& program, Invocation& invocation, const std::strin
     command->add_flag("-n,--no-clobber", options->keepExisting, "Leave out what exists already")
         ->excludes(force);
     command->callback([options, &invocation] {
-        invocation.runInSession([options](const FileAccess& files, Diagnostics& diagnostics) {
-            moveAll(files, diagnostics, *options);
+        invocation.runInSession([options](const Session& session, Diagnostics& diagnostics) {
+            moveAll(session.files(), diagnostics, *options);
         });
     });
     return command;

@@ -99,10 +99,9 @@ void addPut(CLI::App& program, Invocation& invocation) {
         "  kvx put -r photos team:/archive\n"
         "  tar c src | kvx put - :/src.tar");
     command->callback([options, &invocation] {
-        invocation.runInSession(
-            [options](const kvxclient::FileAccess& files, Diagnostics& diagnostics) {
-                put(files, diagnostics, *options);
-            });
+        invocation.runInSession([options](const Session& session, Diagnostics& diagnostics) {
+            put(session.files(), diagnostics, *options);
+        });
     });
 }
 

@@ -28,12 +28,15 @@ Session::Session(const StoreLocation& location) try : client_(openStore(location
         client_->login(std::move(request.withToken(tokenFor(location))));
     client_->withSessionId(response.getSessionId());
     files_ = client_->createFileAccess();
+    rights_ = client_->createAccessControl();
+    configuration_ = client_->createConfigurationManagement();
+    notifications_ = client_->createNotification();
+    versions_ = client_->createVersioning();
 } catch (...) {
     throw Failure::of(location.text(), std::current_exception());
 }
 
 Session::~Session() {
-    files_.reset();
     try {
         client_->logout({});
     } catch (...) {

@@ -3,8 +3,7 @@
 #include <memory>
 
 #include "StoreLocation.h"
-#include "storage/kvxclient/FileAccess.h"
-#include "storage/kvxclient/KVXClient.h"
+#include "storage/kvxclient.h"
 
 namespace storage::kvxtool {
 
@@ -26,10 +25,18 @@ public:
     Session& operator=(const Session&) = delete;
 
     const kvxclient::FileAccess& files() const { return *files_; }
+    const kvxclient::AccessControl& rights() const { return *rights_; }
+    const kvxclient::ConfigurationManagement& configuration() const { return *configuration_; }
+    const kvxclient::Notification& notifications() const { return *notifications_; }
+    const kvxclient::IVersioning& versions() const { return *versions_; }
 
 private:
     std::unique_ptr<kvxclient::KVXClient> client_;
     std::unique_ptr<kvxclient::FileAccess> files_;
+    std::unique_ptr<kvxclient::AccessControl> rights_;
+    std::unique_ptr<kvxclient::ConfigurationManagement> configuration_;
+    std::unique_ptr<kvxclient::Notification> notifications_;
+    std::unique_ptr<kvxclient::IVersioning> versions_;
 };
 
 }  // namespace storage::kvxtool
