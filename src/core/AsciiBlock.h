@@ -35,6 +35,12 @@ inline AsciiBlock loadBlock(const char16_t* text) {
     return {_mm_packus_epi16(a, b), _mm_packus_epi16(c, d), zeros == 0xFFFF};
 }
 
+template <std::size_t units>
+__m128i load(const char16_t* text) {
+    const auto* const from = reinterpret_cast<const __m128i*>(text);
+    return units == 8 ? _mm_loadu_si128(from) : _mm_loadl_epi64(from);
+}
+
 constexpr std::size_t shortUnits = 8;
 
 /// Eight units, made a block by bytes that need no escape.
@@ -44,6 +50,58 @@ inline AsciiBlock loadShort(const char16_t* text) {
     const int zeros = _mm_movemask_epi8(_mm_cmpeq_epi8(beyond, _mm_setzero_si128()));
     const __m128i zeroDigits = _mm_set1_epi8('0');
     return {_mm_packus_epi16(units, _mm_srli_epi16(zeroDigits, 8)), zeroDigits, zeros == 0xFFFF};
+}
+
+/// Reads the first and the last units of a text, which may overlap, in the widest pieces that stay
+/// within it.
+inline bool isAscii(const char16_t* text, std::size_t size) {
+    const __m128i beyond = _mm_set1_epi16(static_cast<short>(0xFF80));
+    __m128i all = _mm_setzero_si128();
+    if (size >= 8) {
+        for (std::size_t at = 0; at + 8 < size; at += 8) {
+            all = _mm_or_si128(all, load<8>(text + at));
+        }
+        all = _mm_or_si128(all, load<8>(text + size - 8));
+    } else if (size >= 4) {
+        all = _mm_or_si128(load<4>(text), load<4>(text + size - 4));
+    } else if (size > 0) {
+        return (text[0] | text[size / 2] | text[size - 1]) < 0x80;
+    }
+    const __m128i zeros = _mm_cmpeq_epi8(_mm_and_si128(all, beyond), _mm_setzero_si128());
+    return _mm_movemask_epi8(zeros) == 0xFFFF;
+}
+
+inline __m128i narrowed(__m128i units) { return _mm_packus_epi16(units, units); }
+
+/// Writes fewer than sixteen ASCII units as bytes.
+inline void narrowShort(const char16_t* text, std::size_t size, char* out) {
+    if (size >= 8) {
+        for (const std::size_t at : {std::size_t{0}, size - 8}) {
+            const __m128i bytes = narrowed(load<8>(text + at));
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(out + at), bytes);
+        }
+    } else if (size >= 4) {
+        for (const std::size_t at : {std::size_t{0}, size - 4}) {
+            const int bytes = _mm_cvtsi128_si32(narrowed(load<4>(text + at)));
+            std::memcpy(out + at, &bytes, sizeof bytes);
+        }
+    } else if (size > 0) {
+        out[0] = static_cast<char>(text[0]);
+        out[size / 2] = static_cast<char>(text[size / 2]);
+        out[size - 1] = static_cast<char>(text[size - 1]);
+    }
+}
+
+/// Writes sixteen or more ASCII units as bytes.
+inline void narrowLong(const char16_t* text, std::size_t size, char* out) {
+    const auto narrowAt = [&](std::size_t at) {
+        const __m128i bytes = _mm_packus_epi16(load<8>(text + at), load<8>(text + at + 8));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at), bytes);
+    };
+    for (std::size_t at = 0; at + 16 < size; at += 16) {
+        narrowAt(at);
+    }
+    narrowAt(size - 16);
 }
 
 /// One bit for each of sixteen ASCII bytes that must be escaped.

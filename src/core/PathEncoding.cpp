@@ -32,70 +32,98 @@ constexpr std::array<Escape, 256> makeEscapes() {
 
 constexpr std::array<Escape, 256> escapes = makeEscapes();
 
+constexpr unsigned smallPoints = 0x800;
+
+// What stands below U+0800 as it is written, in six characters at most, so that a text that mixes
+// ASCII with other letters goes without a branch.
+struct Encoded {
+    char text[7];
+    std::uint8_t size;
+};
+
+constexpr std::array<Encoded, smallPoints> makeTable() {
+    std::array<Encoded, smallPoints> table{};
+    for (unsigned point = 0; point < smallPoints; ++point) {
+        const unsigned bytes[] = {0xC0 | point >> 6, point < 0x80 ? point : 0x80 | (point & 0x3F)};
+        Encoded& entry = table[point];
+        for (unsigned at = point < 0x80 ? 1 : 0; at < 2; ++at) {
+            const Escape& escape = escapes[bytes[at]];
+            for (unsigned i = 0; i < escape.size; ++i) {
+                entry.text[entry.size++] = escape.text[i];
+            }
+        }
+    }
+    return table;
+}
+
+constexpr std::array<Encoded, smallPoints> table = makeTable();
+
 struct PlainBytes {
     static constexpr std::size_t longest = 1;
-    static std::size_t size(unsigned) { return 1; }
     static std::size_t size(const AsciiBlock&) { return blockUnits; }
     static char* write(char* out, const AsciiBlock& block) { return writePlain(block, out); }
-    static char* write(char* out, unsigned byte) {
+    static std::size_t smallSize(unsigned point) { return point < 0x80 ? 1 : 2; }
+    static char* writeSmall(char* out, unsigned point) {
+        const bool two = point >= 0x80;
+        out[0] = static_cast<char>(two ? 0xC0 | point >> 6 : point);
+        out[1] = static_cast<char>(0x80 | (point & 0x3F));
+        return out + 1 + two;
+    }
+    // For bytes of 0x80 and above.
+    static char* writeHigh(char* out, unsigned byte) {
         *out = static_cast<char>(byte);
         return out + 1;
     }
-    static char* writeHigh(char* out, unsigned byte) { return write(out, byte); }
 };
 
+// Copies whole entries: cheaper than asking how much of them is needed.
 struct EscapedBytes {
     static constexpr std::size_t longest = 3;
-    static std::size_t size(unsigned byte) { return escapes[byte].size; }
     static std::size_t size(const AsciiBlock& block) {
         return blockUnits + 2 * static_cast<std::size_t>(__builtin_popcount(escapeBits(block)));
     }
     static char* write(char* out, const AsciiBlock& block) {
         return writeEscaped(block, escapeBits(block), out);
     }
-    // Always copies the whole entry: cheaper than asking how much of it is needed.
-    static char* write(char* out, unsigned byte) {
-        std::memcpy(out, &escapes[byte], sizeof(Escape));
-        return out + escapes[byte].size;
+    static std::size_t smallSize(unsigned point) { return table[point].size; }
+    static char* writeSmall(char* out, unsigned point) {
+        std::memcpy(out, &table[point], sizeof(Encoded));
+        return out + table[point].size;
     }
-    // For bytes of 0x80 and above, whose size need not be looked up.
     static char* writeHigh(char* out, unsigned byte) {
         std::memcpy(out, &escapes[byte], sizeof(Escape));
         return out + 3;
     }
 };
 
-bool isSurrogate(char32_t unit) { return (unit & 0xF800) == 0xD800; }
+constexpr unsigned replacement = 0xFFFD;
 
-// Reads the code point at `at` and moves `at` behind it.
-char32_t nextCodePoint(const char16_t*& at, const char16_t* end) {
-    const char32_t unit = *at++;
-    if (!isSurrogate(unit)) {
-        return unit;
-    }
-    if (unit < 0xDC00 && at != end && (*at & 0xFC00) == 0xDC00) {
-        return 0x10000 + ((unit - 0xD800) << 10) + (*at++ - 0xDC00u);
-    }
-    return 0xFFFD;
+bool isSurrogate(unsigned unit) { return (unit & 0xF800) == 0xD800; }
+
+// Whether a surrogate and the unit behind it make a pair.
+bool isPair(unsigned unit, const char16_t* next, const char16_t* end) {
+    return unit < 0xDC00 && next != end && (*next & 0xFC00) == 0xDC00;
 }
 
 template <class Bytes>
-char* writeCodePoint(char* out, char32_t point) {
-    if (point < 0x80) {
-        return Bytes::write(out, point);
-    }
-    if (point < 0x800) {
-        out = Bytes::writeHigh(out, 0xC0 | (point >> 6));
-        return Bytes::writeHigh(out, 0x80 | (point & 0x3F));
-    }
-    if (point < 0x10000) {
-        out = Bytes::writeHigh(out, 0xE0 | (point >> 12));
-    } else {
-        out = Bytes::writeHigh(out, 0xF0 | (point >> 18));
-        out = Bytes::writeHigh(out, 0x80 | ((point >> 12) & 0x3F));
-    }
-    out = Bytes::writeHigh(out, 0x80 | ((point >> 6) & 0x3F));
-    return Bytes::writeHigh(out, 0x80 | (point & 0x3F));
+char* writeContinuation(char* out, unsigned bits) {
+    return Bytes::writeHigh(out, 0x80 | (bits & 0x3F));
+}
+
+template <class Bytes>
+char* writeThree(char* out, unsigned point) {
+    out = Bytes::writeHigh(out, 0xE0 | point >> 12);
+    out = writeContinuation<Bytes>(out, point >> 6);
+    return writeContinuation<Bytes>(out, point);
+}
+
+template <class Bytes>
+char* writePair(char* out, unsigned high, unsigned low) {
+    const unsigned point = 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
+    out = Bytes::writeHigh(out, 0xF0 | point >> 18);
+    out = writeContinuation<Bytes>(out, point >> 12);
+    out = writeContinuation<Bytes>(out, point >> 6);
+    return writeContinuation<Bytes>(out, point);
 }
 
 template <class Bytes>
@@ -109,11 +137,14 @@ std::size_t encodedSize(const char16_t* at, const char16_t* end) {
                 continue;
             }
         }
-        const char32_t point = nextCodePoint(at, end);
-        if (point < 0x80) {
-            size += Bytes::size(point);
+        const unsigned unit = *at++;
+        if (unit < smallPoints) {
+            size += Bytes::smallSize(unit);
+        } else if (isSurrogate(unit) && isPair(unit, at, end)) {
+            size += 4 * Bytes::longest;
+            ++at;
         } else {
-            size += Bytes::longest * (point < 0x800 ? 2 : point < 0x10000 ? 3 : 4);
+            size += 3 * Bytes::longest;
         }
     }
     return size;
@@ -122,14 +153,21 @@ std::size_t encodedSize(const char16_t* at, const char16_t* end) {
 // Encodes the units up to `stop`, and the second half of a surrogate pair behind it; `end` is the
 // end of the text.
 template <class Bytes>
-char* encodeUnits(char* out, const char16_t*& at, const char16_t* stop, const char16_t* end) {
+char* encodeUnits(char* out, const char16_t*& position, const char16_t* stop, const char16_t* end) {
+    const char16_t* at = position;  // A copy, which can stay in a register.
     while (at < stop) {
-        if (*at < 0x80) {
-            out = Bytes::write(out, *at++);
+        const unsigned unit = *at++;
+        if (unit < smallPoints) {
+            out = Bytes::writeSmall(out, unit);
+        } else if (!isSurrogate(unit)) {
+            out = writeThree<Bytes>(out, unit);
+        } else if (isPair(unit, at, end)) {
+            out = writePair<Bytes>(out, unit, *at++);
         } else {
-            out = writeCodePoint<Bytes>(out, nextCodePoint(at, end));
+            out = writeThree<Bytes>(out, replacement);
         }
     }
+    position = at;
     return out;
 }
 
@@ -177,9 +215,31 @@ std::string encode(std::u16string_view text) {
     return result;
 }
 
+// Names of buckets are short and plain: their bytes are written where they stay.
+constexpr char zeros[64] = {};
+constexpr std::size_t inPlace = 15;  // As many as a string holds without an allocation.
+
+std::string shortAscii(std::u16string_view text) {
+    std::string result(zeros, inPlace);  // Of a size known here: no call.
+    narrowShort(text.data(), text.size(), result.data());
+    result.erase(text.size());
+    return result;
+}
+
+std::string longAscii(std::u16string_view text) {
+    std::string result(zeros, text.size());
+    narrowLong(text.data(), text.size(), result.data());
+    return result;
+}
+
 }  // namespace
 
-std::string toUtf8(std::u16string_view text) { return encode<PlainBytes>(text); }
+std::string toUtf8(std::u16string_view text) {
+    if (text.size() > sizeof zeros || !isAscii(text.data(), text.size())) {
+        return encode<PlainBytes>(text);
+    }
+    return text.size() > inPlace ? longAscii(text) : shortAscii(text);
+}
 
 std::string percentEncode(std::u16string_view text) { return encode<EscapedBytes>(text); }
 
