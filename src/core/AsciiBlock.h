@@ -126,12 +126,20 @@ inline char* writePlain(const AsciiBlock& block, char* out) {
     return out + blockUnits;
 }
 
+/// Writes "%XX" for an ASCII byte and returns what follows.
+inline char* writeEscape(char* out, unsigned byte) {
+    constexpr char digits[] = "0123456789ABCDEF";
+    out[0] = '%';
+    out[1] = digits[byte >> 4];
+    out[2] = digits[byte & 15];
+    return out + 3;
+}
+
 /// Writes the bytes of a block at `out`, those in `escapes` as "%XX", and returns what follows.
 inline char* writeEscaped(const AsciiBlock& block, std::uint32_t escapes, char* out) {
     if (escapes == 0) {
         return writePlain(block, out);
     }
-    constexpr char digits[] = "0123456789ABCDEF";
     char bytes[blockUnits + blockSlack];  // The rest is copied along, but never kept.
     writePlain(block, bytes);
     std::memset(bytes + blockUnits, 0, blockSlack);
@@ -139,15 +147,25 @@ inline char* writeEscaped(const AsciiBlock& block, std::uint32_t escapes, char* 
     for (; escapes != 0; escapes &= escapes - 1) {
         const auto at = static_cast<std::size_t>(__builtin_ctz(escapes));
         std::memcpy(out, bytes + done, blockUnits);
-        out += at - done;
-        const auto byte = static_cast<unsigned char>(bytes[at]);
-        out[0] = '%';
-        out[1] = digits[byte >> 4];
-        out[2] = digits[byte & 15];
-        out += 3;
+        out = writeEscape(out + (at - done), static_cast<unsigned char>(bytes[at]));
         done = at + 1;
     }
     std::memcpy(out, bytes + done, blockUnits);
+    return out + (blockUnits - done);
+}
+
+/// The same for the block at the beginning of a text of at least two blocks: what follows an escape
+/// is read again from there, which is faster than from bytes that have only just been written.
+inline char* writeEscaped(const AsciiBlock& block, std::uint32_t escapes, const char16_t* text,
+                          char* out) {
+    writePlain(block, out);
+    std::size_t done = 0;
+    for (; escapes != 0; escapes &= escapes - 1) {
+        const auto at = static_cast<std::size_t>(__builtin_ctz(escapes));
+        out = writeEscape(out + (at - done), text[at]);
+        done = at + 1;
+        writePlain(loadBlock(text + done), out);
+    }
     return out + (blockUnits - done);
 }
 

@@ -62,6 +62,9 @@ struct PlainBytes {
     static constexpr std::size_t longest = 1;
     static std::size_t size(const AsciiBlock&) { return blockUnits; }
     static char* write(char* out, const AsciiBlock& block) { return writePlain(block, out); }
+    static char* write(char* out, const AsciiBlock& block, const char16_t*) {
+        return writePlain(block, out);
+    }
     static std::size_t smallSize(unsigned point) { return point < 0x80 ? 1 : 2; }
     static char* writeSmall(char* out, unsigned point) {
         const bool two = point >= 0x80;
@@ -84,6 +87,9 @@ struct EscapedBytes {
     }
     static char* write(char* out, const AsciiBlock& block) {
         return writeEscaped(block, escapeBits(block), out);
+    }
+    static char* write(char* out, const AsciiBlock& block, const char16_t* text) {
+        return writeEscaped(block, escapeBits(block), text, out);
     }
     static std::size_t smallSize(unsigned point) { return table[point].size; }
     static char* writeSmall(char* out, unsigned point) {
@@ -175,7 +181,8 @@ template <class Bytes>
 char* encodeChunk(char* out, const char16_t*& at, const char16_t* stop, const char16_t* end) {
     while (stop - at >= static_cast<std::ptrdiff_t>(blockUnits)) {
         if (const AsciiBlock block = loadBlock(at); block.isAscii) {
-            out = Bytes::write(out, block);
+            const bool more = stop - at >= static_cast<std::ptrdiff_t>(2 * blockUnits);
+            out = more ? Bytes::write(out, block, at) : Bytes::write(out, block);
             at += blockUnits;
         } else {
             out = encodeUnits<Bytes>(out, at, at + blockUnits, end);

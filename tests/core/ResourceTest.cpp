@@ -1,10 +1,6 @@
 #include <gtest/gtest.h>
-#include <unicode/ustring.h>
 
-#include <array>
-#include <random>
 #include <string>
-#include <vector>
 
 #include "storage/kvxclient/Resource.h"
 
@@ -60,111 +56,6 @@ TEST(Resource, comparesCodeUnits) {
         EXPECT_FALSE(other == base);
     }
     EXPECT_FALSE(Resource(u"/\u00e9", u"") == Resource(u"/e\u0301", u""));
-}
-
-// The reference: ICU's conversion, and an escape that follows the rule word by word.
-std::string referenceUtf8(const std::u16string& text) {
-    std::string result(text.size() * 3, '\0');
-    int32_t length = 0;
-    UErrorCode status = U_ZERO_ERROR;
-    u_strToUTF8WithSub(result.data(), static_cast<int32_t>(result.size()), &length, text.data(),
-                       static_cast<int32_t>(text.size()), 0xFFFD, nullptr, &status);
-    result.resize(static_cast<std::size_t>(length));
-    return result;
-}
-
-std::string referenceEscape(const std::string& utf8) {
-    std::string result;
-    for (const char byte : utf8) {
-        const std::string_view kept =
-            "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789./";
-        if (kept.find(byte) != kept.npos) {
-            result += byte;
-        } else {
-            std::array<char, 4> escaped{};
-            std::snprintf(escaped.data(), escaped.size(), "%%%02X",
-                          static_cast<unsigned>(static_cast<unsigned char>(byte)));
-            result += escaped.data();
-        }
-    }
-    return result;
-}
-
-void expectAgreement(const std::u16string& text) {
-    const std::string utf8 = referenceUtf8(text);
-    // Plain conditions: a million expectations would cost more than what they check.
-    if (utf8Bucket(text) != utf8) {
-        ADD_FAILURE() << "UTF-8 of " << testing::PrintToString(text);
-    }
-    if (encodedPath(text) != referenceEscape(utf8)) {
-        ADD_FAILURE() << "escape of " << testing::PrintToString(text);
-    }
-}
-
-TEST(Encoder, agreesWithIcuOnEveryCodeUnit) {
-    for (unsigned unit = 0; unit <= 0xFFFF; ++unit) {
-        expectAgreement(std::u16string(1, static_cast<char16_t>(unit)));
-    }
-}
-
-TEST(Encoder, agreesWithIcuOnEveryPairing) {
-    // Both ends of every range that the conversion treats differently.
-    const std::u16string edges = {0x0000, 0x007F, 0x0080, 0x07FF, 0x0800, 0xD7FF, 0xD800,
-                                  0xDBFF, 0xDC00, 0xDFFF, 0xE000, 0xFFFD, 0xFFFF};
-    for (const char16_t a : edges) {
-        for (const char16_t b : edges) {
-            for (const char16_t c : edges) {
-                expectAgreement({a, b});
-                expectAgreement({a, b, c});
-            }
-        }
-    }
-}
-
-TEST(Encoder, agreesWithIcuOnRandomTexts) {
-    std::mt19937 random(20260101);
-    const auto below = [&random](unsigned bound) { return random() % bound; };
-    const auto unit = [&]() -> char16_t {
-        switch (below(8)) {
-            case 0:
-                return static_cast<char16_t>(0xD800 + below(0x800));
-            case 1:
-                return static_cast<char16_t>(below(0x10000));
-            case 2:
-                return static_cast<char16_t>(0x80 + below(0x780));
-            default:
-                return static_cast<char16_t>(below(0x80));
-        }
-    };
-    const auto text = [&](std::size_t length) {
-        std::u16string result(length, u'\0');
-        for (auto& each : result) {
-            each = unit();
-        }
-        return result;
-    };
-    for (int round = 0; round < 1'000'000; ++round) {
-        expectAgreement(text(below(24)));
-    }
-    // Runs of ASCII, which go through the encoder in blocks, with hardly anything between them.
-    for (int round = 0; round < 200'000; ++round) {
-        std::u16string ascii(below(200), u'\0');
-        for (auto& each : ascii) {
-            each = static_cast<char16_t>(below(0x80));
-        }
-        if (!ascii.empty() && below(2) == 0) {
-            ascii[below(static_cast<unsigned>(ascii.size()))] = unit();
-        }
-        expectAgreement(ascii);
-    }
-    // Around the size of the encoder's buffer, where a pair may straddle its end.
-    for (std::size_t length = 380; length < 390; ++length) {
-        for (int round = 0; round < 50; ++round) {
-            expectAgreement(text(length));
-            expectAgreement(std::u16string(length - 1, u'-') + u"😀" + text(length));
-        }
-    }
-    expectAgreement(text(100'000));
 }
 
 }  // namespace
