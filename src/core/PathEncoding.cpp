@@ -32,10 +32,11 @@ constexpr std::array<Escape, 256> makeEscapes() {
 
 constexpr std::array<Escape, 256> escapes = makeEscapes();
 
-constexpr unsigned smallPoints = 0x800;
+// Latin, Greek and Cyrillic.
+constexpr unsigned smallPoints = 0x530;
 
-// What stands below U+0800 as it is written, in six characters at most, so that a text that mixes
-// ASCII with other letters goes without a branch.
+// Each of them as it is written, in six characters at most, so that a text that mixes ASCII with
+// other letters goes without a branch.
 struct Encoded {
     char text[7];
     std::uint8_t size;
@@ -117,6 +118,11 @@ char* writeContinuation(char* out, unsigned bits) {
 }
 
 template <class Bytes>
+char* writeTwo(char* out, unsigned point) {
+    return writeContinuation<Bytes>(Bytes::writeHigh(out, 0xC0 | point >> 6), point);
+}
+
+template <class Bytes>
 char* writeThree(char* out, unsigned point) {
     out = Bytes::writeHigh(out, 0xE0 | point >> 12);
     out = writeContinuation<Bytes>(out, point >> 6);
@@ -146,6 +152,8 @@ std::size_t encodedSize(const char16_t* at, const char16_t* end) {
         const unsigned unit = *at++;
         if (unit < smallPoints) {
             size += Bytes::smallSize(unit);
+        } else if (unit < 0x800) {
+            size += 2 * Bytes::longest;
         } else if (isSurrogate(unit) && isPair(unit, at, end)) {
             size += 4 * Bytes::longest;
             ++at;
@@ -165,6 +173,8 @@ char* encodeUnits(char* out, const char16_t*& position, const char16_t* stop, co
         const unsigned unit = *at++;
         if (unit < smallPoints) {
             out = Bytes::writeSmall(out, unit);
+        } else if (unit < 0x800) {
+            out = writeTwo<Bytes>(out, unit);
         } else if (!isSurrogate(unit)) {
             out = writeThree<Bytes>(out, unit);
         } else if (isPair(unit, at, end)) {
