@@ -53,7 +53,7 @@ bool judge(const Row& row, const Goal& goal, const std::vector<double>& ratios) 
     const bool faster = goal.kind == Goal::TIMES_AS_FAST;
     const double wanted = faster ? goal.factor : 1 / goal.factor;
     printGoal(row, goal, faster ? worst : 1 / worst, worst >= wanted);
-    return worst >= wanted / 2;
+    return !goal.gate || worst >= wanted / 2;
 }
 
 }  // namespace

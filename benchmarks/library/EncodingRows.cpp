@@ -1,5 +1,7 @@
 #include <storage/kvxclient/Resource.h>
 
+#include <algorithm>
+
 #include "library/Peers.h"
 #include "library/Rows.h"
 
@@ -60,6 +62,9 @@ Row longPathRow(std::size_t units) {
 }
 
 Row bucketRow(const std::u16string& bucket) {
+    // Copying a text that is not ASCII leaves out all the work that there is.
+    const bool ascii =
+        std::all_of(bucket.begin(), bucket.end(), [](auto unit) { return unit < 0x80; });
     const Resource resource(u"/", bucket);
     return {"UTF-8 bucket",
             "bucket of " + std::to_string(bucket.size()) + " units",
@@ -71,7 +76,8 @@ Row bucketRow(const std::u16string& bucket) {
              timed(
                  "utfcpp", [bucket] { keep(peers::utfcppUtf8(bucket)); }, roundTime),
              copyOf(resource.getUTF8Bucket())},
-            {{Goal::TIMES_AS_FAST, 2, "ICU"}, {Goal::TIMES_THE_TIME, 1.35, "copying the answer"}}};
+            {{Goal::TIMES_AS_FAST, 2, "ICU"},
+             {Goal::TIMES_THE_TIME, 1.35, "copying the answer", ascii}}};
 }
 
 }  // namespace
