@@ -82,6 +82,9 @@ protected:
 };
 
 TEST_F(CallsTest, AFailingCallHarmsNoNeighbourInItsBatch) {
+    // A call that finds no room first clears away what was deleted, so that it fails after a write.
+    account->put(u"/gone", "content");
+    account->files->deleteFile({{u"/gone", u""}});
     holdUpWrites();
     Outcomes outcomes;
     for (int i = 0; i < 50; ++i) {

@@ -77,6 +77,8 @@ public:
     virtual void rollback() noexcept = 0;
     /// False also when the database itself undid the transaction after a failure.
     virtual bool inTransaction() const = 0;
+    /// How many rows were changed on this connection so far, undone or not.
+    virtual std::int64_t changes() const = 0;
     /// Whether the latest begin() found another program in its way.
     virtual bool hadToWait() const = 0;
 

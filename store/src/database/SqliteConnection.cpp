@@ -155,6 +155,8 @@ SqliteConnection::SqliteConnection(SqliteLocation location) : location_(std::mov
     check(database, sqlite3_busy_handler(database, waitBriefly, &hadToWait_));
     execute("pragma synchronous = full");
     execute("pragma cache_size = -8192");
+    // What each job of a batch would undo: in files it costs more than the commit.
+    execute("pragma temp_store = memory");
     // A large transaction must not leave its log's size on the disk for good.
     execute("pragma journal_size_limit = 67108864");
 }
@@ -244,6 +246,10 @@ void SqliteConnection::rollback() noexcept {
 
 bool SqliteConnection::inTransaction() const {
     return sqlite3_get_autocommit(database_.get()) == 0;
+}
+
+std::int64_t SqliteConnection::changes() const {
+    return sqlite3_total_changes64(database_.get());
 }
 
 void SqliteConnection::endTurn() noexcept {

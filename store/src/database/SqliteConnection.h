@@ -34,6 +34,7 @@ public:
     void commit() override;
     void rollback() noexcept override;
     bool inTransaction() const override;
+    std::int64_t changes() const override;
     bool hadToWait() const override { return hadToWait_; }
 
 private:

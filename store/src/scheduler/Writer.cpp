@@ -65,8 +65,13 @@ std::vector<std::exception_ptr> Writer::commitTogether(const Jobs& jobs) {
         return errors;
     }
     try {
-        for (std::size_t i = 0; i < jobs.size(); ++i) {
-            errors[i] = runInSavepoint(*jobs[i]);
+        // A savepoint costs as much as the work in it, and a job that fails has seldom written.
+        if (!runAll(jobs, errors)) {
+            transaction.reset();
+            beginBatch(transaction);
+            for (std::size_t i = 0; i < jobs.size(); ++i) {
+                errors[i] = runInSavepoint(*jobs[i]);
+            }
         }
         transaction->commit();
     } catch (...) {
@@ -77,6 +82,26 @@ std::vector<std::exception_ptr> Writer::commitTogether(const Jobs& jobs) {
         }
     }
     return errors;
+}
+
+bool Writer::runAll(const Jobs& jobs, std::vector<std::exception_ptr>& errors) {
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        const std::int64_t before = connection_->changes();
+        try {
+            if (!jobs[i]->isCancelled()) {
+                jobs[i]->run(*connection_);
+            }
+        } catch (...) {
+            if (!connection_->inTransaction()) {
+                throw;
+            }
+            if (connection_->changes() != before) {
+                return false;
+            }
+            errors[i] = std::current_exception();
+        }
+    }
+    return true;
 }
 
 void Writer::beginBatch(std::optional<Transaction>& transaction) {

@@ -33,6 +33,8 @@ public:
 private:
     void work();
     std::vector<std::exception_ptr> commitTogether(const Jobs& jobs);
+    /// Returns false when a job failed after it had written, which has to be undone.
+    bool runAll(const Jobs& jobs, std::vector<std::exception_ptr>& errors);
     void beginBatch(std::optional<database::Transaction>& transaction);
     std::exception_ptr commitAlone(Job& job);
     std::exception_ptr runInSavepoint(Job& job);
