@@ -65,8 +65,7 @@ kvxclient::FolderListResponse listFolder(const Context& context,
                                          const kvxclient::FolderListRequest& request) {
     const Place place = locate(context, request.getResource());
     const Node& folder = place.node(Kind::FOLDER);
-    Listing listing = summarize(context, place.user, children(context, place.user, folder),
-                                request.getShowHidden());
+    Listing listing = listChildren(context, place.user, folder, request.getShowHidden());
     if (isHome(context, place)) {
         if (request.getShowShared()) {
             append(listing.folders,
@@ -91,14 +90,14 @@ kvxclient::MultiFolderListResponse listMultiFolder(
     while (!pending.empty()) {
         const auto [path, folder] = std::move(pending.back());
         pending.pop_back();
-        const std::vector<Node> nodes = children(context, place.user, folder);
-        for (const Node& node : nodes) {
+        Listing listing;
+        forEachChild(context, place.user, folder, [&, &path = path](const Node& node) {
+            listing.add(context, place.user, node);
             if (node.kind == Kind::FOLDER) {
                 pending.emplace_back((path == u"/" ? path : path + u'/') + toUtf16(node.name),
                                      node);
             }
-        }
-        Listing listing = summarize(context, place.user, nodes, true);
+        });
         if (request.getShowShared() && isHome(context, place) && path == u"/") {
             append(listing.folders, foldersSharedWith(context, place.user, true));
         }

@@ -50,8 +50,7 @@ kvxclient::InvitationFolderContentResponse getFolderContentFromInvitation(
     const Context& context, const kvxclient::InvitationFolderContentRequest& request) {
     const std::int64_t user = requireUser(context);
     const Node folder = findFolder(context, user, request.getInvitationId(), request.getResource());
-    Listing listing =
-        summarize(context, user, children(context, user, folder), request.showHidden());
+    Listing listing = listChildren(context, user, folder, request.showHidden());
     kvxclient::InvitationFolderContentResponse response(summarizeFolder(context, user, folder));
     response.withFolders(std::move(listing.folders)).withFiles(std::move(listing.files));
     return response;

@@ -200,14 +200,14 @@ Place placeOf(const Context& context, std::int64_t user, std::int64_t node) {
     return place;
 }
 
-std::vector<Node> children(const Context& context, std::int64_t user, const Node& folder) {
-    std::vector<Node> nodes;
+void forEachChild(const Context& context, std::int64_t user, const Node& folder,
+                  const std::function<void(const Node&)>& visit) {
     const auto rows = context.database.query(selectChildren, {folder.id});
     while (rows->next()) {
-        nodes.push_back(readNode(*rows));
-        nodes.back().right = rightTo(context, user, nodes.back(), folder.right);
+        Node node = readNode(*rows);
+        node.right = rightTo(context, user, node, folder.right);
+        visit(node);
     }
-    return nodes;
 }
 
 bool hasChildren(const Context& context, const Node& folder) {

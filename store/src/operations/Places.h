@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -77,7 +78,8 @@ Place placeOf(const Context& context, std::int64_t user, std::int64_t node);
 void enter(const Context& context, Place& place, const std::string& name);
 
 /// The children of a folder, by name, with the rights of the user.
-std::vector<Node> children(const Context& context, std::int64_t user, const Node& folder);
+void forEachChild(const Context& context, std::int64_t user, const Node& folder,
+                  const std::function<void(const Node&)>& visit);
 bool hasChildren(const Context& context, const Node& folder);
 
 /// Inserts the node and gives it its id.

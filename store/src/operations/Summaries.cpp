@@ -113,19 +113,22 @@ kvxclient::FileAttributes attributesOf(const Context& context, std::int64_t user
         .withAccessType(accessTypeOf(node.right));
 }
 
-Listing summarize(const Context& context, std::int64_t user, const std::vector<Node>& nodes,
-                  bool showHidden) {
-    Listing listing;
-    for (const Node& node : nodes) {
-        if (!showHidden && node.name.starts_with('.')) {
-            continue;
-        }
-        if (node.kind == Kind::FOLDER) {
-            listing.folders.push_back(summarizeFolder(context, user, node));
-        } else {
-            listing.files.push_back(summarizeFile(node));
-        }
+void Listing::add(const Context& context, std::int64_t user, const Node& node) {
+    if (node.kind == Kind::FOLDER) {
+        folders.push_back(summarizeFolder(context, user, node));
+    } else {
+        files.push_back(summarizeFile(node));
     }
+}
+
+Listing listChildren(const Context& context, std::int64_t user, const Node& folder,
+                     bool showHidden) {
+    Listing listing;
+    forEachChild(context, user, folder, [&](const Node& node) {
+        if (showHidden || !node.name.starts_with('.')) {
+            listing.add(context, user, node);
+        }
+    });
     return listing;
 }
 

@@ -20,13 +20,15 @@ kvxclient::FolderSummary summarizeFolder(const Context& context, std::int64_t us
 kvxclient::FileAttributes attributesOf(const Context& context, std::int64_t user, const Node& node);
 
 struct Listing {
+    void add(const Context& context, std::int64_t user, const Node& node);
+
     std::vector<kvxclient::FolderSummary> folders;
     std::vector<kvxclient::FileSummary> files;
 };
 
 /// Hidden is a name that begins with a dot.
-Listing summarize(const Context& context, std::int64_t user, const std::vector<Node>& nodes,
-                  bool showHidden);
+Listing listChildren(const Context& context, std::int64_t user, const Node& folder,
+                     bool showHidden);
 
 /// The folders that others share with the user, each with its invitation, which tells where it is.
 std::vector<kvxclient::FolderSummary> foldersSharedWith(const Context& context, std::int64_t user,

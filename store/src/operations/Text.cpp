@@ -32,6 +32,9 @@ std::string toUtf8(const std::u16string& text) {
 }
 
 std::u16string toUtf16(std::string_view text) {
+    if (std::all_of(text.begin(), text.end(), [](char byte) { return byte >= 0; })) {
+        return {text.begin(), text.end()};
+    }
     std::u16string result;
     result.reserve(text.size());
     for (std::size_t i = 0; i < text.size();) {
