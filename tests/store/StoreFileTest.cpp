@@ -160,6 +160,7 @@ TEST(StoreFileTest, TellsEveryKindOfDamage) {
         {"delete from versions", "without their current content"},
         {"delete from nodes where name = 'f'", "versions without a file or a content"},
         {"update chunks set data = x'00' where id = 1", "do not make up their size"},
+        {"update chunks set data = zeroblob(length(data)) where id = 2", "bytes were changed"},
         {"delete from extents where idx = 0", "parts without a content"},
         {"delete from versions; delete from handles", "no cleaning would find"},
         {"update buckets set used = used + 1", "counted wrong"},

@@ -49,7 +49,7 @@ constexpr std::string_view statements[] = {
     "create table extents(content integer not null, idx integer not null, chunk integer not null,"
     " size integer not null, primary key(content, idx)) without rowid",
     "create index extents_chunk on extents(chunk)",
-    "create table chunks(id integer primary key, data blob not null)",
+    "create table chunks(id integer primary key, checksum integer not null, data blob not null)",
     "create table garbage(content integer primary key)",
     "create table downloads(hash blob primary key, content integer not null,"
     " expires integer not null) without rowid",

@@ -5,6 +5,8 @@
 #include <optional>
 #include <utility>
 
+#include "operations/Checksum.h"
+
 namespace storage::kvxstore::operations {
 
 namespace {
@@ -77,8 +79,9 @@ std::optional<Extent> findExtent(const Context& context, std::int64_t content, s
 
 void insertChunk(const Context& context, std::int64_t content, std::int64_t idx,
                  std::string_view data) {
-    const std::int64_t chunk = context.database.number(
-        "insert into chunks(data) values($1) returning id", {database::Blob{data}});
+    const std::int64_t chunk =
+        context.database.number("insert into chunks(checksum, data) values($1, $2) returning id",
+                                {checksumOf(data), database::Blob{data}});
     context.database.execute(
         "insert into extents(content, idx, chunk, size) values($1, $2, $3, $4)",
         {content, idx, chunk, static_cast<std::int64_t>(data.size())});
@@ -86,8 +89,8 @@ void insertChunk(const Context& context, std::int64_t content, std::int64_t idx,
 
 void updateChunk(const Context& context, std::int64_t content, std::int64_t idx, const Extent& old,
                  std::string_view data) {
-    context.database.execute("update chunks set data = $2 where id = $1",
-                             {old.chunk, database::Blob{data}});
+    context.database.execute("update chunks set checksum = $2, data = $3 where id = $1",
+                             {old.chunk, checksumOf(data), database::Blob{data}});
     if (std::cmp_not_equal(old.size, data.size())) {
         context.database.execute("update extents set size = $3 where content = $1 and idx = $2",
                                  {content, idx, static_cast<std::int64_t>(data.size())});

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "operations/Administration.h"
+#include "operations/Checksum.h"
 
 namespace storage::kvxstore::operations {
 
@@ -79,29 +80,77 @@ constexpr Check checks[] = {
      " or exists(select 1 from nodes n where n.parent = v.parent and n.name = v.name)"},
 };
 
+/// The ids that the rows of a query have, few of them by name, if there are any.
+class Damage {
+public:
+    explicit Damage(std::string_view kind) : kind_(kind) {}
+
+    void add(std::int64_t id) {
+        if (++count_ <= 5) {
+            ids_ += ' ' + std::to_string(id);
+        }
+    }
+
+    void tell(std::vector<std::string>& found) const {
+        if (count_ > 0) {
+            found.push_back(std::to_string(count_) + ' ' + kind_ + " (ids" + ids_ +
+                            (count_ > 5 ? " ...)" : ")"));
+        }
+    }
+
+private:
+    std::string kind_;
+    std::int64_t count_ = 0;
+    std::string ids_;
+};
+
+void checkTables(database::Connection& database, std::vector<std::string>& found) {
+    const auto integrity = database.query("pragma integrity_check");
+    while (integrity->next()) {
+        std::string sentence = integrity->text(0);
+        if (sentence != "ok") {
+            std::replace(sentence.begin(), sentence.end(), '\n', ' ');
+            found.push_back("the database file is damaged: " + sentence);
+        }
+    }
+}
+
+void checkContents(database::Connection& database, std::vector<std::string>& found) {
+    Damage damage("parts of contents whose bytes were changed");
+    const auto chunks = database.query("select id, checksum, data from chunks");
+    while (chunks->next()) {
+        if (checksumOf(chunks->bytes(2)) != chunks->integer(1)) {
+            damage.add(chunks->integer(0));
+        }
+    }
+    damage.tell(found);
+}
+
+void run(const Check& check, database::Connection& database, std::vector<std::string>& found) {
+    Damage damage(check.damage);
+    const auto rows = database.query(check.sql);
+    while (rows->next()) {
+        damage.add(rows->integer(0));
+    }
+    damage.tell(found);
+}
+
 }  // namespace
 
 std::vector<std::string> verify(database::Connection& database) {
     std::vector<std::string> found;
-    const auto integrity = database.query("pragma integrity_check");
-    while (integrity->next()) {
-        if (integrity->bytes(0) != "ok") {
-            found.push_back("the database file is damaged: " + integrity->text(0));
+    try {
+        checkTables(database, found);
+        checkContents(database, found);
+        for (const Check& check : checks) {
+            run(check, database, found);
         }
-    }
-    for (const Check& check : checks) {
-        const auto rows = database.query(check.sql);
-        int count = 0;
-        std::string ids;
-        for (; rows->next(); ++count) {
-            if (count < 5) {
-                ids += ' ' + std::to_string(rows->integer(0));
-            }
+    } catch (const database::DatabaseError& error) {
+        if (error.fault() != database::Fault::OTHER) {
+            throw;
         }
-        if (count > 0) {
-            found.push_back(std::to_string(count) + ' ' + std::string(check.damage) + " (ids" +
-                            ids + (count > 5 ? " ...)" : ")"));
-        }
+        // What is damaged may not even let itself be read to the end.
+        found.emplace_back(error.what());
     }
     return found;
 }
