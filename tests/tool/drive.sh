@@ -8,6 +8,7 @@ cd "$work"
 export HOME=$work/home TZ=UTC LC_ALL=C.UTF-8
 unset XDG_DATA_HOME XDG_STATE_HOME KVX_STORE KVX_TOKEN
 store=$HOME/.local/share/kvx/store.db
+nobody='you are not logged in: kvx login keeps your token, or set KVX_TOKEN to it'
 mkdir "$HOME"
 
 kvx() { "$program" "$@"; }
@@ -212,17 +213,17 @@ init() {
     local state=$HOME/.local/state/kvx token before
     expect 3 "kvx: ls: $store: there is no store here: kvx init creates one" kvx ls
     kvx init --user ada
-    [[ $(stat -c %a "$state" "$state"/token-* "$store") == $'700\n600\n600' ]]
-    before=$(sha256sum "$store" "$state"/token-*)
+    [[ $(stat -c %a "$state" "$state"/login-* "$store") == $'700\n600\n600' ]]
+    before=$(sha256sum "$store" "$state"/login-*)
     expect 5 "kvx: init: $store: it exists already, and is left as it is" kvx init
-    [[ $(sha256sum "$store" "$state"/token-*) == "$before" ]]
+    [[ $(sha256sum "$store" "$state"/login-*) == "$before" ]]
 
     # The token is found however the store is named, and may come from elsewhere.
     kvx mkdir ada:/docs
     [[ $(cd "$HOME/.local" && kvx ls --store share/../share/kvx/store.db) == docs ]]
     [[ $(KVX_STORE=sqlite://$store kvx ls) == docs ]]
-    read -r token <"$state"/token-*
-    expect 4 "kvx: ls: $store: no token is kept for this store: set KVX_TOKEN to yours" \
+    read -r token <"$state"/login-*
+    expect 4 "kvx: ls: $store: $nobody" \
         env XDG_STATE_HOME="$work/none" "$program" ls
     [[ $(XDG_STATE_HOME=$work/none KVX_TOKEN=$token kvx ls) == docs ]]
     expect 4 "kvx: ls: $store: the store does not accept the token" env KVX_TOKEN=wrong "$program" ls
@@ -231,17 +232,81 @@ init() {
     touch in-the-way
     expect 5 "kvx: init: $work/new.db: a part of the path is not a folder" \
         env XDG_STATE_HOME="$work/in-the-way" "$program" init --store new.db
-    expect 7 'kvx: init: not a name for a user or bucket: "a/b"' kvx init --store new.db --user a/b
+    expect 4 'kvx: init: a/b: the name breaks the rules for names' kvx init --store new.db --user a/b
     [[ ! -e new.db ]]
     expect 7 'kvx: init: cannot create /proc/new.db: No such file or directory' kvx init --store /proc/new.db
-    expect 7 "kvx: init: cannot create $work/in-the-way/new.db: Not a directory" kvx init --store in-the-way/new.db
+    expect 5 "kvx: init: $work/in-the-way/new.db: a part of the path is not a folder" kvx init --store in-the-way/new.db
+    expect 3 "kvx: init: $work/none/new.db: no such file or folder" kvx init --store none/new.db
+}
+
+login() {
+    local state=$HOME/.local/state/kvx file before damage pid i
+    session() { sed -n 2p "$file"; }
+    kvx init -q --user ada --token-file token
+    file=$(echo "$state"/login-*)
+    kvx mkdir /docs
+    expect 2 $'kvx: login: The following argument was not expected: --token=x\nTry: kvx login --help' \
+        kvx login --token=x
+
+    # Commands share the session that is kept, and renew it when it is over or unknown.
+    before=$(session)
+    [[ $(kvx ls) == docs && $(session) == "$before" ]]
+    for damage in 2s/.*/unknown/ 3s/.*/1/; do
+        before=$(session)
+        sed -i "$damage" "$file"
+        [[ $(kvx ls) == docs && $(session) != "$before" && $(session) != unknown ]] || fail "$damage"
+        [[ $(stat -c %a "$file") == 600 ]]
+    done
+    sed -i 3s/.*/1/ "$file"
+    for i in {1..20}; do kvx ls >"list$i" & done
+    wait
+    [[ $(cat list*) == "$(yes docs | head -n 20)" && $(ls "$state") == "${file##*/}" ]]
+
+    # A session that ends in the middle of a command has been replaced by then.
+    cp -r "$HOME/.local/state" old
+    before=$(session)
+    sed -i "3s/.*/$(($(date +%s) + 1))/" "$file"
+    mkfifo pipe
+    kvx put - :/slow <pipe &
+    pid=$!
+    exec 3>pipe
+    until [[ $(session) != "$before" ]]; do sleep 0.05; done
+    sed -i 1s/.*/wrong/ old/kvx/login-*
+    [[ $(XDG_STATE_HOME=$work/old kvx ls) == docs ]]
+    XDG_STATE_HOME=$work/old kvx logout
+    echo late >&3
+    exec 3>&-
+    wait $pid
+    [[ $(kvx cat /slow) == late ]]
+
+    # Logging out ends the session for whoever has its id.
+    cp -r "$HOME/.local/state" again
+    sed -i 1s/.*/wrong/ again/kvx/login-*
+    kvx logout
+    [[ -z $(ls "$state") ]]
+    expect 4 "kvx: ls: $store: $nobody" kvx ls
+    expect 4 "kvx: ls: $store: the store does not accept the token" \
+        env XDG_STATE_HOME="$work/again" "$program" ls
+    expect 4 "kvx: login: $store: the store does not accept the token" eval 'echo no | kvx login'
+    expect 4 "kvx: login: $store: no token was given" kvx login </dev/null
+    [[ $(XDG_STATE_HOME=$work/none KVX_TOKEN=$(<token) kvx ls -a) == *docs* && ! -e none ]]
+
+    # A file of nonsense is none, and is replaced.
+    for damage in 'head -c 1000 /dev/urandom' 'head -c 100 whole' "sed 3s/.*/x/ whole" 'echo'; do
+        kvx login -q <token
+        cp "$file" whole
+        $damage >"$file"
+        expect 4 "kvx: ls: $store: $nobody" kvx ls
+    done
+    KVX_TOKEN=$(<token) kvx login -q
+    [[ $(kvx ls | head -n 1) == docs ]]
 }
 
 brokenStore() {
     local before
     head -c 100000 /dev/urandom >no-store
     before=$(sha256sum no-store)
-    KVX_TOKEN=any expect 7 "kvx: ls: not a store file: $work/no-store" kvx ls --store no-store
+    KVX_TOKEN=any expect 8 "kvx: ls: not a store file: $work/no-store" kvx ls --store no-store
     [[ $(sha256sum no-store) == "$before" && -z $(ls | grep 'no-store.') ]]
 }
 

@@ -1,8 +1,16 @@
+#include "OpenStore.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
 #include <filesystem>
+#include <system_error>
 
 #include "Failure.h"
+#include "LoginFile.h"
 #include "Session.h"
-#include "TokenFile.h"
+#include "Text.h"
 #include "storage/kvxstore/Store.h"
 
 namespace storage::kvxtool {
@@ -15,16 +23,43 @@ void removeStore(const std::filesystem::path& file) {
     }
 }
 
-}  // namespace
-
-std::unique_ptr<kvxclient::KVXClient> openStore(const StoreLocation& location) {
-    if (location.file() && !std::filesystem::exists(*location.file())) {
-        throw Failure(ExitCode::NOT_FOUND, location.text(),
+/// Refuses a file for reasons of which the store gives no kind.
+void requireUsable(const std::filesystem::path& file) {
+    if (!std::filesystem::exists(file)) {
+        throw Failure(ExitCode::NOT_FOUND, file.string(),
                       "there is no store here: kvx init creates one");
+    }
+    if (access(file.c_str(), R_OK | W_OK) != 0) {
+        throw std::system_error(errno, std::generic_category());
+    }
+}
+
+std::shared_ptr<kvxstore::Store> open(const StoreLocation& location) {
+    if (location.file()) {
+        requireUsable(*location.file());
     }
     kvxstore::StoreOptions options;
     options.createMode = kvxstore::CreateMode::MUST_EXIST;
-    return kvxstore::Store::open(location.url(), options)->createClient();
+    try {
+        return kvxstore::Store::open(location.url(), options);
+    } catch (const kvxstore::StoreError& error) {
+        throw Failure(location.file() ? ExitCode::STORE_DAMAGED : ExitCode::USAGE, "",
+                      error.what());
+    }
+}
+
+void requireValidName(const std::u16string& name) {
+    constexpr std::size_t LIMIT = 255;
+    if (name.empty() || name == u"." || name == u".." || name.size() > LIMIT ||
+        name.find_first_of(std::u16string_view(u"/\0", 2)) != std::u16string::npos) {
+        throw Failure(ExitCode::REFUSED, toUtf8(name), "the name breaks the rules for names");
+    }
+}
+
+}  // namespace
+
+std::unique_ptr<kvxclient::KVXClient> openStore(const StoreLocation& location) {
+    return open(location)->createClient();
 }
 
 std::string createStore(const StoreLocation& location, const std::u16string& user) {
@@ -36,11 +71,15 @@ std::string createStore(const StoreLocation& location, const std::u16string& use
         throw Failure(ExitCode::CONFLICT, location.text(),
                       "it exists already, and is left as it is");
     }
+    requireValidName(user);
     if (location.isDefault()) {
         std::filesystem::create_directories(file.parent_path());
     }
-    const TokenFile tokenFile(location.url());
-    tokenFile.prepare();
+    const std::filesystem::path folder = file.parent_path() / "";
+    if (access(folder.c_str(), W_OK | X_OK) != 0) {
+        throw std::system_error(errno, std::generic_category());
+    }
+    LoginFile(location.url()).prepare();
 
     kvxstore::StoreOptions options;
     options.createMode = kvxstore::CreateMode::MUST_BE_NEW;
@@ -49,7 +88,7 @@ std::string createStore(const StoreLocation& location, const std::u16string& use
         kvxstore::NewUser newUser;
         newUser.name = user;
         const std::string token = store->createUser(newUser);
-        tokenFile.write(token);
+        keepLogin(*store->createClient(), location, token);
         return token;
     } catch (...) {
         // A store that nobody can log in to is of no use, and would be in the way.
