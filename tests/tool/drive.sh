@@ -302,12 +302,76 @@ login() {
     [[ $(kvx ls | head -n 1) == docs ]]
 }
 
+prompts() {
+    local seen
+    kvx init -q --token-file token
+    kvx user add bob >/dev/null
+    mkfifo keys
+    exec 4<>keys
+    # onTerminal PROMPT KEYS COMMAND: types the keys when it is prompted for them.
+    onTerminal() {
+        : >seen
+        (until grep -q "$1" seen; do sleep 0.05; done; printf "$2" >&4) &
+        script -qec "$3" /dev/null <&4 >seen || true
+        seen=$(<seen)
+    }
+    kvx logout
+    onTerminal Token: "$(<token)\n" "$program login"
+    [[ $seen == *'logged in to'* && $seen != *$(<token)* ]] || fail "login: $seen"
+    onTerminal Token: '\003' "trap : INT; $program login; echo code=\$?; stty -a"
+    [[ $seen == *code=130* && $seen == *' echo '* ]] || fail "interrupted: $seen"
+    onTerminal y/N 'n\n' "$program logout"
+    onTerminal y/N '\n' "$program user remove bob"
+    [[ $(kvx user list) == *bob* ]]
+    onTerminal y/N 'y\n' "$program user remove bob"
+    [[ $(kvx user list) != *bob* ]]
+}
+
+administration() {
+    local code errors command
+    kvx init -q --user ada
+    touch there
+    while IFS='|' read -r code errors command; do
+        eval "expect $code '$errors' kvx $command" || fail "$command: $(<output)"
+    done <<'TABLE'
+0||user add bob --quota 2M --email b@x; [[ $(wc -l <output) == 1 ]]; KVX_TOKEN=$(<output) kvx ls
+0||--json user list; [[ $(tail -n 1 output) == '{"user":"bob","emailAddress":"b@x","firstName":"","lastName":"","used":0,"quota":2097152}' ]]
+5|kvx: user add: bob: a user or bucket of this name exists already|user add bob
+4|kvx: user add: a/b: the name breaks the rules for names|user add a/b
+5|kvx: user add: there: something else of that name is in the way|user add eve --token-file there
+3|kvx: user add: none/file: no such file or folder|user add eve --token-file none/file
+2|kvx: user add: 10X: not a size: write 1000, 512M or 10G|user add eve --quota 10X
+2|kvx: user add: -5: not a size: write 1000, 512M or 10G|user add eve --quota=-5
+2|kvx: user add: 9E: not a size: write 1000, 512M or 10G|user add eve --quota 9E
+5|kvx: user add: ada: a user or bucket of this name exists already|user add ada --token-file new; [[ ! -e new ]]
+3|kvx: user remove: eve: there is no such user|user remove eve
+3|kvx: bucket add: eve: there is no such user|bucket add team eve
+0||bucket add team ada
+0||mkdir team:/plans
+0||bucket list; [[ $(<output) == $'ada  ada  0\nbob  bob  0\nteam  ada  0' ]]
+0||user remove bob </dev/null
+0||statistics --json; [[ $(<output) == '{"users":1,"buckets":2,"folders":1,'* ]]
+0||sweep
+0||verify --json; [[ ! -s output ]]
+TABLE
+}
+
 brokenStore() {
     local before
     head -c 100000 /dev/urandom >no-store
     before=$(sha256sum no-store)
     KVX_TOKEN=any expect 8 "kvx: ls: not a store file: $work/no-store" kvx ls --store no-store
     [[ $(sha256sum no-store) == "$before" && -z $(ls | grep 'no-store.') ]]
+
+    head -c 500K /dev/zero >content
+    kvx init -q
+    [[ $(kvx verify) == 'no damage found' ]]
+    kvx put content :/
+    # Where a page begins, there is the number of another page.
+    printf '\377\377\377\377' | dd of="$store" bs=64K seek=10 conv=notrunc status=none
+    expect 8 'kvx: verify: the store is damaged' kvx verify
+    [[ $(wc -l <output) == 1 && $(<output) == *damaged*page* ]] || fail "verify says $(<output)"
+    [[ $(kvx verify --json || true) == '{"damage":"'*'"}' ]]
 }
 
 fullDisk() {

@@ -23,6 +23,13 @@ void Invocation::runInSession(const std::string& subject,
         });
 }
 
+void Invocation::runAsAdministrator(
+    std::function<void(const Administration&, Diagnostics&)> action) {
+    run = [action = std::move(action)](const StoreLocation& location, Diagnostics& diagnostics) {
+        diagnostics.guard(location.text(), [&] { action(Administration(location), diagnostics); });
+    };
+}
+
 std::u16string utf16Argument(const std::string& argument) {
     std::optional<std::u16string> result = toUtf16(argument);
     if (!result) {

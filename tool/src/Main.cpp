@@ -72,6 +72,9 @@ void addCommands(CLI::App& program, Invocation& invocation) {
 
     addInit(program, invocation);
     addLoginAndLogout(program, invocation);
+    addUser(program, invocation);
+    addBucket(program, invocation);
+    addMaintenance(program, invocation);
     addPut(program, invocation);
     addGetAndCat(program, invocation);
     addLsAndStat(program, invocation);

@@ -98,4 +98,92 @@ std::string createStore(const StoreLocation& location, const std::u16string& use
     }
 }
 
+Administration::Administration(const StoreLocation& location) : store_(open(location)) {}
+
+std::string Administration::addUser(const StoreUser& user) const {
+    requireNewName(user.name);
+    kvxstore::NewUser newUser;
+    newUser.name = user.name;
+    newUser.emailAddress = user.emailAddress;
+    newUser.firstName = user.firstName;
+    newUser.lastName = user.lastName;
+    newUser.quota = user.quota.value_or(kvxstore::NewUser::UNLIMITED);
+    return store_->createUser(newUser);
+}
+
+std::vector<StoreUser> Administration::users() const {
+    std::vector<StoreUser> users;
+    for (const kvxstore::User& user : store_->listUsers()) {
+        StoreUser& result = users.emplace_back();
+        result.name = user.name;
+        result.emailAddress = user.emailAddress;
+        result.firstName = user.firstName;
+        result.lastName = user.lastName;
+        result.used = user.used;
+        if (user.quota < kvxstore::NewUser::UNLIMITED) {
+            result.quota = user.quota;
+        }
+    }
+    return users;
+}
+
+void Administration::removeUser(const std::u16string& name) const {
+    if (!hasUser(name)) {
+        throw Failure(ExitCode::NOT_FOUND, toUtf8(name), "there is no such user");
+    }
+    store_->removeUser(name);
+}
+
+void Administration::addBucket(const std::u16string& name, const std::u16string& owner) const {
+    requireNewName(name);
+    if (!hasUser(owner)) {
+        throw Failure(ExitCode::NOT_FOUND, toUtf8(owner), "there is no such user");
+    }
+    store_->createBucket(name, owner);
+}
+
+std::vector<StoreBucket> Administration::buckets() const {
+    std::vector<StoreBucket> buckets;
+    for (const kvxstore::Bucket& bucket : store_->listBuckets()) {
+        buckets.push_back({bucket.name, bucket.owner, bucket.used});
+    }
+    return buckets;
+}
+
+std::vector<std::string> Administration::verify() const {
+    try {
+        return store_->verify();
+    } catch (const kvxstore::StoreError& error) {
+        return {error.what()};  // Too damaged to be looked through.
+    }
+}
+
+void Administration::sweep() const { store_->sweep(); }
+
+std::vector<std::pair<const char*, unsigned long>> Administration::statistics() const {
+    const kvxstore::Statistics counts = store_->statistics();
+    return {{"users", counts.users},       {"buckets", counts.buckets},
+            {"folders", counts.folders},   {"files", counts.files},
+            {"versions", counts.versions}, {"handles", counts.handles},
+            {"grants", counts.grants},     {"invitations", counts.invitations},
+            {"used", counts.used},         {"stored", counts.stored}};
+}
+
+bool Administration::hasUser(const std::u16string& name) const {
+    const auto users = store_->listUsers();
+    return std::any_of(users.begin(), users.end(),
+                       [&](const kvxstore::User& user) { return user.name == name; });
+}
+
+// Every user has a bucket of his name.
+void Administration::requireNewName(const std::u16string& name) const {
+    requireValidName(name);
+    const auto buckets = store_->listBuckets();
+    if (std::any_of(buckets.begin(), buckets.end(),
+                    [&](const kvxstore::Bucket& bucket) { return bucket.name == name; })) {
+        throw Failure(ExitCode::CONFLICT, toUtf8(name),
+                      "a user or bucket of this name exists already");
+    }
+}
+
 }  // namespace storage::kvxtool
