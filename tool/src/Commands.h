@@ -44,6 +44,8 @@ void addLoginAndLogout(CLI::App& program, Invocation& invocation);
 void addUser(CLI::App& program, Invocation& invocation);
 void addBucket(CLI::App& program, Invocation& invocation);
 void addMaintenance(CLI::App& program, Invocation& invocation);
+void addVersionsAndRestore(CLI::App& program, Invocation& invocation);
+void addDfAndPolicy(CLI::App& program, Invocation& invocation);
 void addPut(CLI::App& program, Invocation& invocation);
 void addGetAndCat(CLI::App& program, Invocation& invocation);
 void addLsAndStat(CLI::App& program, Invocation& invocation);

@@ -32,29 +32,34 @@ std::string protectedArgument(std::string argument) {
     return list || argument == "++" ? "./" + argument : argument;
 }
 
-/// The command that was parsed, as " user add".
-std::string commandName(const CLI::App& program) {
-    const auto commands = program.get_subcommands();
-    return commands.empty() ? ""
-                            : " " + commands.front()->get_name() + commandName(*commands.front());
+/// The command that was parsed with those that it is a part of.
+std::vector<const CLI::App*> parsedCommands(const CLI::App& program) {
+    std::vector<const CLI::App*> commands{&program};
+    while (!commands.back()->get_subcommands().empty()) {
+        commands.push_back(commands.back()->get_subcommands().front());
+    }
+    return commands;
 }
 
-const CLI::App& deepest(const CLI::App& program) {
-    const auto commands = program.get_subcommands();
-    return commands.empty() ? program : deepest(*commands.front());
+/// As "user add"; empty without a command.
+std::string commandName(const CLI::App& program) {
+    std::string name;
+    for (const CLI::App* command : parsedCommands(program)) {
+        name += (name.empty() ? "" : " ") + (command == &program ? "" : command->get_name());
+    }
+    return name;
 }
 
 /// What is wrong with the command line, in one line.
 std::string usageError(const CLI::App* program, const CLI::Error& error) {
     const std::vector<std::string> unexpected = program->remaining(true);
-    const std::string command = commandName(*program);
-    const bool isIncomplete = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr &&
-                              !deepest(*program).get_subcommands({}).empty();
-    const std::string reason = isIncomplete && !unexpected.empty()
+    const bool needsCommand = !parsedCommands(*program).back()->get_subcommands({}).empty();
+    const std::string reason = needsCommand && !unexpected.empty()
                                    ? unexpected.front() + ": there is no such command"
                                    : error.what();
-    return "kvx:" + (command.empty() ? "" : command + ":") + " " + escaped(reason) + "\n" +
-           "Try: kvx" + command + " --help\n";
+    const std::string command = commandName(*program);
+    return "kvx:" + (command.empty() ? "" : " " + command + ":") + " " + escaped(reason) + "\n" +
+           "Try: kvx" + (command.empty() ? "" : " " + command) + " --help\n";
 }
 
 void addCommands(CLI::App& program, Invocation& invocation) {
@@ -75,6 +80,8 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     addUser(program, invocation);
     addBucket(program, invocation);
     addMaintenance(program, invocation);
+    addVersionsAndRestore(program, invocation);
+    addDfAndPolicy(program, invocation);
     addPut(program, invocation);
     addGetAndCat(program, invocation);
     addLsAndStat(program, invocation);
@@ -115,5 +122,5 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return program.exit(error) == 0 ? 0 : static_cast<int>(ExitCode::USAGE);
     }
-    return run(commandName(program).substr(1), invocation);
+    return run(commandName(program), invocation);
 }

@@ -87,7 +87,7 @@ std::string createStore(const StoreLocation& location, const std::u16string& use
     try {
         kvxstore::NewUser newUser;
         newUser.name = user;
-        const std::string token = store->createUser(newUser);
+        std::string token = store->createUser(newUser);
         keepLogin(*store->createClient(), location, token);
         return token;
     } catch (...) {
