@@ -320,6 +320,33 @@ eachLine() {
     done
 }
 
+sharing() {
+    local id open
+    kvx init -q --user ada
+    kvx user add bob --quota 1K --email bob@home --token-file bob
+    kvx user add eve --token-file eve
+    kvx mkdir -p /docs/plans/2026 /docs/.hidden
+    echo text | kvx put - :/docs/file
+    id=$(kvx invite /docs --to bob@home)
+    open=$(kvx invite /docs/plans --write)
+    eachLine <<'TABLE'
+0||as bob shared $id; [[ $(<output) == *ada:/docs*READ_ONLY*PENDING*plans/*'file  5' && $(<output) != *hidden* ]]
+0||as bob shared $id plans --copy-to /copied; [[ $(as bob ls -R) == *2026* ]]
+0||as bob accept $id; [[ $(<output) == ada:/docs && $(as bob cat ada:/docs/file) == text ]]
+4|kvx: mkdir: ada:/docs/new: permission denied|as bob mkdir ada:/docs/new; as bob decline $id
+3|kvx: ls: ada:/docs: no such file or folder|as bob ls ada:/docs
+0||as eve accept $open && as eve mkdir ada:/docs/plans/new
+0||as eve invitations --received; [[ $(<output) == *ACCEPTED*READ_WRITE*ada*eve*ada:/docs/plans ]]
+0||kvx invitations --sent --json; [[ $(grep -c '"from":"ada"' output) == 3 ]]
+4|kvx: uninvite: '"$open"': permission denied|as eve uninvite $open; kvx uninvite $open
+3|kvx: ls: ada:/docs/plans: no such file or folder|as eve ls ada:/docs/plans
+3|kvx: grant: mallory: there is no such user|kvx grant mallory /docs
+0||kvx grant eve /docs --write; as eve mkdir ada:/docs/eve && [[ $(kvx grants /docs) == 'eve  READ_WRITE  ACTIVE' ]] && kvx revoke eve /docs
+3|kvx: revoke: eve: nothing is granted on /docs|kvx revoke eve /docs
+6|kvx: put: /large: the storage quota is exceeded|as bob put <(head -c 2K /dev/zero) :/large
+TABLE
+}
+
 administration() {
     kvx init -q --user ada
     kvx mkdir /docs

@@ -45,6 +45,8 @@ void addUser(CLI::App& program, Invocation& invocation);
 void addBucket(CLI::App& program, Invocation& invocation);
 void addMaintenance(CLI::App& program, Invocation& invocation);
 void addVersionsAndRestore(CLI::App& program, Invocation& invocation);
+void addGrants(CLI::App& program, Invocation& invocation);
+void addInvitations(CLI::App& program, Invocation& invocation);
 void addDfAndPolicy(CLI::App& program, Invocation& invocation);
 void addPut(CLI::App& program, Invocation& invocation);
 void addGetAndCat(CLI::App& program, Invocation& invocation);

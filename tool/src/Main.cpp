@@ -81,6 +81,8 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     addBucket(program, invocation);
     addMaintenance(program, invocation);
     addVersionsAndRestore(program, invocation);
+    addGrants(program, invocation);
+    addInvitations(program, invocation);
     addDfAndPolicy(program, invocation);
     addPut(program, invocation);
     addGetAndCat(program, invocation);
