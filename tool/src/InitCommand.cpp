@@ -23,14 +23,14 @@ struct InitOptions {
     std::string tokenFile;
 };
 
-void init(const StoreLocation& location, const InitOptions& options, bool quiet) {
+void init(const StoreLocation& location, const InitOptions& options, const Invocation& invocation) {
     const std::string user = options.user.empty() ? loginName() : options.user;
     std::optional<TokenOutput> output;
     if (!options.tokenFile.empty()) {
         output.emplace(options.tokenFile);
     }
     const std::string token = createStore(location, utf16Argument(user));
-    if (!quiet) {
+    if (!invocation.quiet && !invocation.json) {
         std::cout << "created the store " << location.text() << " for " << user << '\n';
     }
     if (output) {
@@ -59,9 +59,9 @@ void addInit(CLI::App& program, Invocation& invocation) {
         "  kvx init\n"
         "  kvx init --store /srv/team.db --user ada");
     command->callback([options, &invocation] {
-        invocation.run = [options, quiet = &invocation.quiet](const StoreLocation& location,
-                                                              Diagnostics& diagnostics) {
-            diagnostics.guard(location.text(), [&] { init(location, *options, *quiet); });
+        invocation.run = [options, &invocation](const StoreLocation& location,
+                                                Diagnostics& diagnostics) {
+            diagnostics.guard(location.text(), [&] { init(location, *options, invocation); });
         };
     });
 }

@@ -28,14 +28,15 @@ std::string readToken(const std::string& file) {
     return withoutLineEnd(line);
 }
 
-void login(const StoreLocation& location, const std::string& tokenFile, bool quiet) {
+void login(const StoreLocation& location, const std::string& tokenFile,
+           const Invocation& invocation) {
     const auto client = openStore(location);
     const std::string token = readToken(tokenFile);
     if (token.empty()) {
         throw Failure(ExitCode::REFUSED, location.text(), "no token was given");
     }
     keepLogin(*client, location, token);
-    if (!quiet) {
+    if (!invocation.quiet && !invocation.json) {
         std::cout << "logged in to " << location.text() << '\n';
     }
 }
@@ -65,8 +66,7 @@ void addLogin(CLI::App& program, Invocation& invocation) {
     command->callback([tokenFile, &invocation] {
         invocation.run = [tokenFile, &invocation](const StoreLocation& location,
                                                   Diagnostics& diagnostics) {
-            diagnostics.guard(location.text(),
-                              [&] { login(location, *tokenFile, invocation.quiet); });
+            diagnostics.guard(location.text(), [&] { login(location, *tokenFile, invocation); });
         };
     });
 }
