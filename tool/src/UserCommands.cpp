@@ -51,17 +51,20 @@ void addUser(const Administration& store, const UserOptions& options, bool json)
         output.emplace(options.tokenFile);
     }
     const std::string token = store.addUser(user);
-    if (output) {
-        try {
+    try {
+        if (output) {
             output->write(token);
-        } catch (...) {
-            store.removeUser(user.name);  // Nobody could log in as this user.
-            throw;
+        } else if (json) {
+            printJson({{"user", options.name}, {"token", token}});
+        } else {
+            std::cout << token << '\n';
         }
-    } else if (json) {
-        printJson({{"user", options.name}, {"token", token}});
-    } else {
-        std::cout << token << '\n';
+        if (!std::cout.flush()) {
+            throw Failure(ExitCode::FAILED, options.name, "the token cannot be shown: not added");
+        }
+    } catch (...) {
+        store.removeUser(user.name);  // Nobody could ever log in as this user.
+        throw;
     }
 }
 
