@@ -1,4 +1,4 @@
-#include <CLI/CLI.hpp>
+#include <functional>
 #include <iostream>
 #include <memory>
 
