@@ -8,6 +8,7 @@ cd "$work"
 export HOME=$work/home TZ=UTC LC_ALL=C.UTF-8
 unset XDG_DATA_HOME XDG_STATE_HOME KVX_STORE KVX_TOKEN
 store=$HOME/.local/share/kvx/store.db
+nobody='you are not logged in: kvx login keeps your token, or set KVX_TOKEN to it'
 mkdir "$HOME"
 
 kvx() { "$program" "$@"; }
@@ -212,17 +213,17 @@ init() {
     local state=$HOME/.local/state/kvx token before
     expect 3 "kvx: ls: $store: there is no store here: kvx init creates one" kvx ls
     kvx init --user ada
-    [[ $(stat -c %a "$state" "$state"/token-* "$store") == $'700\n600\n600' ]]
-    before=$(sha256sum "$store" "$state"/token-*)
+    [[ $(stat -c %a "$state" "$state"/login-* "$store") == $'700\n600\n600' ]]
+    before=$(sha256sum "$store" "$state"/login-*)
     expect 5 "kvx: init: $store: it exists already, and is left as it is" kvx init
-    [[ $(sha256sum "$store" "$state"/token-*) == "$before" ]]
+    [[ $(sha256sum "$store" "$state"/login-*) == "$before" ]]
 
     # The token is found however the store is named, and may come from elsewhere.
     kvx mkdir ada:/docs
     [[ $(cd "$HOME/.local" && kvx ls --store share/../share/kvx/store.db) == docs ]]
     [[ $(KVX_STORE=sqlite://$store kvx ls) == docs ]]
-    read -r token <"$state"/token-*
-    expect 4 "kvx: ls: $store: no token is kept for this store: set KVX_TOKEN to yours" \
+    read -r token <"$state"/login-*
+    expect 4 "kvx: ls: $store: $nobody" \
         env XDG_STATE_HOME="$work/none" "$program" ls
     [[ $(XDG_STATE_HOME=$work/none KVX_TOKEN=$token kvx ls) == docs ]]
     expect 4 "kvx: ls: $store: the store does not accept the token" env KVX_TOKEN=wrong "$program" ls
@@ -231,18 +232,157 @@ init() {
     touch in-the-way
     expect 5 "kvx: init: $work/new.db: a part of the path is not a folder" \
         env XDG_STATE_HOME="$work/in-the-way" "$program" init --store new.db
-    expect 7 'kvx: init: not a name for a user or bucket: "a/b"' kvx init --store new.db --user a/b
+    expect 4 'kvx: init: a/b: the name breaks the rules for names' kvx init --store new.db --user a/b
     [[ ! -e new.db ]]
     expect 7 'kvx: init: cannot create /proc/new.db: No such file or directory' kvx init --store /proc/new.db
-    expect 7 "kvx: init: cannot create $work/in-the-way/new.db: Not a directory" kvx init --store in-the-way/new.db
+    expect 5 "kvx: init: $work/in-the-way/new.db: a part of the path is not a folder" kvx init --store in-the-way/new.db
+    expect 3 "kvx: init: $work/none/new.db: no such file or folder" kvx init --store none/new.db
+}
+
+login() {
+    local state=$HOME/.local/state/kvx file before damage pid i
+    session() { sed -n 2p "$file"; }
+    kvx init -q --token-file token
+    file=$(echo "$state"/login-*)
+    kvx mkdir /docs
+
+    # Commands share the session that is kept, and renew it when it is over or unknown.
+    before=$(session)
+    [[ $(kvx ls) == docs && $(session) == "$before" ]]
+    for damage in 2s/.*/unknown/ 3s/.*/1/; do
+        before=$(session)
+        sed -i "$damage" "$file"
+        [[ $(kvx ls) == docs && $(session) != "$before" && $(session) != unknown ]] || fail "$damage"
+    done
+    sed -i 3s/.*/1/ "$file"
+    for i in {1..20}; do kvx ls >"list$i" & done
+    wait
+    [[ $(cat list*) == "$(yes docs | head -n 20)" && $(stat -c '%n %a' "$state"/*) == "$file 600" ]]
+
+    # A session that ends in the middle of a command has been replaced by then.
+    cp -r "$HOME/.local/state" old
+    before=$(session)
+    sed -i "3s/.*/$(($(date +%s) + 1))/" "$file"
+    mkfifo pipe
+    kvx put - :/docs/slow <pipe &
+    pid=$!
+    exec 3>pipe
+    until [[ $(session) != "$before" ]]; do sleep 0.05; done
+    XDG_STATE_HOME=$work/old kvx logout
+    echo late >&3
+    exec 3>&-
+    wait $pid
+    [[ $(kvx cat /docs/slow) == late ]]
+
+    # Logging out ends the session for whoever has its id.
+    sed 1s/.*/wrong/ "$file" >kept
+    kvx logout
+    expect 4 "kvx: ls: $store: $nobody" kvx ls
+    mv kept "$file"
+    expect 4 "kvx: ls: $store: the store does not accept the token" kvx ls
+    [[ $(XDG_STATE_HOME=$work/none KVX_TOKEN=$(<token) kvx ls) == docs && ! -e none ]]
+
+    # A file of nonsense is none, and is replaced.
+    for damage in 'head -c 1000 /dev/urandom' 'head -c 100 whole' 'sed 3s/.*/x/ whole' 'echo'; do
+        kvx login -q <token
+        cp "$file" whole
+        $damage >"$file"
+        expect 4 "kvx: ls: $store: $nobody" kvx ls
+    done
+}
+
+prompts() {
+    local seen
+    kvx init -q --token-file token
+    mkfifo keys
+    exec 4<>keys
+    # onTerminal KEYS COMMAND: types the keys when it is prompted for them.
+    onTerminal() {
+        : >seen
+        (until grep -q 'Token: ' seen; do sleep 0.05; done; printf "$1" >&4) &
+        script -qec "$2" /dev/null <&4 >seen || true
+        seen=$(<seen)
+    }
+    onTerminal "$(<token)\n" "$program login"
+    [[ $seen == *'logged in to'* && $seen != *$(<token)* ]] || fail "login: $seen"
+    onTerminal '\003' "trap : INT; $program login; echo code=\$?; stty -a"
+    [[ $seen == *code=130* && $seen == *' echo '* ]] || fail "interrupted: $seen"
+}
+
+# as USER COMMAND...: with the token in the file of that name.
+as() { KVX_TOKEN=$(<"$1") "$program" "${@:2}"; }
+
+# Lines of "exit code|standard error|command; what must then hold".
+eachLine() {
+    local code errors command
+    while IFS='|' read -r code errors command; do
+        eval "expect $code '$errors' $command" || fail "$command: $(<output)"
+    done
+}
+
+sharing() {
+    local id open
+    kvx init -q --user ada
+    kvx user add bob --quota 1K --email bob@home --token-file bob
+    kvx user add eve --token-file eve
+    kvx mkdir -p /docs/plans/2026 /docs/.hidden
+    echo text | kvx put - :/docs/file
+    id=$(kvx invite /docs --to bob@home)
+    open=$(kvx invite /docs/plans --write)
+    eachLine <<'TABLE'
+0||as bob shared $id; [[ $(<output) == *ada:/docs*READ_ONLY*PENDING*plans/*'file  5' && $(<output) != *hidden* ]]
+0||as bob shared $id plans --copy-to /copied; [[ $(as bob ls -R) == *2026* ]]
+0||as bob accept $id; [[ $(<output) == ada:/docs && $(as bob cat ada:/docs/file) == text ]]
+4|kvx: mkdir: ada:/docs/new: permission denied|as bob mkdir ada:/docs/new; as bob decline $id
+3|kvx: ls: ada:/docs: no such file or folder|as bob ls ada:/docs
+0||as eve accept $open && as eve mkdir ada:/docs/plans/new
+0||as eve invitations --received; [[ $(<output) == *ACCEPTED*READ_WRITE*ada*eve*ada:/docs/plans ]]
+0||kvx invitations --sent --json; [[ $(grep -c '"from":"ada"' output) == 3 ]]
+4|kvx: uninvite: '"$open"': permission denied|as eve uninvite $open; kvx uninvite $open
+3|kvx: ls: ada:/docs/plans: no such file or folder|as eve ls ada:/docs/plans
+3|kvx: grant: mallory: there is no such user|kvx grant mallory /docs
+0||kvx grant eve /docs --write; as eve mkdir ada:/docs/eve && [[ $(kvx grants /docs) == 'eve  READ_WRITE  ACTIVE' ]] && kvx revoke eve /docs
+3|kvx: revoke: eve: nothing is granted on /docs|kvx revoke eve /docs
+6|kvx: put: /large: the storage quota is exceeded|as bob put <(head -c 2K /dev/zero) :/large
+TABLE
+}
+
+administration() {
+    kvx init -q --user ada
+    kvx mkdir /docs
+    echo first | kvx put - :/docs/file
+    eachLine <<'TABLE'
+0||kvx restore /docs/file 1; [[ $(<output) == 'restored as version 2' ]]
+0||kvx versions /docs/file --json; [[ $(<output) == '{"label":1,"id":"'*'Z","size":6,"current":false}'$'\n''{"label":2,'*'"current":true}' ]]
+0||kvx put <(echo second) :/docs/file; kvx restore /docs/file 1 --json >output; [[ $(<output) == '{"name":"/docs/file","label":4,"id":"'* && $(kvx cat /docs/file) == first ]]
+3|kvx: restore: x: no such version of /docs/file|kvx restore /docs/file x
+0||kvx policy set /docs --public allowed; kvx policy set /docs --versions disabled
+0||kvx policy get /docs/file; [[ $(<output) == 'versions:  inherit (disabled)'*'public:    inherit (allowed)' ]]
+0||kvx restore /docs/file 1; kvx versions /docs/file >output; [[ $(tail -n 2 output | cut -c 1) == $'3\n5' ]]
+0||kvx user add bob --quota 2M; cp output bob; [[ $(as bob df --json) == '{"used":0,"quota":2097152}' ]]
+5|kvx: user add: bob: a user or bucket of this name exists already|kvx user add bob --token-file new; [[ ! -e new ]]
+4|kvx: user add: a/b: the name breaks the rules for names|kvx user add a/b
+2|kvx: user add: -5: not a size: write 1000, 512M or 10G|kvx user add eve --quota=-5
+0||kvx bucket add team ada; kvx mkdir team:/plans; kvx bucket list >output; [[ $(tail -n 1 output) == 'team  ada  0' ]]
+0||kvx user remove bob </dev/null; [[ $(kvx user list) == 'ada  '*' of any size' ]]
+3|kvx: user remove: bob: there is no such user|kvx user remove bob
+TABLE
 }
 
 brokenStore() {
     local before
     head -c 100000 /dev/urandom >no-store
     before=$(sha256sum no-store)
-    KVX_TOKEN=any expect 7 "kvx: ls: not a store file: $work/no-store" kvx ls --store no-store
+    KVX_TOKEN=any expect 8 "kvx: ls: not a store file: $work/no-store" kvx ls --store no-store
     [[ $(sha256sum no-store) == "$before" && -z $(ls | grep 'no-store.') ]]
+
+    head -c 500K /dev/zero >content
+    kvx init -q
+    kvx put content :/
+    # Where a page begins, there is the number of another page.
+    printf '\377\377\377\377' | dd of="$store" bs=64K seek=10 conv=notrunc status=none
+    expect 8 'kvx: verify: the store is damaged' kvx verify
+    [[ $(wc -l <output) == 1 && $(<output) == *damaged*page* ]] || fail "verify says $(<output)"
 }
 
 fullDisk() {

@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "Text.h"
+
 namespace storage::kvxtool {
 
 void Invocation::runInSession(std::function<void(const Session&, Diagnostics&)> action) {
@@ -11,6 +13,29 @@ void Invocation::runInSession(std::function<void(const Session&, Diagnostics&)> 
         const Session session(location);
         action(session, diagnostics);
     };
+}
+
+void Invocation::runInSession(const std::string& subject,
+                              std::function<void(const Session&)> action) {
+    runInSession(
+        [subject, action = std::move(action)](const Session& session, Diagnostics& diagnostics) {
+            diagnostics.guard(subject, [&] { action(session); });
+        });
+}
+
+void Invocation::runAsAdministrator(
+    std::function<void(const Administration&, Diagnostics&)> action) {
+    run = [action = std::move(action)](const StoreLocation& location, Diagnostics& diagnostics) {
+        diagnostics.guard(location.text(), [&] { action(Administration(location), diagnostics); });
+    };
+}
+
+std::u16string utf16Argument(const std::string& argument) {
+    std::optional<std::u16string> result = toUtf16(argument);
+    if (!result) {
+        throw Failure(ExitCode::REFUSED, argument, "the name is not valid UTF-8");
+    }
+    return std::move(*result);
 }
 
 CLI::App* addForEachName(CLI::App& program, Invocation& invocation, const std::string& name,

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "Diagnostics.h"
+#include "OpenStore.h"
 #include "RemoteName.h"
 #include "Session.h"
 #include "StoreLocation.h"
@@ -21,7 +22,14 @@ struct Invocation {
 
     /// Sets `run` to call `action` in a session with the store.
     void runInSession(std::function<void(const Session&, Diagnostics&)> action);
+    /// The same for the one thing that a command does; `subject` is in front of what it throws.
+    void runInSession(const std::string& subject, std::function<void(const Session&)> action);
+    /// Sets `run` to call `action` with what those who run the store may do.
+    void runAsAdministrator(std::function<void(const Administration&, Diagnostics&)> action);
 };
+
+/// An argument as the store takes it. Throws Failure for one that is not UTF-8.
+std::u16string utf16Argument(const std::string& argument);
 
 /// What a command does with one remote name.
 using NameAction = std::function<void(const Session&, Diagnostics&, const RemoteName&)>;
@@ -32,6 +40,14 @@ CLI::App* addForEachName(CLI::App& program, Invocation& invocation, const std::s
 
 // Each adds commands to the program. `invocation` must outlive it.
 void addInit(CLI::App& program, Invocation& invocation);
+void addLoginAndLogout(CLI::App& program, Invocation& invocation);
+void addUser(CLI::App& program, Invocation& invocation);
+void addBucket(CLI::App& program, Invocation& invocation);
+void addMaintenance(CLI::App& program, Invocation& invocation);
+void addVersionsAndRestore(CLI::App& program, Invocation& invocation);
+void addGrants(CLI::App& program, Invocation& invocation);
+void addInvitations(CLI::App& program, Invocation& invocation);
+void addDfAndPolicy(CLI::App& program, Invocation& invocation);
 void addPut(CLI::App& program, Invocation& invocation);
 void addGetAndCat(CLI::App& program, Invocation& invocation);
 void addLsAndStat(CLI::App& program, Invocation& invocation);

@@ -13,11 +13,13 @@ const char* const EXIT_CODES =
     "  0  done\n"
     "  1  failed otherwise, or several failures of different kinds\n"
     "  2  the command line is wrong\n"
-    "  3  not found: a file, a folder, the folder to hold it, or the store\n"
+    "  3  not found: a file, a folder, the folder to hold it, a user, or the store\n"
     "  4  refused: no right to do this, no valid token, a name that breaks the rules\n"
     "  5  conflict: it exists already, or is of another kind, or a folder is not empty\n"
     "  6  no room: the quota or a limit for files is exceeded, or the local disk is full\n"
-    "  7  the store failed, is damaged, is no store, or cannot be reached\n"
+    "  7  the store failed by a fault of its own\n"
+    "  8  the store is damaged, or cannot be opened: no store, or of a newer version\n"
+    "  9  the store cannot be reached\n"
     "  128 + n  ended by signal n, as 130 by Ctrl-C\n";
 
 namespace {
@@ -36,7 +38,7 @@ Meaning meaningOf(KVXClientErrorCode code) {
         case KVXClientErrorCode::INVALID_TOKEN:
             return {ExitCode::REFUSED, "the store does not accept the token"};
         case KVXClientErrorCode::BAD_NETWORK:
-            return {ExitCode::STORE_FAILED, "the store cannot be reached"};
+            return {ExitCode::UNREACHABLE, "the store cannot be reached"};
         case KVXClientErrorCode::RESOURCE_NOT_FOUND:
             return {ExitCode::NOT_FOUND, "no such file or folder"};
         case KVXClientErrorCode::PARENT_RESOURCE_NOT_FOUND:

@@ -16,6 +16,8 @@ enum class ExitCode : int {
     CONFLICT = 5,
     NO_ROOM = 6,
     STORE_FAILED = 7,
+    STORE_DAMAGED = 8,
+    UNREACHABLE = 9,
     READER_GONE = 141  ///< As if SIGPIPE had ended the process.
 };
 

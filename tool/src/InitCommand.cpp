@@ -4,8 +4,8 @@
 #include <iostream>
 
 #include "Commands.h"
-#include "Session.h"
-#include "Text.h"
+#include "OpenStore.h"
+#include "TokenOutput.h"
 
 namespace storage::kvxtool {
 namespace {
@@ -18,36 +18,50 @@ std::string loginName() {
     return user->pw_name;
 }
 
-void init(const StoreLocation& location, const std::string& userOption, bool quiet) {
-    const std::string user = userOption.empty() ? loginName() : userOption;
-    const std::optional<std::u16string> name = toUtf16(user);
-    if (!name) {
-        throw Failure(ExitCode::REFUSED, user, "the name is not valid UTF-8");
+struct InitOptions {
+    std::string user;
+    std::string tokenFile;
+};
+
+void init(const StoreLocation& location, const InitOptions& options, const Invocation& invocation) {
+    const std::string user = options.user.empty() ? loginName() : options.user;
+    std::optional<TokenOutput> output;
+    if (!options.tokenFile.empty()) {
+        output.emplace(options.tokenFile);
     }
-    createStore(location, *name);
-    if (!quiet) {
+    const std::string token = createStore(location, utf16Argument(user));
+    if (!invocation.quiet && !invocation.json) {
         std::cout << "created the store " << location.text() << " for " << user << '\n';
+    }
+    if (output) {
+        output->write(token);
     }
 }
 
 }  // namespace
 
 void addInit(CLI::App& program, Invocation& invocation) {
-    auto user = std::make_shared<std::string>();
+    auto options = std::make_shared<InitOptions>();
     CLI::App* command = program.add_subcommand("init", "Create a store and its first user");
-    command->add_option("--user", *user, "The user's name and bucket; your login name by default")
+    command
+        ->add_option("--user", options->user,
+                     "The user's name and bucket; your login name by default")
         ->type_name("NAME");
+    command
+        ->add_option("--token-file", options->tokenFile,
+                     "Write the token to this new file too, readable for you only")
+        ->type_name("FILE");
     command->footer(
-        "The user's token is kept in the state folder, readable for you only. A store that exists\n"
-        "is left alone.\n"
+        "The user is logged in: token and session are kept in the state folder, readable for you\n"
+        "only. A store that exists is left alone.\n"
         "\n"
         "Examples:\n"
         "  kvx init\n"
         "  kvx init --store /srv/team.db --user ada");
-    command->callback([user, &invocation] {
-        invocation.run = [user, quiet = &invocation.quiet](const StoreLocation& location,
-                                                           Diagnostics& diagnostics) {
-            diagnostics.guard(location.text(), [&] { init(location, *user, *quiet); });
+    command->callback([options, &invocation] {
+        invocation.run = [options, &invocation](const StoreLocation& location,
+                                                Diagnostics& diagnostics) {
+            diagnostics.guard(location.text(), [&] { init(location, *options, invocation); });
         };
     });
 }

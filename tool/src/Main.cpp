@@ -20,9 +20,10 @@ const char* const NAMES_AND_STORE =
     "dash follow --. Names are UTF-8.\n"
     "\n"
     "The store is the one that --store or KVX_STORE names, by URL (sqlite:///srv/store.db) or\n"
-    "path, else kvx/store.db in the user's data folder (XDG_DATA_HOME, ~/.local/share). The token\n"
-    "to log in with is KVX_TOKEN, or else the one that kvx init kept in the user's state folder\n"
-    "(XDG_STATE_HOME, ~/.local/state).\n"
+    "path, else kvx/store.db in the user's data folder (XDG_DATA_HOME, ~/.local/share). With\n"
+    "KVX_TOKEN, a command logs in with that token and out again. Without it, all commands use the\n"
+    "session that kvx login or kvx init keeps, with the token, in the user's state folder\n"
+    "(XDG_STATE_HOME, ~/.local/state), readable for the user only.\n"
     "\n";
 
 /// The parser reads "[a,b]" as a list and "++" as an end of options: as paths they say the same.
@@ -31,16 +32,34 @@ std::string protectedArgument(std::string argument) {
     return list || argument == "++" ? "./" + argument : argument;
 }
 
+/// The command that was parsed with those that it is a part of.
+std::vector<const CLI::App*> parsedCommands(const CLI::App& program) {
+    std::vector<const CLI::App*> commands{&program};
+    while (!commands.back()->get_subcommands().empty()) {
+        commands.push_back(commands.back()->get_subcommands().front());
+    }
+    return commands;
+}
+
+/// As "user add"; empty without a command.
+std::string commandName(const CLI::App& program) {
+    std::string name;
+    for (const CLI::App* command : parsedCommands(program)) {
+        name += (name.empty() ? "" : " ") + (command == &program ? "" : command->get_name());
+    }
+    return name;
+}
+
 /// What is wrong with the command line, in one line.
 std::string usageError(const CLI::App* program, const CLI::Error& error) {
-    const std::vector<std::string> unexpected = program->remaining();
-    const auto commands = program->get_subcommands();
-    const std::string command = commands.empty() ? "" : " " + commands.front()->get_name();
-    const std::string reason = commands.empty() && !unexpected.empty()
+    const std::vector<std::string> unexpected = program->remaining(true);
+    const bool needsCommand = !parsedCommands(*program).back()->get_subcommands({}).empty();
+    const std::string reason = needsCommand && !unexpected.empty()
                                    ? unexpected.front() + ": there is no such command"
                                    : error.what();
-    return "kvx:" + (command.empty() ? "" : command + ":") + " " + escaped(reason) + "\n" +
-           "Try: kvx" + command + " --help\n";
+    const std::string command = commandName(*program);
+    return "kvx:" + (command.empty() ? "" : " " + command + ":") + " " + escaped(reason) + "\n" +
+           "Try: kvx" + (command.empty() ? "" : " " + command) + " --help\n";
 }
 
 void addCommands(CLI::App& program, Invocation& invocation) {
@@ -57,6 +76,14 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     program.add_flag("--json", invocation.json, "Print for programs: one JSON object a line");
 
     addInit(program, invocation);
+    addLoginAndLogout(program, invocation);
+    addUser(program, invocation);
+    addBucket(program, invocation);
+    addMaintenance(program, invocation);
+    addVersionsAndRestore(program, invocation);
+    addGrants(program, invocation);
+    addInvitations(program, invocation);
+    addDfAndPolicy(program, invocation);
     addPut(program, invocation);
     addGetAndCat(program, invocation);
     addLsAndStat(program, invocation);
@@ -97,5 +124,5 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return program.exit(error) == 0 ? 0 : static_cast<int>(ExitCode::USAGE);
     }
-    return run(program.get_subcommands().front()->get_name(), invocation);
+    return run(commandName(program), invocation);
 }

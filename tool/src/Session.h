@@ -1,23 +1,32 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <thread>
 
+#include "LoginFile.h"
 #include "StoreLocation.h"
 #include "storage/kvxclient.h"
 
 namespace storage::kvxtool {
 
-/// Makes a client of the store. The one place that knows what store is behind the interface.
-std::unique_ptr<kvxclient::KVXClient> openStore(const StoreLocation& location);
+/// KVX_TOKEN, where it is set.
+std::optional<std::string> tokenOfEnvironment();
 
-/// Creates a store with one user, and returns the user's token. Throws Failure, with nothing left
-/// behind, when it cannot.
-std::string createStore(const StoreLocation& location, const std::u16string& user);
+/// Logs in with a token and keeps token and session for the commands to come.
+void keepLogin(kvxclient::KVXClient& client, const StoreLocation& location,
+               const std::string& token);
 
-/// A session of the user with a store: logged in while it lives.
+/// Forgets token and session, and ends the session.
+void dropLogin(const StoreLocation& location);
+
+/// A session of the user with a store. A thread renews it before it ends.
 class Session {
 public:
-    /// Logs in with KVX_TOKEN, or with the token kept for the store.
+    /// Logs in with KVX_TOKEN until the end, or else takes up the session that is kept for the
+    /// store; when that one is over, it is replaced with the token that is kept.
     explicit Session(const StoreLocation& location);
     ~Session();
 
@@ -31,12 +40,21 @@ public:
     const kvxclient::IVersioning& versions() const { return *versions_; }
 
 private:
+    void start(const StoreLocation& location);
+    void use(const Login& login);
+    bool isOver() const;
+    void renew();
+    void keepAlive(const std::stop_token& stop);
+
     std::unique_ptr<kvxclient::KVXClient> client_;
     std::unique_ptr<kvxclient::FileAccess> files_;
     std::unique_ptr<kvxclient::AccessControl> rights_;
     std::unique_ptr<kvxclient::ConfigurationManagement> configuration_;
     std::unique_ptr<kvxclient::Notification> notifications_;
     std::unique_ptr<kvxclient::IVersioning> versions_;
+    std::optional<LoginFile> file_;  // None with KVX_TOKEN.
+    Login login_;
+    std::jthread renewal_;
 };
 
 }  // namespace storage::kvxtool

@@ -1,6 +1,7 @@
 #include "SignalWatch.h"
 
 #include "LocalOutput.h"
+#include "Prompt.h"
 
 namespace storage::kvxtool {
 namespace {
@@ -37,6 +38,7 @@ void SignalWatch::watch() {
     int signal = 0;
     sigwait(&signals_, &signal);
     if (!ended_) {
+        restoreEcho();
         progress_.printAround([signal] { LocalOutput::removeTemporaryFilesAndExit(128 + signal); });
     }
 }
