@@ -94,8 +94,13 @@ void addCommands(CLI::App& program, Invocation& invocation) {
 int run(const std::string& command, const Invocation& invocation) {
     Diagnostics diagnostics(command, invocation.quiet);
     const SignalWatch signals(diagnostics.progress());
-    diagnostics.guard("",
-                      [&] { invocation.run(StoreLocation::find(invocation.store), diagnostics); });
+    try {
+        diagnostics.guard(
+            "", [&] { invocation.run(StoreLocation::find(invocation.store), diagnostics); });
+    } catch (const Interrupted& interrupted) {
+        std::cout.flush();
+        return 128 + interrupted.signal();
+    }
     diagnostics.guard("standard output", [] {
         errno = 0;
         if (!std::cout.flush()) {

@@ -248,9 +248,7 @@ bool SqliteConnection::inTransaction() const {
     return sqlite3_get_autocommit(database_.get()) == 0;
 }
 
-std::int64_t SqliteConnection::changes() const {
-    return sqlite3_total_changes64(database_.get());
-}
+std::int64_t SqliteConnection::changes() const { return sqlite3_total_changes64(database_.get()); }
 
 void SqliteConnection::endTurn() noexcept {
     if (turn_.owns_lock()) {
