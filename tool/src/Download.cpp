@@ -34,7 +34,7 @@ std::string localName(const RemoteName& item, const std::u16string& name) {
 
 void Download::addFile(const RemoteName& source, const RemoteEntry& entry, const fs::path& target) {
     bytesToFetch_ += entry.size;
-    filesToFetch_.push_back({source, target, entry.modified});
+    filesToFetch_.push_back({source, target, entry.modified, entry.size});
 }
 
 void Download::addTree(const RemoteName& source, const fs::path& target) {
@@ -118,8 +118,12 @@ void Download::fetch(const File& file, std::future<kvxclient::FileDownloadCreate
                               output->throwIfFailed();
                           }) && diagnostics_.guard(file.source.text(), [&] { contentCall.get(); });
                           if (written) {
-                              diagnostics_.guard(file.target.string(),
-                                                 [&] { output->commit(file.modified); });
+                              diagnostics_.guard(file.target.string(), [&] {
+                                  output->commit(file.modified);
+                                  if (done_) {
+                                      done_(file.target, file.size);
+                                  }
+                              });
                           }
                           diagnostics_.progress().addFile();
                       });

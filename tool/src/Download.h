@@ -10,6 +10,7 @@
 #include "LocalOutput.h"
 #include "RemoteName.h"
 #include "RemoteTree.h"
+#include "TransferDone.h"
 #include "storage/kvxclient/FileAccess.h"
 
 namespace storage::kvxtool {
@@ -18,8 +19,9 @@ namespace storage::kvxtool {
 /// time. A failure is reported and does not stop the rest.
 class Download {
 public:
-    Download(const kvxclient::FileAccess& files, Diagnostics& diagnostics)
-        : files_(files), diagnostics_(diagnostics) {}
+    /// Calls `done` for each file that was fetched, when there is one.
+    Download(const kvxclient::FileAccess& files, Diagnostics& diagnostics, TransferDone done = {})
+        : files_(files), diagnostics_(diagnostics), done_(std::move(done)) {}
 
     void addFile(const RemoteName& source, const RemoteEntry& entry,
                  const std::filesystem::path& target);
@@ -41,6 +43,7 @@ private:
         RemoteName source;
         std::filesystem::path target;
         std::chrono::system_clock::time_point modified;
+        unsigned long size;
     };
 
     void createFolders();
@@ -50,6 +53,7 @@ private:
 
     const kvxclient::FileAccess& files_;
     Diagnostics& diagnostics_;
+    TransferDone done_;
     std::vector<Folder> folders_;
     std::vector<File> filesToFetch_;
     unsigned long bytesToFetch_ = 0;

@@ -62,6 +62,8 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     addLsAndStat(program, invocation);
     addMkdirAndRm(program, invocation);
     addMvAndCp(program, invocation);
+    addSync(program, invocation);
+    addWatch(program, invocation);
 }
 
 int run(const std::string& command, const Invocation& invocation) {

@@ -117,27 +117,33 @@ void Upload::startFile(const File& file) {
     const std::size_t size = request.getContent().size();
     fileCalls_.add(
         files_.createFileAsync(std::move(request)),
-        [this, target = file.target, modified = source.modified(), size](auto& call) {
-            fileCreated(target, modified, call);
+        [this, &file, modified = source.modified(), size](auto& call) {
+            fileCreated(file, modified, size, call);
             diagnostics_.progress().addBytes(size);
             diagnostics_.progress().addFile();
         },
         size);
 }
 
-void Upload::fileCreated(const RemoteName& target, std::optional<Time> modified,
+void Upload::fileCreated(const File& file, std::optional<Time> modified, std::size_t size,
                          std::future<kvxclient::FileWriteResponse>& call) {
-    diagnostics_.guard(target.text(), [&] {
+    diagnostics_.guard(file.target.text(), [&] {
         call.get();
         if (!modified) {
             return;
         }
-        kvxclient::SetMetadataRequest request(target.resource());
+        kvxclient::SetMetadataRequest request(file.target.resource());
         request.withClientLastModified(*modified);
         timeCalls_.makeRoom();
-        timeCalls_.add(files_.setMetadataAsync(std::move(request)), [this, target](auto& timeCall) {
-            diagnostics_.guard(target.text(), [&] { timeCall.get(); });
-        });
+        timeCalls_.add(files_.setMetadataAsync(std::move(request)),
+                       [this, &file, size](auto& timeCall) {
+                           diagnostics_.guard(file.target.text(), [&] {
+                               timeCall.get();
+                               if (done_) {
+                                   done_(file.source, size);
+                               }
+                           });
+                       });
     });
 }
 

@@ -9,6 +9,7 @@
 #include "Diagnostics.h"
 #include "LocalInput.h"
 #include "RemoteName.h"
+#include "TransferDone.h"
 #include "storage/kvxclient/FileAccess.h"
 
 namespace storage::kvxtool {
@@ -17,8 +18,9 @@ namespace storage::kvxtool {
 /// time. A failure is reported and does not stop the rest.
 class Upload {
 public:
-    Upload(const kvxclient::FileAccess& files, Diagnostics& diagnostics)
-        : files_(files), diagnostics_(diagnostics) {}
+    /// Calls `done` for each file that was sent, when there is one.
+    Upload(const kvxclient::FileAccess& files, Diagnostics& diagnostics, TransferDone done = {})
+        : files_(files), diagnostics_(diagnostics), done_(std::move(done)) {}
 
     void addFile(const std::filesystem::path& source, const RemoteName& target);
     /// Adds a folder with all it has. Links and special files in it are left out with a warning.
@@ -47,7 +49,7 @@ private:
     void createFolders();
     void folderCreated(const Folder& folder, std::future<kvxclient::FolderCreateResponse>& call);
     void startFile(const File& file);
-    void fileCreated(const RemoteName& target, std::optional<Time> modified,
+    void fileCreated(const File& file, std::optional<Time> modified, std::size_t size,
                      std::future<kvxclient::FileWriteResponse>& call);
     bool isBelowMissingFolder(const RemoteName& name) const {
         return missingFolders_.count(name.parent().path()) != 0;
@@ -55,6 +57,7 @@ private:
 
     const kvxclient::FileAccess& files_;
     Diagnostics& diagnostics_;
+    TransferDone done_;
     std::vector<Folder> folders_;
     std::vector<File> filesToSend_;
     unsigned long bytesToSend_ = 0;

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <exception>
+#include <filesystem>
+#include <vector>
+
+#include "RemoteName.h"
+#include "storage/kvxclient/FileAccess.h"
+
+namespace storage::kvxtool {
+
+/// A local file and its counterpart in the store.
+struct ContentPair {
+    std::filesystem::path local;
+    RemoteName remote;
+    bool same = false;
+    std::exception_ptr error;  ///< Why they could not be compared.
+};
+
+/// Reads both files of each pair, `jobs` pairs at once and each file in parts, and says whether
+/// they have the same bytes.
+void compareContents(const kvxclient::FileAccess& files, std::vector<ContentPair>& pairs,
+                     unsigned jobs);
+
+}  // namespace storage::kvxtool
