@@ -72,6 +72,7 @@ int run(const std::string& command, const Invocation& invocation) {
     diagnostics.guard("",
                       [&] { invocation.run(StoreLocation::find(invocation.store), diagnostics); });
     diagnostics.guard("standard output", [] {
+        std::cout.clear();  // A write that failed before is tried once more, and tells why.
         errno = 0;
         if (!std::cout.flush()) {
             throw std::system_error(errno != 0 ? errno : EIO, std::generic_category());

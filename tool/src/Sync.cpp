@@ -140,7 +140,7 @@ void Sync::reportConflicts(const SyncPlan& plan) {
 void Sync::settleComparisons(SyncPlan& plan) {
     std::vector<ContentPair> pairs;
     for (const SyncStep& step : plan.comparisons) {
-        pairs.push_back({localPath(step.path), remoteName(step.path), false, nullptr});
+        pairs.push_back({localPath(step.path), remoteName(step.path), step.entry.size});
     }
     compareContents(files_, pairs, options_.jobs);
     for (std::size_t i = 0; i < pairs.size(); ++i) {

@@ -56,11 +56,16 @@ std::vector<char> readPart(std::ifstream& file, std::size_t size) {
     return part;
 }
 
+/// Opening a remote file costs as much as reading a small one.
 bool isSame(const kvxclient::FileAccess& files, const ContentPair& pair) {
     errno = 0;
     std::ifstream local(pair.local, std::ios::binary);
     if (!local) {
         throw std::system_error(errno != 0 ? errno : EIO, std::generic_category());
+    }
+    if (pair.size <= PART_SIZE) {
+        const std::vector<char> whole = files.readFile({pair.remote.resource()}).getResponseBody();
+        return readPart(local, whole.size() + 1) == whole;
     }
     const RemoteInput remote(files, pair.remote);
     for (unsigned long start = 0;;) {

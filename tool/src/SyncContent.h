@@ -13,12 +13,13 @@ namespace storage::kvxtool {
 struct ContentPair {
     std::filesystem::path local;
     RemoteName remote;
+    unsigned long size = 0;
     bool same = false;
-    std::exception_ptr error;  ///< Why they could not be compared.
+    std::exception_ptr error = nullptr;  ///< Why they could not be compared.
 };
 
-/// Reads both files of each pair, `jobs` pairs at once and each file in parts, and says whether
-/// they have the same bytes.
+/// Reads both files of each pair, `jobs` pairs at once and a few megabytes of each, and says
+/// whether they have the same bytes.
 void compareContents(const kvxclient::FileAccess& files, std::vector<ContentPair>& pairs,
                      unsigned jobs);
 

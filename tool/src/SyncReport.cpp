@@ -59,7 +59,8 @@ void SyncReport::end(std::size_t unchanged) {
 /// "12 files sent, 3 deleted, 40 unchanged"
 void SyncReport::printSummary(std::size_t unchanged, std::size_t failed) const {
     const std::string to = dryRun_ ? "to " : "";
-    const char* transferred = up_ ? (dryRun_ ? "send" : "sent") : (dryRun_ ? "receive" : "received");
+    const char* transferred =
+        up_ ? (dryRun_ ? "send" : "sent") : (dryRun_ ? "receive" : "received");
     std::cout << transferred_ << (transferred_ == 1 ? " file " : " files ") << to << transferred;
     if (created_ != 0) {
         std::cout << ", " << created_ << (created_ == 1 ? " folder " : " folders ") << to
