@@ -14,7 +14,6 @@ using std::chrono::milliseconds;
 
 namespace {
 
-constexpr milliseconds FOREVER{-1};
 constexpr milliseconds QUIET_TIME{200};
 constexpr std::chrono::seconds LONGEST_WAIT_FOR_QUIET{5};
 constexpr unsigned CHANGES = IN_CREATE | IN_DELETE | IN_MOVE | IN_MODIFY | IN_ATTRIB |
@@ -47,8 +46,8 @@ void LocalWatch::add(const fs::path& folder) {
     complete_ = complete_ && inotify_add_watch(queue_, folder.c_str(), CHANGES) >= 0;
 }
 
-void LocalWatch::wait(milliseconds interval) {
-    if (!hasEvent(complete_ ? FOREVER : interval)) {
+void LocalWatch::wait(milliseconds atMost) const {
+    if (!hasEvent(atMost)) {
         return;
     }
     const auto end = std::chrono::steady_clock::now() + LONGEST_WAIT_FOR_QUIET;

@@ -18,9 +18,11 @@ public:
     /// Whether all folders could be watched: the system has a limit.
     bool isComplete() const { return complete_; }
 
-    /// Waits until something has changed and the changes have settled. When not all folders could
-    /// be watched, no longer than `interval`.
-    void wait(std::chrono::milliseconds interval);
+    static constexpr std::chrono::milliseconds FOREVER{-1};
+
+    /// Waits until something has changed and the changes have settled, or for the time that is
+    /// given.
+    void wait(std::chrono::milliseconds atMost) const;
 
 private:
     void add(const std::filesystem::path& folder);

@@ -26,50 +26,45 @@ SyncReport::Lines linesFor(const Invocation& invocation, bool dryRun) {
     return invocation.quiet ? SyncReport::Lines::NONE : SyncReport::Lines::SUMMARY;
 }
 
-/// Runs it once more. Returns whether its output is still wanted.
-bool runOnce(Sync& sync, Diagnostics& diagnostics) {
-    diagnostics.guard("", [&] { sync.run(); });
-    return static_cast<bool>(std::cout.flush());
-}
-
-void followLocal(Sync& sync, Diagnostics& diagnostics, double interval) {
-    const auto pause = std::chrono::milliseconds(static_cast<long>(interval * 1000));
+void followLocal(Sync& sync, Diagnostics& diagnostics, std::chrono::milliseconds interval) {
     bool warned = false;
-    for (;;) {
+    while (std::cout.flush()) {
         LocalWatch watch(sync.local());
         if (!watch.isComplete() && !warned) {
             warned = true;
             diagnostics.warn(sync.local().string(),
                              "not every folder can be watched: compared again at each interval");
         }
-        if (!runOnce(sync, diagnostics)) {
-            return;
-        }
-        watch.wait(pause);
+        const bool compared = diagnostics.guard("", [&] { sync.run(); });
+        std::cout.flush();
+        watch.wait(compared && watch.isComplete() ? LocalWatch::FOREVER : interval);
     }
 }
 
-void followRemote(const Session& session, Sync& sync, Diagnostics& diagnostics, double interval) {
+void followRemote(const Session& session, Sync& sync, Diagnostics& diagnostics,
+                  std::chrono::milliseconds interval) {
     ChangeFeed feed(session, {sync.remote()}, "");
     feed.read();
-    while (runOnce(sync, diagnostics)) {
-        bool changed = false;
-        while (!changed) {
-            std::this_thread::sleep_for(std::chrono::duration<double>(interval));
-            diagnostics.guard("", [&] { changed = !feed.read().empty(); });
-        }
+    while (std::cout.flush()) {
+        bool again = !diagnostics.guard("", [&] { sync.run(); });
+        std::cout.flush();
+        do {
+            std::this_thread::sleep_for(interval);
+            diagnostics.guard("", [&] { again = !feed.read().empty() || again; });
+        } while (!again);
     }
 }
 
 void sync(const Session& session, Diagnostics& diagnostics, const SyncOptions& options,
           SyncReport::Lines lines, const WatchOptions& watching) {
     Sync sync(session.files(), diagnostics, options, lines);
+    const auto interval = std::chrono::milliseconds(static_cast<long>(watching.interval * 1000));
     if (!watching.watch) {
         sync.run();
     } else if (sync.isUp()) {
-        followLocal(sync, diagnostics, watching.interval);
+        followLocal(sync, diagnostics, interval);
     } else {
-        followRemote(session, sync, diagnostics, watching.interval);
+        followRemote(session, sync, diagnostics, interval);
     }
 }
 
@@ -92,7 +87,7 @@ void addOptions(CLI::App& command, SyncOptions& options, WatchOptions& watching)
         ->excludes(dryRun);
     command
         .add_option("--interval", watching.interval,
-                    "Seconds between looks for changes in the store, with --watch")
+                    "With --watch, the seconds between looks for changes in the store")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.01, 86400.0))
         ->capture_default_str();

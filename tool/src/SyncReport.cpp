@@ -1,6 +1,7 @@
 #include "SyncReport.h"
 
 #include <iostream>
+#include <utility>
 
 #include "Json.h"
 #include "Text.h"
@@ -46,6 +47,10 @@ void SyncReport::print(const char* action, const std::string& path, unsigned lon
 
 void SyncReport::end(std::size_t unchanged) {
     const std::size_t failed = diagnostics_.failures() - failuresBefore_;
+    const bool idle = transferred_ + created_ + deleted_ == 0;
+    if (idle && !std::exchange(first_, false)) {
+        return;
+    }
     if (lines_ == Lines::JSON) {
         Json object{{"action", "summary"}, {"files", transferred_}, {"bytes", bytes_},
                     {"folders", created_}, {"deleted", deleted_},   {"unchanged", unchanged},

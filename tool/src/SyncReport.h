@@ -21,7 +21,7 @@ public:
     void deleted(const SyncStep& step);
     void created(const SyncStep& step);
     void transferred(const std::string& path, unsigned long bytes);
-    /// Prints the summary.
+    /// Prints the summary, unless there was nothing to do again.
     void end(std::size_t unchanged);
 
 private:
@@ -32,6 +32,7 @@ private:
     const Lines lines_;
     const bool up_;
     const bool dryRun_;
+    bool first_ = true;
     std::size_t failuresBefore_ = 0;
     std::size_t transferred_ = 0;
     unsigned long bytes_ = 0;
