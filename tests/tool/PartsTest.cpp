@@ -1,11 +1,16 @@
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 #include "CallWindow.h"
 #include "Download.h"
+#include "Interruption.h"
 #include "Text.h"
+#include "Upload.h"
+#include "storage/kvxstore/Store.h"
 #include "support/ScriptedServices.h"
 
 namespace storage::kvxtool {
@@ -27,10 +32,10 @@ struct HostileFileAccess : ScriptedFileAccess {
         }
         handler(response, nullptr);
     }
-    void downloadFile(FileDownloadRequest request,
-                      CompletionHandler<FileDownloadResponse> handler) const override {
-        *request.getStreamFactory()() << "content";
-        handler({}, nullptr);
+    void readFile(FileReadRequest, CompletionHandler<FileReadResponse> handler) const override {
+        FileReadResponse response;
+        response.appendContent("content", 7);
+        handler(response, nullptr);
     }
     std::vector<FileSummary> files;
     std::vector<FolderSummary> folders;
@@ -72,8 +77,46 @@ TEST(Download, NamesThatLeadElsewhereAreRefused) {
     fs::remove_all(root);
 }
 
+TEST(Upload, AnInterruptedOneLeavesTheOldContentAndNoHandle) {
+    const auto store = kvxstore::Store::open("sqlite::memory:");
+    kvxstore::NewUser user;
+    user.name = u"ada";
+    const auto client = store->createClient();
+    LoginRequest login;
+    login.withToken(store->createUser(user));
+    client->withSessionId(client->login(login).getSessionId());
+    const auto files = client->createFileAccess();
+    FileCreateRequest old(Resource(u"/file", u""));
+    old.appendContent("old", 3);
+    files->createFile(old);
+
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    std::thread writer([end = ends[1]] {
+        const std::string piece(std::size_t{9} << 20U, 'x');
+        EXPECT_EQ(write(end, piece.data(), piece.size()), ssize_t(piece.size()));
+        EXPECT_TRUE(Interruption::request(SIGINT));
+        EXPECT_EQ(write(end, piece.data(), piece.size()), ssize_t(piece.size()));
+        close(end);
+    });
+    Diagnostics diagnostics("put", true);
+    LocalInput input("/dev/fd/" + std::to_string(ends[0]));
+    testing::internal::CaptureStderr();
+    EXPECT_THROW(Upload(*files, diagnostics).send(input, RemoteName::parse(":/file")), Interrupted);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "kvx: put: interrupted: 0 of 1 file was sent, 0 bytes\n");
+    std::string rest(std::size_t{9} << 20U, ' ');
+    input.read(rest.data(), rest.size());
+    writer.join();
+    close(ends[0]);
+
+    EXPECT_EQ(store->statistics().handles, 0U);
+    EXPECT_EQ(store->statistics().used, 3U);
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+}
+
 TEST(CallWindow, BoundsCallsAndBytes) {
-    CallWindow<int> window;
+    CallWindow<int> window(64);
     int completed = 0;
     const auto add = [&](std::size_t bytes) {
         std::promise<int> promise;

@@ -16,17 +16,31 @@ public:
     /// Takes the future of a completed call: get() gives its response or throws its error.
     using Completion = std::function<void(std::future<Response>&)>;
 
-    static constexpr std::size_t MAX_CALLS = 64;
+    /// Several times what a store commits together: while it does, the next lot gathers.
+    static constexpr std::size_t MAX_CALLS = 256;
     static constexpr std::size_t MAX_BYTES = std::size_t{16} << 20U;
+
+    explicit CallWindow(std::size_t maxCalls = MAX_CALLS) : maxCalls_(maxCalls) {}
+    /// Waits for the calls that were not completed: they may use what outlives this.
+    ~CallWindow() {
+        for (const Call& call : calls_) {
+            call.future.wait();
+        }
+    }
+
+    CallWindow(const CallWindow&) = delete;
+    CallWindow& operator=(const CallWindow&) = delete;
 
     /// Completes calls until another one that carries `bytes` fits in. More than MAX_BYTES fit in
     /// when nothing else is in flight.
     void makeRoom(std::size_t bytes = 0) {
-        while (!calls_.empty() && (calls_.size() >= MAX_CALLS || bytes_ + bytes > MAX_BYTES)) {
+        while (!calls_.empty() && (calls_.size() >= maxCalls_ || bytes_ + bytes > MAX_BYTES)) {
             completeFirst();
         }
     }
 
+    /// A call that uses what its completion holds is to be started after makeRoom(): should
+    /// completing another one throw here, nothing waits for it.
     void add(std::future<Response> future, Completion completion, std::size_t bytes = 0) {
         makeRoom(bytes);
         bytes_ += bytes;
@@ -48,13 +62,14 @@ private:
     };
 
     void completeFirst() {
+        calls_.front().future.wait();
         Call call = std::move(calls_.front());
         calls_.pop_front();
-        call.future.wait();
         bytes_ -= call.bytes;
         call.completion(call.future);
     }
 
+    const std::size_t maxCalls_;
     std::deque<Call> calls_;
     std::size_t bytes_ = 0;
 };

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "Failure.h"
+#include "Interruption.h"
 #include "Progress.h"
 
 namespace storage::kvxtool {
@@ -22,12 +23,14 @@ public:
     void warn(const std::string& subject, const std::string& text);
 
     /// Calls `action`, and reports what it throws as a failure with `subject`. Returns whether
-    /// nothing was thrown.
+    /// nothing was thrown. Lets Interrupted pass.
     template <class Action>
     bool guard(const std::string& subject, Action&& action) {
         try {
             action();
             return true;
+        } catch (const Interrupted&) {
+            throw;
         } catch (...) {
             fail(Failure::of(subject, std::current_exception()));
             return false;

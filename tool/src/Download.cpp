@@ -2,10 +2,14 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <stdexcept>
 #include <system_error>
 
 #include "Failure.h"
+#include "Interruption.h"
+#include "RemoteHandle.h"
 #include "Text.h"
 
 namespace storage::kvxtool {
@@ -14,14 +18,20 @@ namespace fs = std::filesystem;
 
 namespace {
 
-kvxclient::FileDownloadRequest downloadRequest(const std::string& location,
-                                               const std::shared_ptr<LocalOutput>& output) {
-    kvxclient::FileDownloadRequest request(location);
-    request.withStreamFactory([output] { return output->makeStream(); });
-    return request;
+/// Of an old version nobody says the size.
+bool isSentWhole(unsigned long size, const std::string& versionId) {
+    return size <= RemoteHandle::RANGE_SIZE && versionId.empty();
 }
 
 }  // namespace
+
+Download::Download(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
+                   const TransferOptions& options)
+    : files_(files),
+      diagnostics_(diagnostics),
+      report_(diagnostics, options),
+      rangesAtOnce_(std::min(options.jobs, RemoteHandle::RANGES_AT_ONCE)),
+      calls_(options.jobs) {}
 
 std::string localName(const RemoteName& item, const std::u16string& name) {
     std::string local = toUtf8(name);
@@ -32,9 +42,10 @@ std::string localName(const RemoteName& item, const std::u16string& name) {
     return local;
 }
 
-void Download::addFile(const RemoteName& source, const RemoteEntry& entry, const fs::path& target) {
-    bytesToFetch_ += entry.size;
-    filesToFetch_.push_back({source, target, entry.modified, entry.size});
+void Download::addFile(const RemoteName& source, const RemoteEntry& entry, const fs::path& target,
+                       const std::string& versionId) {
+    report_.expect(entry.size);
+    filesToFetch_.push_back({source, target, entry.modified, entry.size, versionId});
 }
 
 void Download::addTree(const RemoteName& source, const fs::path& target) {
@@ -57,15 +68,20 @@ void Download::addTree(const RemoteName& source, const fs::path& target) {
 }
 
 void Download::run() {
-    diagnostics_.progress().begin(bytesToFetch_, filesToFetch_.size());
-    createFolders();
-    for (const File& file : filesToFetch_) {
-        if (missingFolders_.count(file.target.parent_path()) == 0) {
-            startFile(file);
+    const Interruption interruption;
+    report_.begin();
+    try {
+        createFolders();
+        for (const File& file : filesToFetch_) {
+            if (missingFolders_.count(file.target.parent_path()) == 0) {
+                startFile(file);
+            }
         }
+        calls_.drain();
+    } catch (const Interrupted&) {
+        report_.interrupted("fetched");
+        throw;
     }
-    locationCalls_.drain();
-    contentCalls_.drain();
     diagnostics_.progress().end();
 }
 
@@ -93,49 +109,70 @@ void Download::createFolder(const Folder& folder) {
 }
 
 void Download::startFile(const File& file) {
-    locationCalls_.makeRoom();
-    locationCalls_.add(files_.createFileDownloadAsync({file.source.resource()}),
-                       [this, &file](auto& call) {
-                           diagnostics_.guard(file.source.text(), [&] { fetch(file, call); });
-                       });
-}
-
-void Download::fetch(const File& file, std::future<kvxclient::FileDownloadCreateResponse>& call) {
-    const std::string location = call.get().getLocation();
-    std::shared_ptr<LocalOutput> output;
-    const bool opened = diagnostics_.guard(file.target.string(), [&] {
-        output = LocalOutput::create(file.target, diagnostics_.progress());
-    });
-    if (!opened) {
+    Interruption::check();
+    if (isSentWhole(file.size, file.versionId)) {
+        startWhole(file);
         return;
     }
-    contentCalls_.makeRoom();
-    contentCalls_.add(files_.downloadFileAsync(downloadRequest(location, output)),
-                      [this, &file, output](auto& contentCall) {
-                          // When writing failed, that is the reason, whatever the call says.
-                          const bool written = diagnostics_.guard(file.target.string(), [&] {
-                              contentCall.wait();
-                              output->throwIfFailed();
-                          }) && diagnostics_.guard(file.source.text(), [&] { contentCall.get(); });
-                          if (written) {
-                              diagnostics_.guard(file.target.string(), [&] {
-                                  output->commit(file.modified);
-                                  if (done_) {
-                                      done_(file.target, file.size);
-                                  }
-                              });
-                          }
-                          diagnostics_.progress().addFile();
-                      });
+    diagnostics_.guard(file.source.text(), [&] {
+        LocalOutput output(file.target, diagnostics_.progress());
+        commit(file, output, writeRanges(file.source, file.versionId, output));
+    });
+    diagnostics_.progress().addFile();
 }
 
-void Download::print(const RemoteName& source) {
-    const auto output = LocalOutput::standardOutput(diagnostics_.progress());
-    const std::string location = files_.createFileDownload({source.resource()}).getLocation();
-    auto call = files_.downloadFileAsync(downloadRequest(location, output));
-    call.wait();
-    if (diagnostics_.guard("standard output", [&] { output->throwIfFailed(); })) {
-        call.get();
+void Download::startWhole(const File& file) {
+    calls_.makeRoom(file.size);
+    calls_.add(
+        files_.readFileAsync({file.source.resource()}),
+        [this, &file](auto& call) {
+            Interruption::check();
+            diagnostics_.guard(file.source.text(), [&] {
+                const std::vector<char> content = call.get().getResponseBody();
+                LocalOutput output(file.target, diagnostics_.progress());
+                output.write({content.data(), content.size()});
+                commit(file, output, content.size());
+            });
+            diagnostics_.progress().addFile();
+        },
+        file.size);
+}
+
+void Download::commit(const File& file, LocalOutput& output, unsigned long size) {
+    output.commit(file.modified);
+    report_.done(argumentText(file.source), file.target.string(), size);
+}
+
+/// Returns how many bytes they were.
+unsigned long Download::writeRanges(const RemoteName& source, const std::string& versionId,
+                                    LocalOutput& output) const {
+    const RemoteHandle handle(files_, source, versionId);
+    CallWindow<kvxclient::FileContentReadResponse> calls(rangesAtOnce_);
+    for (unsigned long start = 0; start < handle.size(); start += RemoteHandle::RANGE_SIZE) {
+        const unsigned long size = std::min(RemoteHandle::RANGE_SIZE, handle.size() - start);
+        calls.makeRoom();
+        calls.add(handle.read(start, size), [&output, size](auto& call) {
+            Interruption::check();
+            const std::vector<char> content = call.get().getResponseBody();
+            if (content.size() != size) {
+                throw std::runtime_error("the store gave another number of bytes than asked for");
+            }
+            output.write({content.data(), content.size()});
+        });
+    }
+    calls.drain();
+    return handle.size();
+}
+
+void Download::print(const RemoteName& source, const RemoteEntry& entry,
+                     const std::string& versionId) {
+    const Interruption interruption;
+    LocalOutput output(diagnostics_.progress());
+    if (isSentWhole(entry.size, versionId)) {
+        const std::vector<char> content = files_.readFile({source.resource()}).getResponseBody();
+        output.write({content.data(), content.size()});
+    } else {
+        writeRanges(source, versionId, output);
     }
 }
 

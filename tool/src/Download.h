@@ -1,8 +1,9 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
-#include <memory>
 #include <set>
+#include <string>
 #include <vector>
 
 #include "CallWindow.h"
@@ -10,29 +11,32 @@
 #include "LocalOutput.h"
 #include "RemoteName.h"
 #include "RemoteTree.h"
-#include "TransferDone.h"
+#include "TransferReport.h"
 #include "storage/kvxclient/FileAccess.h"
 
 namespace storage::kvxtool {
 
-/// Gets files and trees from the store: first all are found, then all are fetched, many at a
-/// time. A failure is reported and does not stop the rest.
+/// Gets files and trees from the store: first all are found, then all are fetched. Small files come
+/// in one call each, many at a time; larger ones in ranges. A failure is reported and does not stop
+/// the rest.
 class Download {
 public:
-    /// Calls `done` for each file that was fetched, when there is one.
-    Download(const kvxclient::FileAccess& files, Diagnostics& diagnostics, TransferDone done = {})
-        : files_(files), diagnostics_(diagnostics), done_(std::move(done)) {}
+    Download(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
+             const TransferOptions& options = {});
 
+    /// Adds a file, or one of its versions where `versionId` is not empty.
     void addFile(const RemoteName& source, const RemoteEntry& entry,
-                 const std::filesystem::path& target);
+                 const std::filesystem::path& target, const std::string& versionId = {});
     /// Adds a folder with all it has. Throws when it cannot be listed.
     void addTree(const RemoteName& source, const std::filesystem::path& target);
 
-    /// Fetches what was added.
+    /// Fetches what was added. When a signal asks for it, says what was fetched and throws
+    /// Interrupted.
     void run();
 
-    /// Writes a file to standard output, at once. Throws when it cannot.
-    void print(const RemoteName& source);
+    /// Writes a file, or one of its versions, to standard output, at once. Throws when it cannot.
+    void print(const RemoteName& source, const RemoteEntry& entry,
+               const std::string& versionId = {});
 
 private:
     struct Folder {
@@ -44,22 +48,25 @@ private:
         std::filesystem::path target;
         std::chrono::system_clock::time_point modified;
         unsigned long size;
+        std::string versionId;
     };
 
     void createFolders();
     static void createFolder(const Folder& folder);
     void startFile(const File& file);
-    void fetch(const File& file, std::future<kvxclient::FileDownloadCreateResponse>& call);
+    void startWhole(const File& file);
+    unsigned long writeRanges(const RemoteName& source, const std::string& versionId,
+                              LocalOutput& output) const;
+    void commit(const File& file, LocalOutput& output, unsigned long size);
 
     const kvxclient::FileAccess& files_;
     Diagnostics& diagnostics_;
-    TransferDone done_;
+    TransferReport report_;
+    std::size_t rangesAtOnce_;
     std::vector<Folder> folders_;
     std::vector<File> filesToFetch_;
-    unsigned long bytesToFetch_ = 0;
     std::set<std::filesystem::path> missingFolders_;  // Those that could not be created.
-    CallWindow<kvxclient::FileDownloadCreateResponse> locationCalls_;
-    CallWindow<kvxclient::FileDownloadResponse> contentCalls_;
+    CallWindow<kvxclient::FileReadResponse> calls_;
 };
 
 /// The name that an item has in its remote folder, as a local file name. Throws Failure for a name

@@ -14,6 +14,8 @@ namespace fs = std::filesystem;
 struct GetOptions {
     std::vector<std::string> names;
     bool recursive = false;
+    std::string version;
+    TransferOptions transfer;
 };
 
 /// Local files go where cp would put them.
@@ -37,35 +39,67 @@ private:
     bool folder_;
 };
 
-void addSource(const kvxclient::FileAccess& files, Download& download, const RemoteName& source,
-               const fs::path& target, const GetOptions& options) {
-    const RemoteEntry entry = readEntry(files, source);
-    if (!entry.folder) {
-        download.addFile(source, entry, target);
+struct Source {
+    RemoteName name;
+    RemoteEntry entry;
+    std::string versionId;  ///< Empty for the current one.
+};
+
+bool isVersion(const kvxclient::VersionSummary& version, const std::string& labelOrId) {
+    return version.getVersionId() == labelOrId ||
+           std::to_string(version.getVersionLabel()) == labelOrId;
+}
+
+/// The file or folder, or the version of a file that is asked for.
+Source readSource(const Session& session, const RemoteName& name, const std::string& version) {
+    Source source{name, readEntry(session.files(), name), {}};
+    if (version.empty()) {
+        return source;
+    }
+    for (const auto& found : session.versions().listVersions({name.resource()}).getVersions()) {
+        if (isVersion(found, version)) {
+            source.versionId = found.getVersionId();
+            source.entry.modified = found.getCreated();
+            return source;
+        }
+    }
+    throw Failure(ExitCode::NOT_FOUND, name.text(), "it has no version " + version);
+}
+
+void addSource(Download& download, const Source& source, const fs::path& target,
+               const GetOptions& options) {
+    if (!source.entry.folder) {
+        download.addFile(source.name, source.entry, target, source.versionId);
     } else if (options.recursive) {
-        download.addTree(source, target);
+        download.addTree(source.name, target);
     } else {
-        throw Failure(ExitCode::CONFLICT, source.text(),
+        throw Failure(ExitCode::CONFLICT, source.name.text(),
                       "it is a folder: -r gets it with all it has");
     }
 }
 
-void cat(const kvxclient::FileAccess& files, Diagnostics& diagnostics, const RemoteName& source) {
-    if (readEntry(files, source).folder) {
-        throw Failure(ExitCode::CONFLICT, source.text(), "it is a folder");
+void cat(const Session& session, Diagnostics& diagnostics, const RemoteName& name,
+         const std::string& version) {
+    const Source source = readSource(session, name, version);
+    if (source.entry.folder) {
+        throw Failure(ExitCode::CONFLICT, name.text(), "it is a folder");
     }
-    Download(files, diagnostics).print(source);
+    Download(session.files(), diagnostics).print(name, source.entry, source.versionId);
 }
 
-void get(const kvxclient::FileAccess& files, Diagnostics& diagnostics, const GetOptions& options) {
+void get(const Session& session, Diagnostics& diagnostics, const GetOptions& options) {
     const std::string& local = options.names.back();
     std::vector<RemoteName> sources;
     for (std::size_t i = 0; i + 1 < options.names.size(); ++i) {
         sources.push_back(RemoteName::parse(options.names[i], RemoteName::Form::WITH_COLON));
     }
+    if (!options.version.empty() && sources.size() > 1) {
+        throw Failure(ExitCode::USAGE, "--version", "it is for a single file");
+    }
     if (local == "-") {
         for (const RemoteName& source : sources) {
-            diagnostics.guard(source.text(), [&] { cat(files, diagnostics, source); });
+            diagnostics.guard(source.text(),
+                              [&] { cat(session, diagnostics, source, options.version); });
         }
         return;
     }
@@ -75,7 +109,7 @@ void get(const kvxclient::FileAccess& files, Diagnostics& diagnostics, const Get
     }
     diagnostics.guard(local, [&] {
         const LocalTarget target(local, sources.size() > 1);
-        Download download(files, diagnostics);
+        Download download(session.files(), diagnostics, options.transfer);
         std::set<fs::path> taken;
         for (const RemoteName& source : sources) {
             diagnostics.guard(source.text(), [&] {
@@ -84,7 +118,7 @@ void get(const kvxclient::FileAccess& files, Diagnostics& diagnostics, const Get
                     throw Failure(ExitCode::CONFLICT, source.text(),
                                   "another source has this name");
                 }
-                addSource(files, download, source, path, options);
+                addSource(download, readSource(session, source, options.version), path, options);
             });
         }
         download.run();
@@ -101,24 +135,32 @@ void addGetAndCat(CLI::App& program, Invocation& invocation) {
         ->required()
         ->expected(-2);
     command->add_flag("-r,--recursive", options->recursive, "Get folders with all they have");
+    command
+        ->add_option("--version", options->version,
+                     "Get the version of a file that has this label or id")
+        ->type_name("LABEL");
+    addJobsOption(*command, options->transfer);
     command->footer(
         "A local folder, or a name that ends in /, takes each source under its own name; several\n"
         "sources need a folder. A file that is there is replaced once the new one is complete.\n"
-        "Modification times come along.\n"
+        "Modification times come along; an old version has the time at which it was made.\n"
         "\n"
         "Examples:\n"
         "  kvx get :/docs/report.pdf .\n"
         "  kvx get -r team:/archive/photos ./photos\n"
+        "  kvx get --version 3 :/docs/report.pdf old.pdf\n"
         "  kvx get :/src.tar - | tar t");
     command->callback([options, &invocation] {
-        invocation.runInSession([options](const Session& session, Diagnostics& diagnostics) {
-            get(session.files(), diagnostics, *options);
-        });
+        invocation.runInSession(
+            [options, &invocation](const Session& session, Diagnostics& diagnostics) {
+                options->transfer.lines = linesFor(invocation);
+                get(session, diagnostics, *options);
+            });
     });
 
     addForEachName(program, invocation, "cat", "Write files to standard output",
                    [](const Session& session, Diagnostics& diagnostics, const RemoteName& source) {
-                       cat(session.files(), diagnostics, source);
+                       cat(session, diagnostics, source, {});
                    })
         ->footer(
             "Examples:\n"

@@ -5,18 +5,35 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <memory>
 #include <system_error>
+#include <utility>
+
+#include "Failure.h"
+#include "Interruption.h"
 
 namespace storage::kvxtool {
+namespace {
+
+/// Opening a pipe waits for who writes to it.
+int openToRead(const std::filesystem::path& path) {
+    for (;;) {
+        const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        if (file >= 0 || errno != EINTR) {
+            return file;
+        }
+        Interruption::check();
+    }
+}
+
+}  // namespace
 
 LocalInput::LocalInput(const std::filesystem::path& path)
-    : LocalInput(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
+    : LocalInput(openToRead(path), path.string()) {}
 
-LocalInput::LocalInput(int file) : file_(file) {
+LocalInput::LocalInput(int file, std::string name) : file_(file), name_(std::move(name)) {
     struct stat status {};
     if (file < 0 || fstat(file, &status) != 0) {
-        throw std::system_error(errno, std::generic_category());
+        throwError(errno);
     }
     if (S_ISREG(status.st_mode)) {
         size_ = static_cast<unsigned long>(status.st_size);
@@ -32,30 +49,27 @@ LocalInput::~LocalInput() {
     }
 }
 
-void LocalInput::readInto(kvxclient::FileCreateRequest& request) {
-    constexpr unsigned long BUFFER_SIZE = 4UL << 20U;
-    unsigned long chunk = size_ == 0 ? BUFFER_SIZE : size_;
-    // The content grows by doubling, and copies what it has. From a chunk that is the size over a
-    // power of two it ends exactly at the size, and never takes more than that while it grows.
-    while (chunk > BUFFER_SIZE) {
-        chunk = (chunk + 1) / 2;
-    }
-    const auto buffer = std::make_unique_for_overwrite<char[]>(chunk);
-    for (;;) {
-        unsigned long filled = 0;
-        while (filled < chunk) {
-            const ssize_t count = read(file_, buffer.get() + filled, chunk - filled);
-            if (count < 0 && errno != EINTR) {
-                throw std::system_error(errno, std::generic_category());
-            }
-            if (count == 0) {
-                request.appendContent(buffer.get(), filled);
-                return;
-            }
-            filled += count > 0 ? static_cast<unsigned long>(count) : 0;
+std::size_t LocalInput::read(char* data, std::size_t size) {
+    std::size_t filled = 0;
+    while (filled < size) {
+        const ssize_t count = ::read(file_, data + filled, size - filled);
+        if (count == 0) {
+            break;
         }
-        request.appendContent(buffer.get(), filled);
+        if (count > 0) {
+            filled += static_cast<std::size_t>(count);
+        } else if (errno == EINTR) {
+            Interruption::check();
+        } else {
+            throwError(errno);
+        }
     }
+    return filled;
+}
+
+void LocalInput::throwError(int error) const {
+    throw Failure::of(name_,
+                      std::make_exception_ptr(std::system_error(error, std::generic_category())));
 }
 
 }  // namespace storage::kvxtool

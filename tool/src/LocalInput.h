@@ -3,34 +3,37 @@
 #include <chrono>
 #include <filesystem>
 #include <optional>
-
-#include "storage/kvxclient/FileTransfer.h"
+#include <string>
 
 namespace storage::kvxtool {
 
-/// A local file, or standard input, open for reading.
+/// A local file, or standard input, open for reading. What fails is thrown as a Failure with its
+/// name.
 class LocalInput {
 public:
-    /// Opens a file of any kind but a folder. Throws when it cannot.
+    /// Opens a file of any kind but a folder.
     explicit LocalInput(const std::filesystem::path& path);
-    static LocalInput standardInput() { return LocalInput(0); }
+    static LocalInput standardInput() { return {0, "-"}; }
     ~LocalInput();
 
     LocalInput(const LocalInput&) = delete;
     LocalInput& operator=(const LocalInput&) = delete;
 
+    const std::string& name() const { return name_; }
     /// The size in bytes; 0 for what has none, as a pipe.
     unsigned long size() const { return size_; }
     /// When it was last modified; empty for what is no regular file.
     std::optional<std::chrono::system_clock::time_point> modified() const { return modified_; }
 
-    /// Appends all of it to the request. Throws when reading fails.
-    void readInto(kvxclient::FileCreateRequest& request);
+    /// Reads the next `size` bytes, and only at the end fewer; returns how many.
+    std::size_t read(char* data, std::size_t size);
 
 private:
-    explicit LocalInput(int file);
+    LocalInput(int file, std::string name);
+    [[noreturn]] void throwError(int error) const;
 
     int file_;
+    std::string name_;
     unsigned long size_ = 0;
     std::optional<std::chrono::system_clock::time_point> modified_;
 };

@@ -8,9 +8,11 @@
 #include <cstdio>
 #include <mutex>
 #include <set>
-#include <streambuf>
 #include <system_error>
 #include <utility>
+
+#include "Failure.h"
+#include "Interruption.h"
 
 namespace storage::kvxtool {
 namespace {
@@ -18,66 +20,42 @@ namespace {
 std::mutex temporaryFilesLock;
 std::set<std::filesystem::path> temporaryFiles;
 
-[[noreturn]] void throwSystemError(int error) {
-    throw std::system_error(error, std::generic_category());
+/// Opening a pipe waits for who reads from it.
+int openToWrite(const std::filesystem::path& path) {
+    for (;;) {
+        const int file = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+        if (file >= 0 || errno != EINTR) {
+            return file;
+        }
+        Interruption::check();
+    }
 }
-
-/// Writes through, unbuffered: a failed write shows at once, and none is left to the destructor.
-class OutputBuffer : public std::streambuf {
-public:
-    explicit OutputBuffer(std::shared_ptr<LocalOutput> output) : output_(std::move(output)) {}
-
-private:
-    std::streamsize xsputn(const char* data, std::streamsize size) override {
-        return output_->write(data, static_cast<std::size_t>(size)) ? size : 0;
-    }
-    int_type overflow(int_type value) override {
-        const char byte = traits_type::to_char_type(value);
-        return output_->write(&byte, 1) ? value : traits_type::eof();
-    }
-
-    std::shared_ptr<LocalOutput> output_;
-};
-
-class OutputStream : public std::iostream {
-public:
-    explicit OutputStream(std::shared_ptr<LocalOutput> output)
-        : std::iostream(nullptr), buffer_(std::move(output)) {
-        rdbuf(&buffer_);
-    }
-
-private:
-    OutputBuffer buffer_;
-};
 
 }  // namespace
 
-std::shared_ptr<LocalOutput> LocalOutput::create(const std::filesystem::path& path,
-                                                 Progress& progress) {
+LocalOutput::LocalOutput(const std::filesystem::path& path, Progress& progress)
+    : name_(path.string()), progress_(progress) {
     struct stat status {};
     const bool exists = stat(path.c_str(), &status) == 0;
     if (exists && S_ISDIR(status.st_mode)) {
-        throwSystemError(EISDIR);
+        throwError(EISDIR);
     }
-    std::shared_ptr<LocalOutput> output(new LocalOutput(-1, progress));
     if (exists && !S_ISREG(status.st_mode)) {
-        output->file_ = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-        if (output->file_ < 0) {
-            throwSystemError(errno);
+        file_ = openToWrite(path);
+        if (file_ < 0) {
+            throwError(errno);
         }
-        return output;
+        return;
     }
     // A link is followed, so that what it points to is replaced and not the link.
-    output->openTemporary(exists ? std::filesystem::canonical(path) : path);
+    openTemporary(exists ? std::filesystem::canonical(path) : path);
     if (exists) {
-        fchmod(output->file_, status.st_mode & 07777U);
+        fchmod(file_, status.st_mode & 07777U);
     }
-    return output;
 }
 
-std::shared_ptr<LocalOutput> LocalOutput::standardOutput(Progress& progress) {
-    return std::shared_ptr<LocalOutput>(new LocalOutput(STDOUT_FILENO, progress));
-}
+LocalOutput::LocalOutput(Progress& progress)
+    : name_("standard output"), progress_(progress), file_(STDOUT_FILENO) {}
 
 void LocalOutput::openTemporary(const std::filesystem::path& path) {
     static std::atomic<unsigned> counter = 0;
@@ -91,7 +69,7 @@ void LocalOutput::openTemporary(const std::filesystem::path& path) {
     } while (file_ < 0 && errno == EEXIST);
     if (file_ < 0) {
         temporary_.clear();
-        throwSystemError(errno);
+        throwError(errno);
     }
     temporaryFiles.insert(temporary_);
 }
@@ -107,27 +85,17 @@ LocalOutput::~LocalOutput() {
     }
 }
 
-std::unique_ptr<std::iostream> LocalOutput::makeStream() {
-    return std::make_unique<OutputStream>(shared_from_this());
-}
-
-bool LocalOutput::write(const char* data, std::size_t size) {
-    while (size > 0 && error_ == 0) {
-        const ssize_t count = ::write(file_, data, size);
+void LocalOutput::write(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(file_, bytes.data(), bytes.size());
         if (count >= 0) {
-            data += count;
-            size -= static_cast<std::size_t>(count);
+            bytes.remove_prefix(static_cast<std::size_t>(count));
             progress_.addBytes(static_cast<unsigned long>(count));
-        } else if (errno != EINTR) {
-            error_ = errno;
+        } else if (errno == EINTR) {
+            Interruption::check();
+        } else {
+            throwError(errno);
         }
-    }
-    return error_ == 0;
-}
-
-void LocalOutput::throwIfFailed() const {
-    if (error_ != 0) {
-        throwSystemError(error_);
     }
 }
 
@@ -146,14 +114,19 @@ void LocalOutput::commit(std::optional<std::chrono::system_clock::time_point> mo
     // Some file systems tell of a full disk only here.
     const int file = std::exchange(file_, -1);
     if (close(file) != 0) {
-        throwSystemError(errno);
+        throwError(errno);
     }
     const std::lock_guard lock(temporaryFilesLock);
     if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
-        throwSystemError(errno);
+        throwError(errno);
     }
     temporaryFiles.erase(temporary_);
     temporary_.clear();
+}
+
+void LocalOutput::throwError(int error) const {
+    throw Failure::of(name_,
+                      std::make_exception_ptr(std::system_error(error, std::generic_category())));
 }
 
 void LocalOutput::removeTemporaryFilesAndExit(int exitCode) {

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <filesystem>
-#include <istream>
-#include <memory>
 #include <optional>
+#include <string>
+#include <string_view>
 
 #include "Progress.h"
 
@@ -13,39 +12,34 @@ namespace storage::kvxtool {
 
 /// A local file that receives a download: written under a temporary name in its folder, it takes
 /// its own name with commit(), and never exists by halves. A device or pipe is written directly.
-class LocalOutput : public std::enable_shared_from_this<LocalOutput> {
+/// What fails is thrown as a Failure with its name.
+class LocalOutput {
 public:
-    /// Opens the file for writing. What is written counts in `progress`. Throws when it cannot.
-    static std::shared_ptr<LocalOutput> create(const std::filesystem::path& path,
-                                               Progress& progress);
-    static std::shared_ptr<LocalOutput> standardOutput(Progress& progress);
+    /// Opens the file for writing. What is written counts in `progress`.
+    LocalOutput(const std::filesystem::path& path, Progress& progress);
+    /// Writes to standard output.
+    explicit LocalOutput(Progress& progress);
     /// Removes what was not committed.
     ~LocalOutput();
 
     LocalOutput(const LocalOutput&) = delete;
     LocalOutput& operator=(const LocalOutput&) = delete;
 
-    /// Makes a stream that writes here, and shares in keeping this alive.
-    std::unique_ptr<std::iostream> makeStream();
+    void write(std::string_view bytes);
 
-    /// Writes `size` bytes, on any thread. Returns false, and does so from then on, when it fails.
-    bool write(const char* data, std::size_t size);
-    /// Throws the error that made write() fail.
-    void throwIfFailed() const;
-
-    /// Gives the file its name and the time of its last modification. Throws when it cannot.
+    /// Gives the file its name and the time of its last modification.
     void commit(std::optional<std::chrono::system_clock::time_point> modified);
 
     /// Ends the process at once, without its temporary files.
     [[noreturn]] static void removeTemporaryFilesAndExit(int exitCode);
 
 private:
-    LocalOutput(int file, Progress& progress) : file_(file), progress_(progress) {}
     void openTemporary(const std::filesystem::path& path);
+    [[noreturn]] void throwError(int error) const;
 
-    int file_;
+    std::string name_;
     Progress& progress_;
-    std::atomic<int> error_ = 0;
+    int file_ = -1;
     std::filesystem::path path_;
     std::filesystem::path temporary_;
 };

@@ -69,8 +69,13 @@ void addCommands(CLI::App& program, Invocation& invocation) {
 int run(const std::string& command, const Invocation& invocation) {
     Diagnostics diagnostics(command, invocation.quiet);
     const SignalWatch signals(diagnostics.progress());
-    diagnostics.guard("",
-                      [&] { invocation.run(StoreLocation::find(invocation.store), diagnostics); });
+    try {
+        diagnostics.guard(
+            "", [&] { invocation.run(StoreLocation::find(invocation.store), diagnostics); });
+    } catch (const Interrupted& interrupted) {
+        std::cout.flush();
+        return 128 + interrupted.signal();
+    }
     diagnostics.guard("standard output", [] {
         std::cout.clear();  // A write that failed before is tried once more, and tells why.
         errno = 0;

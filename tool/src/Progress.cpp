@@ -20,6 +20,21 @@ std::size_t terminalWidth() {
     return known ? size.ws_col : 80;
 }
 
+/// "9 s", "1:05", "2:00:00".
+std::string timeText(double time) {
+    const auto seconds = static_cast<long>(time);
+    char text[32];
+    if (seconds < 60) {
+        std::snprintf(text, sizeof text, "%ld s", seconds);
+    } else if (seconds < 3600) {
+        std::snprintf(text, sizeof text, "%ld:%02ld", seconds / 60, seconds % 60);
+    } else {
+        std::snprintf(text, sizeof text, "%ld:%02ld:%02ld", seconds / 3600, seconds / 60 % 60,
+                      seconds % 60);
+    }
+    return text;
+}
+
 }  // namespace
 
 Progress::Progress(bool wanted) : wanted_(wanted && isatty(STDERR_FILENO) != 0) {}
@@ -75,19 +90,25 @@ void Progress::erase() {
 std::string Progress::line(std::size_t width) const {
     const unsigned long bytes = bytes_;
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - started_;
+    const double rate = static_cast<double>(bytes) / elapsed.count();
+    const std::string rateText =
+        bytes == 0 ? timeText(elapsed.count()) : humanSize(static_cast<unsigned long>(rate)) + "/s";
+    if (totalBytes_ == 0 && totalFiles_ <= 1) {  // A pipe, whose end nobody knows.
+        return (humanSize(bytes) + "  " + rateText).substr(0, width);
+    }
     // Empty files count as well: a tree of nothing else still moves.
     const double all = static_cast<double>(totalBytes_ + totalFiles_);
-    const double part = all > 0 ? std::min(1.0, static_cast<double>(bytes + files_) / all) : 0.0;
+    const double part = std::min(1.0, static_cast<double>(bytes + files_) / all);
 
     std::string numbers = std::to_string(static_cast<int>(part * 100)) + "%  " + humanSize(bytes) +
                           "/" + humanSize(totalBytes_) + "  ";
     if (totalFiles_ > 1) {
         numbers += std::to_string(files_) + "/" + std::to_string(totalFiles_) + " files  ";
     }
-    // A file travels in one call: until the first has ended, only the time moves.
-    const double rate = static_cast<double>(bytes) / elapsed.count();
-    numbers += bytes == 0 ? std::to_string(static_cast<long>(elapsed.count())) + " s"
-                          : humanSize(static_cast<unsigned long>(rate)) + "/s";
+    numbers += rateText;
+    if (part > 0) {
+        numbers += "  " + timeText(elapsed.count() * (1 - part) / part) + " left";
+    }
 
     constexpr std::size_t LONGEST_BAR = 40;
     if (width < numbers.size() + 10) {

@@ -16,6 +16,7 @@ namespace fs = std::filesystem;
 struct PutOptions {
     std::vector<std::string> names;
     bool recursive = false;
+    TransferOptions transfer;
 };
 
 /// The name that a local source has in a folder; empty for "." and "..", whose content goes there.
@@ -61,7 +62,7 @@ void put(const kvxclient::FileAccess& files, Diagnostics& diagnostics, const Put
     const std::vector<std::string> sources(options.names.begin(), options.names.end() - 1);
     diagnostics.guard(name.text(), [&] {
         const RemoteTarget target(files, name, sources.size() > 1);
-        Upload upload(files, diagnostics);
+        Upload upload(files, diagnostics, options.transfer);
         std::set<std::u16string> taken;
         for (const std::string& source : sources) {
             diagnostics.guard(source, [&] {
@@ -88,9 +89,11 @@ void addPut(CLI::App& program, Invocation& invocation) {
         ->required()
         ->expected(-2);
     command->add_flag("-r,--recursive", options->recursive, "Put folders with all they have");
+    addJobsOption(*command, options->transfer);
     command->footer(
         "A remote folder, or a name that ends in /, takes each source under its own name; several\n"
-        "sources need a folder. A file that is there is replaced. Modification times go along.\n"
+        "sources need a folder. A file that is there is replaced once the new one is complete,\n"
+        "and kept as a version where the policy says so. Modification times go along.\n"
         "Links named on the command line are followed; links and special files (pipes, sockets,\n"
         "devices) inside folders are left out with a warning.\n"
         "\n"
@@ -99,9 +102,11 @@ void addPut(CLI::App& program, Invocation& invocation) {
         "  kvx put -r photos team:/archive\n"
         "  tar c src | kvx put - :/src.tar");
     command->callback([options, &invocation] {
-        invocation.runInSession([options](const Session& session, Diagnostics& diagnostics) {
-            put(session.files(), diagnostics, *options);
-        });
+        invocation.runInSession(
+            [options, &invocation](const Session& session, Diagnostics& diagnostics) {
+                options->transfer.lines = linesFor(invocation);
+                put(session.files(), diagnostics, *options);
+            });
     });
 }
 

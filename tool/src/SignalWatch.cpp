@@ -1,15 +1,22 @@
 #include "SignalWatch.h"
 
+#include <ctime>
+
+#include "Interruption.h"
 #include "LocalOutput.h"
 
 namespace storage::kvxtool {
 namespace {
 
 constexpr int WAKE_UP = SIGUSR1;
+constexpr int END_SYSTEM_CALL = SIGUSR2;
 
 }  // namespace
 
-SignalWatch::SignalWatch(Progress& progress) : progress_(progress) {
+SignalWatch::SignalWatch(Progress& progress) : progress_(progress), mainThread_(pthread_self()) {
+    struct sigaction nothing {};  // Without SA_RESTART.
+    nothing.sa_handler = [](int) {};
+    sigaction(END_SYSTEM_CALL, &nothing, nullptr);
     std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGPIPE, SIG_IGN);
     sigemptyset(&signals_);
@@ -36,8 +43,21 @@ SignalWatch::~SignalWatch() {
 void SignalWatch::watch() {
     int signal = 0;
     sigwait(&signals_, &signal);
+    if (!ended_ && Interruption::request(signal)) {
+        awaitEnd();
+    }
     if (!ended_) {
         progress_.printAround([signal] { LocalOutput::removeTemporaryFilesAndExit(128 + signal); });
+    }
+}
+
+/// Returns when the main thread has come to its end, has had its time, or the user insists.
+void SignalWatch::awaitEnd() {
+    constexpr int TURNS = 500;
+    const timespec pause{0, 20'000'000};
+    for (int turn = 0; turn < TURNS && sigtimedwait(&signals_, nullptr, &pause) < 0; ++turn) {
+        // Again and again: the first may come just before the call that is to end.
+        pthread_kill(mainThread_, END_SYSTEM_CALL);
     }
 }
 

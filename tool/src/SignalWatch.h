@@ -9,9 +9,10 @@
 namespace storage::kvxtool {
 
 /// While it lives, SIGINT, SIGTERM and SIGHUP end the process with 128 plus the signal's number,
-/// after the progress bar and the temporary files are gone. A write beyond the limit for the size
-/// of files, or to a pipe that nobody reads, is an error like others. To be made before other
-/// threads are started.
+/// after the progress bar and the temporary files are gone. Where an Interruption lives, the main
+/// thread has some seconds to end the process itself; a second signal ends it at once. A write
+/// beyond the limit for the size of files, or to a pipe that nobody reads, is an error like others.
+/// To be made on the main thread before others are started.
 class SignalWatch {
 public:
     explicit SignalWatch(Progress& progress);
@@ -22,9 +23,11 @@ public:
 
 private:
     void watch();
+    void awaitEnd();
 
     Progress& progress_;
     sigset_t signals_;
+    pthread_t mainThread_;
     std::atomic<bool> ended_ = false;
     std::thread thread_;
 };

@@ -22,6 +22,8 @@ using Kind = SyncEntry::Kind;
 
 namespace {
 
+constexpr std::size_t COMPARISONS_AT_ONCE = 8;
+
 /// Which of the names is the remote one.
 bool isUpwards(const SyncOptions& options) {
     const bool up = RemoteName::isRemote(options.target);
@@ -142,7 +144,7 @@ void Sync::settleComparisons(SyncPlan& plan) {
     for (const SyncStep& step : plan.comparisons) {
         pairs.push_back({localPath(step.path), remoteName(step.path), step.entry.size});
     }
-    compareContents(files_, pairs, options_.jobs);
+    compareContents(files_, pairs, std::min(options_.transfer.jobs, COMPARISONS_AT_ONCE));
     for (std::size_t i = 0; i < pairs.size(); ++i) {
         if (pairs[i].error) {
             diagnostics_.fail(Failure::of(targetText(plan.comparisons[i].path), pairs[i].error));
@@ -255,7 +257,7 @@ bool Sync::isBelowMissing(const SyncStep& step) const {
 }
 
 void Sync::upload(const std::vector<SyncStep>& steps) {
-    Upload upload(files_, diagnostics_, reportTransfers());
+    Upload upload(files_, diagnostics_, transferOptions());
     for (const SyncStep& step : steps) {
         if (!isBelowMissing(step)) {
             upload.addFile(localPath(step.path), remoteName(step.path));
@@ -265,7 +267,7 @@ void Sync::upload(const std::vector<SyncStep>& steps) {
 }
 
 void Sync::download(const std::vector<SyncStep>& steps) {
-    Download download(files_, diagnostics_, reportTransfers());
+    Download download(files_, diagnostics_, transferOptions());
     for (const SyncStep& step : steps) {
         if (!isBelowMissing(step)) {
             RemoteEntry entry;
@@ -277,11 +279,14 @@ void Sync::download(const std::vector<SyncStep>& steps) {
     download.run();
 }
 
-TransferDone Sync::reportTransfers() {
+TransferOptions Sync::transferOptions() {
+    TransferOptions options = options_.transfer;
     const std::size_t prefix = localPath("x").native().size() - 1;
-    return [this, prefix](const fs::path& local, unsigned long bytes) {
-        report_.transferred(local.native().substr(prefix), bytes);
+    options.done = [this, prefix](const std::string& source, const std::string& target,
+                                  unsigned long bytes) {
+        report_.transferred((up_ ? source : target).substr(prefix), bytes);
     };
+    return options;
 }
 
 }  // namespace storage::kvxtool

@@ -9,7 +9,7 @@
 #include "RemoteName.h"
 #include "SyncPlan.h"
 #include "SyncReport.h"
-#include "TransferDone.h"
+#include "TransferReport.h"
 #include "storage/kvxclient/FileAccess.h"
 
 namespace storage::kvxtool {
@@ -19,7 +19,7 @@ struct SyncOptions {
     std::string target;
     SyncRules rules;
     bool dryRun = false;
-    unsigned jobs = 8;
+    TransferOptions transfer;
 };
 
 /// Makes a folder like another one, one of them local and one in the store.
@@ -53,7 +53,7 @@ private:
     void download(const std::vector<SyncStep>& steps);
 
     bool isBelowMissing(const SyncStep& step) const;
-    TransferDone reportTransfers();
+    TransferOptions transferOptions();
 
     std::filesystem::path localPath(const std::string& path) const;
     RemoteName remoteName(const std::string& path) const;

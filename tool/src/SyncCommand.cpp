@@ -16,7 +16,7 @@ struct WatchOptions {
     double interval = 2;
 };
 
-SyncReport::Lines linesFor(const Invocation& invocation, bool dryRun) {
+SyncReport::Lines summaryLinesFor(const Invocation& invocation, bool dryRun) {
     if (invocation.json) {
         return SyncReport::Lines::JSON;
     }
@@ -79,10 +79,7 @@ void addOptions(CLI::App& command, SyncOptions& options, WatchOptions& watching)
                      "Compare contents, not modification times");
     CLI::Option* dryRun = command.add_flag("-n,--dry-run", options.dryRun,
                                            "Print what there is to do, and do nothing");
-    command.add_option("-j,--jobs", options.jobs, "How many files --checksum compares at once")
-        ->type_name("N")
-        ->check(CLI::Range(1, 256))
-        ->capture_default_str();
+    addJobsOption(command, options.transfer);
     command.add_flag("--watch", watching.watch, "Go on with every change, until Ctrl-C")
         ->excludes(dryRun);
     command
@@ -122,7 +119,7 @@ void addSync(CLI::App& program, Invocation& invocation) {
         "  kvx sync -n --delete team:/docs ./docs\n"
         "  kvx sync --watch ./notes :/notes");
     command->callback([options, watching, &invocation] {
-        const SyncReport::Lines lines = linesFor(invocation, options->dryRun);
+        const SyncReport::Lines lines = summaryLinesFor(invocation, options->dryRun);
         invocation.runInSession(
             [options, watching, lines](const Session& session, Diagnostics& diagnostics) {
                 sync(session, diagnostics, *options, lines, *watching);

@@ -83,7 +83,7 @@ bool isSame(const kvxclient::FileAccess& files, const ContentPair& pair) {
 }  // namespace
 
 void compareContents(const kvxclient::FileAccess& files, std::vector<ContentPair>& pairs,
-                     unsigned jobs) {
+                     std::size_t jobs) {
     std::atomic<std::size_t> next = 0;
     const auto work = [&] {
         for (std::size_t i = next++; i < pairs.size(); i = next++) {
@@ -95,7 +95,7 @@ void compareContents(const kvxclient::FileAccess& files, std::vector<ContentPair
         }
     };
     std::vector<std::jthread> workers;
-    for (std::size_t i = 0; i < std::min<std::size_t>(jobs, pairs.size()); ++i) {
+    for (std::size_t i = 0; i < std::min(jobs, pairs.size()); ++i) {
         workers.emplace_back(work);
     }
 }

@@ -21,6 +21,6 @@ struct ContentPair {
 /// Reads both files of each pair, `jobs` pairs at once and a few megabytes of each, and says
 /// whether they have the same bytes.
 void compareContents(const kvxclient::FileAccess& files, std::vector<ContentPair>& pairs,
-                     unsigned jobs);
+                     std::size_t jobs);
 
 }  // namespace storage::kvxtool

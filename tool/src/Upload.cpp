@@ -4,6 +4,8 @@
 #include <system_error>
 
 #include "Failure.h"
+#include "Interruption.h"
+#include "RemoteHandle.h"
 #include "RemoteTree.h"
 #include "Text.h"
 #include "storage/kvxclient/KVXClientException.h"
@@ -12,10 +14,24 @@ namespace storage::kvxtool {
 
 namespace fs = std::filesystem;
 
+Upload::Upload(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
+               const TransferOptions& options)
+    : files_(files),
+      diagnostics_(diagnostics),
+      report_(diagnostics, options),
+      folderCalls_(options.jobs),
+      fileCalls_(options.jobs),
+      timeCalls_(options.jobs) {
+    buffers_.resize(std::min(options.jobs, RemoteHandle::RANGES_AT_ONCE));
+    for (auto& buffer : buffers_) {
+        buffer = std::make_unique_for_overwrite<char[]>(RemoteHandle::RANGE_SIZE);
+    }
+}
+
 void Upload::addFile(const fs::path& source, const RemoteName& target) {
     std::error_code ignored;
     const std::uintmax_t size = fs::file_size(source, ignored);
-    bytesToSend_ += ignored ? 0 : size;
+    report_.expect(ignored ? 0 : size);
     filesToSend_.push_back({source, target});
 }
 
@@ -58,16 +74,46 @@ void Upload::addEntry(const fs::directory_entry& entry, const Folder& parent,
 }
 
 void Upload::run() {
-    diagnostics_.progress().begin(bytesToSend_, filesToSend_.size());
-    createFolders();
-    for (const File& file : filesToSend_) {
-        if (!isBelowMissingFolder(file.target)) {
-            diagnostics_.guard(file.source.string(), [&] { startFile(file); });
+    interruptibly([this] {
+        createFolders();
+        for (const File& file : filesToSend_) {
+            if (!isBelowMissingFolder(file.target)) {
+                Interruption::check();
+                diagnostics_.guard(file.source.string(), [&] {
+                    LocalInput source(file.source);
+                    start(source, file.target);
+                });
+            }
         }
+        drain();
+    });
+}
+
+void Upload::send(LocalInput& source, const RemoteName& target) {
+    report_.expect(source.size());
+    interruptibly([&] {
+        start(source, target);
+        drain();
+    });
+}
+
+template <class Action>
+void Upload::interruptibly(Action&& action) {
+    const Interruption interruption;
+    report_.begin();
+    try {
+        action();
+    } catch (const Interrupted&) {
+        drain();  // What is on its way arrives.
+        report_.interrupted("sent");
+        throw;
     }
+    diagnostics_.progress().end();
+}
+
+void Upload::drain() {
     fileCalls_.drain();
     timeCalls_.drain();
-    diagnostics_.progress().end();
 }
 
 /// Creates the folders of one depth at a time: a folder must exist before those in it.
@@ -108,49 +154,80 @@ void Upload::folderCreated(const Folder& folder,
     }
 }
 
-void Upload::startFile(const File& file) {
-    LocalInput source(file.source);
+void Upload::start(LocalInput& source, const RemoteName& target) {
     // Room is made before the file is read: what waits for room is not in memory.
-    fileCalls_.makeRoom(source.size());
-    kvxclient::FileCreateRequest request(file.target.resource());
-    source.readInto(request);
-    const std::size_t size = request.getContent().size();
-    fileCalls_.add(
-        files_.createFileAsync(std::move(request)),
-        [this, &file, modified = source.modified(), size](auto& call) {
-            fileCreated(file, modified, size, call);
-            diagnostics_.progress().addBytes(size);
-            diagnostics_.progress().addFile();
-        },
-        size);
+    fileCalls_.makeRoom(std::min(source.size(), RemoteHandle::RANGE_SIZE));
+    const std::size_t filled = source.read(buffers_.front().get(), RemoteHandle::RANGE_SIZE);
+    Sending file{source.name(), target, source.modified(), filled};
+    if (filled < RemoteHandle::RANGE_SIZE) {
+        sendWhole(file);
+        return;
+    }
+    diagnostics_.guard(target.text(), [&] {
+        file.size = sendRanges(source, target, filled);
+        contentSent(file);
+    });
+    diagnostics_.progress().addFile();
 }
 
-void Upload::fileCreated(const File& file, std::optional<Time> modified, std::size_t size,
-                         std::future<kvxclient::FileWriteResponse>& call) {
-    diagnostics_.guard(file.target.text(), [&] {
-        call.get();
-        if (!modified) {
-            return;
-        }
-        kvxclient::SetMetadataRequest request(file.target.resource());
-        request.withClientLastModified(*modified);
-        timeCalls_.makeRoom();
-        timeCalls_.add(files_.setMetadataAsync(std::move(request)),
-                       [this, &file, size](auto& timeCall) {
-                           diagnostics_.guard(file.target.text(), [&] {
-                               timeCall.get();
-                               if (done_) {
-                                   done_(file.source, size);
-                               }
-                           });
-                       });
+void Upload::sendWhole(const Sending& file) {
+    kvxclient::FileCreateRequest request(file.target.resource());
+    request.withCreateNewVersion(true);
+    request.appendContent(buffers_.front().get(), file.size);
+    fileCalls_.add(
+        files_.createFileAsync(std::move(request)),
+        [this, file](auto& call) {
+            diagnostics_.guard(file.target.text(), [&] {
+                call.get();
+                contentSent(file);
+            });
+            diagnostics_.progress().addBytes(file.size);
+            diagnostics_.progress().addFile();
+        },
+        file.size);
+}
+
+/// Sends all of it, of which `filled` bytes are in the first buffer; returns the size.
+unsigned long Upload::sendRanges(LocalInput& source, const RemoteName& target, std::size_t filled) {
+    RemoteHandle handle(files_, target);
+    CallWindow<kvxclient::FileContentWriteResponse> calls(buffers_.size());
+    unsigned long position = 0;
+    for (std::size_t turn = 0; filled > 0; ++turn) {
+        const char* data = buffers_[turn % buffers_.size()].get();
+        calls.add(handle.write(position, data, filled), [this, filled](auto& call) {
+            call.get();
+            diagnostics_.progress().addBytes(filled);
+        });
+        position += filled;
+        calls.makeRoom();  // Now the next buffer is free.
+        Interruption::check();
+        char* next = buffers_[(turn + 1) % buffers_.size()].get();
+        filled =
+            filled < RemoteHandle::RANGE_SIZE ? 0 : source.read(next, RemoteHandle::RANGE_SIZE);
+    }
+    calls.drain();
+    handle.commit();
+    return position;
+}
+
+void Upload::contentSent(const Sending& file) {
+    if (!file.modified) {
+        done(file);
+        return;
+    }
+    kvxclient::SetMetadataRequest request(file.target.resource());
+    request.withClientLastModified(*file.modified);
+    timeCalls_.makeRoom();
+    timeCalls_.add(files_.setMetadataAsync(std::move(request)), [this, file](auto& call) {
+        diagnostics_.guard(file.target.text(), [&] {
+            call.get();
+            done(file);
+        });
     });
 }
 
-void Upload::send(LocalInput& source, const RemoteName& target) {
-    kvxclient::FileCreateRequest request(target.resource());
-    source.readInto(request);
-    files_.createFile(std::move(request));
+void Upload::done(const Sending& file) {
+    report_.done(file.source, argumentText(file.target), file.size);
 }
 
 }  // namespace storage::kvxtool
