@@ -7,42 +7,10 @@
 #include <system_error>
 #include <thread>
 
+#include "RemoteHandle.h"
+
 namespace storage::kvxtool {
 namespace {
-
-constexpr unsigned long PART_SIZE = 1UL << 20U;
-
-/// A remote file that is open for reading.
-class RemoteInput {
-public:
-    RemoteInput(const kvxclient::FileAccess& files, const RemoteName& name)
-        : files_(files), resource_(name.resource()) {
-        handle_ = files_.createReadOnlyFileHandle({resource_}).getFileHandleId();
-    }
-    ~RemoteInput() {
-        try {
-            kvxclient::FileHandleCloseRequest request(resource_);
-            files_.closeFileHandle(std::move(request.withFileHandleId(handle_)));
-        } catch (...) {
-            // What was read is read, and the handle ends with the session.
-        }
-    }
-
-    RemoteInput(const RemoteInput&) = delete;
-    RemoteInput& operator=(const RemoteInput&) = delete;
-
-    /// Empty at the end.
-    std::vector<char> readPart(unsigned long start) const {
-        kvxclient::FileContentReadRequest request(resource_);
-        request.withFileHandleId(handle_).withStartLocation(start).withLength(PART_SIZE);
-        return files_.readFileContent(std::move(request)).getResponseBody();
-    }
-
-private:
-    const kvxclient::FileAccess& files_;
-    kvxclient::Resource resource_;
-    std::string handle_;
-};
 
 /// Reads `size` bytes, or fewer at the end.
 std::vector<char> readPart(std::ifstream& file, std::size_t size) {
@@ -56,20 +24,20 @@ std::vector<char> readPart(std::ifstream& file, std::size_t size) {
     return part;
 }
 
-/// Opening a remote file costs as much as reading a small one.
 bool isSame(const kvxclient::FileAccess& files, const ContentPair& pair) {
     errno = 0;
     std::ifstream local(pair.local, std::ios::binary);
     if (!local) {
         throw std::system_error(errno != 0 ? errno : EIO, std::generic_category());
     }
-    if (pair.size <= PART_SIZE) {
+    if (pair.size <= RemoteHandle::RANGE_SIZE) {  // As put and get have it: one call, no handle.
         const std::vector<char> whole = files.readFile({pair.remote.resource()}).getResponseBody();
         return readPart(local, whole.size() + 1) == whole;
     }
-    const RemoteInput remote(files, pair.remote);
+    const RemoteHandle remote(files, pair.remote, "");
     for (unsigned long start = 0;;) {
-        const std::vector<char> part = remote.readPart(start);
+        const std::vector<char> part =
+            remote.read(start, RemoteHandle::RANGE_SIZE).get().getResponseBody();
         if (readPart(local, std::max<std::size_t>(part.size(), 1)) != part) {
             return false;
         }
