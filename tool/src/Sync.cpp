@@ -91,7 +91,7 @@ std::string Sync::targetText(const std::string& path) const {
 
 void Sync::run() {
     report_.begin();
-    missing_.clear();
+    blocked_.clear();
     SyncPlan plan = makePlan();
     reportConflicts(plan);
     settleComparisons(plan);
@@ -175,11 +175,14 @@ void Sync::printPlan(const SyncPlan& plan) {
 void Sync::removeLocal(const std::vector<SyncStep>& steps) {
     for (const SyncStep& step : steps) {
         const fs::path path = localPath(step.path);
-        diagnostics_.guard(path.string(), [&] {
+        const bool done = diagnostics_.guard(path.string(), [&] {
             throwUnlessZero(step.entry.kind == Kind::FOLDER ? rmdir(path.c_str())
                                                             : unlink(path.c_str()));
             report_.deleted(step);
         });
+        if (!done) {  // It may be a link, which must not be written through.
+            blocked_.insert(step.path);
+        }
     }
 }
 
@@ -214,7 +217,7 @@ void Sync::removeRemote(const std::vector<SyncStep>& steps) {
 void Sync::createLocal(const std::vector<SyncStep>& steps) {
     for (const SyncStep& step : steps) {
         const fs::path path = localPath(step.path);
-        if (isBelowMissing(step) || !diagnostics_.guard(path.string(), [&] {
+        if (isBlocked(step) || !diagnostics_.guard(path.string(), [&] {
                 if (step.path.empty()) {
                     fs::create_directories(path);
                 } else {
@@ -222,7 +225,7 @@ void Sync::createLocal(const std::vector<SyncStep>& steps) {
                 }
                 report_.created(step);
             })) {
-            missing_.insert(step.path);
+            blocked_.insert(step.path);
         }
     }
 }
@@ -232,7 +235,7 @@ void Sync::createRemote(const std::vector<SyncStep>& steps) {
         if (diagnostics_.guard(remoteName(step.path).text(), action)) {
             report_.created(step);
         } else {
-            missing_.insert(step.path);
+            blocked_.insert(step.path);
         }
     };
     CallWindow<kvxclient::FolderCreateResponse> calls;
@@ -240,8 +243,8 @@ void Sync::createRemote(const std::vector<SyncStep>& steps) {
         for (const SyncStep* step : level) {
             if (step->path.empty()) {
                 create(*step, [this] { createFolders(files_, remote_); });
-            } else if (isBelowMissing(*step)) {
-                missing_.insert(step->path);
+            } else if (isBlocked(*step)) {
+                blocked_.insert(step->path);
             } else {
                 calls.makeRoom();
                 calls.add(files_.createFolderAsync({remoteName(step->path).resource()}),
@@ -252,14 +255,15 @@ void Sync::createRemote(const std::vector<SyncStep>& steps) {
     }
 }
 
-bool Sync::isBelowMissing(const SyncStep& step) const {
-    return !step.path.empty() && missing_.contains(parentPath(step.path));
+bool Sync::isBlocked(const SyncStep& step) const {
+    return blocked_.contains(step.path) ||
+           (!step.path.empty() && blocked_.contains(parentPath(step.path)));
 }
 
 void Sync::upload(const std::vector<SyncStep>& steps) {
     Upload upload(files_, diagnostics_, transferOptions());
     for (const SyncStep& step : steps) {
-        if (!isBelowMissing(step)) {
+        if (!isBlocked(step)) {
             upload.addFile(localPath(step.path), remoteName(step.path));
         }
     }
@@ -269,7 +273,7 @@ void Sync::upload(const std::vector<SyncStep>& steps) {
 void Sync::download(const std::vector<SyncStep>& steps) {
     Download download(files_, diagnostics_, transferOptions());
     for (const SyncStep& step : steps) {
-        if (!isBelowMissing(step)) {
+        if (!isBlocked(step)) {
             RemoteEntry entry;
             entry.size = step.entry.size;
             entry.modified = step.entry.modified;

@@ -52,7 +52,8 @@ private:
     void upload(const std::vector<SyncStep>& steps);
     void download(const std::vector<SyncStep>& steps);
 
-    bool isBelowMissing(const SyncStep& step) const;
+    /// Whether what is in the way, or the folder that should hold it, prevents a step.
+    bool isBlocked(const SyncStep& step) const;
     TransferOptions transferOptions();
 
     std::filesystem::path localPath(const std::string& path) const;
@@ -68,7 +69,7 @@ private:
     const RemoteName remote_;
     SyncReport report_;
     std::set<std::string> warned_;   // Once is enough, however often it runs.
-    std::set<std::string> missing_;  // Folders that could not be created.
+    std::set<std::string> blocked_;  // What could not be created, or not be deleted.
 };
 
 }  // namespace storage::kvxtool

@@ -7,6 +7,7 @@
 
 #include "Download.h"
 #include "Failure.h"
+#include "LocalOutput.h"
 #include "RemoteTree.h"
 #include "Text.h"
 
@@ -53,7 +54,11 @@ std::vector<std::string> readLocalFolder(SyncTree& tree, const fs::path& top,
                                          const std::string& folder) {
     std::vector<std::string> folders;
     for (const fs::directory_entry& item : fs::directory_iterator(top / folder)) {
-        const std::string path = childPath(folder, item.path().filename().string());
+        const std::string name = item.path().filename().string();
+        const std::string path = childPath(folder, name);
+        if (LocalOutput::isTemporaryName(name)) {
+            continue;  // A download is on its way, perhaps that of another sync.
+        }
         if (const std::optional<SyncEntry> entry = readLocalEntry(item.path())) {
             tree.emplace(path, *entry);
             if (entry->kind == Kind::FOLDER) {
