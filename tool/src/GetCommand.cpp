@@ -56,6 +56,9 @@ Source readSource(const Session& session, const RemoteName& name, const std::str
     if (version.empty()) {
         return source;
     }
+    if (source.entry.folder) {
+        throw Failure(ExitCode::CONFLICT, name.text(), "it is a folder: only files have versions");
+    }
     for (const auto& found : session.versions().listVersions({name.resource()}).getVersions()) {
         if (isVersion(found, version)) {
             source.versionId = found.getVersionId();

@@ -5,35 +5,20 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <system_error>
 #include <utility>
 
-#include "Failure.h"
 #include "Interruption.h"
+#include "LocalFile.h"
 
 namespace storage::kvxtool {
-namespace {
-
-/// Opening a pipe waits for who writes to it.
-int openToRead(const std::filesystem::path& path) {
-    for (;;) {
-        const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-        if (file >= 0 || errno != EINTR) {
-            return file;
-        }
-        Interruption::check();
-    }
-}
-
-}  // namespace
 
 LocalInput::LocalInput(const std::filesystem::path& path)
-    : LocalInput(openToRead(path), path.string()) {}
+    : LocalInput(openFile(path, O_RDONLY), path.string()) {}
 
 LocalInput::LocalInput(int file, std::string name) : file_(file), name_(std::move(name)) {
     struct stat status {};
     if (file < 0 || fstat(file, &status) != 0) {
-        throwError(errno);
+        throwFileError(name_, errno);
     }
     if (S_ISREG(status.st_mode)) {
         size_ = static_cast<unsigned long>(status.st_size);
@@ -61,15 +46,10 @@ std::size_t LocalInput::read(char* data, std::size_t size) {
         } else if (errno == EINTR) {
             Interruption::check();
         } else {
-            throwError(errno);
+            throwFileError(name_, errno);
         }
     }
     return filled;
-}
-
-void LocalInput::throwError(int error) const {
-    throw Failure::of(name_,
-                      std::make_exception_ptr(std::system_error(error, std::generic_category())));
 }
 
 }  // namespace storage::kvxtool

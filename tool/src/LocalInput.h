@@ -30,7 +30,6 @@ public:
 
 private:
     LocalInput(int file, std::string name);
-    [[noreturn]] void throwError(int error) const;
 
     int file_;
     std::string name_;

@@ -8,11 +8,10 @@
 #include <cstdio>
 #include <mutex>
 #include <set>
-#include <system_error>
 #include <utility>
 
-#include "Failure.h"
 #include "Interruption.h"
+#include "LocalFile.h"
 
 namespace storage::kvxtool {
 namespace {
@@ -22,17 +21,6 @@ const std::string TEMPORARY_PREFIX = ".kvx-";
 std::mutex temporaryFilesLock;
 std::set<std::filesystem::path> temporaryFiles;
 
-/// Opening a pipe waits for who reads from it.
-int openToWrite(const std::filesystem::path& path) {
-    for (;;) {
-        const int file = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-        if (file >= 0 || errno != EINTR) {
-            return file;
-        }
-        Interruption::check();
-    }
-}
-
 }  // namespace
 
 LocalOutput::LocalOutput(const std::filesystem::path& path, Progress& progress)
@@ -40,12 +28,12 @@ LocalOutput::LocalOutput(const std::filesystem::path& path, Progress& progress)
     struct stat status {};
     const bool exists = stat(path.c_str(), &status) == 0;
     if (exists && S_ISDIR(status.st_mode)) {
-        throwError(EISDIR);
+        throwFileError(name_, EISDIR);
     }
     if (exists && !S_ISREG(status.st_mode)) {
-        file_ = openToWrite(path);
+        file_ = openFile(path, O_WRONLY);
         if (file_ < 0) {
-            throwError(errno);
+            throwFileError(name_, errno);
         }
         return;
     }
@@ -71,7 +59,7 @@ void LocalOutput::openTemporary(const std::filesystem::path& path) {
     } while (file_ < 0 && errno == EEXIST);
     if (file_ < 0) {
         temporary_.clear();
-        throwError(errno);
+        throwFileError(name_, errno);
     }
     temporaryFiles.insert(temporary_);
 }
@@ -96,7 +84,7 @@ void LocalOutput::write(std::string_view bytes) {
         } else if (errno == EINTR) {
             Interruption::check();
         } else {
-            throwError(errno);
+            throwFileError(name_, errno);
         }
     }
 }
@@ -116,19 +104,14 @@ void LocalOutput::commit(std::optional<std::chrono::system_clock::time_point> mo
     // Some file systems tell of a full disk only here.
     const int file = std::exchange(file_, -1);
     if (close(file) != 0) {
-        throwError(errno);
+        throwFileError(name_, errno);
     }
     const std::lock_guard lock(temporaryFilesLock);
     if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
-        throwError(errno);
+        throwFileError(name_, errno);
     }
     temporaryFiles.erase(temporary_);
     temporary_.clear();
-}
-
-void LocalOutput::throwError(int error) const {
-    throw Failure::of(name_,
-                      std::make_exception_ptr(std::system_error(error, std::generic_category())));
 }
 
 bool LocalOutput::isTemporaryName(std::string_view name) {

@@ -38,7 +38,6 @@ public:
 
 private:
     void openTemporary(const std::filesystem::path& path);
-    [[noreturn]] void throwError(int error) const;
 
     std::string name_;
     Progress& progress_;

@@ -34,9 +34,9 @@ TransferOptions::Lines linesFor(const Invocation& invocation) {
 
 void addJobsOption(CLI::App& command, TransferOptions& options) {
     command
-        .add_option("-j,--jobs", options.jobs,
-                    "How many small files, or up to four pieces of a large one, are on their way "
-                    "at once (default: 256)")
+        .add_option(
+            "-j,--jobs", options.jobs,
+            "Small files on their way at once (default: 256); pieces of a large one, up to 4")
         ->type_name("N")
         ->check(CLI::Range(1, 1024));
 }
