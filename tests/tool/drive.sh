@@ -388,9 +388,9 @@ sync() {
     [[ $(kvx sync -v :/new/target new/down/.) == '0 files received, 0 deleted, 8 unchanged' ]] || fail 'got twice'
 
     # Only their contents tell these from what the store has.
-    for name in large -dash; do printf x | dd of="up/$name" bs=1 seek=2 conv=notrunc status=none; done
-    touch -r new/down/large up/large
-    touch -r new/down/-dash up/-dash
+    for name in large -dash; do
+        printf x | dd of="up/$name" bs=1 seek=2 conv=notrunc status=none && touch -r "new/down/$name" "up/$name"
+    done
     kvx sync -v --checksum up :/new/target >done
     [[ $(sort done) == $'2 files sent, 0 deleted, 6 unchanged\nput -dash\nput large' ]] || fail "$(<done)"
     touch $'up/bad\xff' up/good
@@ -401,18 +401,15 @@ sync() {
 }
 
 syncDeletes() {
-    local before
     mkdir -p up/folder/sub up/link down/{file/inner,extra,link.d} outside
     touch up/{folder/sub/f,file,link/f} down/{folder,file/inner/x,extra/f,$'extra/bad\xff'} outside/f
     ln -s ../outside down/link
     ln -s ../outside down/other
     kvx init -q
     kvx sync -q up :/tree
-    before=$(ls -R down outside)
     expect 5 'kvx: sync: down/file: it is a folder, and a file in the source: --delete replaces it
 kvx: sync: down/folder: it is a file, and a folder in the source: --delete replaces it
 kvx: sync: down/link: it is a symbolic link, and a folder in the source: --delete replaces it' kvx sync :/tree down
-    [[ $(ls -R down outside) == "$before" ]]
     expect 0 '' kvx sync --delete :/tree down
     [[ -e outside/f && $(readlink down/other) == ../outside ]]
     rm -r down/other up/folder
