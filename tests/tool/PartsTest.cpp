@@ -1,13 +1,16 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <thread>
 
 #include "CallWindow.h"
 #include "Download.h"
 #include "Interruption.h"
+#include "SyncPlan.h"
 #include "Text.h"
 #include "Upload.h"
 #include "storage/kvxstore/Store.h"
@@ -172,6 +175,68 @@ TEST(Text, SizesForPeopleStayShort) {
     for (const auto& [size, expected] : cases) {
         EXPECT_EQ(humanSize(size), expected) << size;
     }
+}
+
+// "d:/" is a folder, "d:?" one that could not be listed, "l:@" a link, "f:1,5" a file of size 1 and
+// time 5, "f:1,5*" one whose time is the store's own.
+SyncTree tree(const std::string& words) {
+    SyncTree result;
+    std::istringstream stream(": " + words);
+    for (std::string word; stream >> word;) {
+        const std::size_t colon = word.find(':');
+        const std::string text = word.substr(colon + 1);
+        SyncEntry& entry = result[word.substr(0, colon)];
+        if (const std::size_t comma = text.find(','); comma != text.npos) {
+            const std::chrono::nanoseconds time(std::stoi(text.substr(comma + 1)));
+            entry = {SyncEntry::Kind::FILE, std::stoul(text),
+                     std::chrono::system_clock::time_point(time), !text.ends_with('*'), true};
+        } else {
+            entry.kind = text == "@" ? SyncEntry::Kind::LINK : SyncEntry::Kind::FOLDER;
+            entry.complete = text != "?";
+        }
+    }
+    return result;
+}
+
+std::string text(const SyncPlan& plan) {
+    std::string result;
+    const auto add = [&](char sign, const auto& steps) {
+        for (const auto& step : steps) {
+            result += sign + step.path + ' ';
+        }
+    };
+    add('-', plan.deletions);
+    add('+', plan.folders);
+    add('>', plan.transfers);
+    add('?', plan.comparisons);
+    add('!', plan.conflicts);
+    return result + std::to_string(plan.unchanged);
+}
+
+TEST(SyncPlan, FollowsFromTheTrees) {
+    const std::array<const char*, 4> cases[] = {
+        {"a:1,5 d:/ d/e:/ d/e/f:0,0", "", "+d +d/e >a >d/e/f 0", "+d +d/e >a >d/e/f 0"},
+        {"a:1,5 b:1,5 c:1,-5", "a:1,5 b:2,5 c:1,5", ">b >c 1", ">b >c 1"},
+        {"a:1,0 b:1,0 c:1,9", "a:1,7* b:1,7 c:1,7*", ">b >c 1", ">b >c 1"},
+        {"", "a:1,5 d:/ d/e:/ d/e/f:1,5", "0", "-d/e/f -d/e -d -a 0"},
+        {"d:/ d-x:1,5", "d:/ d/a:1,1 d-x:1,5", "1", "-d/a 1"},
+        // What the source could not list or leaves out is not deleted.
+        {"d:? l:@", "d:/ d/a:1,5 l:/ l/b:1,5 x:1,5", "0", "-x 0"},
+        // What the target leaves out or could not list stays, and with it what holds it.
+        {"", "d:/ d/a:1,5 d/l:@ e:? l:@", "0", "-d/a 0"},
+        // Of different kinds: it takes the place, with all that is in it, or none of it.
+        {"x:1,5", "x:/ x/y:/ x/y/z:1,5", "!x 0", "-x/y/z -x/y -x >x 0"},
+        {"x:/ x/y:1,5 z:1,5", "x:@ z:@", "!x !z 0", "-z -x +x >x/y >z 0"},
+        {"x:1,5", "x:/ x/a:1,5 x/l:@ x/y:/ x/y/z:1,5", "!x 0", "!x 0"},
+        {"x:1,5", "x:/ x/y:?", "!x 0", "!x 0"},
+    };
+    for (const auto& [source, target, plan, deletingPlan] : cases) {
+        SCOPED_TRACE(source);
+        EXPECT_EQ(text(planSync(tree(source), tree(target), {})), plan);
+        EXPECT_EQ(text(planSync(tree(source), tree(target), {true, false})), deletingPlan);
+    }
+    EXPECT_EQ(text(planSync(tree("a:1,5 b:1,5 c:1,5"), tree("a:1,9 b:2,5"), {false, true})),
+              ">b >c ?a 0");
 }
 
 }  // namespace

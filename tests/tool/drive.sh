@@ -509,4 +509,74 @@ terminal() {
     [[ -z $seen ]] || fail "not quiet: $seen"
 }
 
+sync() {
+    local name
+    mkdir -p up/empty 'up/two words/deep'
+    for name in $'new\nline' '😀' -dash a:b 'two words/deep/.hidden' '[x]'; do echo "$name" >"up/$name"; done
+    head -c 5M /dev/urandom >up/large
+    touch -d '1965-04-03 02:01:00.123456789' up/-dash up/none
+    touch -d @0 up/a:b  # No time that a store can keep.
+    kvx init -q
+    kvx sync -n up :/new/target >planned
+    kvx sync -v up :/new/target >done
+    [[ $(kvx sync -v up :/new/target) == '0 files sent, 0 deleted, 8 unchanged' ]] || fail 'sent twice'
+    diff <(head -n -1 planned | sort) <(head -n -1 done | sort)
+    kvx sync -q :/new/target new/down
+    diff -r up new/down
+    diff <(cd up && find . -type f ! -name a:b -printf '%p %T@\n' | sort) \
+        <(cd new/down && find . -type f ! -name a:b -printf '%p %T@\n' | sort)
+    [[ $(kvx sync -v :/new/target new/down/.) == '0 files received, 0 deleted, 8 unchanged' ]] || fail 'got twice'
+
+    # Only their contents tell these from what the store has.
+    for name in large -dash; do
+        printf x | dd of="up/$name" bs=1 seek=2 conv=notrunc status=none && touch -r "new/down/$name" "up/$name"
+    done
+    kvx sync -v --checksum up :/new/target >done
+    [[ $(sort done) == $'2 files sent, 0 deleted, 6 unchanged\nput -dash\nput large' ]] || fail "$(<done)"
+    touch $'up/bad\xff' up/good
+    expect 4 'kvx: sync: up/bad\xff: the name is not valid UTF-8' kvx sync --json up :/new/target
+    [[ $(<output) == '{"action":"put","path":"good","bytes":0}'*'"failed":1,"dryRun":false}' ]] || fail "$(<output)"
+    expect 2 'kvx: sync: both folders are local: write :/path for one in the store' kvx sync up down
+    expect 3 'kvx: sync: :/none: no such folder' kvx sync --delete :/none new/down
+}
+
+syncDeletes() {
+    mkdir -p up/folder/sub up/link down/{file/inner,extra,link.d} outside
+    touch up/{folder/sub/f,file,link/f} down/{folder,file/inner/x,extra/f,$'extra/bad\xff'} outside/f
+    ln -s ../outside down/link
+    ln -s ../outside down/other
+    kvx init -q
+    kvx sync -q up :/tree
+    expect 5 'kvx: sync: down/file: it is a folder, and a file in the source: --delete replaces it
+kvx: sync: down/folder: it is a file, and a folder in the source: --delete replaces it
+kvx: sync: down/link: it is a symbolic link, and a folder in the source: --delete replaces it' kvx sync :/tree down
+    expect 0 '' kvx sync --delete :/tree down
+    [[ -e outside/f && $(readlink down/other) == ../outside ]]
+    rm -r down/other up/folder
+    kvx sync -q --delete up :/tree
+    kvx sync -q --delete :/tree down
+    diff -r up down
+}
+
+watch() {
+    local seen
+    kvx init -q --user ada
+    seen=$(kvx watch --once)
+    kvx mkdir -p /a/b /c
+    seen=$(kvx watch --once --since "${seen#watermark }" :/a/b)
+    [[ $seen == $'ada:/a/\nada:/a/b/\nwatermark '* ]] || fail "seen: $seen"
+    "$program" sync --delete --watch --interval 0.1 :/a down >/dev/null &
+    mkdir up
+    "$program" sync --delete --watch up :/a >/dev/null &
+    mkdir -p up/new/sub
+    until [[ -d down/new/sub ]]; do sleep 0.1; done
+    echo first >up/new/sub/f
+    mv up/new/sub up/moved
+    until [[ -e down/moved/f && ! -e down/new/sub ]]; do sleep 0.1; done
+    interruptible watch --interval 0.1 :/a >seen 2>errors &
+    until [[ -s seen ]]; do echo >>up/moved/f && sleep 0.3; done
+    stop INT 130 ''
+    [[ $(head -n 1 seen) == ada:/a/moved/f ]]
+}
+
 "$2"

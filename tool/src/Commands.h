@@ -53,5 +53,7 @@ void addGetAndCat(CLI::App& program, Invocation& invocation);
 void addLsAndStat(CLI::App& program, Invocation& invocation);
 void addMkdirAndRm(CLI::App& program, Invocation& invocation);
 void addMvAndCp(CLI::App& program, Invocation& invocation);
+void addSync(CLI::App& program, Invocation& invocation);
+void addWatch(CLI::App& program, Invocation& invocation);
 
 }  // namespace storage::kvxtool

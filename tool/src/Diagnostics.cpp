@@ -11,6 +11,7 @@ void Diagnostics::fail(const Failure& failure) {
     if (failure.code() != ExitCode::READER_GONE) {
         print(failure.subject(), failure.what());
     }
+    ++failures_;
     const bool first = exitCode_ == ExitCode::OK;
     exitCode_ = first || exitCode_ == failure.code() ? failure.code() : ExitCode::FAILED;
 }

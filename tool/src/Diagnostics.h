@@ -39,6 +39,8 @@ public:
 
     Progress& progress() { return progress_; }
     ExitCode exitCode() const { return exitCode_; }
+    /// How many failures there were.
+    std::size_t failures() const { return failures_; }
 
 private:
     void print(const std::string& subject, const std::string& text);
@@ -46,6 +48,7 @@ private:
     std::string command_;
     Progress progress_;
     ExitCode exitCode_ = ExitCode::OK;
+    std::size_t failures_ = 0;
 };
 
 }  // namespace storage::kvxtool

@@ -29,7 +29,7 @@ Download::Download(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
                    const TransferOptions& options)
     : files_(files),
       diagnostics_(diagnostics),
-      report_(diagnostics, options.lines),
+      report_(diagnostics, options),
       rangesAtOnce_(std::min(options.jobs, RemoteHandle::RANGES_AT_ONCE)),
       calls_(options.jobs) {}
 

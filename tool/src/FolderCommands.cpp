@@ -2,42 +2,11 @@
 
 #include "Commands.h"
 #include "RemoteTree.h"
-#include "storage/kvxclient/KVXClientException.h"
 
 namespace storage::kvxtool {
 namespace {
 
 using kvxclient::FileAccess;
-using kvxclient::KVXClientErrorCode;
-using kvxclient::KVXClientException;
-
-/// Creates a folder. Returns false when something of its name is there.
-bool createFolder(const FileAccess& files, const RemoteName& name) {
-    try {
-        files.createFolder({name.resource()});
-        return true;
-    } catch (const KVXClientException& error) {
-        if (error.getErrorCode() != KVXClientErrorCode::CONFLICT) {
-            throw;
-        }
-        return false;
-    }
-}
-
-/// Creates a folder and those above it, where they are missing.
-void createFolders(const FileAccess& files, const RemoteName& name) {
-    try {
-        if (!createFolder(files, name)) {
-            requireFolder(files, name);
-        }
-    } catch (const KVXClientException& error) {
-        if (error.getErrorCode() != KVXClientErrorCode::PARENT_RESOURCE_NOT_FOUND) {
-            throw;
-        }
-        createFolders(files, name.parent());
-        createFolders(files, name);
-    }
-}
 
 void makeFolder(const FileAccess& files, const RemoteName& name, bool withParents) {
     if (withParents) {

@@ -16,6 +16,8 @@
 namespace storage::kvxtool {
 namespace {
 
+const std::string TEMPORARY_PREFIX = ".kvx-";
+
 std::mutex temporaryFilesLock;
 std::set<std::filesystem::path> temporaryFiles;
 
@@ -51,7 +53,7 @@ void LocalOutput::openTemporary(const std::filesystem::path& path) {
     const std::lock_guard lock(temporaryFilesLock);
     do {
         const std::string name =
-            ".kvx-" + std::to_string(getpid()) + "-" + std::to_string(counter++);
+            TEMPORARY_PREFIX + std::to_string(getpid()) + "-" + std::to_string(counter++);
         temporary_ = path.parent_path() / name;
         file_ = open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     } while (file_ < 0 && errno == EEXIST);
@@ -110,6 +112,11 @@ void LocalOutput::commit(std::optional<std::chrono::system_clock::time_point> mo
     }
     temporaryFiles.erase(temporary_);
     temporary_.clear();
+}
+
+bool LocalOutput::isTemporaryName(std::string_view name) {
+    return name.starts_with(TEMPORARY_PREFIX) &&
+           name.find_first_not_of("0123456789-", TEMPORARY_PREFIX.size()) == name.npos;
 }
 
 void LocalOutput::removeTemporaryFilesAndExit(int exitCode) {

@@ -30,6 +30,9 @@ public:
     /// Gives the file its name and the time of its last modification.
     void commit(std::optional<std::chrono::system_clock::time_point> modified);
 
+    /// Whether it is the name of a file that is still being written.
+    static bool isTemporaryName(std::string_view name);
+
     /// Ends the process at once, without its temporary files.
     [[noreturn]] static void removeTemporaryFilesAndExit(int exitCode);
 

@@ -89,6 +89,8 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     addLsAndStat(program, invocation);
     addMkdirAndRm(program, invocation);
     addMvAndCp(program, invocation);
+    addSync(program, invocation);
+    addWatch(program, invocation);
 }
 
 int run(const std::string& command, const Invocation& invocation) {
@@ -102,6 +104,7 @@ int run(const std::string& command, const Invocation& invocation) {
         return 128 + interrupted.signal();
     }
     diagnostics.guard("standard output", [] {
+        std::cout.clear();  // A write that failed before is tried once more, and tells why.
         errno = 0;
         if (!std::cout.flush()) {
             throw std::system_error(errno != 0 ? errno : EIO, std::generic_category());

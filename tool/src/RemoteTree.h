@@ -20,6 +20,7 @@ struct RemoteEntry {
     unsigned long size = 0;
     /// As a client reported it, else by the store's clock.
     std::chrono::system_clock::time_point modified;
+    bool modifiedByClient = false;
 };
 
 /// Reads what a name stands for. Throws when there is nothing, or a file where the name has a
@@ -30,6 +31,11 @@ std::optional<RemoteEntry> findEntry(const kvxclient::FileAccess& files, const R
 
 /// Throws Failure unless `name` is a folder that exists.
 void requireFolder(const kvxclient::FileAccess& files, const RemoteName& name);
+
+/// Creates a folder. Returns false when something of its name is there.
+bool createFolder(const kvxclient::FileAccess& files, const RemoteName& name);
+/// Creates a folder and those above it, where they are missing.
+void createFolders(const kvxclient::FileAccess& files, const RemoteName& name);
 
 /// The content of one folder in the order of the names, code unit by code unit.
 std::vector<RemoteEntry> entriesOf(const kvxclient::FolderListResponse& response);

@@ -52,6 +52,9 @@ void TransferReport::done(const std::string& source, const std::string& target,
                           unsigned long bytes) {
     ++files_;
     bytes_ += bytes;
+    if (done_) {
+        done_(source, target, bytes);
+    }
     if (lines_ == TransferOptions::Lines::NONE) {
         return;
     }

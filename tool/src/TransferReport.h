@@ -1,6 +1,7 @@
 #pragma once
 
 #include <CLI/App.hpp>
+#include <functional>
 #include <string>
 
 #include "CallWindow.h"
@@ -9,12 +10,17 @@
 
 namespace storage::kvxtool {
 
+/// Takes source, target and size of a file that is done.
+using TransferDone = std::function<void(const std::string&, const std::string&, unsigned long)>;
+
 /// How the command line wants files to be transferred.
 struct TransferOptions {
     /// The calls at once.
     std::size_t jobs = CallWindow<int>::MAX_CALLS;
     /// A line of standard output for each file done: none, one for people or one for programs.
     enum class Lines { NONE, TEXT, JSON } lines = Lines::NONE;
+    /// Called for each file done, where it is not empty.
+    TransferDone done = {};
 };
 
 struct Invocation;
@@ -28,8 +34,8 @@ void addJobsOption(CLI::App& command, TransferOptions& options);
 /// Counts the files of a transfer, and says of each that it is done.
 class TransferReport {
 public:
-    TransferReport(Diagnostics& diagnostics, TransferOptions::Lines lines)
-        : diagnostics_(diagnostics), lines_(lines) {}
+    TransferReport(Diagnostics& diagnostics, const TransferOptions& options)
+        : diagnostics_(diagnostics), lines_(options.lines), done_(options.done) {}
 
     void expect(unsigned long bytes);
     /// Shows the progress of what is expected.
@@ -41,6 +47,7 @@ public:
 private:
     Diagnostics& diagnostics_;
     TransferOptions::Lines lines_;
+    TransferDone done_;
     unsigned long expectedFiles_ = 0;
     unsigned long expectedBytes_ = 0;
     unsigned long files_ = 0;

@@ -18,7 +18,7 @@ Upload::Upload(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
                const TransferOptions& options)
     : files_(files),
       diagnostics_(diagnostics),
-      report_(diagnostics, options.lines),
+      report_(diagnostics, options),
       folderCalls_(options.jobs),
       fileCalls_(options.jobs),
       timeCalls_(options.jobs) {

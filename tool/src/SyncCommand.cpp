@@ -1,0 +1,130 @@
+#include <chrono>
+#include <iostream>
+#include <memory>
+#include <thread>
+
+#include "ChangeFeed.h"
+#include "Commands.h"
+#include "LocalWatch.h"
+#include "Sync.h"
+
+namespace storage::kvxtool {
+namespace {
+
+struct WatchOptions {
+    bool watch = false;
+    double interval = 2;
+};
+
+SyncReport::Lines summaryLinesFor(const Invocation& invocation, bool dryRun) {
+    if (invocation.json) {
+        return SyncReport::Lines::JSON;
+    }
+    if (invocation.verbose || dryRun) {
+        return SyncReport::Lines::ACTIONS;
+    }
+    return invocation.quiet ? SyncReport::Lines::NONE : SyncReport::Lines::SUMMARY;
+}
+
+void followLocal(Sync& sync, Diagnostics& diagnostics, std::chrono::milliseconds interval) {
+    bool warned = false;
+    while (std::cout.flush()) {
+        LocalWatch watch(sync.local());
+        if (!watch.isComplete() && !warned) {
+            warned = true;
+            diagnostics.warn(sync.local().string(),
+                             "not every folder can be watched: compared again at each interval");
+        }
+        const bool compared = diagnostics.guard("", [&] { sync.run(); });
+        std::cout.flush();
+        watch.wait(compared && watch.isComplete() ? LocalWatch::FOREVER : interval);
+    }
+}
+
+void followRemote(const Session& session, Sync& sync, Diagnostics& diagnostics,
+                  std::chrono::milliseconds interval) {
+    ChangeFeed feed(session, {sync.remote()}, "");
+    feed.read();
+    while (std::cout.flush()) {
+        bool again = !diagnostics.guard("", [&] { sync.run(); });
+        std::cout.flush();
+        do {
+            std::this_thread::sleep_for(interval);
+            diagnostics.guard("", [&] { again = !feed.read().empty() || again; });
+        } while (!again);
+    }
+}
+
+void sync(const Session& session, Diagnostics& diagnostics, const SyncOptions& options,
+          SyncReport::Lines lines, const WatchOptions& watching) {
+    Sync sync(session.files(), diagnostics, options, lines);
+    const auto interval = std::chrono::milliseconds(static_cast<long>(watching.interval * 1000));
+    if (!watching.watch) {
+        sync.run();
+    } else if (sync.isUp()) {
+        followLocal(sync, diagnostics, interval);
+    } else {
+        followRemote(session, sync, diagnostics, interval);
+    }
+}
+
+void addOptions(CLI::App& command, SyncOptions& options, WatchOptions& watching) {
+    command.add_option("SOURCE", options.source, "The folder to be like")
+        ->type_name("")
+        ->required();
+    command.add_option("TARGET", options.target, "The folder to change")->type_name("")->required();
+    command.add_flag("--delete", options.rules.deletes,
+                     "Delete in the target what the source does not have");
+    command.add_flag("--checksum", options.rules.byContent,
+                     "Compare contents, not modification times");
+    CLI::Option* dryRun = command.add_flag("-n,--dry-run", options.dryRun,
+                                           "Print what there is to do, and do nothing");
+    addJobsOption(command, options.transfer);
+    command.add_flag("--watch", watching.watch, "Go on with every change, until Ctrl-C")
+        ->excludes(dryRun);
+    command
+        .add_option("--interval", watching.interval,
+                    "With --watch, the seconds between looks for changes in the store")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.01, 86400.0))
+        ->capture_default_str();
+}
+
+}  // namespace
+
+void addSync(CLI::App& program, Invocation& invocation) {
+    auto options = std::make_shared<SyncOptions>();
+    auto watching = std::make_shared<WatchOptions>();
+    CLI::App* command = program.add_subcommand(
+        "sync", "Make a folder like another one: in the store, or out of it");
+    addOptions(*command, *options, *watching);
+    command->footer(
+        "One folder is local and one in the store. The target is created where it is missing. "
+        "Files\n"
+        "that differ in size or modification time are transferred; what only the target has "
+        "stays,\n"
+        "unless --delete is given, and so does what is a file here and a folder there. Links and\n"
+        "special files are left out on both sides, with a warning in the source. A folder that is\n"
+        "named on the command line may be a link.\n"
+        "\n"
+        "-v prints each action: put, get, delete or mkdir, with the path below the folder. --json\n"
+        "prints {\"action\", \"path\", \"bytes\"}, with \"dryRun\": true in a dry run, and at the "
+        "end\n"
+        "{\"action\": \"summary\", \"files\", \"bytes\", \"folders\", \"deleted\", \"unchanged\", "
+        "\"failed\",\n"
+        "\"dryRun\"}.\n"
+        "\n"
+        "Examples:\n"
+        "  kvx sync ./photos :/photos\n"
+        "  kvx sync -n --delete team:/docs ./docs\n"
+        "  kvx sync --watch ./notes :/notes");
+    command->callback([options, watching, &invocation] {
+        const SyncReport::Lines lines = summaryLinesFor(invocation, options->dryRun);
+        invocation.runInSession(
+            [options, watching, lines](const Session& session, Diagnostics& diagnostics) {
+                sync(session, diagnostics, *options, lines, *watching);
+            });
+    });
+}
+
+}  // namespace storage::kvxtool
