@@ -2,6 +2,7 @@
 
 #include <CLI/App.hpp>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "Diagnostics.h"
@@ -19,6 +20,10 @@ struct Invocation {
     bool json = false;
     std::function<void(const StoreLocation&, Diagnostics&)> run;
 
+    /// Says, when it is asked for, that something was done to `name`, as "moved /a to /b".
+    void report(const char* action, const RemoteName& name,
+                const std::optional<RemoteName>& target = {}) const;
+
     /// Sets `run` to call `action` in a session with the store.
     void runInSession(std::function<void(const Session&, Diagnostics&)> action);
 };
@@ -34,7 +39,8 @@ CLI::App* addForEachName(CLI::App& program, Invocation& invocation, const std::s
 void addInit(CLI::App& program, Invocation& invocation);
 void addPut(CLI::App& program, Invocation& invocation);
 void addGetAndCat(CLI::App& program, Invocation& invocation);
-void addLsAndStat(CLI::App& program, Invocation& invocation);
+void addLs(CLI::App& program, Invocation& invocation);
+void addStat(CLI::App& program, Invocation& invocation);
 void addMkdirAndRm(CLI::App& program, Invocation& invocation);
 void addMvAndCp(CLI::App& program, Invocation& invocation);
 

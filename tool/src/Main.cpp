@@ -1,6 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
+#include <clocale>
 #include <iostream>
 
 #include "Commands.h"
@@ -56,12 +57,13 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     program.add_flag("-v,--verbose", invocation.verbose, "Say what is done to each file");
     program.add_flag("--json", invocation.json, "Print for programs: one JSON object a line");
 
-    addInit(program, invocation);
     addPut(program, invocation);
     addGetAndCat(program, invocation);
-    addLsAndStat(program, invocation);
+    addLs(program, invocation);
+    addStat(program, invocation);
     addMkdirAndRm(program, invocation);
     addMvAndCp(program, invocation);
+    addInit(program, invocation);
 }
 
 int run(const std::string& command, const Invocation& invocation) {
@@ -85,6 +87,7 @@ int run(const std::string& command, const Invocation& invocation) {
 int main(int argc, char** argv) {
     using namespace storage::kvxtool;
     std::ios::sync_with_stdio(false);
+    std::setlocale(LC_CTYPE, "C.UTF-8");  // Names are UTF-8 whatever the user's text is.
 
     CLI::App program("Works with the files of a store", "kvx");
     Invocation invocation;

@@ -4,6 +4,7 @@
 #include <future>
 
 #include "Failure.h"
+#include "Text.h"
 #include "storage/kvxclient/KVXClientException.h"
 
 namespace storage::kvxtool {
@@ -34,15 +35,19 @@ std::future<FolderListResponse> startListing(const FileAccess& files, const Remo
 
 }  // namespace
 
+RemoteEntry entryOf(const kvxclient::FileAttributes& attributes) {
+    return {attributes.getName(), attributes.getType() == "FOLDER", attributes.getWritable(),
+            attributes.getSize(), modifiedOf(attributes)};
+}
+
 RemoteEntry readEntry(const FileAccess& files, const RemoteName& name) {
     const kvxclient::FileAttributes attributes =
         files.readFileAttributes({name.resource()}).getFileAttributes();
-    const bool folder = attributes.getType() == "FOLDER";
-    if (name.hasTrailingSlash() && !folder) {
+    RemoteEntry entry = entryOf(attributes);
+    if (name.hasTrailingSlash() && !entry.folder) {
         throw Failure(ExitCode::CONFLICT, name.text(), "it is a file, not a folder");
     }
-    return {attributes.getName(), folder, attributes.getWritable(), attributes.getSize(),
-            modifiedOf(attributes)};
+    return entry;
 }
 
 std::optional<RemoteEntry> findEntry(const FileAccess& files, const RemoteName& name) {
@@ -54,6 +59,16 @@ std::optional<RemoteEntry> findEntry(const FileAccess& files, const RemoteName& 
         }
         return std::nullopt;
     }
+}
+
+Json jsonOf(const RemoteName& name, const RemoteEntry& entry) {
+    Json object{{"name", name.text()}, {"type", entry.folder ? "folder" : "file"}};
+    if (!entry.folder) {
+        object["size"] = entry.size;
+    }
+    object["modified"] = utcTime(entry.modified);
+    object["writable"] = entry.writable;
+    return object;
 }
 
 void requireFolder(const FileAccess& files, const RemoteName& name) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Diagnostics.h"
+#include "Json.h"
 #include "RemoteName.h"
 #include "storage/kvxclient/FileAccess.h"
 
@@ -22,11 +23,16 @@ struct RemoteEntry {
     std::chrono::system_clock::time_point modified;
 };
 
+RemoteEntry entryOf(const kvxclient::FileAttributes& attributes);
+
 /// Reads what a name stands for. Throws when there is nothing, or a file where the name has a
 /// trailing slash.
 RemoteEntry readEntry(const kvxclient::FileAccess& files, const RemoteName& name);
 /// The same, but empty when there is nothing.
 std::optional<RemoteEntry> findEntry(const kvxclient::FileAccess& files, const RemoteName& name);
+
+/// The entry as commands list it for programs, with its whole name.
+Json jsonOf(const RemoteName& name, const RemoteEntry& entry);
 
 /// Throws Failure unless `name` is a folder that exists.
 void requireFolder(const kvxclient::FileAccess& files, const RemoteName& name);

@@ -9,7 +9,36 @@
 namespace storage::kvxtool {
 namespace {
 
-/// Takes the first character off `text`; empty, with nothing taken, when it is not valid UTF-8.
+bool isTricky(char32_t character) {
+    return character < 0x20 || (character >= 0x7F && character < 0xA0) || character == 0x200E ||
+           character == 0x200F || (character >= 0x2028 && character <= 0x202E) ||
+           (character >= 0x2066 && character <= 0x2069);
+}
+
+std::string format(const char* pattern, const std::tm& time) {
+    std::array<char, 64> text{};
+    return {text.data(), std::strftime(text.data(), text.size(), pattern, &time)};
+}
+
+std::tm localTime(std::chrono::system_clock::time_point time) {
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
+    const std::time_t value = seconds.time_since_epoch().count();
+    std::tm result{};
+    localtime_r(&value, &result);
+    return result;
+}
+
+/// The part of a second, to the nanosecond.
+std::string fraction(std::chrono::system_clock::time_point time) {
+    const auto part = time - std::chrono::floor<std::chrono::seconds>(time);
+    std::array<char, 16> text{};
+    std::snprintf(text.data(), text.size(), ".%09lld",
+                  static_cast<long long>(std::chrono::nanoseconds(part).count()));
+    return text.data();
+}
+
+}  // namespace
+
 std::optional<char32_t> takeCharacter(std::string_view& text) {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
     const unsigned char lead = byte(0);
@@ -32,27 +61,6 @@ std::optional<char32_t> takeCharacter(std::string_view& text) {
     text.remove_prefix(length);
     return character;
 }
-
-bool isTricky(char32_t character) {
-    return character < 0x20 || (character >= 0x7F && character < 0xA0) || character == 0x200E ||
-           character == 0x200F || (character >= 0x2028 && character <= 0x202E) ||
-           (character >= 0x2066 && character <= 0x2069);
-}
-
-std::string format(const char* pattern, const std::tm& time) {
-    std::array<char, 64> text{};
-    return {text.data(), std::strftime(text.data(), text.size(), pattern, &time)};
-}
-
-std::tm localTime(std::chrono::system_clock::time_point time) {
-    const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
-    const std::time_t value = seconds.time_since_epoch().count();
-    std::tm result{};
-    localtime_r(&value, &result);
-    return result;
-}
-
-}  // namespace
 
 std::optional<std::u16string> toUtf16(std::string_view utf8) {
     std::u16string result;
@@ -125,11 +133,15 @@ std::string shortTime(std::chrono::system_clock::time_point time) {
 
 std::string exactTime(std::chrono::system_clock::time_point time) {
     const std::tm local = localTime(time);
-    const auto fraction = time - std::chrono::floor<std::chrono::seconds>(time);
-    std::array<char, 16> nanoseconds{};
-    std::snprintf(nanoseconds.data(), nanoseconds.size(), ".%09lld",
-                  static_cast<long long>(std::chrono::nanoseconds(fraction).count()));
-    return format("%Y-%m-%d %H:%M:%S", local) + nanoseconds.data() + format(" %z", local);
+    return format("%Y-%m-%d %H:%M:%S", local) + fraction(time) + format(" %z", local);
+}
+
+std::string utcTime(std::chrono::system_clock::time_point time) {
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
+    const std::time_t value = seconds.time_since_epoch().count();
+    std::tm utc{};
+    gmtime_r(&value, &utc);
+    return format("%Y-%m-%dT%H:%M:%S", utc) + (time == seconds ? "" : fraction(time)) + "Z";
 }
 
 }  // namespace storage::kvxtool
