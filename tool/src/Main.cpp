@@ -60,6 +60,9 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     addPut(program, invocation);
     addGetAndCat(program, invocation);
     addLs(program, invocation);
+    addTree(program, invocation);
+    addDu(program, invocation);
+    addFind(program, invocation);
     addStat(program, invocation);
     addMkdirAndRm(program, invocation);
     addMvAndCp(program, invocation);
