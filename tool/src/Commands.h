@@ -46,5 +46,6 @@ void addFind(CLI::App& program, Invocation& invocation);
 void addStat(CLI::App& program, Invocation& invocation);
 void addMkdirAndRm(CLI::App& program, Invocation& invocation);
 void addMvAndCp(CLI::App& program, Invocation& invocation);
+void addCompletion(CLI::App& program, Invocation& invocation);
 
 }  // namespace storage::kvxtool

@@ -67,6 +67,7 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     addMkdirAndRm(program, invocation);
     addMvAndCp(program, invocation);
     addInit(program, invocation);
+    addCompletion(program, invocation);
 }
 
 int run(const std::string& command, const Invocation& invocation) {
