@@ -47,5 +47,6 @@ void addStat(CLI::App& program, Invocation& invocation);
 void addMkdirAndRm(CLI::App& program, Invocation& invocation);
 void addMvAndCp(CLI::App& program, Invocation& invocation);
 void addCompletion(CLI::App& program, Invocation& invocation);
+void addManual(CLI::App& program, Invocation& invocation);
 
 }  // namespace storage::kvxtool

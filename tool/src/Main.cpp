@@ -68,6 +68,7 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     addMvAndCp(program, invocation);
     addInit(program, invocation);
     addCompletion(program, invocation);
+    addManual(program, invocation);
 }
 
 int run(const std::string& command, const Invocation& invocation) {
