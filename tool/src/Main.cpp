@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <clocale>
 #include <iostream>
+#include <map>
 
 #include "Commands.h"
 #include "Failure.h"
@@ -44,6 +45,30 @@ std::string usageError(const CLI::App* program, const CLI::Error& error) {
            "Try: kvx" + command + " --help\n";
 }
 
+/// Sorts the commands into the parts of the help; those that are hidden stay so.
+void groupCommands(CLI::App& program) {
+    const std::map<std::string, std::vector<std::string>> groups = {
+        {"Sync", {"sync", "watch"}},
+        {"Versions", {"versions", "restore"}},
+        {"Sharing",
+         {"grant", "revoke", "grants", "invite", "invitations", "accept", "decline", "uninvite",
+          "shared"}},
+        {"Configuration", {"df", "policy"}},
+        {"Administration", {"init", "user", "verify", "sweep"}},
+        {"Session", {"login", "logout", "session", "completion"}}};
+    for (CLI::App* command : program.get_subcommands([](CLI::App*) { return true; })) {
+        if (command->get_group().empty()) {
+            continue;
+        }
+        command->group("Files");
+        for (const auto& [group, names] : groups) {
+            if (std::find(names.begin(), names.end(), command->get_name()) != names.end()) {
+                command->group(group);
+            }
+        }
+    }
+}
+
 void addCommands(CLI::App& program, Invocation& invocation) {
     program.set_help_flag("--help", "Show this help");
     program.set_version_flag("--version", "kvx " KVX_VERSION, "Show the version");
@@ -51,6 +76,8 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     program.failure_message(usageError);
     program.require_subcommand(1);
     program.fallthrough();
+    program.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    program.get_formatter()->label("Positionals", "Arguments");
     program.add_option("--store", invocation.store, "The store to work on, by URL or path")
         ->type_name("URL");
     program.add_flag("-q,--quiet", invocation.quiet, "Show no progress");
@@ -69,6 +96,7 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     addInit(program, invocation);
     addCompletion(program, invocation);
     addManual(program, invocation);
+    groupCommands(program);
 }
 
 int run(const std::string& command, const Invocation& invocation) {
