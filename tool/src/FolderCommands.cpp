@@ -6,49 +6,20 @@
 #include "Commands.h"
 #include "RemoteTree.h"
 #include "Text.h"
-#include "storage/kvxclient/KVXClientException.h"
 
 namespace storage::kvxtool {
 namespace {
 
 using kvxclient::FileAccess;
-using kvxclient::KVXClientErrorCode;
-using kvxclient::KVXClientException;
-
-/// Creates a folder. Returns false when something of its name is there.
-bool createFolder(const FileAccess& files, const RemoteName& name, const Invocation& invocation) {
-    try {
-        files.createFolder({name.resource()});
-        invocation.report("created", name);
-        return true;
-    } catch (const KVXClientException& error) {
-        if (error.getErrorCode() != KVXClientErrorCode::CONFLICT) {
-            throw;
-        }
-        return false;
-    }
-}
-
-/// Creates a folder and those above it, where they are missing.
-void createFolders(const FileAccess& files, const RemoteName& name, const Invocation& invocation) {
-    try {
-        if (!createFolder(files, name, invocation)) {
-            requireFolder(files, name);
-        }
-    } catch (const KVXClientException& error) {
-        if (error.getErrorCode() != KVXClientErrorCode::PARENT_RESOURCE_NOT_FOUND) {
-            throw;
-        }
-        createFolders(files, name.parent(), invocation);
-        createFolders(files, name, invocation);
-    }
-}
 
 void makeFolder(const FileAccess& files, const RemoteName& name, bool withParents,
                 const Invocation& invocation) {
+    const auto report = [&](const RemoteName& created) { invocation.report("created", created); };
     if (withParents) {
-        createFolders(files, name, invocation);
-    } else if (!createFolder(files, name, invocation)) {
+        createFolders(files, name, report);
+    } else if (createFolder(files, name)) {
+        report(name);
+    } else {
         throw Failure(ExitCode::CONFLICT, name.text(), "it exists already");
     }
 }

@@ -17,9 +17,14 @@ constexpr std::size_t LISTINGS_AHEAD = 16;
 
 /// Files and folders, and what reads their attributes, have these in common.
 template <class Summary>
+bool isModifiedByClient(const Summary& summary) {
+    return summary.getClientLastModified().time_since_epoch().count() != 0;
+}
+
+template <class Summary>
 std::chrono::system_clock::time_point modifiedOf(const Summary& summary) {
-    const auto byClient = summary.getClientLastModified();
-    return byClient.time_since_epoch().count() != 0 ? byClient : summary.getLastModified();
+    return isModifiedByClient(summary) ? summary.getClientLastModified()
+                                       : summary.getLastModified();
 }
 
 struct Pending {
@@ -37,7 +42,7 @@ std::future<FolderListResponse> startListing(const FileAccess& files, const Remo
 
 RemoteEntry entryOf(const kvxclient::FileAttributes& attributes) {
     return {attributes.getName(), attributes.getType() == "FOLDER", attributes.getWritable(),
-            attributes.getSize(), modifiedOf(attributes)};
+            attributes.getSize(), modifiedOf(attributes),           isModifiedByClient(attributes)};
 }
 
 RemoteEntry readEntry(const FileAccess& files, const RemoteName& name) {
@@ -77,14 +82,44 @@ void requireFolder(const FileAccess& files, const RemoteName& name) {
     }
 }
 
+bool createFolder(const FileAccess& files, const RemoteName& name) {
+    try {
+        files.createFolder({name.resource()});
+        return true;
+    } catch (const kvxclient::KVXClientException& error) {
+        if (error.getErrorCode() != kvxclient::KVXClientErrorCode::CONFLICT) {
+            throw;
+        }
+        return false;
+    }
+}
+
+void createFolders(const FileAccess& files, const RemoteName& name,
+                   const std::function<void(const RemoteName&)>& created) {
+    try {
+        if (createFolder(files, name)) {
+            created(name);
+        } else {
+            requireFolder(files, name);
+        }
+    } catch (const kvxclient::KVXClientException& error) {
+        if (error.getErrorCode() != kvxclient::KVXClientErrorCode::PARENT_RESOURCE_NOT_FOUND) {
+            throw;
+        }
+        createFolders(files, name.parent(), created);
+        createFolders(files, name, created);
+    }
+}
+
 std::vector<RemoteEntry> entriesOf(const FolderListResponse& response) {
     std::vector<RemoteEntry> entries;
     for (const kvxclient::FolderSummary& folder : response.getFolders()) {
-        entries.push_back({folder.getName(), true, folder.isWritable(), 0, modifiedOf(folder)});
+        entries.push_back({folder.getName(), true, folder.isWritable(), 0, modifiedOf(folder),
+                           isModifiedByClient(folder)});
     }
     for (const kvxclient::FileSummary& file : response.getFiles()) {
-        entries.push_back(
-            {file.getName(), false, file.isWritable(), file.getSize(), modifiedOf(file)});
+        entries.push_back({file.getName(), false, file.isWritable(), file.getSize(),
+                           modifiedOf(file), isModifiedByClient(file)});
     }
     std::sort(entries.begin(), entries.end(),
               [](const RemoteEntry& a, const RemoteEntry& b) { return a.name < b.name; });

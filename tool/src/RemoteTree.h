@@ -21,6 +21,7 @@ struct RemoteEntry {
     unsigned long size = 0;
     /// As a client reported it, else by the store's clock.
     std::chrono::system_clock::time_point modified;
+    bool modifiedByClient = false;
 };
 
 RemoteEntry entryOf(const kvxclient::FileAttributes& attributes);
@@ -36,6 +37,13 @@ Json jsonOf(const RemoteName& name, const RemoteEntry& entry);
 
 /// Throws Failure unless `name` is a folder that exists.
 void requireFolder(const kvxclient::FileAccess& files, const RemoteName& name);
+
+/// Creates a folder. Returns false when something of its name is there.
+bool createFolder(const kvxclient::FileAccess& files, const RemoteName& name);
+/// Creates a folder and those above it, where they are missing, and calls `created` for each.
+void createFolders(
+    const kvxclient::FileAccess& files, const RemoteName& name,
+    const std::function<void(const RemoteName&)>& created = [](const RemoteName&) {});
 
 /// The content of one folder in the order of the names, code unit by code unit.
 std::vector<RemoteEntry> entriesOf(const kvxclient::FolderListResponse& response);
