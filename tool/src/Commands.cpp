@@ -18,7 +18,7 @@ void Invocation::report(const char* action, const RemoteName& name,
             object["target"] = target->text();
         }
         printJson(object);
-    } else if (verbose) {
+    } else if (verbose && !quiet) {
         std::cout << action << ' ' << shown(name.text())
                   << (target ? " to " + shown(target->text()) : "") << '\n';
     }

@@ -80,8 +80,8 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     program.get_formatter()->label("Positionals", "Arguments");
     program.add_option("--store", invocation.store, "The store to work on, by URL or path")
         ->type_name("URL");
-    program.add_flag("-q,--quiet", invocation.quiet, "Show no progress");
-    program.add_flag("-v,--verbose", invocation.verbose, "Say what is done to each file");
+    program.add_flag("-q,--quiet", invocation.quiet, "Show no progress, and say nothing but what went wrong");
+    program.add_flag("-v,--verbose", invocation.verbose, "Say of each thing that it is done");
     program.add_flag("--json", invocation.json, "Print for programs: one JSON object a line");
 
     addPut(program, invocation);
