@@ -366,7 +366,7 @@ help() {
     local command page line names
     page=$(kvx manual)
     while read -r command; do
-        [[ $(kvx "$command" --help) == *$'Examples:\n  '* ]] || fail "$command has no example"
+        [[ $(kvx "$command" --help) =~ $'\n'(Examples|Subcommands):$'\n  ' ]] || fail "$command has no example"
         [[ $page == *".SS \"kvx $command"* ]] || fail "$command is not in the manual page"
     done < <(kvx complete 'kvx ' | cut -f 1)
     kvx init -q

@@ -9,6 +9,10 @@
 namespace storage::kvxtool {
 namespace {
 
+// What arguments and values of options are called that are local names, or local or remote ones.
+constexpr std::array<std::string_view, 3> LOCAL{"LOCAL", "FILE", "URL"};
+constexpr std::array<std::string_view, 3> EITHER{"NAMES", "SOURCE", "TARGET"};
+
 bool takesValue(const CLI::Option& option) { return option.get_items_expected_max() > 0; }
 
 bool isHidden(const CLI::App& command) { return command.get_group().empty(); }
@@ -30,12 +34,13 @@ Completion::Names namesOf(const CLI::Option& option, const std::string& typed) {
     if (name == "REMOTE") {
         return Completion::Names::REMOTE;
     }
-    constexpr std::array<std::string_view, 5> LOCAL{"NAMES", "LOCAL", "FILE", "FOLDER", "URL"};
-    if (std::find(LOCAL.begin(), LOCAL.end(), name) == LOCAL.end()) {
-        return Completion::Names::NONE;
+    const auto isOneOf = [&](const auto& words) {
+        return std::find(words.begin(), words.end(), name) != words.end();
+    };
+    if (isOneOf(EITHER)) {
+        return RemoteName::isRemote(typed) ? Completion::Names::REMOTE : Completion::Names::LOCAL;
     }
-    return name == "NAMES" && RemoteName::isRemote(typed) ? Completion::Names::REMOTE
-                                                          : Completion::Names::LOCAL;
+    return isOneOf(LOCAL) ? Completion::Names::LOCAL : Completion::Names::NONE;
 }
 
 }  // namespace
@@ -192,8 +197,10 @@ void Completion::addOptions(const CLI::App& command, const std::string& typed) {
         const std::string name = !longNames.empty()    ? "--" + longNames.front()
                                  : !shortNames.empty() ? "-" + shortNames.front()
                                                        : "";
-        const bool repeated = &command != command_ && command.get_help_ptr() == option;
-        if (!name.empty() && !repeated && !option->get_group().empty() && name.starts_with(typed)) {
+        // A command's own option hides the program's.
+        const bool hidden = std::any_of(candidates_.begin(), candidates_.end(),
+                                        [&](const auto& known) { return known.text == name; });
+        if (!name.empty() && !hidden && !option->get_group().empty() && name.starts_with(typed)) {
             candidates_.push_back({name, option->get_description()});
         }
     }

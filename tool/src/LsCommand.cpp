@@ -193,7 +193,8 @@ void addLs(CLI::App& program, Invocation& invocation) {
     command->add_flag("-r", options->reversed, "Sort the other way round");
     command
         ->add_option("--color", options->color,
-                     "Colour folders and hidden names: auto is on a terminal without NO_COLOR")
+                     "Colour folders and hidden names: always, never, or auto, on a terminal "
+                     "without NO_COLOR")
         ->type_name("WHEN")
         ->check(CLI::IsMember({"auto", "always", "never"}));
     command->footer(

@@ -54,8 +54,8 @@ void groupCommands(CLI::App& program) {
          {"grant", "revoke", "grants", "invite", "invitations", "accept", "decline", "uninvite",
           "shared"}},
         {"Configuration", {"df", "policy"}},
-        {"Administration", {"init", "user", "verify", "sweep"}},
-        {"Session", {"login", "logout", "session", "completion"}}};
+        {"Administration", {"init", "user", "bucket", "verify", "sweep", "statistics"}},
+        {"Session", {"login", "logout", "completion"}}};
     for (CLI::App* command : program.get_subcommands([](CLI::App*) { return true; })) {
         if (command->get_group().empty()) {
             continue;
@@ -80,7 +80,8 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     program.get_formatter()->label("Positionals", "Arguments");
     program.add_option("--store", invocation.store, "The store to work on, by URL or path")
         ->type_name("URL");
-    program.add_flag("-q,--quiet", invocation.quiet, "Show no progress, and say nothing but what went wrong");
+    program.add_flag("-q,--quiet", invocation.quiet,
+                     "Show no progress, and say nothing but what went wrong");
     program.add_flag("-v,--verbose", invocation.verbose, "Say of each thing that it is done");
     program.add_flag("--json", invocation.json, "Print for programs: one JSON object a line");
 

@@ -112,7 +112,9 @@ void printOptions(const CLI::App& command) {
             name.insert(++comma, " ");
         }
         const bool valued = !option->get_positional() && option->get_items_expected_max() > 0;
-        const std::string value = valued ? " " + option->get_type_name() : "";
+        // What follows the colon says what a value is checked for.
+        std::string value = valued ? " " + option->get_type_name() : "";
+        value = value.substr(0, value.find(':'));
         std::cout << ".TP\n.B " << roff(name + value) << '\n'
                   << roff(option->get_description()) << '\n';
     }
