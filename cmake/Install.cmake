@@ -35,6 +35,13 @@ if(KVXCLIENT_BUILD_CONFORMANCE)
 endif()
 if(KVXCLIENT_BUILD_TOOL)
     install(TARGETS kvx RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+    set(pages ${PROJECT_BINARY_DIR}/tool/share)
+    set(share ${CMAKE_INSTALL_DATAROOTDIR})
+    install(FILES ${pages}/kvx.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+    install(FILES ${pages}/kvx.bash DESTINATION ${share}/bash-completion/completions RENAME kvx
+        COMPONENT tool)
+    install(FILES ${pages}/kvx.fish DESTINATION ${share}/fish/vendor_completions.d COMPONENT tool)
+    install(FILES ${pages}/_kvx DESTINATION ${share}/zsh/vendor-completions COMPONENT tool)
 endif()
 
 configure_package_config_file(cmake/kvxclientConfig.cmake.in

@@ -489,8 +489,111 @@ interrupted() {
     [[ $code == 141 ]] || fail "closed pipe: $code"
 }
 
+# What commands that list and report print: a command, and its output with | for the end of a line.
+browse() {
+    local command output time=2019-12-31T23:59:59Z
+    kvx init -q
+    kvx mkdir -p /t/sub/deep /t/.hid /times
+    head -c 5000 /dev/zero | kvx put - :/t/big.bin
+    printf 12345 | kvx put - :/t/sub/five.txt
+    printf 1 | kvx put - :/t/sub/deep/Ünï.TXT
+    printf 22 | kvx put - :/t/.hid/two
+    touch -d 2010-01-01T00:00:00.5Z a
+    touch -d $time b
+    touch -d 2014-01-01T12:00:00Z c
+    kvx put a b c :/times
+    while read -r command; do
+        read -r output
+        [[ $(eval "kvx $command" | tr '\n\0' '|!') == "$output" ]] ||
+            fail "$command: $(eval "kvx $command") and not $output"
+    done <<TABLE
+ls /t
+big.bin|sub|
+ls -Sra /t
+sub|.hid|big.bin|
+ls -t /times
+b|c|a|
+ls --color=always -a /t
+$(printf '\e[2;34m.hid\e[0m|big.bin|\e[1;34msub\e[0m|')
+ls --json /times/a /times/b
+{"name":"/times/a","type":"file","size":0,"modified":"2010-01-01T00:00:00.500000000Z","writable":true}|{"name":"/times/b","type":"file","size":0,"modified":"$time","writable":true}|
+stat --json /times/b | cut -d , -f 1-5
+{"name":"/times/b","type":"file","size":0,"modified":"$time","writable":true|
+tree -a /t
+/t|├── .hid|│   └── two|├── big.bin|└── sub|    ├── deep|    │   └── Ünï.TXT|    └── five.txt||3 folders, 4 files|
+tree -d -L 1 /t
+/t|└── sub||1 folder|
+du -hcd 1 /t /times/a | tr '\t' ' '
+2 /t/.hid|6 /t/sub|4.9K /t|0 /times/a|4.9K total|
+du --json -s /t
+{"name":"/t","size":5008,"files":4,"folders":3}|
+find /t --iname '??Ï.*' --type f --json | cut -d , -f 1
+{"name":"/t/sub/deep/Ünï.TXT"|
+find /times --older $time --newer 2010-01-02 -0
+/times/c!
+find /t --type d --newer 1h --name '[.]*'
+/t/.hid|
+find /t --size +5
+/t/big.bin|
+find /times --name '[ab]'
+/times/a|/times/b|
+mkdir -pv /n/o /n/o
+created /n|created /n/o|
+mv -v /times/a /times/d
+moved /times/a to /times/d|
+cp --json -r /n /m
+{"action":"copied","name":"/n","target":"/m"}|
+rm -rfv /m /none
+removed /m|
+TABLE
+    expect 2 'kvx: find: 10Q: not a size: write +10M, -4K or 512' kvx find --size 10Q
+}
+
+# What the help tells is also in the manual page and in what shells complete.
+help() {
+    local command page line names
+    page=$(kvx manual)
+    while read -r command; do
+        [[ $(kvx "$command" --help) =~ $'\n'(Examples|Subcommands):$'\n  ' ]] || fail "$command has no example"
+        [[ $page == *".SS \"kvx $command"* ]] || fail "$command is not in the manual page"
+    done < <(kvx complete 'kvx ' | cut -f 1)
+    kvx init -q
+    kvx mkdir -p '/docs/two words' /docs/a:b/c
+    printf '' | kvx put - :/docs/.hid
+    compopt() { echo -n "$* "; }
+    eval "$(kvx completion bash)"
+    COMP_WORDBREAKS=$' \t\n"\'@><=;|&(:'
+    while IFS='|' read -r line names; do
+        COMP_LINE="$line and more" COMP_POINT=${#line}
+        [[ $(_kvx kvx; echo "${COMPREPLY[*]}") == "$names" ]] ||
+            fail "$line: $(_kvx kvx; echo "${COMPREPLY[*]}")"
+    done <<'TABLE'
+kvx --store none.db -q st|stat
+kvx rm --rec|--recursive
+kvx ls --color=a|auto always
+kvx find --type |f d
+kvx ls |-o filenames -o nospace :/
+kvx ls :|-o filenames -o nospace /
+kvx ls -la :/do|-o filenames -o nospace /docs/
+kvx put none ":/do|-o filenames -o nospace :/docs/
+kvx ls /docs/two\ w|-o filenames -o nospace /docs/two words/
+kvx ls :/docs/a:|-o filenames -o nospace b/
+kvx ls :/docs/a\:b/|-o filenames -o nospace /docs/a:b/c/
+kvx cat /docs/.h|-o filenames /docs/.hid
+kvx ls --store none.db /do|
+kvx put lo|-o bashdefault -o default 
+TABLE
+}
+
+# typed TEXT KEYS COMMAND: types on a terminal once the command has shown the text, all into "seen".
+typed() {
+    : >seen
+    (for _ in {1..200}; do grep -q "$1" seen && break; sleep 0.05; done; printf "$2") |
+        script -qec "$3" /dev/null >seen
+}
+
 terminal() {
-    local seen
+    local seen answer code=0
     head -c 10M /dev/urandom >large
     kvx init -q
     printf 'x' | kvx put - $':/\e[31mred'
@@ -507,6 +610,30 @@ terminal() {
     (sleep 1; cat >/dev/null) <pipe &
     seen=$(script -qec "$program -q get :/large pipe" /dev/null)
     [[ -z $seen ]] || fail "not quiet: $seen"
+
+    kvx mkdir /folder /three
+    seen=$(script -qec "stty cols 30; $program ls" /dev/null)
+    [[ $seen == $'\\x1b[31mred  large\r\n\e[1;34mfolder\e[0m       \e[1;34mthree\e[0m\r' ]] || fail "columns: $seen"
+    seen=$(NO_COLOR=1 script -qec "stty cols 10; $program ls" /dev/null)
+    [[ $seen == $'\\x1b[31mred\r\nfolder\r\nlarge\r\nthree\r' ]] || fail "no colours: $seen"
+
+    # Asked before something is removed, one may say no, go away, or leave it at that.
+    for answer in 'n\n:0' '\n:0' '\x04:0' '\x03:130' 'y\n:0'; do
+        kvx stat /large >/dev/null || fail 'removed without a yes'
+        typed 'y/N' "${answer%:*}" "$program rm /large" || code=$?
+        [[ $code == "${answer#*:}" && $(<seen) == *'remove /large? [y/N] '* ]] || fail "$answer: $code $(<seen)"
+        code=0
+    done
+    expect 3 'kvx: stat: /large: no such file or folder' kvx stat /large
+    [[ -z $(script -qec "$program rm -f /folder/none && $program rm -rf /folder" /dev/null) ]]
+
+    # Ctrl-C in the middle of a transfer leaves neither a bar nor half a file.
+    kvx put large :/
+    mkdir target
+    mkfifo target/pipe
+    kvx cp /large /pipe
+    typed '%  ' '\x03' "$program get :/large :/pipe target" || code=$?
+    [[ $code == 130 && $(<seen) == *'%  '*$'\r\e[K'* && $(ls -A target) != *.kvx-* ]] || fail "$code $(cat -v seen) $(ls -A target)"
 }
 
 sync() {

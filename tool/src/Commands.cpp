@@ -1,12 +1,29 @@
 #include "Commands.h"
 
+#include <iostream>
 #include <memory>
 #include <utility>
 #include <vector>
 
+#include "Json.h"
+#include "Terminal.h"
 #include "Text.h"
 
 namespace storage::kvxtool {
+
+void Invocation::report(const char* action, const RemoteName& name,
+                        const std::optional<RemoteName>& target) const {
+    if (json) {
+        Json object{{"action", action}, {"name", name.text()}};
+        if (target) {
+            object["target"] = target->text();
+        }
+        printJson(object);
+    } else if (verbose && !quiet) {
+        std::cout << action << ' ' << shown(name.text())
+                  << (target ? " to " + shown(target->text()) : "") << '\n';
+    }
+}
 
 void Invocation::runInSession(std::function<void(const Session&, Diagnostics&)> action) {
     run = [action = std::move(action)](const StoreLocation& location, Diagnostics& diagnostics) {

@@ -2,6 +2,7 @@
 
 #include <CLI/App.hpp>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "Diagnostics.h"
@@ -19,6 +20,10 @@ struct Invocation {
     bool verbose = false;
     bool json = false;
     std::function<void(const StoreLocation&, Diagnostics&)> run;
+
+    /// Says, when it is asked for, that something was done to `name`, as "moved /a to /b".
+    void report(const char* action, const RemoteName& name,
+                const std::optional<RemoteName>& target = {}) const;
 
     /// Sets `run` to call `action` in a session with the store.
     void runInSession(std::function<void(const Session&, Diagnostics&)> action);
@@ -50,10 +55,16 @@ void addInvitations(CLI::App& program, Invocation& invocation);
 void addDfAndPolicy(CLI::App& program, Invocation& invocation);
 void addPut(CLI::App& program, Invocation& invocation);
 void addGetAndCat(CLI::App& program, Invocation& invocation);
-void addLsAndStat(CLI::App& program, Invocation& invocation);
+void addLs(CLI::App& program, Invocation& invocation);
+void addTree(CLI::App& program, Invocation& invocation);
+void addDu(CLI::App& program, Invocation& invocation);
+void addFind(CLI::App& program, Invocation& invocation);
+void addStat(CLI::App& program, Invocation& invocation);
 void addMkdirAndRm(CLI::App& program, Invocation& invocation);
 void addMvAndCp(CLI::App& program, Invocation& invocation);
 void addSync(CLI::App& program, Invocation& invocation);
 void addWatch(CLI::App& program, Invocation& invocation);
+void addCompletion(CLI::App& program, Invocation& invocation);
+void addManual(CLI::App& program, Invocation& invocation);
 
 }  // namespace storage::kvxtool

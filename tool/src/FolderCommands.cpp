@@ -1,45 +1,81 @@
+#include <unistd.h>
+
+#include <iostream>
 #include <memory>
 
 #include "Commands.h"
 #include "RemoteTree.h"
+#include "Text.h"
 
 namespace storage::kvxtool {
 namespace {
 
 using kvxclient::FileAccess;
 
-void makeFolder(const FileAccess& files, const RemoteName& name, bool withParents) {
+void makeFolder(const FileAccess& files, const RemoteName& name, bool withParents,
+                const Invocation& invocation) {
+    const auto report = [&](const RemoteName& created) { invocation.report("created", created); };
     if (withParents) {
-        createFolders(files, name);
-    } else if (!createFolder(files, name)) {
+        createFolders(files, name, report);
+    } else if (createFolder(files, name)) {
+        report(name);
+    } else {
         throw Failure(ExitCode::CONFLICT, name.text(), "it exists already");
     }
 }
 
-void remove(const FileAccess& files, const RemoteName& name, bool recursive) {
+struct RemoveOptions {
+    bool recursive = false;
+    bool force = false;
+};
+
+/// Asks on a terminal; where there is none, nobody can answer, and the answer is yes.
+bool isWanted(const RemoteName& name, bool folder) {
+    if (isatty(STDIN_FILENO) == 0) {
+        return true;
+    }
+    std::cerr << "remove " << escaped(name.text()) << (folder ? " with all it has" : "")
+              << "? [y/N] " << std::flush;
+    std::string answer;
+    std::getline(std::cin, answer);
+    return answer.starts_with('y') || answer.starts_with('Y');
+}
+
+void remove(const FileAccess& files, const RemoteName& name, const RemoveOptions& options,
+            const Invocation& invocation) {
     if (name.isRoot()) {
         throw Failure(ExitCode::REFUSED, name.text(), "the root of a bucket cannot be removed");
     }
-    if (!readEntry(files, name).folder) {
-        files.deleteFile({name.resource()});
-    } else if (recursive) {
-        kvxclient::FolderDeleteRequest request(name.resource());
-        files.deleteFolder(std::move(request.withForceRecursive(true)));
-    } else {
+    const std::optional<RemoteEntry> entry =
+        options.force ? findEntry(files, name) : readEntry(files, name);
+    if (!entry) {
+        return;
+    }
+    if (entry->folder && !options.recursive) {
         throw Failure(ExitCode::CONFLICT, name.text(),
                       "it is a folder: -r removes it with all it has");
     }
+    if (!options.force && !isWanted(name, entry->folder)) {
+        return;
+    }
+    if (entry->folder) {
+        kvxclient::FolderDeleteRequest request(name.resource());
+        files.deleteFolder(std::move(request.withForceRecursive(true)));
+    } else {
+        files.deleteFile({name.resource()});
+    }
+    invocation.report("removed", name);
 }
 
 }  // namespace
 
 void addMkdirAndRm(CLI::App& program, Invocation& invocation) {
     auto parents = std::make_shared<bool>(false);
-    CLI::App* mkdir =
-        addForEachName(program, invocation, "mkdir", "Create folders",
-                       [parents](const Session& session, Diagnostics&, const RemoteName& name) {
-                           makeFolder(session.files(), name, *parents);
-                       });
+    CLI::App* mkdir = addForEachName(
+        program, invocation, "mkdir", "Create folders",
+        [parents, &invocation](const Session& session, Diagnostics&, const RemoteName& name) {
+            makeFolder(session.files(), name, *parents, invocation);
+        });
     mkdir->add_flag("-p,--parents", *parents,
                     "Create the folders above too; no error when it exists");
     mkdir->footer(
@@ -47,17 +83,20 @@ void addMkdirAndRm(CLI::App& program, Invocation& invocation) {
         "  kvx mkdir /docs\n"
         "  kvx mkdir -p team:/archive/2026/01");
 
-    auto recursive = std::make_shared<bool>(false);
-    CLI::App* rm =
-        addForEachName(program, invocation, "rm", "Remove files and folders",
-                       [recursive](const Session& session, Diagnostics&, const RemoteName& name) {
-                           remove(session.files(), name, *recursive);
-                       });
-    rm->add_flag("-r,--recursive", *recursive, "Remove folders with all they have");
+    auto options = std::make_shared<RemoveOptions>();
+    CLI::App* rm = addForEachName(
+        program, invocation, "rm", "Remove files and folders",
+        [options, &invocation](const Session& session, Diagnostics&, const RemoteName& name) {
+            remove(session.files(), name, *options, invocation);
+        });
+    rm->add_flag("-r,--recursive", options->recursive, "Remove folders with all they have");
+    rm->add_flag("-f,--force", options->force, "Do not ask, and do not mind what is missing");
     rm->footer(
+        "Asks before each name when standard input is a terminal.\n"
+        "\n"
         "Examples:\n"
         "  kvx rm /docs/a.txt\n"
-        "  kvx rm -r team:/archive/2025");
+        "  kvx rm -rf team:/archive/2025");
 }
 
 }  // namespace storage::kvxtool

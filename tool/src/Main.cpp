@@ -1,7 +1,9 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
+#include <clocale>
 #include <iostream>
+#include <map>
 
 #include "Commands.h"
 #include "Failure.h"
@@ -62,6 +64,30 @@ std::string usageError(const CLI::App* program, const CLI::Error& error) {
            "Try: kvx" + (command.empty() ? "" : " " + command) + " --help\n";
 }
 
+/// Sorts the commands into the parts of the help; those that are hidden stay so.
+void groupCommands(CLI::App& program) {
+    const std::map<std::string, std::vector<std::string>> groups = {
+        {"Sync", {"sync", "watch"}},
+        {"Versions", {"versions", "restore"}},
+        {"Sharing",
+         {"grant", "revoke", "grants", "invite", "invitations", "accept", "decline", "uninvite",
+          "shared"}},
+        {"Configuration", {"df", "policy"}},
+        {"Administration", {"init", "user", "bucket", "verify", "sweep", "statistics"}},
+        {"Session", {"login", "logout", "completion"}}};
+    for (CLI::App* command : program.get_subcommands([](CLI::App*) { return true; })) {
+        if (command->get_group().empty()) {
+            continue;
+        }
+        command->group("Files");
+        for (const auto& [group, names] : groups) {
+            if (std::find(names.begin(), names.end(), command->get_name()) != names.end()) {
+                command->group(group);
+            }
+        }
+    }
+}
+
 void addCommands(CLI::App& program, Invocation& invocation) {
     program.set_help_flag("--help", "Show this help");
     program.set_version_flag("--version", "kvx " KVX_VERSION, "Show the version");
@@ -69,10 +95,13 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     program.failure_message(usageError);
     program.require_subcommand(1);
     program.fallthrough();
+    program.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    program.get_formatter()->label("Positionals", "Arguments");
     program.add_option("--store", invocation.store, "The store to work on, by URL or path")
         ->type_name("URL");
-    program.add_flag("-q,--quiet", invocation.quiet, "Show no progress");
-    program.add_flag("-v,--verbose", invocation.verbose, "Say what is done to each file");
+    program.add_flag("-q,--quiet", invocation.quiet,
+                     "Show no progress, and say nothing but what went wrong");
+    program.add_flag("-v,--verbose", invocation.verbose, "Say of each thing that it is done");
     program.add_flag("--json", invocation.json, "Print for programs: one JSON object a line");
 
     addInit(program, invocation);
@@ -86,11 +115,18 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     addDfAndPolicy(program, invocation);
     addPut(program, invocation);
     addGetAndCat(program, invocation);
-    addLsAndStat(program, invocation);
+    addLs(program, invocation);
+    addTree(program, invocation);
+    addDu(program, invocation);
+    addFind(program, invocation);
+    addStat(program, invocation);
     addMkdirAndRm(program, invocation);
     addMvAndCp(program, invocation);
     addSync(program, invocation);
     addWatch(program, invocation);
+    addCompletion(program, invocation);
+    addManual(program, invocation);
+    groupCommands(program);
 }
 
 int run(const std::string& command, const Invocation& invocation) {
@@ -120,6 +156,7 @@ int run(const std::string& command, const Invocation& invocation) {
 int main(int argc, char** argv) {
     using namespace storage::kvxtool;
     std::ios::sync_with_stdio(false);
+    std::setlocale(LC_CTYPE, "C.UTF-8");  // Names are UTF-8 whatever the user's text is.
 
     CLI::App program("Works with the files of a store", "kvx");
     Invocation invocation;

@@ -18,7 +18,7 @@ struct MoveOptions {
 };
 
 void moveOne(const FileAccess& files, const RemoteName& source, const RemoteTarget& into,
-             const MoveOptions& options) {
+             const MoveOptions& options, const Invocation& invocation) {
     const RemoteEntry entry = readEntry(files, source);
     if (options.copy && entry.folder && !options.recursive) {
         throw Failure(ExitCode::CONFLICT, source.text(),
@@ -46,15 +46,17 @@ void moveOne(const FileAccess& files, const RemoteName& source, const RemoteTarg
     kvxclient::MoveOrCopyRequest request(source.resource(), target.resource());
     request.withTargetOverwrite(options.overwrite);
     options.copy ? files.copy(std::move(request)) : files.move(std::move(request));
+    invocation.report(options.copy ? "copied" : "moved", source, target);
 }
 
-void moveAll(const FileAccess& files, Diagnostics& diagnostics, const MoveOptions& options) {
+void moveAll(const FileAccess& files, Diagnostics& diagnostics, const MoveOptions& options,
+             const Invocation& invocation) {
     const RemoteName name = RemoteName::parse(options.names.back());
     diagnostics.guard(name.text(), [&] {
         const RemoteTarget target(files, name, options.names.size() > 2);
         for (std::size_t i = 0; i + 1 < options.names.size(); ++i) {
             diagnostics.guard(options.names[i], [&] {
-                moveOne(files, RemoteName::parse(options.names[i]), target, options);
+                moveOne(files, RemoteName::parse(options.names[i]), target, options, invocation);
             });
         }
     });
@@ -72,9 +74,10 @@ CLI::App* addCommand(CLI::App& program, Invocation& invocation, const std::strin
     command->add_flag("-n,--no-clobber", options->keepExisting, "Leave out what exists already")
         ->excludes(force);
     command->callback([options, &invocation] {
-        invocation.runInSession([options](const Session& session, Diagnostics& diagnostics) {
-            moveAll(session.files(), diagnostics, *options);
-        });
+        invocation.runInSession(
+            [options, &invocation](const Session& session, Diagnostics& diagnostics) {
+                moveAll(session.files(), diagnostics, *options, invocation);
+            });
     });
     return command;
 }

@@ -4,6 +4,7 @@
 #include <future>
 
 #include "Failure.h"
+#include "Text.h"
 #include "storage/kvxclient/KVXClientException.h"
 
 namespace storage::kvxtool {
@@ -39,16 +40,19 @@ std::future<FolderListResponse> startListing(const FileAccess& files, const Remo
 
 }  // namespace
 
+RemoteEntry entryOf(const kvxclient::FileAttributes& attributes) {
+    return {attributes.getName(), attributes.getType() == "FOLDER", attributes.getWritable(),
+            attributes.getSize(), modifiedOf(attributes),           isModifiedByClient(attributes)};
+}
+
 RemoteEntry readEntry(const FileAccess& files, const RemoteName& name) {
     const kvxclient::FileAttributes attributes =
         files.readFileAttributes({name.resource()}).getFileAttributes();
-    const bool folder = attributes.getType() == "FOLDER";
-    if (name.hasTrailingSlash() && !folder) {
+    RemoteEntry entry = entryOf(attributes);
+    if (name.hasTrailingSlash() && !entry.folder) {
         throw Failure(ExitCode::CONFLICT, name.text(), "it is a file, not a folder");
     }
-    return {attributes.getName(),     folder,
-            attributes.getWritable(), attributes.getSize(),
-            modifiedOf(attributes),   isModifiedByClient(attributes)};
+    return entry;
 }
 
 std::optional<RemoteEntry> findEntry(const FileAccess& files, const RemoteName& name) {
@@ -60,6 +64,16 @@ std::optional<RemoteEntry> findEntry(const FileAccess& files, const RemoteName& 
         }
         return std::nullopt;
     }
+}
+
+Json jsonOf(const RemoteName& name, const RemoteEntry& entry) {
+    Json object{{"name", name.text()}, {"type", entry.folder ? "folder" : "file"}};
+    if (!entry.folder) {
+        object["size"] = entry.size;
+    }
+    object["modified"] = utcTime(entry.modified);
+    object["writable"] = entry.writable;
+    return object;
 }
 
 void requireFolder(const FileAccess& files, const RemoteName& name) {
@@ -80,17 +94,20 @@ bool createFolder(const FileAccess& files, const RemoteName& name) {
     }
 }
 
-void createFolders(const FileAccess& files, const RemoteName& name) {
+void createFolders(const FileAccess& files, const RemoteName& name,
+                   const std::function<void(const RemoteName&)>& created) {
     try {
-        if (!createFolder(files, name)) {
+        if (createFolder(files, name)) {
+            created(name);
+        } else {
             requireFolder(files, name);
         }
     } catch (const kvxclient::KVXClientException& error) {
         if (error.getErrorCode() != kvxclient::KVXClientErrorCode::PARENT_RESOURCE_NOT_FOUND) {
             throw;
         }
-        createFolders(files, name.parent());
-        createFolders(files, name);
+        createFolders(files, name.parent(), created);
+        createFolders(files, name, created);
     }
 }
 

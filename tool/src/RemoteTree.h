@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Diagnostics.h"
+#include "Json.h"
 #include "RemoteName.h"
 #include "storage/kvxclient/FileAccess.h"
 
@@ -23,19 +24,26 @@ struct RemoteEntry {
     bool modifiedByClient = false;
 };
 
+RemoteEntry entryOf(const kvxclient::FileAttributes& attributes);
+
 /// Reads what a name stands for. Throws when there is nothing, or a file where the name has a
 /// trailing slash.
 RemoteEntry readEntry(const kvxclient::FileAccess& files, const RemoteName& name);
 /// The same, but empty when there is nothing.
 std::optional<RemoteEntry> findEntry(const kvxclient::FileAccess& files, const RemoteName& name);
 
+/// The entry as commands list it for programs, with its whole name.
+Json jsonOf(const RemoteName& name, const RemoteEntry& entry);
+
 /// Throws Failure unless `name` is a folder that exists.
 void requireFolder(const kvxclient::FileAccess& files, const RemoteName& name);
 
 /// Creates a folder. Returns false when something of its name is there.
 bool createFolder(const kvxclient::FileAccess& files, const RemoteName& name);
-/// Creates a folder and those above it, where they are missing.
-void createFolders(const kvxclient::FileAccess& files, const RemoteName& name);
+/// Creates a folder and those above it, where they are missing, and calls `created` for each.
+void createFolders(
+    const kvxclient::FileAccess& files, const RemoteName& name,
+    const std::function<void(const RemoteName&)>& created = [](const RemoteName&) {});
 
 /// The content of one folder in the order of the names, code unit by code unit.
 std::vector<RemoteEntry> entriesOf(const kvxclient::FolderListResponse& response);

@@ -1,0 +1,69 @@
+#include <iostream>
+#include <utility>
+
+#include "Commands.h"
+#include "Json.h"
+#include "RemoteTree.h"
+#include "Terminal.h"
+#include "Text.h"
+
+namespace storage::kvxtool {
+namespace {
+
+void printAttributes(const RemoteName& name, const kvxclient::FileAttributes& attributes) {
+    const auto yesOrNo = [](bool value) { return value ? "yes" : "no"; };
+    const auto byClient = attributes.getClientLastModified();
+    const bool reported = byClient.time_since_epoch().count() != 0;
+    std::cout << "name:             " << shown(name.text()) << '\n'
+              << "type:             " << attributes.getType() << '\n'
+              << "size:             " << attributes.getSize() << '\n'
+              << "created:          " << exactTime(attributes.getCreated()) << '\n'
+              << "stored:           " << exactTime(attributes.getLastModified()) << '\n'
+              << "modified:         " << (reported ? exactTime(byClient) : "-") << '\n'
+              << "access:           " << toString(attributes.getAccessType()) << '\n'
+              << "writable:         " << yesOrNo(attributes.getWritable()) << '\n'
+              << "shareable:        " << yesOrNo(attributes.getShareable()) << '\n'
+              << "shared folder:    " << yesOrNo(attributes.isSharedFolder()) << '\n'
+              << "watermark:        " << shown(attributes.getWatermark()) << '\n';
+}
+
+Json jsonOf(const RemoteName& name, const kvxclient::FileAttributes& attributes) {
+    Json object = jsonOf(name, entryOf(attributes));
+    object["created"] = utcTime(attributes.getCreated());
+    object["stored"] = utcTime(attributes.getLastModified());
+    object["access"] = toString(attributes.getAccessType());
+    object["shareable"] = attributes.getShareable();
+    object["sharedFolder"] = attributes.isSharedFolder();
+    object["watermark"] = attributes.getWatermark();
+    return object;
+}
+
+void stat(const kvxclient::FileAccess& files, const RemoteName& name, bool json) {
+    if (name.hasTrailingSlash()) {
+        requireFolder(files, name);
+    }
+    kvxclient::FileAttributesReadRequest request(name.resource());
+    request.withSharingMetadata(true);
+    const auto response = files.readFileAttributes(std::move(request));
+    if (json) {
+        printJson(jsonOf(name, response.getFileAttributes()));
+        return;
+    }
+    static bool first = true;
+    std::cout << (std::exchange(first, false) ? "" : "\n");
+    printAttributes(name, response.getFileAttributes());
+}
+
+}  // namespace
+
+void addStat(CLI::App& program, Invocation& invocation) {
+    addForEachName(program, invocation, "stat", "Show all attributes of files and folders",
+                   [&](const Session& session, Diagnostics&, const RemoteName& name) {
+                       stat(session.files(), name, invocation.json);
+                   })
+        ->footer(
+            "Examples:\n"
+            "  kvx stat /docs/a.txt");
+}
+
+}  // namespace storage::kvxtool
