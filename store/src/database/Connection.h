@@ -68,6 +68,9 @@ public:
     virtual std::int64_t execute(std::string_view sql,
                                  std::initializer_list<Value> values = {}) = 0;
 
+    /// Inserts a row into a table with an id and returns the id.
+    virtual std::int64_t insert(std::string_view sql, std::initializer_list<Value> values = {}) = 0;
+
     /// Copies a range of a chunk, which must have that many bytes.
     virtual void readChunk(std::int64_t chunk, std::size_t offset, char* into,
                            std::size_t size) = 0;

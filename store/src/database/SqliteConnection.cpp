@@ -57,11 +57,12 @@ void check(sqlite3* database, int code) {
 struct Binder {
     sqlite3_stmt* statement;
     int index;
+    sqlite3_destructor_type lifetime;
 
     int operator()(std::int64_t value) const { return sqlite3_bind_int64(statement, index, value); }
     int operator()(std::string_view text) const {
         return sqlite3_bind_text64(statement, index, text.empty() ? "" : text.data(), text.size(),
-                                   SQLITE_TRANSIENT, SQLITE_UTF8);
+                                   lifetime, SQLITE_UTF8);
     }
     int operator()(Blob blob) const {
         return sqlite3_bind_blob64(statement, index, blob.bytes.empty() ? "" : blob.bytes.data(),
@@ -95,11 +96,13 @@ public:
 
     bool isRunning() const { return running_; }
 
-    void start(std::initializer_list<Value> values) {
+    /// With SQLITE_STATIC the texts must live until the statement is released.
+    void start(std::initializer_list<Value> values, sqlite3_destructor_type lifetime) {
         running_ = true;
         std::size_t number = 0;
         for (const Value& value : values) {
-            check(database_, std::visit(Binder{statement_, indexes_.at(number++)}, value));
+            check(database_,
+                  std::visit(Binder{statement_, indexes_.at(number++), lifetime}, value));
         }
     }
 
@@ -180,15 +183,23 @@ SqliteStatement& SqliteConnection::idleStatement(std::string_view sql) {
 Rows SqliteConnection::query(std::string_view sql, std::initializer_list<Value> values) {
     SqliteStatement& statement = idleStatement(sql);
     Rows rows(&statement);
-    statement.start(values);
+    statement.start(values, SQLITE_TRANSIENT);
     return rows;
 }
 
 std::int64_t SqliteConnection::execute(std::string_view sql, std::initializer_list<Value> values) {
-    const Rows rows = query(sql, values);
+    SqliteStatement& statement = idleStatement(sql);
+    const Rows rows(&statement);
+    statement.start(values, SQLITE_STATIC);
     while (rows->next()) {
     }
     return sqlite3_changes64(database_.get());
+}
+
+// RETURNING would make a temporary table for each row.
+std::int64_t SqliteConnection::insert(std::string_view sql, std::initializer_list<Value> values) {
+    execute(sql, values);
+    return sqlite3_last_insert_rowid(database_.get());
 }
 
 void SqliteConnection::readChunk(std::int64_t chunk, std::size_t offset, char* into,

@@ -29,6 +29,7 @@ public:
 
     Rows query(std::string_view sql, std::initializer_list<Value> values = {}) override;
     std::int64_t execute(std::string_view sql, std::initializer_list<Value> values = {}) override;
+    std::int64_t insert(std::string_view sql, std::initializer_list<Value> values) override;
     void readChunk(std::int64_t chunk, std::size_t offset, char* into, std::size_t size) override;
     void begin(Access access) override;
     void commit() override;

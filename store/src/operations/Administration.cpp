@@ -33,12 +33,11 @@ void insertBucket(Connection& database, const std::string& name, std::int64_t ow
     if (database.query("select 1 from buckets where name = $1", {name})->next()) {
         throw StoreError("there is a bucket \"" + name + "\" already");
     }
-    const std::int64_t bucket = database.number(
-        "insert into buckets(name, owner, root, seq, used) values($1, $2, 0, 0, 0) returning id",
-        {name, owner});
-    const std::int64_t root = database.number(
+    const std::int64_t bucket = database.insert(
+        "insert into buckets(name, owner, root, seq, used) values($1, $2, 0, 0, 0)", {name, owner});
+    const std::int64_t root = database.insert(
         "insert into nodes(bucket, parent, name, kind, seq, size, label, created, modified,"
-        " client_modified) values($1, $2, $3, 0, 0, 0, 0, $4, $4, 0) returning id",
+        " client_modified) values($1, $2, $3, 0, 0, 0, 0, $4, $4, 0)",
         {bucket, rootParent, name, now});
     database.execute("update buckets set root = $2 where id = $1", {bucket, root});
 }
@@ -51,9 +50,9 @@ std::string createUser(Connection& database, const NewUser& user, std::int64_t n
         throw StoreError("there is a user \"" + name + "\" already");
     }
     const auto quota = static_cast<std::int64_t>(std::min(user.quota, NewUser::UNLIMITED));
-    const std::int64_t id = database.number(
+    const std::int64_t id = database.insert(
         "insert into users(name, email, first_name, last_name, quota)"
-        " values($1, $2, $3, $4, $5) returning id",
+        " values($1, $2, $3, $4, $5)",
         {name, toUtf8(user.emailAddress), toUtf8(user.firstName), toUtf8(user.lastName), quota});
     insertBucket(database, name, id, now);
     bindWaiting(database, id, name, toUtf8(user.emailAddress));

@@ -80,7 +80,7 @@ std::optional<Extent> findExtent(const Context& context, std::int64_t content, s
 void insertChunk(const Context& context, std::int64_t content, std::int64_t idx,
                  std::string_view data) {
     const std::int64_t chunk =
-        context.database.number("insert into chunks(checksum, data) values($1, $2) returning id",
+        context.database.insert("insert into chunks(checksum, data) values($1, $2)",
                                 {checksumOf(data), database::Blob{data}});
     context.database.execute(
         "insert into extents(content, idx, chunk, size) values($1, $2, $3, $4)",
@@ -126,8 +126,8 @@ void writePiece(const Context& context, Content& content, std::int64_t idx, std:
 
 std::int64_t writeContent(const Context& context, std::string_view bytes) {
     const auto size = static_cast<std::int64_t>(bytes.size());
-    const std::int64_t content = context.database.number(
-        "insert into contents(size, stored) values($1, $1) returning id", {size});
+    const std::int64_t content =
+        context.database.insert("insert into contents(size, stored) values($1, $1)", {size});
     for (std::int64_t idx = 0; !bytes.empty(); ++idx) {
         const std::string_view chunk = bytes.substr(0, chunkSize);
         insertChunk(context, content, idx, chunk);
@@ -138,8 +138,7 @@ std::int64_t writeContent(const Context& context, std::string_view bytes) {
 
 Content newContent(const Context& context) {
     Content content;
-    content.id =
-        context.database.number("insert into contents(size, stored) values(0, 0) returning id");
+    content.id = context.database.insert("insert into contents(size, stored) values(0, 0)");
     return content;
 }
 

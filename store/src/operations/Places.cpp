@@ -60,33 +60,26 @@ void append(const Context& context, Place& place, Node node) {
     place.chain.push_back(std::move(node));
 }
 
-bool grow(const Context& context, std::int64_t bucket, std::int64_t growth, std::int64_t changes,
-          std::int64_t& seq) {
-    const auto row = context.database.query(
-        "update buckets set seq = seq + $3, used = used + $2 where id = $1 and ($2 <= 0 or $2 <="
-        " (select u.quota - (select cast(sum(b.used) as bigint) from buckets b"
-        " where b.owner = u.id) from users u where u.id = buckets.owner)) returning seq",
-        {bucket, growth, changes});
-    if (!row->next()) {
-        return false;
-    }
-    seq = row->integer(0);
-    return true;
+bool grow(const Context& context, std::int64_t bucket, std::int64_t growth, std::int64_t changes) {
+    return context.database.execute(
+               "update buckets set seq = seq + $3, used = used + $2 where id = $1 and ($2 <= 0 or "
+               "$2 <="
+               " (select u.quota - (select cast(sum(b.used) as bigint) from buckets b"
+               " where b.owner = u.id) from users u where u.id = buckets.owner))",
+               {bucket, growth, changes}) > 0;
 }
 
 std::int64_t growOrRefuse(const Context& context, std::int64_t bucket, std::int64_t growth,
                           std::int64_t changes) {
-    std::int64_t seq = 0;
-    if (grow(context, bucket, growth, changes, seq)) {
-        return seq;
+    if (!grow(context, bucket, growth, changes)) {
+        // What was deleted counts until it is purged, so it must not be what is in the way.
+        while (purgeTrash(context.database)) {
+        }
+        if (!grow(context, bucket, growth, changes)) {
+            refuse(KVXClientErrorCode::QUOTA_EXCEEDED);
+        }
     }
-    // What was deleted counts until it is purged, so it must not be what is in the way.
-    while (purgeTrash(context.database)) {
-    }
-    if (!grow(context, bucket, growth, changes, seq)) {
-        refuse(KVXClientErrorCode::QUOTA_EXCEEDED);
-    }
-    return seq;
+    return context.database.number("select seq from buckets where id = $1", {bucket});
 }
 
 kvxclient::Resource resourceOf(const Place& place, std::size_t depth) {
@@ -216,9 +209,9 @@ bool hasChildren(const Context& context, const Node& folder) {
 }
 
 void insertNode(const Context& context, Node& node) {
-    node.id = context.database.number(
+    node.id = context.database.insert(
         "insert into nodes(bucket, parent, name, kind, seq, size, label, created, modified,"
-        " client_modified) values($1, $2, $3, $4, $5, $6, $7, $8, $9, $10) returning id",
+        " client_modified) values($1, $2, $3, $4, $5, $6, $7, $8, $9, $10)",
         {node.bucket, node.parent, node.name, static_cast<std::int64_t>(node.kind), node.seq,
          node.size, node.label, node.created, node.modified, node.clientModified});
     takePlace(context, node.parent, node.name);

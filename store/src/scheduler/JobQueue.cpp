@@ -47,6 +47,13 @@ Jobs JobQueue::pop(std::size_t maxJobs, std::size_t maxWeight, std::chrono::mill
     return taken;
 }
 
+void JobQueue::gather(std::size_t moreJobs, std::size_t maxJobs,
+                      std::chrono::nanoseconds patience) {
+    std::unique_lock lock(mutex_);
+    const std::size_t wanted = std::min(jobs_.size() + moreJobs, maxJobs);
+    filled_.wait_for(lock, patience, [&] { return closed_ || jobs_.size() >= wanted; });
+}
+
 Jobs JobQueue::takeCancelled() {
     const std::lock_guard lock(mutex_);
     const auto cancelled = std::stable_partition(

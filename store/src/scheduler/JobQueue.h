@@ -25,6 +25,9 @@ public:
     /// when the time is over or the queue is closed.
     Jobs pop(std::size_t maxJobs, std::size_t maxWeight, std::chrono::milliseconds patience);
 
+    /// Waits until so many more jobs have come, or maxJobs are here, or the time is over.
+    void gather(std::size_t moreJobs, std::size_t maxJobs, std::chrono::nanoseconds patience);
+
     /// Takes the cancelled jobs out of the queue.
     Jobs takeCancelled();
 

@@ -44,6 +44,8 @@ void Writer::work() {
             for (std::size_t i = 0; i < jobs.size(); ++i) {
                 finish_(std::move(jobs[i]), std::move(errors[i]));
             }
+            // Whoever got an answer is likely to call again, and a commit costs the same for all.
+            queue_.gather(jobs.size(), batchJobs, (std::chrono::steady_clock::now() - now) / 4);
             choreDue_ = std::min(now + idleTime, choreDone_ + chorePatience);
         } else if (queue_.isClosed()) {
             return;
