@@ -82,7 +82,7 @@ transfers() {
     echo b >tree/b
     [[ $(kvx put -rv tree :/) == $'tree/a -> :/tree/a\ntree/b -> :/tree/b' ]]
     [[ $(kvx get -v :/tree/a -j 1 .) == ':/tree/a -> ./a' && -z $(kvx get -qv :/tree/a .) ]]
-    [[ $(kvx put --json tree/a :/) == '{"file":"tree/a","target":":/a","bytes":2}' ]]
+    [[ $(kvx put --json tree/a :/) == '{"source":"tree/a","target":":/a","size":2}' ]]
     head -c 5M /dev/zero >large
     kvx put large :/a
     echo new | kvx put - :/a
@@ -381,7 +381,7 @@ administration() {
     eachLine <<'TABLE'
 0||kvx restore /docs/file 1; [[ $(<output) == 'restored as version 2' ]]
 0||kvx versions /docs/file --json; [[ $(<output) == '{"label":1,"id":"'*'Z","size":6,"current":false}'$'\n''{"label":2,'*'"current":true}' ]]
-0||kvx put <(echo second) :/docs/file; kvx restore /docs/file 1 --json >output; [[ $(<output) == '{"name":"/docs/file","label":4,"id":"'* && $(kvx cat /docs/file) == first ]]
+0||kvx put <(echo second) :/docs/file; kvx restore /docs/file 1 --json >output; [[ $(<output) == '{"name":":/docs/file","label":4,"id":"'* && $(kvx cat /docs/file) == first ]]
 3|kvx: restore: x: no such version of /docs/file|kvx restore /docs/file x
 0||kvx policy set /docs --public allowed; kvx policy set /docs --versions disabled
 0||kvx policy get /docs/file; [[ $(<output) == 'versions:  inherit (disabled)'*'public:    inherit (allowed)' ]]
@@ -406,10 +406,10 @@ brokenStore() {
     head -c 500K /dev/zero >content
     kvx init -q
     kvx put content :/
-    # Where a page begins, there is the number of another page.
-    printf '\377\377\377\377' | dd of="$store" bs=64K seek=10 conv=notrunc status=none
+    # A byte of the content, in the middle of a page.
+    printf x | dd of="$store" bs=1 seek=655000 conv=notrunc status=none
     expect 8 'kvx: verify: the store is damaged' kvx verify
-    [[ $(wc -l <output) == 1 && $(<output) == *damaged*page* ]] || fail "verify says $(<output)"
+    [[ $(<output) == *bytes*changed* ]] || fail "verify says $(<output)"
 }
 
 fullDisk() {
@@ -516,9 +516,9 @@ b|c|a|
 ls --color=always -a /t
 $(printf '\e[2;34m.hid\e[0m|big.bin|\e[1;34msub\e[0m|')
 ls --json /times/a /times/b
-{"name":"/times/a","type":"file","size":0,"modified":"2010-01-01T00:00:00.500000000Z","writable":true}|{"name":"/times/b","type":"file","size":0,"modified":"$time","writable":true}|
+{"name":":/times/a","type":"file","size":0,"modified":"2010-01-01T00:00:00.500000000Z","writable":true}|{"name":":/times/b","type":"file","size":0,"modified":"$time","writable":true}|
 stat --json /times/b | cut -d , -f 1-5
-{"name":"/times/b","type":"file","size":0,"modified":"$time","writable":true|
+{"name":":/times/b","type":"file","size":0,"modified":"$time","writable":true|
 tree -a /t
 /t|├── .hid|│   └── two|├── big.bin|└── sub|    ├── deep|    │   └── Ünï.TXT|    └── five.txt||3 folders, 4 files|
 tree -d -L 1 /t
@@ -526,9 +526,9 @@ tree -d -L 1 /t
 du -hcd 1 /t /times/a | tr '\t' ' '
 2 /t/.hid|6 /t/sub|4.9K /t|0 /times/a|4.9K total|
 du --json -s /t
-{"name":"/t","size":5008,"files":4,"folders":3}|
+{"name":":/t","size":5008,"files":4,"folders":3}|
 find /t --iname '??Ï.*' --type f --json | cut -d , -f 1
-{"name":"/t/sub/deep/Ünï.TXT"|
+{"name":":/t/sub/deep/Ünï.TXT"|
 find /times --older $time --newer 2010-01-02 -0
 /times/c!
 find /t --type d --newer 1h --name '[.]*'
@@ -542,7 +542,7 @@ created /n|created /n/o|
 mv -v /times/a /times/d
 moved /times/a to /times/d|
 cp --json -r /n /m
-{"action":"copied","name":"/n","target":"/m"}|
+{"action":"copied","name":":/n","target":":/m"}|
 rm -rfv /m /none
 removed /m|
 TABLE
@@ -568,7 +568,7 @@ help() {
         [[ $(_kvx kvx; echo "${COMPREPLY[*]}") == "$names" ]] ||
             fail "$line: $(_kvx kvx; echo "${COMPREPLY[*]}")"
     done <<'TABLE'
-kvx --store none.db -q st|stat
+kvx --store none.db -q sta|stat statistics
 kvx rm --rec|--recursive
 kvx ls --color=a|auto always
 kvx find --type |f d
@@ -662,7 +662,7 @@ sync() {
     [[ $(sort done) == $'2 files sent, 0 deleted, 6 unchanged\nput -dash\nput large' ]] || fail "$(<done)"
     touch $'up/bad\xff' up/good
     expect 4 'kvx: sync: up/bad\xff: the name is not valid UTF-8' kvx sync --json up :/new/target
-    [[ $(<output) == '{"action":"put","path":"good","bytes":0}'*'"failed":1,"dryRun":false}' ]] || fail "$(<output)"
+    [[ $(<output) == '{"action":"put","path":"good","size":0}'*'"failed":1,"dryRun":false}' ]] || fail "$(<output)"
     expect 2 'kvx: sync: both folders are local: write :/path for one in the store' kvx sync up down
     expect 3 'kvx: sync: :/none: no such folder' kvx sync --delete :/none new/down
 }

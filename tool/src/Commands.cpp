@@ -14,9 +14,9 @@ namespace storage::kvxtool {
 void Invocation::report(const char* action, const RemoteName& name,
                         const std::optional<RemoteName>& target) const {
     if (json) {
-        Json object{{"action", action}, {"name", name.text()}};
+        Json object{{"action", action}, {"name", name.argument()}};
         if (target) {
-            object["target"] = target->text();
+            object["target"] = target->argument();
         }
         printJson(object);
     } else if (verbose && !quiet) {

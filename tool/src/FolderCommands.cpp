@@ -1,9 +1,7 @@
-#include <unistd.h>
-
-#include <iostream>
 #include <memory>
 
 #include "Commands.h"
+#include "Prompt.h"
 #include "RemoteTree.h"
 #include "Text.h"
 
@@ -29,18 +27,6 @@ struct RemoveOptions {
     bool force = false;
 };
 
-/// Asks on a terminal; where there is none, nobody can answer, and the answer is yes.
-bool isWanted(const RemoteName& name, bool folder) {
-    if (isatty(STDIN_FILENO) == 0) {
-        return true;
-    }
-    std::cerr << "remove " << escaped(name.text()) << (folder ? " with all it has" : "")
-              << "? [y/N] " << std::flush;
-    std::string answer;
-    std::getline(std::cin, answer);
-    return answer.starts_with('y') || answer.starts_with('Y');
-}
-
 void remove(const FileAccess& files, const RemoteName& name, const RemoveOptions& options,
             const Invocation& invocation) {
     if (name.isRoot()) {
@@ -55,7 +41,8 @@ void remove(const FileAccess& files, const RemoteName& name, const RemoveOptions
         throw Failure(ExitCode::CONFLICT, name.text(),
                       "it is a folder: -r removes it with all it has");
     }
-    if (!options.force && !isWanted(name, entry->folder)) {
+    const char* const extent = entry->folder ? " with all it has?" : "?";
+    if (!options.force && !confirm("remove " + name.text() + extent)) {
         return;
     }
     if (entry->folder) {

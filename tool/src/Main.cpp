@@ -104,15 +104,6 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     program.add_flag("-v,--verbose", invocation.verbose, "Say of each thing that it is done");
     program.add_flag("--json", invocation.json, "Print for programs: one JSON object a line");
 
-    addInit(program, invocation);
-    addLoginAndLogout(program, invocation);
-    addUser(program, invocation);
-    addBucket(program, invocation);
-    addMaintenance(program, invocation);
-    addVersionsAndRestore(program, invocation);
-    addGrants(program, invocation);
-    addInvitations(program, invocation);
-    addDfAndPolicy(program, invocation);
     addPut(program, invocation);
     addGetAndCat(program, invocation);
     addLs(program, invocation);
@@ -124,7 +115,16 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     addMvAndCp(program, invocation);
     addSync(program, invocation);
     addWatch(program, invocation);
+    addVersionsAndRestore(program, invocation);
+    addGrants(program, invocation);
+    addInvitations(program, invocation);
+    addDfAndPolicy(program, invocation);
+    addLoginAndLogout(program, invocation);
     addCompletion(program, invocation);
+    addInit(program, invocation);
+    addUser(program, invocation);
+    addBucket(program, invocation);
+    addMaintenance(program, invocation);
     addManual(program, invocation);
     groupCommands(program);
 }

@@ -53,4 +53,6 @@ std::string RemoteName::text() const {
     return (bucket_.empty() ? "" : toUtf8(bucket_) + ":") + toUtf8(path_);
 }
 
+std::string RemoteName::argument() const { return toUtf8(bucket_) + ":" + toUtf8(path_); }
+
 }  // namespace storage::kvxtool

@@ -33,6 +33,8 @@ public:
     kvxclient::Resource resource() const { return {path_, bucket_}; }
     /// As a person would write it: "/path", or "bucket:/path".
     std::string text() const;
+    /// As every command takes it: ":/path", or "bucket:/path".
+    std::string argument() const;
 
     /// Whether it names something below `folder`.
     bool isBelow(const RemoteName& folder) const;

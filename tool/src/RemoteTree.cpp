@@ -67,7 +67,7 @@ std::optional<RemoteEntry> findEntry(const FileAccess& files, const RemoteName& 
 }
 
 Json jsonOf(const RemoteName& name, const RemoteEntry& entry) {
-    Json object{{"name", name.text()}, {"type", entry.folder ? "folder" : "file"}};
+    Json object{{"name", name.argument()}, {"type", entry.folder ? "folder" : "file"}};
     if (!entry.folder) {
         object["size"] = entry.size;
     }

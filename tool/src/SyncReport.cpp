@@ -34,7 +34,7 @@ void SyncReport::print(const char* action, const std::string& path, unsigned lon
     const std::string name = path.empty() ? "." : path;
     diagnostics_.progress().printAround([&] {
         if (lines_ == Lines::JSON) {
-            Json object{{"action", action}, {"path", name}, {"bytes", bytes}};
+            Json object{{"action", action}, {"path", name}, {"size", bytes}};
             if (dryRun_) {
                 object["dryRun"] = true;
             }
@@ -52,7 +52,7 @@ void SyncReport::end(std::size_t unchanged) {
         return;
     }
     if (lines_ == Lines::JSON) {
-        Json object{{"action", "summary"}, {"files", transferred_}, {"bytes", bytes_},
+        Json object{{"action", "summary"}, {"files", transferred_}, {"size", bytes_},
                     {"folders", created_}, {"deleted", deleted_},   {"unchanged", unchanged},
                     {"failed", failed},    {"dryRun", dryRun_}};
         printJson(object);

@@ -61,7 +61,7 @@ void TransferReport::done(const std::string& source, const std::string& target,
     static const bool terminal = isatty(STDOUT_FILENO) != 0;
     diagnostics_.progress().printAround([&] {
         if (lines_ == TransferOptions::Lines::JSON) {
-            printJson({{"file", source}, {"target", target}, {"bytes", bytes}});
+            printJson({{"source", source}, {"target", target}, {"size", bytes}});
         } else if (terminal) {
             std::cout << escaped(source) << " -> " << escaped(target) << std::endl;
         } else {
@@ -75,11 +75,6 @@ void TransferReport::interrupted(const std::string& participle) {
                                          std::to_string(expectedFiles_) +
                                          (expectedFiles_ == 1 ? " file was " : " files were ") +
                                          participle + ", " + sizeText(bytes_));
-}
-
-std::string argumentText(const RemoteName& name) {
-    const std::string text = name.text();
-    return text.starts_with('/') ? ":" + text : text;
 }
 
 }  // namespace storage::kvxtool

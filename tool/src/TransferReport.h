@@ -54,7 +54,4 @@ private:
     unsigned long bytes_ = 0;
 };
 
-/// A remote name where a local one could be meant too: ":/path", or "bucket:/path".
-std::string argumentText(const RemoteName& name);
-
 }  // namespace storage::kvxtool

@@ -227,7 +227,7 @@ void Upload::contentSent(const Sending& file) {
 }
 
 void Upload::done(const Sending& file) {
-    report_.done(file.source, argumentText(file.target), file.size);
+    report_.done(file.source, file.target.argument(), file.size);
 }
 
 }  // namespace storage::kvxtool
