@@ -86,7 +86,7 @@ transfers() {
     head -c 5M /dev/zero >large
     kvx put large :/a
     echo new | kvx put - :/a
-    [[ $(kvx cat /a) == new && $(kvx get --version 1 :/a -) == a ]]
+    [[ $(kvx cat /a) == new && $(kvx get --version 1 :/a -) == a && $(kvx cat --version 1 /a) == a ]]
     kvx get --version 2 :/a old
     cmp old large
     expect 3 'kvx: get: /a: it has no version 4' kvx get --version 4 :/a old

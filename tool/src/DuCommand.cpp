@@ -131,7 +131,7 @@ void addDu(CLI::App& program, Invocation& invocation) {
         command->add_flag("-s", options->summarize, "Show what was named, no folders below");
     command->add_option("-d", options->depth, "Show folders to this depth; all are counted")
         ->type_name("DEPTH")
-        ->check(CLI::NonNegativeNumber)
+        ->check(CLI::Range(0, 9999))
         ->excludes(summarize);
     command->add_flag("-h", options->human, "Show sizes for people, as 1.5M");
     command->add_flag("-c", options->total, "Show the total of all names in the end");

@@ -128,6 +128,10 @@ void get(const Session& session, Diagnostics& diagnostics, const GetOptions& opt
     });
 }
 
+void addVersionOption(CLI::App& command, std::string& version, const char* description) {
+    command.add_option("--version", version, description)->type_name("LABEL");
+}
+
 }  // namespace
 
 void addGetAndCat(CLI::App& program, Invocation& invocation) {
@@ -138,10 +142,8 @@ void addGetAndCat(CLI::App& program, Invocation& invocation) {
         ->required()
         ->expected(-2);
     command->add_flag("-r,--recursive", options->recursive, "Get folders with all they have");
-    command
-        ->add_option("--version", options->version,
-                     "Get the version of a file that has this label or id")
-        ->type_name("LABEL");
+    addVersionOption(*command, options->version,
+                     "Get the version of a file that has this label or id");
     addJobsOption(*command, options->transfer);
     command->footer(
         "A local folder, or a name that ends in /, takes each source under its own name; several\n"
@@ -161,13 +163,17 @@ void addGetAndCat(CLI::App& program, Invocation& invocation) {
             });
     });
 
-    addForEachName(program, invocation, "cat", "Write files to standard output",
-                   [](const Session& session, Diagnostics& diagnostics, const RemoteName& source) {
-                       cat(session, diagnostics, source, {});
-                   })
-        ->footer(
-            "Examples:\n"
-            "  kvx cat /docs/a.txt | less");
+    auto version = std::make_shared<std::string>();
+    CLI::App* cats = addForEachName(
+        program, invocation, "cat", "Write files to standard output",
+        [version](const Session& session, Diagnostics& diagnostics, const RemoteName& source) {
+            cat(session, diagnostics, source, *version);
+        });
+    addVersionOption(*cats, *version, "Write the version that has this label or id");
+    cats->footer(
+        "Examples:\n"
+        "  kvx cat /docs/a.txt | less\n"
+        "  kvx cat --version 3 /docs/a.txt");
 }
 
 }  // namespace storage::kvxtool

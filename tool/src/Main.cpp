@@ -56,9 +56,12 @@ std::string commandName(const CLI::App& program) {
 std::string usageError(const CLI::App* program, const CLI::Error& error) {
     const std::vector<std::string> unexpected = program->remaining(true);
     const bool needsCommand = !parsedCommands(*program).back()->get_subcommands({}).empty();
-    const std::string reason = needsCommand && !unexpected.empty()
-                                   ? unexpected.front() + ": there is no such command"
-                                   : error.what();
+    std::string reason = error.what();
+    if (needsCommand && !unexpected.empty()) {
+        reason = unexpected.front() + ": there is no such command";
+    } else if (needsCommand && error.get_name() == "RequiredError") {
+        reason = "a command is needed";
+    }
     const std::string command = commandName(*program);
     return "kvx:" + (command.empty() ? "" : " " + command + ":") + " " + escaped(reason) + "\n" +
            "Try: kvx" + (command.empty() ? "" : " " + command) + " --help\n";

@@ -141,7 +141,7 @@ void addTree(CLI::App& program, Invocation& invocation) {
     command->add_flag("-d", options->foldersOnly, "Show folders only");
     command->add_option("-L", options->depth, "Show no more than so many levels")
         ->type_name("DEPTH")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Range(1, 9999));
     command->footer(
         "Examples:\n"
         "  kvx tree\n"
