@@ -21,7 +21,7 @@ void Invocation::report(const char* action, const RemoteName& name,
         printJson(object);
     } else if (verbose && !quiet) {
         std::cout << action << ' ' << shown(name.text())
-                  << (target ? " to " + shown(target->text()) : "") << '\n';
+                  << (target ? " to " + shown(target->text()) : "") << std::endl;
     }
 }
 

@@ -31,7 +31,8 @@ void init(const StoreLocation& location, const InitOptions& options, const Invoc
     }
     const std::string token = createStore(location, utf16Argument(user));
     if (!invocation.quiet && !invocation.json) {
-        std::cout << "created the store " << location.text() << " for " << user << '\n';
+        std::cout << "created the store " << location.text() << " for " << user
+                  << "; the token is kept in " << LoginFile(location.url()).path().string() << '\n';
     }
     if (output) {
         output->write(token);
@@ -53,7 +54,8 @@ void addInit(CLI::App& program, Invocation& invocation) {
         ->type_name("FILE");
     command->footer(
         "The user is logged in: token and session are kept in the state folder, readable for you\n"
-        "only. A store that exists is left alone.\n"
+        "only. Nobody can tell the token again: --token-file makes a copy. A store that exists is\n"
+        "left alone.\n"
         "\n"
         "Examples:\n"
         "  kvx init\n"

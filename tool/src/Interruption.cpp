@@ -20,6 +20,8 @@ void Interruption::check() {
     }
 }
 
+bool Interruption::isRequested() { return requested != 0; }
+
 bool Interruption::request(int signal) {
     if (living == 0) {
         return false;

@@ -28,6 +28,9 @@ public:
     /// Throws Interrupted once a signal has asked for it.
     static void check();
 
+    /// Whether a signal has asked for it.
+    static bool isRequested();
+
     /// Asks for it, and returns true, where one lives.
     static bool request(int signal);
 };

@@ -1,6 +1,9 @@
+#include <chrono>
 #include <functional>
 #include <iostream>
 #include <memory>
+#include <set>
+#include <utility>
 
 #include "Commands.h"
 #include "Json.h"
@@ -187,6 +190,33 @@ void copyFolder(const Session& session, const SharedOptions& options,
     session.rights().copyFolderFromInvitation(std::move(request));
 }
 
+std::vector<kvxclient::FolderSummary> foldersAtHome(const Session& session, bool all,
+                                                    bool showShared) {
+    kvxclient::FolderListRequest request(kvxclient::Resource(u"/", u""));
+    request.withShowHidden(all).withShowShared(showShared);
+    return session.files().listFolder(std::move(request)).getFolders();
+}
+
+/// Prints the folders that others share with the caller, by invitation or by a grant: those that
+/// are at home only when they are asked for.
+void listShared(const Session& session, bool all, bool json) {
+    std::set<std::pair<std::u16string, std::chrono::system_clock::time_point>> own;
+    for (const kvxclient::FolderSummary& folder : foldersAtHome(session, all, false)) {
+        own.emplace(folder.getName(), folder.getCreated());
+    }
+    for (const kvxclient::FolderSummary& folder : foldersAtHome(session, all, true)) {
+        if (own.contains({folder.getName(), folder.getCreated()})) {
+            continue;
+        }
+        const std::string name = nameOf(folder.getInvitation().getResource());
+        if (json) {
+            printJson({{"name", name}, {"type", "folder"}, {"writable", folder.isWritable()}});
+        } else {
+            std::cout << shown(name) << '\n';
+        }
+    }
+}
+
 void lookInside(const Session& session, const SharedOptions& options, bool json) {
     kvxclient::InvitationDetailsRequest request;
     const Invitation invitation =
@@ -215,7 +245,8 @@ void explainMissing(const std::string& id, const std::function<void()>& action) 
         if (error.getErrorCode() != kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND) {
             throw;
         }
-        throw Failure(ExitCode::NOT_FOUND, id, "there is no such invitation, or folder in it");
+        throw Failure(ExitCode::NOT_FOUND, id,
+                      "there is no such invitation, or no such folder in it");
     }
 }
 
@@ -280,22 +311,31 @@ void addInvitationList(CLI::App& program, Invocation& invocation) {
 
 void addShared(CLI::App& program, Invocation& invocation) {
     auto options = std::make_shared<SharedOptions>();
-    CLI::App* command = program.add_subcommand("shared", "Look into the folder of an invitation");
-    command->add_option("ID", options->id, "The id of an invitation")->type_name("")->required();
+    CLI::App* command = program.add_subcommand(
+        "shared", "List what others share with you, or look into an invitation");
+    command->add_option("ID", options->id, "The id of an invitation")->type_name("");
     command->add_option("PATH", options->path, "A folder in the folder offered")->type_name("");
     command->add_flag("-a", options->all, "List hidden names too, which begin with a dot");
     command->add_option("--copy-to", options->target, "Copy the folder to this place in the store")
         ->type_name("REMOTE");
     command->footer(
-        "Also before the invitation is accepted. A copy goes into a folder that is there, under\n"
+        "Without an id, lists the folders that others share with you. With one, shows the folder "
+        "of\n"
+        "the invitation, also before it is accepted. A copy goes into a folder that is there, "
+        "under\n"
         "its own name.\n"
         "\n"
         "Examples:\n"
+        "  kvx shared\n"
         "  kvx shared ID\n"
         "  kvx shared ID plans/2026\n"
         "  kvx shared ID --copy-to /copied");
     command->callback([options, &invocation] {
         invocation.runInSession(options->id, [options, &invocation](const Session& session) {
+            if (options->id.empty()) {
+                listShared(session, options->all, invocation.json);
+                return;
+            }
             explainMissing(options->id, [&] { lookInside(session, *options, invocation.json); });
         });
     });

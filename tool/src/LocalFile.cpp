@@ -26,4 +26,17 @@ void throwFileError(const std::string& name, int error) {
                       std::make_exception_ptr(std::system_error(error, std::generic_category())));
 }
 
+std::chrono::system_clock::time_point timeOf(const timespec& time) {
+    using Time = std::chrono::system_clock::time_point;
+    using std::chrono::floor;
+    using std::chrono::seconds;
+    if (time.tv_sec >= floor<seconds>(Time::max()).time_since_epoch().count()) {
+        return Time::max();
+    }
+    if (time.tv_sec <= floor<seconds>(Time::min()).time_since_epoch().count()) {
+        return Time::min();
+    }
+    return Time(seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec));
+}
+
 }  // namespace storage::kvxtool

@@ -22,9 +22,7 @@ LocalInput::LocalInput(int file, std::string name) : file_(file), name_(std::mov
     }
     if (S_ISREG(status.st_mode)) {
         size_ = static_cast<unsigned long>(status.st_size);
-        modified_ =
-            std::chrono::system_clock::time_point(std::chrono::seconds(status.st_mtim.tv_sec) +
-                                                  std::chrono::nanoseconds(status.st_mtim.tv_nsec));
+        modified_ = timeOf(status.st_mtim);
     }
 }
 

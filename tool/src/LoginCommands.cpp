@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -28,12 +30,32 @@ std::string readToken(const std::string& file) {
     return withoutLineEnd(line);
 }
 
-void login(const StoreLocation& location, const std::string& tokenFile,
+struct LoginOptions {
+    std::string tokenFile;
+    bool force = false;
+};
+
+/// Another token, which nobody can tell again, is not lost without a word.
+void requireReplaceable(const StoreLocation& location, const std::string& token) {
+    const std::optional<Login> kept = LoginFile(location.url()).read();
+    const bool asked = isatty(STDIN_FILENO) != 0;
+    if (kept && kept->token != token &&
+        !(asked &&
+          confirm("Another token is kept here, and nobody can tell it again. Replace it?"))) {
+        throw Failure(ExitCode::CONFLICT, location.text(),
+                      "another token is kept for this store: -f replaces it");
+    }
+}
+
+void login(const StoreLocation& location, const LoginOptions& options,
            const Invocation& invocation) {
     const auto client = openStore(location);
-    const std::string token = readToken(tokenFile);
+    const std::string token = readToken(options.tokenFile);
     if (token.empty()) {
         throw Failure(ExitCode::REFUSED, location.text(), "no token was given");
+    }
+    if (!options.force) {
+        requireReplaceable(location, token);
     }
     keepLogin(*client, location, token);
     if (!invocation.quiet && !invocation.json) {
@@ -48,25 +70,25 @@ void logout(const StoreLocation& location, bool force) {
 }
 
 void addLogin(CLI::App& program, Invocation& invocation) {
-    auto tokenFile = std::make_shared<std::string>();
+    auto options = std::make_shared<LoginOptions>();
     CLI::App* command = program.add_subcommand("login", "Keep a session with the store");
     command
-        ->add_option("--token-file", *tokenFile, "Read the token from the first line of this file")
+        ->add_option("--token-file", options->tokenFile,
+                     "Read the token from the first line of this file")
         ->type_name("FILE");
+    command->add_flag("-f,--force", options->force, "Replace another token that is kept");
     command->footer(
         "Without --token-file the token is KVX_TOKEN, or else a line of standard input; on a\n"
         "terminal it is asked for. Token and session are kept in the state folder, readable for\n"
-        "you only, in place of those that are there. The session is renewed when it is over, "
-        "until\n"
-        "kvx logout.\n"
+        "you only. The session is renewed when it is over, until kvx logout.\n"
         "\n"
         "Examples:\n"
         "  kvx login\n"
         "  kvx login --store /srv/team.db --token-file token");
-    command->callback([tokenFile, &invocation] {
-        invocation.run = [tokenFile, &invocation](const StoreLocation& location,
-                                                  Diagnostics& diagnostics) {
-            diagnostics.guard(location.text(), [&] { login(location, *tokenFile, invocation); });
+    command->callback([options, &invocation] {
+        invocation.run = [options, &invocation](const StoreLocation& location,
+                                                Diagnostics& diagnostics) {
+            diagnostics.guard(location.text(), [&] { login(location, *options, invocation); });
         };
     });
 }

@@ -28,6 +28,7 @@ public:
     void prepare() const;
     /// Keeps the login in place of the one that is there. Throws when it cannot.
     void write(const Login& login) const;
+    const std::filesystem::path& path() const { return path_; }
     /// Forgets what is kept. Throws when it cannot.
     void remove() const { std::filesystem::remove(path_); }
 

@@ -1,3 +1,6 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
@@ -159,6 +162,9 @@ int run(const std::string& command, const Invocation& invocation) {
 int main(int argc, char** argv) {
     using namespace storage::kvxtool;
     std::ios::sync_with_stdio(false);
+    if (fcntl(STDIN_FILENO, F_GETFD) < 0) {
+        open("/dev/null", O_WRONLY);  // What is opened next must not be taken for standard input.
+    }
     std::setlocale(LC_CTYPE, "C.UTF-8");  // Names are UTF-8 whatever the user's text is.
 
     CLI::App program("Works with the files of a store", "kvx");

@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "Download.h"
+#include "Interruption.h"
 #include "RemoteTree.h"
 #include "SyncContent.h"
 #include "SyncTrees.h"
@@ -95,7 +96,12 @@ void Sync::run() {
     SyncPlan plan = makePlan();
     reportConflicts(plan);
     settleComparisons(plan);
-    options_.dryRun ? printPlan(plan) : perform(plan);
+    try {
+        options_.dryRun ? printPlan(plan) : perform(plan);
+    } catch (const Interrupted&) {
+        report_.end(plan.unchanged);
+        throw;
+    }
     report_.end(plan.unchanged);
 }
 
@@ -106,8 +112,18 @@ SyncPlan Sync::makePlan() {
     if (source.empty()) {
         throw Failure(ExitCode::NOT_FOUND, options_.source, "no such folder");
     }
+    if (!up_) {
+        keepUnnameable(local);
+    }
     leaveOut(source);
     return planSync(source, up_ ? remote : local, options_.rules);
+}
+
+/// The store cannot have had what it cannot name, so that nothing says that it was deleted there.
+void Sync::keepUnnameable(SyncTree& target) {
+    for (auto& [path, entry] : target) {
+        entry.complete = entry.complete && toUtf16(path).has_value();
+    }
 }
 
 void Sync::leaveOut(SyncTree& source) {
@@ -157,8 +173,15 @@ void Sync::settleComparisons(SyncPlan& plan) {
 }
 
 void Sync::perform(const SyncPlan& plan) {
-    up_ ? removeRemote(plan.deletions) : removeLocal(plan.deletions);
-    up_ ? createRemote(plan.folders) : createLocal(plan.folders);
+    {
+        const Interruption interruption;
+        up_ ? removeRemote(plan.deletions) : removeLocal(plan.deletions);
+        up_ ? createRemote(plan.folders) : createLocal(plan.folders);
+        if (Interruption::isRequested()) {
+            diagnostics_.warn("interrupted", "before files were transferred");
+            Interruption::check();
+        }
+    }
     up_ ? upload(plan.transfers) : download(plan.transfers);
 }
 
@@ -174,6 +197,9 @@ void Sync::printPlan(const SyncPlan& plan) {
 
 void Sync::removeLocal(const std::vector<SyncStep>& steps) {
     for (const SyncStep& step : steps) {
+        if (Interruption::isRequested()) {
+            return;
+        }
         const fs::path path = localPath(step.path);
         const bool done = diagnostics_.guard(path.string(), [&] {
             throwUnlessZero(step.entry.kind == Kind::FOLDER ? rmdir(path.c_str())
@@ -195,7 +221,7 @@ void Sync::removeRemote(const std::vector<SyncStep>& steps) {
     };
     CallWindow<kvxclient::FileDeleteResponse> fileCalls;
     for (const SyncStep& step : steps) {
-        if (step.entry.kind == Kind::FILE) {
+        if (step.entry.kind == Kind::FILE && !Interruption::isRequested()) {
             fileCalls.makeRoom();
             fileCalls.add(files_.deleteFileAsync({remoteName(step.path).resource()}),
                           [&](auto& call) { complete(step, call); });
@@ -204,7 +230,8 @@ void Sync::removeRemote(const std::vector<SyncStep>& steps) {
     fileCalls.drain();
     CallWindow<kvxclient::FolderDeleteResponse> folderCalls;
     const auto folders = byDepth(steps, Kind::FOLDER);
-    for (auto level = folders.rbegin(); level != folders.rend(); ++level) {
+    for (auto level = folders.rbegin(); level != folders.rend() && !Interruption::isRequested();
+         ++level) {
         for (const SyncStep* step : level->second) {
             folderCalls.makeRoom();
             folderCalls.add(files_.deleteFolderAsync({remoteName(step->path).resource()}),
@@ -216,6 +243,9 @@ void Sync::removeRemote(const std::vector<SyncStep>& steps) {
 
 void Sync::createLocal(const std::vector<SyncStep>& steps) {
     for (const SyncStep& step : steps) {
+        if (Interruption::isRequested()) {
+            return;
+        }
         const fs::path path = localPath(step.path);
         if (isBlocked(step) || !diagnostics_.guard(path.string(), [&] {
                 if (step.path.empty()) {
@@ -241,6 +271,9 @@ void Sync::createRemote(const std::vector<SyncStep>& steps) {
     CallWindow<kvxclient::FolderCreateResponse> calls;
     for (const auto& [depth, level] : byDepth(steps, Kind::FOLDER)) {
         for (const SyncStep* step : level) {
+            if (Interruption::isRequested()) {
+                break;
+            }
             if (step->path.empty()) {
                 create(*step, [this] { createFolders(files_, remote_); });
             } else if (isBlocked(*step)) {

@@ -39,6 +39,7 @@ public:
 
 private:
     SyncPlan makePlan();
+    static void keepUnnameable(SyncTree& target);
     void leaveOut(SyncTree& source);
     void reportConflicts(const SyncPlan& plan);
     void settleComparisons(SyncPlan& plan);

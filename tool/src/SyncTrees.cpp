@@ -7,6 +7,7 @@
 
 #include "Download.h"
 #include "Failure.h"
+#include "LocalFile.h"
 #include "LocalOutput.h"
 #include "RemoteTree.h"
 #include "Text.h"
@@ -39,12 +40,10 @@ std::optional<SyncEntry> readLocalEntry(const fs::path& path) {
         }
         throw std::system_error(errno, std::generic_category());
     }
-    const auto modified = std::chrono::seconds(status.st_mtim.tv_sec) +
-                          std::chrono::nanoseconds(status.st_mtim.tv_nsec);
     SyncEntry entry;
     entry.kind = kindOf(status.st_mode);
     entry.size = entry.kind == Kind::FILE ? static_cast<unsigned long>(status.st_size) : 0;
-    entry.modified = std::chrono::system_clock::time_point(modified);
+    entry.modified = timeOf(status.st_mtim);
     entry.complete = entry.kind != Kind::FOLDER;  // Not before it is listed.
     return entry;
 }
