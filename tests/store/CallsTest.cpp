@@ -104,6 +104,72 @@ TEST_F(CallsTest, AFailingCallHarmsNoNeighbourInItsBatch) {
     EXPECT_EQ(store->verify(), std::vector<std::string>());
 }
 
+TEST_F(CallsTest, ACallSeesWhatWasDoneJustBeforeIt) {
+    const Account guest(*store, store->createUser({.name = u"guest"}));
+    const Resource place{u"/p/d", u"main"};
+    const auto put = [&] {
+        return guest.files->createFileAsync(createRequest({u"/p/d/f", u"main"}, "content"));
+    };
+    struct Change {
+        const char* name;
+        std::function<void(const std::string& permission)> start;
+        Code afterwards;
+    };
+    const Change changes[] = {
+        {"moved",
+         [&](const std::string&) {
+             account->files->moveAsync(MoveOrCopyRequest(place, {u"/p/e", u"main"}));
+         },
+         Code::PARENT_RESOURCE_NOT_FOUND},
+        {"removed with what it is in",
+         [&](const std::string&) {
+             account->files->deleteFolderAsync(
+                 FolderDeleteRequest({u"/p", u""}).withForceRecursive(true));
+         },
+         Code::RESOURCE_NOT_FOUND},
+        {"replaced by a file",
+         [&](const std::string&) {
+             account->files->deleteFolderAsync(FolderDeleteRequest(place).withForceRecursive(true));
+             account->files->createFileAsync(createRequest(place, "a file"));
+         },
+         Code::PARENT_RESOURCE_NOT_FOUND},
+        {"taken from the guest",
+         [&](const std::string& permission) {
+             account->sharing->revokePermissionAsync(
+                 PermissionRevokeRequest({u"/p", u""}).withPermissionId(permission));
+         },
+         Code::RESOURCE_NOT_FOUND},
+    };
+    for (const Change& change : changes) {
+        SCOPED_TRACE(change.name);
+        account->makeFolder(u"/p");
+        account->makeFolder(u"/p/d");
+        const auto granted =
+            account->sharing->grantPermission(PermissionGrantRequest({u"/p", u""})
+                                                  .withSubject(Subject().withSubjectName(u"guest"))
+                                                  .withOperation(Operation::READ_WRITE));
+        holdUpWrites();
+        auto before = put();
+        change.start(granted.getPermissionId());
+        auto after = put();
+        release();
+        EXPECT_EQ(codeOf([&] { before.get(); }), std::nullopt);
+        EXPECT_EQ(codeOf([&] { after.get(); }), change.afterwards);
+        codeOf([&] { account->removeFolder(u"/p", true); });
+    }
+}
+
+TEST_F(CallsTest, ACallSeesWhatAnotherStoreDid) {
+    const auto second = Store::open(folder.url());
+    const Account other(*second, token);
+    account->makeFolder(u"/a");
+    account->put(u"/a/f", "content");
+    EXPECT_EQ(account->get(u"/a/f"), "content");
+    other.move(u"/a", u"/b");
+    EXPECT_EQ(codeOf([&] { account->put(u"/a/f", ""); }), Code::PARENT_RESOURCE_NOT_FOUND);
+    EXPECT_EQ(codeOf([&] { account->get(u"/a/f"); }), Code::RESOURCE_NOT_FOUND);
+}
+
 TEST_F(CallsTest, AFullQueueHoldsUpCallersButNotHandlers) {
     constexpr int many = 1500;
     holdUpWrites();

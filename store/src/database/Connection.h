@@ -1,5 +1,6 @@
 #pragma once
 
+#include <any>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -56,6 +57,14 @@ using Rows = std::unique_ptr<Statement, StatementReleaser>;
 
 enum class Access { READ, WRITE };
 
+/// Tells two states of a database apart, as seen on one connection.
+struct DataVersion {
+    std::int64_t byOthers = 0;
+    std::int64_t own = 0;
+
+    bool operator==(const DataVersion&) const = default;
+};
+
 /// One connection, used by one thread at a time. Statements take parameters as $1, $2, ...
 class Connection {
 public:
@@ -82,11 +91,20 @@ public:
     virtual bool inTransaction() const = 0;
     /// How many rows were changed on this connection so far, undone or not.
     virtual std::int64_t changes() const = 0;
+    /// Another one after each change, undone or not, here or by another connection; in a
+    /// transaction.
+    virtual DataVersion version() const = 0;
     /// Whether the latest begin() found another program in its way.
     virtual bool hadToWait() const = 0;
 
     /// The one integer of the one row of a query that always has one.
     std::int64_t number(std::string_view sql, std::initializer_list<Value> values = {});
+
+    /// What its users keep with it between transactions.
+    std::any& attachment() { return attachment_; }
+
+private:
+    std::any attachment_;
 };
 
 /// Makes one more connection to an opened database; the database lives as long as one of them.

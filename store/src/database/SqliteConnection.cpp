@@ -249,6 +249,7 @@ void SqliteConnection::commit() {
 
 void SqliteConnection::rollback() noexcept {
     blob_.reset();
+    ++rollbacks_;
     if (inTransaction()) {
         sqlite3_exec(database_.get(), "rollback", nullptr, nullptr, nullptr);
     }
@@ -260,6 +261,13 @@ bool SqliteConnection::inTransaction() const {
 }
 
 std::int64_t SqliteConnection::changes() const { return sqlite3_total_changes64(database_.get()); }
+
+DataVersion SqliteConnection::version() const {
+    unsigned number = 0;
+    check(database_.get(),
+          sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_DATA_VERSION, &number));
+    return {number, changes() + rollbacks_};
+}
 
 void SqliteConnection::endTurn() noexcept {
     if (turn_.owns_lock()) {

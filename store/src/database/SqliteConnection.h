@@ -36,6 +36,7 @@ public:
     void rollback() noexcept override;
     bool inTransaction() const override;
     std::int64_t changes() const override;
+    DataVersion version() const override;
     bool hadToWait() const override { return hadToWait_; }
 
 private:
@@ -55,6 +56,7 @@ private:
 
     SqliteLocation location_;
     bool hadToWait_ = false;
+    std::int64_t rollbacks_ = 0;
     std::unique_lock<std::mutex> turn_;
     std::unique_ptr<sqlite3, Close> database_;
     StatementCache statements_;

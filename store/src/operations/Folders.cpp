@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "operations/KnownFolders.h"
 #include "operations/Summaries.h"
 #include "operations/Text.h"
 
@@ -41,6 +42,7 @@ kvxclient::FolderCreateResponse createFolder(const Context& context,
     folder.seq = advance(context, place.bucket.id, 0);
     folder.created = folder.modified = context.now();
     insertNode(context, folder);
+    KnownFolders::on(context.database).keep();
     return {};
 }
 
@@ -124,6 +126,9 @@ kvxclient::SetMetadataResponse setMetadata(const Context& context,
     const std::int64_t time = request.getClientLastModified().time_since_epoch().count();
     context.database.execute("update nodes set client_modified = $2, seq = $3 where id = $1",
                              {node.id, time, advance(context, place.bucket.id, 0)});
+    if (node.kind == Kind::FILE) {
+        KnownFolders::on(context.database).keep();
+    }
     return {};
 }
 

@@ -1,7 +1,9 @@
 #include "operations/Places.h"
 
 #include <algorithm>
+#include <utility>
 
+#include "operations/KnownFolders.h"
 #include "operations/Maintenance.h"
 #include "operations/Sessions.h"
 #include "operations/Text.h"
@@ -58,6 +60,46 @@ void append(const Context& context, Place& place, Node node) {
     const Right inherited = place.chain.empty() ? initial : place.chain.back().right;
     node.right = rightTo(context, place.user, node, inherited);
     place.chain.push_back(std::move(node));
+}
+
+Place rootOf(const Context& context, std::int64_t user, const std::string& bucket) {
+    Place place;
+    place.user = user;
+    if (!readBucket(bucket.empty() ? context.database.query(selectOwnBucket, {place.user})
+                                   : context.database.query(selectBucketByName, {bucket}),
+                    place.bucket)) {
+        refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
+    }
+    const auto root = context.database.query(selectById, {place.bucket.root});
+    if (!root->next()) {
+        throw database::DatabaseError(database::Fault::OTHER,
+                                      "the store is damaged: a bucket has no root");
+    }
+    append(context, place, readNode(*root));
+    return place;
+}
+
+/// As far as it exists.
+Place folderAt(const Context& context, std::int64_t user, const std::string& bucket,
+               const std::vector<std::string>& names) {
+    std::string key = std::to_string(user);
+    for (const std::string& name : names) {
+        key.append(1, '/').append(name);
+    }
+    // No name has a zero in it, but the bucket that is asked for may have anything.
+    key.append(1, '\0').append(bucket);
+    KnownFolders& known = KnownFolders::on(context.database);
+    if (const Place* folder = known.find(key)) {
+        return *folder;
+    }
+    Place place = rootOf(context, user, bucket);
+    for (const std::string& name : names) {
+        enter(context, place, name);
+    }
+    if (place.exists() && place.chain.back().kind == Kind::FOLDER) {
+        known.add(std::move(key), place);
+    }
+    return place;
 }
 
 bool grow(const Context& context, std::int64_t bucket, std::int64_t growth, std::int64_t changes) {
@@ -132,22 +174,16 @@ kvxclient::Resource Place::resource() const { return resourceOf(*this, names.siz
 kvxclient::Resource Place::parentResource() const { return resourceOf(*this, names.size() - 1); }
 
 Place locate(const Context& context, const kvxclient::Resource& resource) {
-    Place place;
-    place.user = requireUser(context);
-    const std::vector<std::string> names = splitPath(resource.getPath());
+    const std::int64_t user = requireUser(context);
+    std::vector<std::string> folders = splitPath(resource.getPath());
     const std::string bucket = resource.getUTF8Bucket();
-    if (!readBucket(bucket.empty() ? context.database.query(selectOwnBucket, {place.user})
-                                   : context.database.query(selectBucketByName, {bucket}),
-                    place.bucket)) {
-        refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
-    }
-    const auto root = context.database.query(selectById, {place.bucket.root});
-    if (!root->next()) {
-        throw database::DatabaseError(database::Fault::OTHER,
-                                      "the store is damaged: a bucket has no root");
-    }
-    append(context, place, readNode(*root));
-    for (const std::string& name : names) {
+    Place place;
+    if (folders.empty()) {
+        place = rootOf(context, user, bucket);
+    } else {
+        const std::string name = std::move(folders.back());
+        folders.pop_back();
+        place = folderAt(context, user, bucket, folders);
         enter(context, place, name);
     }
     if (place.chain.back().right == Right::NONE) {

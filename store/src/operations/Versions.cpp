@@ -67,7 +67,7 @@ Content findVersion(const Context& context, const Node& file, const std::string&
 Node revise(const Context& context, const Place& place, std::int64_t size, bool createNewVersion) {
     const bool replaces = place.exists();
     Node file = replaces ? place.node(Kind::FILE, Right::WRITE) : newFile(place);
-    const bool keepsOld = createNewVersion && keepsVersions(context, place);
+    const bool keepsOld = replaces && createNewVersion && keepsVersions(context, place);
     file.seq = advance(context, file.bucket, size - (keepsOld ? 0 : file.size));
     if (replaces && !keepsOld) {
         dropVersion(context, file);
