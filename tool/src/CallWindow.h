@@ -17,7 +17,7 @@ public:
     using Completion = std::function<void(std::future<Response>&)>;
 
     /// Several times what a store commits together: while it does, the next lot gathers.
-    static constexpr std::size_t MAX_CALLS = 256;
+    static constexpr std::size_t MAX_CALLS = 1024;
     static constexpr std::size_t MAX_BYTES = std::size_t{16} << 20U;
 
     explicit CallWindow(std::size_t maxCalls = MAX_CALLS) : maxCalls_(maxCalls) {}

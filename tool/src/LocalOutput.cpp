@@ -49,12 +49,11 @@ LocalOutput::LocalOutput(Progress& progress)
 
 void LocalOutput::openTemporary(const std::filesystem::path& path) {
     static std::atomic<unsigned> counter = 0;
+    static const std::string prefix = TEMPORARY_PREFIX + std::to_string(getpid()) + "-";
     path_ = path;
     const std::lock_guard lock(temporaryFilesLock);
     do {
-        const std::string name =
-            TEMPORARY_PREFIX + std::to_string(getpid()) + "-" + std::to_string(counter++);
-        temporary_ = path.parent_path() / name;
+        temporary_ = path.parent_path() / (prefix + std::to_string(counter++));
         file_ = open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     } while (file_ < 0 && errno == EEXIST);
     if (file_ < 0) {

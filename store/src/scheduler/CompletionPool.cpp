@@ -82,13 +82,16 @@ CompletionPool::~CompletionPool() {
 }
 
 void CompletionPool::post(std::unique_ptr<Job> job, std::exception_ptr error) {
-    const std::lock_guard lock(state_->mutex);
     const auto delay = job->traits().delay;
     State::Completion completion{std::move(job), std::move(error)};
-    if (delay.count() > 0) {
-        state_->delayed.emplace(std::chrono::steady_clock::now() + delay, std::move(completion));
-    } else {
-        state_->completions.push_back(std::move(completion));
+    {
+        const std::lock_guard lock(state_->mutex);
+        if (delay.count() > 0) {
+            state_->delayed.emplace(std::chrono::steady_clock::now() + delay,
+                                    std::move(completion));
+        } else {
+            state_->completions.push_back(std::move(completion));
+        }
     }
     state_->changed.notify_one();
 }

@@ -27,6 +27,7 @@ bool JobQueue::push(std::unique_ptr<Job>& job, WhenFull whenFull) {
     }
     weight_ += job->traits().weight;
     jobs_.push_back(std::move(job));
+    lock.unlock();
     filled_.notify_one();
     return true;
 }

@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 using database::Access;
 using database::Transaction;
 
-constexpr std::size_t batchJobs = 64;
+constexpr std::size_t batchJobs = 256;
 constexpr std::size_t batchWeight = 4UL << 20U;
 constexpr auto idleTime = 50ms;
 /// How long a chore waits for an idle moment.
