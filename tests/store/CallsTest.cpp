@@ -139,6 +139,8 @@ TEST_F(CallsTest, ACallSeesWhatWasDoneJustBeforeIt) {
                  PermissionRevokeRequest({u"/p", u""}).withPermissionId(permission));
          },
          Code::RESOURCE_NOT_FOUND},
+        {"the end of the session", [&](const std::string&) { guest.client->logoutAsync({}); },
+         Code::INVALID_SESSION_ID},
     };
     for (const Change& change : changes) {
         SCOPED_TRACE(change.name);

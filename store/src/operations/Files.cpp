@@ -4,7 +4,7 @@
 #include <istream>
 #include <stdexcept>
 
-#include "operations/KnownFolders.h"
+#include "operations/LookupCache.h"
 #include "operations/Secrets.h"
 #include "operations/Summaries.h"
 #include "operations/Text.h"
@@ -70,7 +70,7 @@ kvxclient::FileWriteResponse createFile(const Context& context,
     const Node file = revise(context, place, size, request.getCreateNewVersion());
     const std::int64_t content = writeContent(context, {bytes.data(), bytes.size()});
     addVersion(context, file, {content, size, size, request.getContentType()});
-    KnownFolders::on(context.database).keep();
+    LookupCache::on(context.database).keep();
     return kvxclient::FileWriteResponse()
         .withFileSummary(summarizeFile(file))
         .withVersionId(versionIdOf(file))

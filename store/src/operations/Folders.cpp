@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "operations/KnownFolders.h"
+#include "operations/LookupCache.h"
 #include "operations/Summaries.h"
 #include "operations/Text.h"
 
@@ -42,7 +42,7 @@ kvxclient::FolderCreateResponse createFolder(const Context& context,
     folder.seq = advance(context, place.bucket.id, 0);
     folder.created = folder.modified = context.now();
     insertNode(context, folder);
-    KnownFolders::on(context.database).keep();
+    LookupCache::on(context.database).keep();
     return {};
 }
 
@@ -127,7 +127,7 @@ kvxclient::SetMetadataResponse setMetadata(const Context& context,
     context.database.execute("update nodes set client_modified = $2, seq = $3 where id = $1",
                              {node.id, time, advance(context, place.bucket.id, 0)});
     if (node.kind == Kind::FILE) {
-        KnownFolders::on(context.database).keep();
+        LookupCache::on(context.database).keep();
     }
     return {};
 }

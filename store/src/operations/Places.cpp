@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "operations/KnownFolders.h"
+#include "operations/LookupCache.h"
 #include "operations/Maintenance.h"
 #include "operations/Sessions.h"
 #include "operations/Text.h"
@@ -88,8 +88,8 @@ Place folderAt(const Context& context, std::int64_t user, const std::string& buc
     }
     // No name has a zero in it, but the bucket that is asked for may have anything.
     key.append(1, '\0').append(bucket);
-    KnownFolders& known = KnownFolders::on(context.database);
-    if (const Place* folder = known.find(key)) {
+    LookupCache& cache = LookupCache::on(context.database);
+    if (const Place* folder = cache.folder(key)) {
         return *folder;
     }
     Place place = rootOf(context, user, bucket);
@@ -97,7 +97,7 @@ Place folderAt(const Context& context, std::int64_t user, const std::string& buc
         enter(context, place, name);
     }
     if (place.exists() && place.chain.back().kind == Kind::FOLDER) {
-        known.add(std::move(key), place);
+        cache.addFolder(std::move(key), place);
     }
     return place;
 }

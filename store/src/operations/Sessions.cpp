@@ -1,11 +1,32 @@
 #include "operations/Sessions.h"
 
+#include "operations/LookupCache.h"
 #include "operations/Secrets.h"
 
 namespace storage::kvxstore::operations {
 
 using database::Blob;
 using kvxclient::KVXClientErrorCode;
+
+namespace {
+
+SessionRow findSession(const Context& context) {
+    LookupCache& cache = LookupCache::on(context.database);
+    if (const SessionRow* session = cache.session(context.sessionId)) {
+        return *session;
+    }
+    const std::string hash = hashOf(context.sessionId);
+    const auto row =
+        context.database.query("select owner, expires from sessions where hash = $1", {Blob{hash}});
+    if (!row->next()) {
+        refuse(KVXClientErrorCode::INVALID_SESSION_ID);
+    }
+    const SessionRow session{row->integer(0), row->integer(1)};
+    cache.addSession(context.sessionId, session);
+    return session;
+}
+
+}  // namespace
 
 kvxclient::LoginResponse login(const Context& context, const kvxclient::LoginRequest& request) {
     const std::string tokenHash = hashOf(request.getToken());
@@ -36,16 +57,11 @@ std::int64_t requireUser(const Context& context) {
     if (context.sessionId.empty()) {
         refuse(KVXClientErrorCode::UNAUTHORIZED);
     }
-    const std::string hash = hashOf(context.sessionId);
-    const auto session =
-        context.database.query("select owner, expires from sessions where hash = $1", {Blob{hash}});
-    if (!session->next()) {
-        refuse(KVXClientErrorCode::INVALID_SESSION_ID);
-    }
-    if (session->integer(1) <= context.now()) {
+    const SessionRow session = findSession(context);
+    if (session.expires <= context.now()) {
         refuse(KVXClientErrorCode::SESSION_EXPIRED);
     }
-    return session->integer(0);
+    return session.owner;
 }
 
 }  // namespace storage::kvxstore::operations

@@ -1,0 +1,62 @@
+#include "operations/LookupCache.h"
+
+#include <utility>
+
+namespace storage::kvxstore::operations {
+
+namespace {
+
+constexpr std::size_t mostEntries = 1024;
+
+template <class Map>
+const typename Map::mapped_type* find(const Map& map, const std::string& key) {
+    const auto found = map.find(key);
+    return found == map.end() ? nullptr : &found->second;
+}
+
+template <class Map, class Entry>
+void add(Map& map, std::string key, const Entry& entry) {
+    if (map.size() >= mostEntries) {
+        map.clear();
+    }
+    map.emplace(std::move(key), entry);
+}
+
+}  // namespace
+
+LookupCache& LookupCache::on(database::Connection& connection) {
+    std::any& attachment = connection.attachment();
+    if (!attachment.has_value()) {
+        attachment.emplace<LookupCache>(connection);
+    }
+    return *std::any_cast<LookupCache>(&attachment);
+}
+
+const SessionRow* LookupCache::session(const std::string& id) {
+    forgetWhatMayHaveChanged();
+    return find(sessions_, id);
+}
+
+const Place* LookupCache::folder(const std::string& key) {
+    forgetWhatMayHaveChanged();
+    return find(folders_, key);
+}
+
+void LookupCache::addSession(const std::string& id, const SessionRow& session) {
+    add(sessions_, id, session);
+}
+
+void LookupCache::addFolder(std::string key, const Place& folder) {
+    add(folders_, std::move(key), folder);
+}
+
+void LookupCache::forgetWhatMayHaveChanged() {
+    const database::DataVersion version = connection_.version();
+    if (version != version_) {
+        sessions_.clear();
+        folders_.clear();
+        version_ = version;
+    }
+}
+
+}  // namespace storage::kvxstore::operations
