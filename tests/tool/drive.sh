@@ -557,6 +557,7 @@ help() {
     page=$(kvx manual)
     while read -r command; do
         [[ $(kvx "$command" --help) =~ $'\n'(Examples|Subcommands):$'\n  ' ]] || fail "$command has no example"
+        [[ $(kvx "$command" --help) == *$'\nGlobal options:\n  --store'* ]] || fail "$command hides --store"
         [[ $page == *".SS \"kvx $command"* ]] || fail "$command is not in the manual page"
     done < <(kvx complete 'kvx ' | cut -f 1)
     kvx init -q
