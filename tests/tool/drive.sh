@@ -203,7 +203,8 @@ refused() {
 3|kvx: put: /none: no such folder, and several sources need one|put file none :/none
 3|kvx: ls: nobody:/: no such file or folder|ls nobody:/
 3|kvx: mkdir: /none/x: no such folder to hold it|mkdir /none/x
-3|kvx: get: none/file: no such file or folder|get :/file none/
+3|kvx: get: none: no such folder|get :/file none/
+3|kvx: get: none: no such folder|get -r :/folder none/x
 4|kvx: put: /a//b: the path breaks the rules for names|put file :/a//b
 4|kvx: mkdir: /folder/..: the path breaks the rules for names|mkdir /folder/..
 4|kvx: rm: /: the root of a bucket cannot be removed|rm -r /

@@ -100,6 +100,9 @@ void Download::createFolder(const Folder& folder) {
         return;
     }
     const int error = errno;
+    if (error == ENOENT) {
+        throw Failure(ExitCode::NOT_FOUND, folder.target.parent_path().string(), "no such folder");
+    }
     // Below the top a link is in the way: it could lead anywhere.
     const fs::file_status status =
         folder.top ? fs::status(folder.target) : fs::symlink_status(folder.target);
