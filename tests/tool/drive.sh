@@ -201,7 +201,9 @@ refused() {
 3|kvx: put: /none/file: no such folder to hold it|put file :/none/
 3|kvx: put: none: no such file or folder|put none :/
 3|kvx: put: /none: no such folder, and several sources need one|put file none :/none
-3|kvx: ls: nobody:/: no such file or folder|ls nobody:/
+3|kvx: ls: none:/: there is no such bucket, or it is not shared with you|ls none:/
+3|kvx: mkdir: none:/x: there is no such bucket, or it is not shared with you|mkdir -p none:/x
+3|kvx: cp: none:/a/b: there is no such bucket, or it is not shared with you|cp /file none:/a/b
 3|kvx: mkdir: /none/x: no such folder to hold it|mkdir /none/x
 3|kvx: get: none: no such folder|get :/file none/
 3|kvx: get: none: no such folder|get -r :/folder none/x
@@ -364,12 +366,12 @@ sharing() {
 0||as bob shared $id plans --copy-to /copied; [[ $(as bob ls -R) == *2026* ]]
 0||as bob accept $id; [[ $(<output) == ada:/docs && $(as bob cat ada:/docs/file) == text ]]
 4|kvx: mkdir: ada:/docs/new: permission denied|as bob mkdir ada:/docs/new; as bob decline $id
-3|kvx: ls: ada:/docs: no such file or folder|as bob ls ada:/docs
+3|kvx: ls: ada:/docs: there is no such bucket, or it is not shared with you|as bob ls ada:/docs
 0||as eve accept $open && as eve mkdir ada:/docs/plans/new
 0||as eve invitations --received; [[ $(<output) == *ACCEPTED*READ_WRITE*ada*eve*ada:/docs/plans ]]
 0||kvx invitations --sent --json; [[ $(grep -c '"from":"ada"' output) == 3 ]]
 4|kvx: uninvite: '"$open"': permission denied|as eve uninvite $open; kvx uninvite $open
-3|kvx: ls: ada:/docs/plans: no such file or folder|as eve ls ada:/docs/plans
+3|kvx: ls: ada:/docs/plans: there is no such bucket, or it is not shared with you|as eve ls ada:/docs/plans
 3|kvx: grant: mallory: there is no such user|kvx grant mallory /docs
 0||kvx grant eve /docs --write; as eve mkdir ada:/docs/eve && [[ $(kvx grants /docs) == 'eve  READ_WRITE  ACTIVE' ]] && kvx revoke eve /docs
 3|kvx: revoke: eve: nothing is granted on /docs|kvx revoke eve /docs

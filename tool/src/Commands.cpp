@@ -6,10 +6,29 @@
 #include <vector>
 
 #include "Json.h"
+#include "RemoteTree.h"
 #include "Terminal.h"
 #include "Text.h"
 
 namespace storage::kvxtool {
+namespace {
+
+/// Of what is not found in another bucket, says when that is because there is no such bucket.
+Failure explained(const kvxclient::FileAccess& files, const Failure& failure) {
+    const std::string& subject = failure.subject();
+    if (failure.code() != ExitCode::NOT_FOUND || !RemoteName::isRemote(subject)) {
+        return failure;
+    }
+    try {
+        requireBucket(files, RemoteName::parse(subject));
+    } catch (const Failure& better) {
+        return better.code() == ExitCode::NOT_FOUND ? better : failure;
+    } catch (const kvxclient::KVXClientException&) {
+    }
+    return failure;
+}
+
+}  // namespace
 
 void Invocation::report(const char* action, const RemoteName& name,
                         const std::optional<RemoteName>& target) const {
@@ -28,7 +47,10 @@ void Invocation::report(const char* action, const RemoteName& name,
 void Invocation::runInSession(std::function<void(const Session&, Diagnostics&)> action) {
     run = [action = std::move(action)](const StoreLocation& location, Diagnostics& diagnostics) {
         const Session session(location);
-        action(session, diagnostics);
+        diagnostics.explainWith(
+            [&](const Failure& failure) { return explained(session.files(), failure); });
+        diagnostics.guard("", [&] { action(session, diagnostics); });
+        diagnostics.explainWith({});
     };
 }
 

@@ -6,7 +6,8 @@
 
 namespace storage::kvxtool {
 
-void Diagnostics::fail(const Failure& failure) {
+void Diagnostics::fail(const Failure& reported) {
+    const Failure failure = explain_ ? explain_(reported) : reported;
     // Who closed the pipe has seen enough, and wants no message.
     if (failure.code() != ExitCode::READER_GONE) {
         print(failure.subject(), failure.what());

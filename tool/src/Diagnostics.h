@@ -1,6 +1,7 @@
 #pragma once
 
 #include <exception>
+#include <functional>
 #include <string>
 
 #include "Failure.h"
@@ -15,9 +16,15 @@ public:
     Diagnostics(std::string command, bool quiet)
         : command_(std::move(command)), progress_(!quiet) {}
 
+    /// Has `explain` look at each failure before it is reported; it may return a better one. An
+    /// empty one ends that.
+    void explainWith(std::function<Failure(const Failure&)> explain) {
+        explain_ = std::move(explain);
+    }
+
     /// Reports a failure and remembers its exit code: the code of all failures when they agree,
     /// else ExitCode::FAILED.
-    void fail(const Failure& failure);
+    void fail(const Failure& reported);
 
     /// Reports what is worth knowing and no failure.
     void warn(const std::string& subject, const std::string& text);
@@ -47,6 +54,7 @@ private:
 
     std::string command_;
     Progress progress_;
+    std::function<Failure(const Failure&)> explain_;
     ExitCode exitCode_ = ExitCode::OK;
     std::size_t failures_ = 0;
 };

@@ -82,6 +82,17 @@ void requireFolder(const FileAccess& files, const RemoteName& name) {
     }
 }
 
+void requireBucket(const FileAccess& files, RemoteName name) {
+    const std::string text = name.text();
+    while (!findEntry(files, name)) {
+        if (name.isRoot()) {
+            throw Failure(ExitCode::NOT_FOUND, text,
+                          "there is no such bucket, or it is not shared with you");
+        }
+        name = name.parent();
+    }
+}
+
 bool createFolder(const FileAccess& files, const RemoteName& name) {
     try {
         files.createFolder({name.resource()});
@@ -162,6 +173,9 @@ void walkFolders(const FileAccess& files, Diagnostics& diagnostics, const Remote
 RemoteTarget::RemoteTarget(const FileAccess& files, const RemoteName& target, bool severalSources)
     : target_(target), folder_(target.hasTrailingSlash()) {
     const std::optional<RemoteEntry> entry = findEntry(files, target);
+    if (!entry) {
+        requireBucket(files, target);
+    }
     folder_ = folder_ || (entry && entry->folder);
     if (severalSources && !(entry && entry->folder)) {
         throw Failure(entry ? ExitCode::CONFLICT : ExitCode::NOT_FOUND, target.text(),
