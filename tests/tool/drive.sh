@@ -188,7 +188,7 @@ refused() {
     local code errors command before
     mkdir -p folder/file
     echo file >file
-    kvx init -q
+    kvx init -q --user ada
     kvx mkdir -p /folder/full
     kvx put file :/
     kvx put file :/folder/
@@ -219,6 +219,8 @@ refused() {
 5|kvx: mkdir: /file: it exists already|mkdir /file
 5|kvx: mkdir: /file: it is a file, not a folder|mkdir -p /file/x
 5|kvx: mv: /folder: it cannot go into itself|mv /folder /folder/full
+5|kvx: mv: /folder: it cannot go into itself|mv /folder ada:/folder/full
+5|kvx: cp: ada:/file: source and target are the same|cp -f ada:/file /
 5|kvx: mv: /file: it exists already, and only a file can replace a file|mv -f /folder /file
 5|kvx: put: /file: it is a file, and several sources need a folder|put file folder :/file
 5|kvx: put: file: another source has this name|put file file :/folder

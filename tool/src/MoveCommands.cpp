@@ -17,6 +17,23 @@ struct MoveOptions {
     bool keepExisting = false;
 };
 
+/// The name by which two names of one place are equal.
+RemoteName plainName(const FileAccess& files, const RemoteName& name) {
+    return isOwnBucket(files, name.resource().getBucket()) ? name.inOwnBucket() : name;
+}
+
+/// Throws Failure where a source would go onto or into itself.
+void requireElsewhere(const FileAccess& files, const RemoteName& source, const RemoteName& target) {
+    const RemoteName from = plainName(files, source);
+    const RemoteName to = plainName(files, target);
+    if (to == from) {
+        throw Failure(ExitCode::CONFLICT, source.text(), "source and target are the same");
+    }
+    if (to.isBelow(from)) {
+        throw Failure(ExitCode::CONFLICT, source.text(), "it cannot go into itself");
+    }
+}
+
 void moveOne(const FileAccess& files, const RemoteName& source, const RemoteTarget& into,
              const MoveOptions& options, const Invocation& invocation) {
     const RemoteEntry entry = readEntry(files, source);
@@ -25,12 +42,7 @@ void moveOne(const FileAccess& files, const RemoteName& source, const RemoteTarg
                       "it is a folder: -r copies it with all it has");
     }
     const RemoteName target = into.nameFor(source.name());
-    if (target == source) {
-        throw Failure(ExitCode::CONFLICT, source.text(), "source and target are the same");
-    }
-    if (target.isBelow(source)) {
-        throw Failure(ExitCode::CONFLICT, source.text(), "it cannot go into itself");
-    }
+    requireElsewhere(files, source, target);
     if (const std::optional<RemoteEntry> existing = findEntry(files, target)) {
         if (options.keepExisting) {
             return;

@@ -93,6 +93,25 @@ void requireBucket(const FileAccess& files, RemoteName name) {
     }
 }
 
+// The same root was made at the same moment.
+bool isOwnBucket(const FileAccess& files, const std::u16string& bucket) {
+    const auto root = [&](const std::u16string& name) {
+        return files.readFileAttributes({kvxclient::Resource(u"/", name)}).getFileAttributes();
+    };
+    try {
+        const kvxclient::FileAttributes attributes = root(bucket);
+        return attributes.getAccessType() == kvxclient::AccessType::OWNER &&
+               attributes.getCreated() == root(u"").getCreated();
+    } catch (const kvxclient::KVXClientException& error) {
+        // Of a bucket with a shared folder the caller may not see the root.
+        if (error.getErrorCode() != kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND &&
+            error.getErrorCode() != kvxclient::KVXClientErrorCode::UNAUTHORIZED) {
+            throw;
+        }
+        return false;
+    }
+}
+
 bool createFolder(const FileAccess& files, const RemoteName& name) {
     try {
         files.createFolder({name.resource()});

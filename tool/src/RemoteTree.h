@@ -42,6 +42,9 @@ void requireFolder(const kvxclient::FileAccess& files, const RemoteName& name);
 /// missing is the bucket then.
 void requireBucket(const kvxclient::FileAccess& files, RemoteName name);
 
+/// Whether a bucket is the one that a name without a bucket means.
+bool isOwnBucket(const kvxclient::FileAccess& files, const std::u16string& bucket);
+
 /// Creates a folder. Returns false when something of its name is there.
 bool createFolder(const kvxclient::FileAccess& files, const RemoteName& name);
 /// Creates a folder and those above it, where they are missing, and calls `created` for each.
