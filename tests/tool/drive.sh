@@ -469,6 +469,11 @@ interrupted() {
     until compgen -G 'target/.kvx-*' >/dev/null; do kill -0 $! || fail 'ended before its time'; done
     stop INT 130 'kvx: get: interrupted: 0 of 1 file was fetched, 0 bytes'
     [[ $(ls -A target) == $'a-file\npipe' ]] || fail "left behind: $(ls -A target)"
+    mkfifo out
+    exec 4<>out
+    interruptible cat /a-file /large >out 2>errors &
+    read -r -u 4 _
+    stop INT 130 'kvx: cat: interrupted: 1 of 2 names were done'
     kvx rm /large
 
     exec 3<>in

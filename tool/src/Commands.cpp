@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "Interruption.h"
 #include "Json.h"
 #include "RemoteTree.h"
 #include "Terminal.h"
@@ -77,6 +78,25 @@ std::u16string utf16Argument(const std::string& argument) {
     return std::move(*result);
 }
 
+void forEachName(const std::vector<std::string>& names, Diagnostics& diagnostics,
+                 const std::function<void(const std::string&)>& action) {
+    std::optional<Interruption> interruption;
+    if (names.size() > 1) {  // A single one ends at once.
+        interruption.emplace();
+    }
+    std::size_t done = 0;
+    try {
+        for (const std::string& name : names) {
+            Interruption::check();
+            done += diagnostics.guard(name, [&] { action(name); }) ? 1 : 0;
+        }
+    } catch (const Interrupted&) {
+        diagnostics.warn("interrupted", std::to_string(done) + " of " +
+                                            std::to_string(names.size()) + " names were done");
+        throw;
+    }
+}
+
 CLI::App* addForEachName(CLI::App& program, Invocation& invocation, const std::string& name,
                          const std::string& description, NameAction action) {
     auto names = std::make_shared<std::vector<std::string>>();
@@ -84,10 +104,9 @@ CLI::App* addForEachName(CLI::App& program, Invocation& invocation, const std::s
     command->add_option("REMOTE", *names, "Names in the store")->type_name("")->required();
     command->callback([names, action = std::move(action), &invocation] {
         invocation.runInSession([names, action](const Session& session, Diagnostics& diagnostics) {
-            for (const std::string& argument : *names) {
-                diagnostics.guard(
-                    argument, [&] { action(session, diagnostics, RemoteName::parse(argument)); });
-            }
+            forEachName(*names, diagnostics, [&](const std::string& argument) {
+                action(session, diagnostics, RemoteName::parse(argument));
+            });
         });
     });
     return command;

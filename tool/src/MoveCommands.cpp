@@ -66,11 +66,10 @@ void moveAll(const FileAccess& files, Diagnostics& diagnostics, const MoveOption
     const RemoteName name = RemoteName::parse(options.names.back());
     diagnostics.guard(name.text(), [&] {
         const RemoteTarget target(files, name, options.names.size() > 2);
-        for (std::size_t i = 0; i + 1 < options.names.size(); ++i) {
-            diagnostics.guard(options.names[i], [&] {
-                moveOne(files, RemoteName::parse(options.names[i]), target, options, invocation);
-            });
-        }
+        const std::vector<std::string> sources(options.names.begin(), options.names.end() - 1);
+        forEachName(sources, diagnostics, [&](const std::string& source) {
+            moveOne(files, RemoteName::parse(source), target, options, invocation);
+        });
     });
 }
 
