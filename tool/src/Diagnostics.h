@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <functional>
+#include <set>
 #include <string>
 
 #include "Failure.h"
@@ -25,6 +26,10 @@ public:
     /// Reports a failure and remembers its exit code: the code of all failures when they agree,
     /// else ExitCode::FAILED.
     void fail(const Failure& reported);
+
+    /// Begins work that is done again and again: from here on a failure that the last pass had too
+    /// counts, but is not printed again.
+    void beginPass();
 
     /// Reports what is worth knowing and no failure.
     void warn(const std::string& subject, const std::string& text);
@@ -57,6 +62,9 @@ private:
     std::function<Failure(const Failure&)> explain_;
     ExitCode exitCode_ = ExitCode::OK;
     std::size_t failures_ = 0;
+    bool inPasses_ = false;
+    std::set<std::string> told_;  // In this pass.
+    std::set<std::string> toldBefore_;
 };
 
 }  // namespace storage::kvxtool
