@@ -182,6 +182,12 @@ TABLE
     chmod 600 got
     kvx get :/folder/other link
     [[ -L link && $(<got) == other && $(stat -c %a got) == 600 ]]
+    mkdir to
+    ln -s ../down/sub to/sub
+    ln -sf ../../file down/sub/deep
+    expect 5 'kvx: get: to/sub: a symbolic link is in the way' kvx get -r :/tree/sub/ to/
+    expect 5 'kvx: get: down/sub/deep: a symbolic link is in the way' kvx get -r :/tree/sub down
+    [[ $(<file) == file ]]
 }
 
 refused() {
