@@ -380,6 +380,7 @@ sharing() {
 0||kvx invitations --sent --json; [[ $(grep -c '"from":"ada"' output) == 3 ]]
 4|kvx: uninvite: '"$open"': permission denied|as eve uninvite $open; kvx uninvite $open
 3|kvx: ls: ada:/docs/plans: there is no such bucket, or it is not shared with you|as eve ls ada:/docs/plans
+0|kvx: invite: mallory: nobody has this name or mail address yet|kvx invite /docs --to mallory
 3|kvx: grant: mallory: there is no such user|kvx grant mallory /docs
 0||kvx grant eve /docs --write; as eve mkdir ada:/docs/eve && [[ $(kvx grants /docs) == 'eve  READ_WRITE  ACTIVE' ]] && kvx revoke eve /docs
 3|kvx: revoke: eve: nothing is granted on /docs|kvx revoke eve /docs
