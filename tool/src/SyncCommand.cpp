@@ -125,6 +125,7 @@ void addSync(CLI::App& program, Invocation& invocation) {
         "  kvx sync -n --delete team:/docs ./docs\n"
         "  kvx sync --watch ./notes :/notes");
     command->callback([options, watching, &invocation] {
+        options->verbose = invocation.verbose && !invocation.quiet;
         const SyncReport::Lines lines = summaryLinesFor(invocation, options->dryRun);
         invocation.runInSession(
             [options, watching, lines](const Session& session, Diagnostics& diagnostics) {
