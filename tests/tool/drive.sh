@@ -238,6 +238,7 @@ refused() {
 2|kvx: put: -: standard input needs the name of a file to go to|put - :/folder
 TABLE
     expect 2 $'kvx: nonsense: there is no such command\nTry: kvx --help' kvx nonsense
+    expect 2 $'kvx: get: a source and a target are needed\nTry: kvx get --help' kvx get :/file
     expect 2 $'kvx: rm: The following argument was not expected: -x\nTry: kvx rm --help' kvx rm -x /file
     # One failure does not stop the others; failures of different kinds have a code of their own.
     expect 3 'kvx: cat: /none: no such file or folder' kvx cat /none /file

@@ -62,9 +62,12 @@ std::string usageError(const CLI::App* program, const CLI::Error& error) {
     const bool needsCommand = !parsedCommands(*program).back()->get_subcommands({}).empty();
     std::string reason = error.what();
     if (needsCommand && !unexpected.empty()) {
-        reason = unexpected.front() + ": there is no such command";
+        const char* kind = unexpected.front().starts_with('-') ? "option" : "command";
+        reason = unexpected.front() + ": there is no such " + kind;
     } else if (needsCommand && error.get_name() == "RequiredError") {
         reason = "a command is needed";
+    } else if (reason.find("At least 2 required") != std::string::npos) {
+        reason = "a source and a target are needed";
     }
     const std::string command = commandName(*program);
     return "kvx:" + (command.empty() ? "" : " " + command + ":") + " " + escaped(reason) + "\n" +
