@@ -22,11 +22,12 @@ Failure explained(const kvxclient::FileAccess& files, const Failure& failure) {
     }
     try {
         requireBucket(files, RemoteName::parse(subject));
+        return failure;
     } catch (const Failure& better) {
         return better.code() == ExitCode::NOT_FOUND ? better : failure;
-    } catch (const kvxclient::KVXClientException&) {
+    } catch (const std::exception&) {
+        return failure;  // What cannot be looked up stays unexplained.
     }
-    return failure;
 }
 
 }  // namespace
