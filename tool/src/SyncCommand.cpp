@@ -1,4 +1,5 @@
 #include <chrono>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <thread>
@@ -36,7 +37,7 @@ void followLocal(Sync& sync, Diagnostics& diagnostics, std::chrono::milliseconds
     bool warned = false;
     while (std::cout.flush()) {
         LocalWatch watch(sync.local());
-        if (!watch.isComplete() && !warned) {
+        if (!watch.isComplete() && !warned && std::filesystem::exists(sync.local())) {
             warned = true;
             diagnostics.warn(sync.local().string(),
                              "not every folder can be watched: compared again at each interval");
