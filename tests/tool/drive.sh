@@ -182,13 +182,19 @@ TABLE
     chmod 600 got
     kvx get :/folder/other link
     [[ -L link && $(<got) == other && $(stat -c %a got) == 600 ]]
+    mkdir to
+    ln -s ../down/sub to/sub
+    ln -sf ../../file down/sub/deep
+    expect 5 'kvx: get: to/sub: a symbolic link is in the way' kvx get -r :/tree/sub/ to/
+    expect 5 'kvx: get: down/sub/deep: a symbolic link is in the way' kvx get -r :/tree/sub down
+    [[ $(<file) == file ]]
 }
 
 refused() {
     local code errors command before
     mkdir -p folder/file
     echo file >file
-    kvx init -q
+    kvx init -q --user ada
     kvx mkdir -p /folder/full
     kvx put file :/
     kvx put file :/folder/
@@ -201,9 +207,12 @@ refused() {
 3|kvx: put: /none/file: no such folder to hold it|put file :/none/
 3|kvx: put: none: no such file or folder|put none :/
 3|kvx: put: /none: no such folder, and several sources need one|put file none :/none
-3|kvx: ls: nobody:/: no such file or folder|ls nobody:/
+3|kvx: ls: none:/: there is no such bucket, or it is not shared with you|ls none:/
+3|kvx: mkdir: none:/x: there is no such bucket, or it is not shared with you|mkdir -p none:/x
+3|kvx: cp: none:/a/b: there is no such bucket, or it is not shared with you|cp /file none:/a/b
 3|kvx: mkdir: /none/x: no such folder to hold it|mkdir /none/x
-3|kvx: get: none/file: no such file or folder|get :/file none/
+3|kvx: get: none: no such folder|get :/file none/
+3|kvx: get: none: no such folder|get -r :/folder none/x
 4|kvx: put: /a//b: the path breaks the rules for names|put file :/a//b
 4|kvx: mkdir: /folder/..: the path breaks the rules for names|mkdir /folder/..
 4|kvx: rm: /: the root of a bucket cannot be removed|rm -r /
@@ -216,6 +225,8 @@ refused() {
 5|kvx: mkdir: /file: it exists already|mkdir /file
 5|kvx: mkdir: /file: it is a file, not a folder|mkdir -p /file/x
 5|kvx: mv: /folder: it cannot go into itself|mv /folder /folder/full
+5|kvx: mv: /folder: it cannot go into itself|mv /folder ada:/folder/full
+5|kvx: cp: ada:/file: source and target are the same|cp -f ada:/file /
 5|kvx: mv: /file: it exists already, and only a file can replace a file|mv -f /folder /file
 5|kvx: put: /file: it is a file, and several sources need a folder|put file folder :/file
 5|kvx: put: file: another source has this name|put file file :/folder
@@ -227,6 +238,7 @@ refused() {
 2|kvx: put: -: standard input needs the name of a file to go to|put - :/folder
 TABLE
     expect 2 $'kvx: nonsense: there is no such command\nTry: kvx --help' kvx nonsense
+    expect 2 $'kvx: get: a source and a target are needed\nTry: kvx get --help' kvx get :/file
     expect 2 $'kvx: rm: The following argument was not expected: -x\nTry: kvx rm --help' kvx rm -x /file
     # One failure does not stop the others; failures of different kinds have a code of their own.
     expect 3 'kvx: cat: /none: no such file or folder' kvx cat /none /file
@@ -363,12 +375,13 @@ sharing() {
 0||as bob shared $id plans --copy-to /copied; [[ $(as bob ls -R) == *2026* ]]
 0||as bob accept $id; [[ $(<output) == ada:/docs && $(as bob cat ada:/docs/file) == text ]]
 4|kvx: mkdir: ada:/docs/new: permission denied|as bob mkdir ada:/docs/new; as bob decline $id
-3|kvx: ls: ada:/docs: no such file or folder|as bob ls ada:/docs
+3|kvx: ls: ada:/docs: there is no such bucket, or it is not shared with you|as bob ls ada:/docs
 0||as eve accept $open && as eve mkdir ada:/docs/plans/new
 0||as eve invitations --received; [[ $(<output) == *ACCEPTED*READ_WRITE*ada*eve*ada:/docs/plans ]]
 0||kvx invitations --sent --json; [[ $(grep -c '"from":"ada"' output) == 3 ]]
 4|kvx: uninvite: '"$open"': permission denied|as eve uninvite $open; kvx uninvite $open
-3|kvx: ls: ada:/docs/plans: no such file or folder|as eve ls ada:/docs/plans
+3|kvx: ls: ada:/docs/plans: there is no such bucket, or it is not shared with you|as eve ls ada:/docs/plans
+0|kvx: invite: mallory: nobody has this name or mail address yet|kvx invite /docs --to mallory
 3|kvx: grant: mallory: there is no such user|kvx grant mallory /docs
 0||kvx grant eve /docs --write; as eve mkdir ada:/docs/eve && [[ $(kvx grants /docs) == 'eve  READ_WRITE  ACTIVE' ]] && kvx revoke eve /docs
 3|kvx: revoke: eve: nothing is granted on /docs|kvx revoke eve /docs
@@ -464,6 +477,11 @@ interrupted() {
     until compgen -G 'target/.kvx-*' >/dev/null; do kill -0 $! || fail 'ended before its time'; done
     stop INT 130 'kvx: get: interrupted: 0 of 1 file was fetched, 0 bytes'
     [[ $(ls -A target) == $'a-file\npipe' ]] || fail "left behind: $(ls -A target)"
+    mkfifo out
+    exec 4<>out
+    interruptible cat /a-file /large >out 2>errors &
+    read -r -u 4 _
+    stop INT 130 'kvx: cat: interrupted: 1 of 2 names were done'
     kvx rm /large
 
     exec 3<>in
@@ -557,14 +575,15 @@ help() {
     page=$(kvx manual)
     while read -r command; do
         [[ $(kvx "$command" --help) =~ $'\n'(Examples|Subcommands):$'\n  ' ]] || fail "$command has no example"
+        [[ $(kvx "$command" --help) == *$'\nGlobal options:\n  --store'* ]] || fail "$command hides --store"
         [[ $page == *".SS \"kvx $command"* ]] || fail "$command is not in the manual page"
     done < <(kvx complete 'kvx ' | cut -f 1)
-    kvx init -q
-    kvx mkdir -p '/docs/two words' /docs/a:b/c
+    kvx init -q --user team
+    kvx mkdir -p '/docs/two words' /docs/a:b/c '/cash/$ 5'
     printf '' | kvx put - :/docs/.hid
     compopt() { echo -n "$* "; }
     eval "$(kvx completion bash)"
-    COMP_WORDBREAKS=$' \t\n"\'@><=;|&(:'
+    COMP_WORDS=(x) COMP_CWORD=0 COMP_WORDBREAKS=$' \t\n"\'@><=;|&(:'
     while IFS='|' read -r line names; do
         COMP_LINE="$line and more" COMP_POINT=${#line}
         [[ $(_kvx kvx; echo "${COMPREPLY[*]}") == "$names" ]] ||
@@ -574,13 +593,15 @@ kvx --store none.db -q sta|stat statistics
 kvx rm --rec|--recursive
 kvx ls --color=a|auto always
 kvx find --type |f d
-kvx ls |-o filenames -o nospace :/
-kvx ls :|-o filenames -o nospace /
-kvx ls -la :/do|-o filenames -o nospace /docs/
-kvx put none ":/do|-o filenames -o nospace :/docs/
-kvx ls /docs/two\ w|-o filenames -o nospace /docs/two words/
-kvx ls :/docs/a:|-o filenames -o nospace b/
-kvx ls :/docs/a\:b/|-o filenames -o nospace /docs/a:b/c/
+kvx ls |-o nospace -o filenames :/
+kvx ls :|-o nospace -o filenames /
+kvx ls te|-o nospace team:
+kvx ls /cash/|-o nospace /cash/\$\ 5/
+kvx ls -la :/do|-o nospace -o filenames /docs/
+kvx put none ":/do|-o nospace -o filenames :/docs/
+kvx ls /docs/two\ w|-o nospace -o filenames /docs/two words/
+kvx ls :/docs/a:|-o nospace -o filenames b/
+kvx ls :/docs/a\:b/|-o nospace -o filenames /docs/a:b/c/
 kvx cat /docs/.h|-o filenames /docs/.hid
 kvx ls --store none.db /do|
 kvx put lo|-o bashdefault -o default 
@@ -662,6 +683,8 @@ sync() {
     done
     kvx sync -v --checksum up :/new/target >done
     [[ $(sort done) == $'2 files sent, 0 deleted, 6 unchanged\nput -dash\nput large' ]] || fail "$(<done)"
+    touch up/.kvx-1-2
+    expect 0 'kvx: sync: up/.kvx-1-2: left out: a temporary file of a download' kvx sync -v up :/new/target
     touch $'up/bad\xff' up/good
     expect 4 'kvx: sync: up/bad\xff: the name is not valid UTF-8' kvx sync --json up :/new/target
     [[ $(<output) == '{"action":"put","path":"good","size":0}'*'"failed":1,"dryRun":false}' ]] || fail "$(<output)"
@@ -696,7 +719,8 @@ watch() {
     [[ $seen == $'ada:/a/\nada:/a/b/\nwatermark '* ]] || fail "seen: $seen"
     "$program" sync --delete --watch --interval 0.1 :/a down >/dev/null &
     mkdir up
-    "$program" sync --delete --watch up :/a >/dev/null &
+    touch $'up/bad\xff'
+    "$program" sync --delete --watch up :/a 2>told >/dev/null &
     mkdir -p up/new/sub
     until [[ -d down/new/sub ]]; do sleep 0.1; done
     echo first >up/new/sub/f
@@ -706,6 +730,7 @@ watch() {
     until [[ -s seen ]]; do echo >>up/moved/f && sleep 0.3; done
     stop INT 130 ''
     [[ $(head -n 1 seen) == ada:/a/moved/f ]]
+    [[ $(<told) == 'kvx: sync: up/bad\xff: the name is not valid UTF-8' ]] || fail "again: $(<told)"
 }
 
 "$2"

@@ -2,13 +2,10 @@
 
 #include <algorithm>
 
-#include "storage/kvxclient/KVXClientException.h"
+#include "RemoteTree.h"
 
 namespace storage::kvxtool {
 namespace {
-
-using kvxclient::FileAttributes;
-using kvxclient::Resource;
 
 /// Whether a path is a folder's or below it.
 bool isWithin(const std::u16string& path, const std::u16string& folder) {
@@ -49,28 +46,13 @@ bool ChangeFeed::isWanted(const Change& change) {
 }
 
 /// The list gives every bucket by its name, and the caller's own one may have been asked for
-/// without it. The same root was made at the same moment.
+/// without it.
 bool ChangeFeed::isOwn(const std::u16string& bucket) {
     const auto known = ownBuckets_.find(bucket);
     if (known != ownBuckets_.end()) {
         return known->second;
     }
-    const auto root = [this](const std::u16string& name) {
-        return session_.files().readFileAttributes({Resource(u"/", name)}).getFileAttributes();
-    };
-    bool own = false;
-    try {
-        const FileAttributes attributes = root(bucket);
-        own = attributes.getAccessType() == kvxclient::AccessType::OWNER &&
-              attributes.getCreated() == root(u"").getCreated();
-    } catch (const kvxclient::KVXClientException& error) {
-        // Of a bucket with a shared folder the caller may not see the root.
-        if (error.getErrorCode() != kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND &&
-            error.getErrorCode() != kvxclient::KVXClientErrorCode::UNAUTHORIZED) {
-            throw;
-        }
-    }
-    return ownBuckets_[bucket] = own;
+    return ownBuckets_[bucket] = isOwnBucket(session_.files(), bucket);
 }
 
 }  // namespace storage::kvxtool

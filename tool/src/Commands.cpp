@@ -5,11 +5,32 @@
 #include <utility>
 #include <vector>
 
+#include "Interruption.h"
 #include "Json.h"
+#include "RemoteTree.h"
 #include "Terminal.h"
 #include "Text.h"
 
 namespace storage::kvxtool {
+namespace {
+
+/// Of what is not found in another bucket, says when that is because there is no such bucket.
+Failure explained(const kvxclient::FileAccess& files, const Failure& failure) {
+    const std::string& subject = failure.subject();
+    if (failure.code() != ExitCode::NOT_FOUND || !RemoteName::isRemote(subject)) {
+        return failure;
+    }
+    try {
+        requireBucket(files, RemoteName::parse(subject));
+        return failure;
+    } catch (const Failure& better) {
+        return better.code() == ExitCode::NOT_FOUND ? better : failure;
+    } catch (const std::exception&) {
+        return failure;  // What cannot be looked up stays unexplained.
+    }
+}
+
+}  // namespace
 
 void Invocation::report(const char* action, const RemoteName& name,
                         const std::optional<RemoteName>& target) const {
@@ -28,7 +49,10 @@ void Invocation::report(const char* action, const RemoteName& name,
 void Invocation::runInSession(std::function<void(const Session&, Diagnostics&)> action) {
     run = [action = std::move(action)](const StoreLocation& location, Diagnostics& diagnostics) {
         const Session session(location);
-        action(session, diagnostics);
+        diagnostics.explainWith(
+            [&](const Failure& failure) { return explained(session.files(), failure); });
+        diagnostics.guard("", [&] { action(session, diagnostics); });
+        diagnostics.explainWith({});
     };
 }
 
@@ -55,6 +79,25 @@ std::u16string utf16Argument(const std::string& argument) {
     return std::move(*result);
 }
 
+void forEachName(const std::vector<std::string>& names, Diagnostics& diagnostics,
+                 const std::function<void(const std::string&)>& action) {
+    std::optional<Interruption> interruption;
+    if (names.size() > 1) {  // A single one ends at once.
+        interruption.emplace();
+    }
+    std::size_t done = 0;
+    try {
+        for (const std::string& name : names) {
+            Interruption::check();
+            done += diagnostics.guard(name, [&] { action(name); }) ? 1 : 0;
+        }
+    } catch (const Interrupted&) {
+        diagnostics.warn("interrupted", std::to_string(done) + " of " +
+                                            std::to_string(names.size()) + " names were done");
+        throw;
+    }
+}
+
 CLI::App* addForEachName(CLI::App& program, Invocation& invocation, const std::string& name,
                          const std::string& description, NameAction action) {
     auto names = std::make_shared<std::vector<std::string>>();
@@ -62,10 +105,9 @@ CLI::App* addForEachName(CLI::App& program, Invocation& invocation, const std::s
     command->add_option("REMOTE", *names, "Names in the store")->type_name("")->required();
     command->callback([names, action = std::move(action), &invocation] {
         invocation.runInSession([names, action](const Session& session, Diagnostics& diagnostics) {
-            for (const std::string& argument : *names) {
-                diagnostics.guard(
-                    argument, [&] { action(session, diagnostics, RemoteName::parse(argument)); });
-            }
+            forEachName(*names, diagnostics, [&](const std::string& argument) {
+                action(session, diagnostics, RemoteName::parse(argument));
+            });
         });
     });
     return command;

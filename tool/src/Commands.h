@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Diagnostics.h"
 #include "OpenStore.h"
@@ -35,6 +36,11 @@ struct Invocation {
 
 /// An argument as the store takes it. Throws Failure for one that is not UTF-8.
 std::u16string utf16Argument(const std::string& argument);
+
+/// Calls `action` with one name after the other, and reports what it throws with the name. When a
+/// signal asks for it, says how far it came and throws Interrupted.
+void forEachName(const std::vector<std::string>& names, Diagnostics& diagnostics,
+                 const std::function<void(const std::string&)>& action);
 
 /// What a command does with one remote name.
 using NameAction = std::function<void(const Session&, Diagnostics&, const RemoteName&)>;

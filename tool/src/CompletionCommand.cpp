@@ -25,11 +25,14 @@ _kvx() {
     while IFS=$'\t' read -r name _; do
         COMPREPLY+=("$name")
     done <<<"$output"
-    if [[ ${COMPREPLY[0]} == */* ]]; then
-        compopt -o filenames
-    fi
-    if [[ ${COMPREPLY[0]} == */ ]]; then
+    if [[ ${COMPREPLY[0]} == *[/:] ]]; then
         compopt -o nospace
+    fi
+    if [[ ${#COMPREPLY[@]} == 1 && ${COMPREPLY[0]} == *['$`']* &&
+        ${COMP_WORDS[COMP_CWORD]} != [\'\"]* ]]; then
+        printf -v 'COMPREPLY[0]' %q "${COMPREPLY[0]}"  # The shell would not quote these.
+    elif [[ ${COMPREPLY[0]} == */* ]]; then
+        compopt -o filenames
     fi
 }
 complete -F _kvx kvx
@@ -47,7 +50,7 @@ _kvx() {
     for line in ${(f)output}; do
         name=${${line%%$'\t'*}//:/\\:}
         description=${line#*$'\t'}
-        if [[ $name == */ ]]; then
+        if [[ $name == *[/:] ]]; then
             folders+=("$name")
         else
             others+=("$name${description:+:$description}")
@@ -81,14 +84,27 @@ void print(const TypedLine& line, const std::string& candidate, const std::strin
     std::cout << candidate.substr(line.cut) << '\t' << description << '\n';
 }
 
+/// Prints what can be in front of a path, the bucket and the colon.
+void printBuckets(const StoreLocation& location, const TypedLine& line) {
+    const std::string& typed = line.words.back();
+    if (typed.empty() || typed.ends_with(':')) {
+        print(line, (typed.empty() ? ":" : typed) + "/", "");
+        return;
+    }
+    for (const StoreBucket& bucket : Administration(location).buckets()) {
+        const std::string name = toUtf8(bucket.name) + ":";
+        if (name.starts_with(typed)) {
+            print(line, name, "");
+        }
+    }
+}
+
 /// Prints the names in the store that begin with the last word.
 void printRemoteNames(const StoreLocation& location, const TypedLine& line) {
     const std::string& typed = line.words.back();
     const std::size_t slash = typed.rfind('/');
     if (slash == std::string::npos) {
-        if (typed.empty() || typed.ends_with(':')) {
-            print(line, (typed.empty() ? ":" : typed) + "/", "");
-        }
+        printBuckets(location, line);
         return;
     }
     const std::string folder = typed.substr(0, slash + 1);

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <exception>
+#include <functional>
+#include <set>
 #include <string>
 
 #include "Failure.h"
@@ -15,9 +17,19 @@ public:
     Diagnostics(std::string command, bool quiet)
         : command_(std::move(command)), progress_(!quiet) {}
 
+    /// Has `explain` look at each failure before it is reported; it may return a better one. An
+    /// empty one ends that.
+    void explainWith(std::function<Failure(const Failure&)> explain) {
+        explain_ = std::move(explain);
+    }
+
     /// Reports a failure and remembers its exit code: the code of all failures when they agree,
     /// else ExitCode::FAILED.
-    void fail(const Failure& failure);
+    void fail(const Failure& reported);
+
+    /// Begins work that is done again and again: from here on a failure that the last pass had too
+    /// counts, but is not printed again.
+    void beginPass();
 
     /// Reports what is worth knowing and no failure.
     void warn(const std::string& subject, const std::string& text);
@@ -47,8 +59,12 @@ private:
 
     std::string command_;
     Progress progress_;
+    std::function<Failure(const Failure&)> explain_;
     ExitCode exitCode_ = ExitCode::OK;
     std::size_t failures_ = 0;
+    bool inPasses_ = false;
+    std::set<std::string> told_;  // In this pass.
+    std::set<std::string> toldBefore_;
 };
 
 }  // namespace storage::kvxtool

@@ -33,6 +33,12 @@ Download::Download(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
       rangesAtOnce_(std::min(options.jobs, RemoteHandle::RANGES_AT_ONCE)),
       calls_(options.jobs) {}
 
+void refuseLink(const fs::path& target) {
+    if (fs::is_symlink(target)) {
+        throw Failure(ExitCode::CONFLICT, target.string(), "a symbolic link is in the way");
+    }
+}
+
 std::string localName(const RemoteName& item, const std::u16string& name) {
     std::string local = toUtf8(name);
     if (local.empty() || local == "." || local == ".." || toUtf16(local) != name ||
@@ -58,6 +64,7 @@ void Download::addTree(const RemoteName& source, const fs::path& target) {
             const RemoteName item = folder.child(entry.name);
             return !diagnostics_.guard(item.text(), [&] {
                 const std::string name = localName(item, entry.name);
+                refuseLink(local / name);
                 if (!entry.folder) {
                     addFile(item, entry, local / name);
                 }
@@ -100,6 +107,9 @@ void Download::createFolder(const Folder& folder) {
         return;
     }
     const int error = errno;
+    if (error == ENOENT) {
+        throw Failure(ExitCode::NOT_FOUND, folder.target.parent_path().string(), "no such folder");
+    }
     // Below the top a link is in the way: it could lead anywhere.
     const fs::file_status status =
         folder.top ? fs::status(folder.target) : fs::symlink_status(folder.target);

@@ -69,6 +69,9 @@ private:
     CallWindow<kvxclient::FileReadResponse> calls_;
 };
 
+/// Throws Failure where a symbolic link is in the way of a download: it could lead anywhere.
+void refuseLink(const std::filesystem::path& target);
+
 /// The name that an item has in its remote folder, as a local file name. Throws Failure for a name
 /// that would lead out of the folder it is put in, or that no local file can have.
 std::string localName(const RemoteName& item, const std::u16string& name);

@@ -29,9 +29,15 @@ public:
         }
     }
 
-    /// Throws Failure when the source's name is needed and no local file can have it.
+    /// Throws Failure when the source's name is needed and no local file can have it, or a link has
+    /// it: only a link that is named itself is followed.
     fs::path pathFor(const RemoteName& source) const {
-        return folder_ && !source.isRoot() ? path_ / localName(source, source.name()) : path_;
+        if (!folder_ || source.isRoot()) {
+            return path_;
+        }
+        const fs::path path = path_ / localName(source, source.name());
+        refuseLink(path);
+        return path;
     }
 
 private:

@@ -60,7 +60,8 @@ struct InviteOptions {
     bool write = false;
 };
 
-void invite(const Session& session, const InviteOptions& options, bool json) {
+void invite(const Session& session, Diagnostics& diagnostics, const InviteOptions& options,
+            bool json) {
     const RemoteName name = RemoteName::parse(options.name);
     requireFolder(session.files(), name);
     kvxclient::InvitationCreateRequest request(name.resource());
@@ -69,6 +70,9 @@ void invite(const Session& session, const InviteOptions& options, bool json) {
                                       : kvxclient::AccessType::READ_ONLY);
     const Invitation invitation =
         session.rights().createInvitation(std::move(request)).getInvitation();
+    if (!options.recipient.empty() && invitation.getRecipient().getProfileId().empty()) {
+        diagnostics.warn(options.recipient, "nobody has this name or mail address yet");
+    }
     if (json) {
         printJson(jsonOf(invitation));
     } else {
@@ -284,9 +288,11 @@ void addInvite(CLI::App& program, Invocation& invocation) {
         "  kvx invite /docs --to bob\n"
         "  kvx invite /photos --write");
     command->callback([options, &invocation] {
-        invocation.runInSession(options->name, [options, &invocation](const Session& session) {
-            invite(session, *options, invocation.json);
-        });
+        invocation.runInSession(
+            [options, &invocation](const Session& session, Diagnostics& diagnostics) {
+                diagnostics.guard(options->name,
+                                  [&] { invite(session, diagnostics, *options, invocation.json); });
+            });
     });
 }
 

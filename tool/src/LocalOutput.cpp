@@ -10,6 +10,7 @@
 #include <set>
 #include <utility>
 
+#include "Failure.h"
 #include "Interruption.h"
 #include "LocalFile.h"
 
@@ -58,6 +59,9 @@ void LocalOutput::openTemporary(const std::filesystem::path& path) {
     } while (file_ < 0 && errno == EEXIST);
     if (file_ < 0) {
         temporary_.clear();
+        if (errno == ENOENT) {
+            throw Failure(ExitCode::NOT_FOUND, path.parent_path().string(), "no such folder");
+        }
         throwFileError(name_, errno);
     }
     temporaryFiles.insert(temporary_);

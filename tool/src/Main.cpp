@@ -7,6 +7,7 @@
 #include <clocale>
 #include <iostream>
 #include <map>
+#include <memory>
 
 #include "Commands.h"
 #include "Failure.h"
@@ -61,14 +62,36 @@ std::string usageError(const CLI::App* program, const CLI::Error& error) {
     const bool needsCommand = !parsedCommands(*program).back()->get_subcommands({}).empty();
     std::string reason = error.what();
     if (needsCommand && !unexpected.empty()) {
-        reason = unexpected.front() + ": there is no such command";
+        const char* kind = unexpected.front().starts_with('-') ? "option" : "command";
+        reason = unexpected.front() + ": there is no such " + kind;
     } else if (needsCommand && error.get_name() == "RequiredError") {
         reason = "a command is needed";
+    } else if (reason.find("At least 2 required") != std::string::npos) {
+        reason = "a source and a target are needed";
     }
     const std::string command = commandName(*program);
     return "kvx:" + (command.empty() ? "" : " " + command + ":") + " " + escaped(reason) + "\n" +
            "Try: kvx" + (command.empty() ? "" : " " + command) + " --help\n";
 }
+
+/// Shows in the help of each command the options that all commands have.
+class HelpFormatter : public CLI::Formatter {
+public:
+    std::string make_footer(const CLI::App* command) const override {
+        std::string footer = Formatter::make_footer(command);
+        if (command->get_parent() == nullptr) {
+            return footer;
+        }
+        const CLI::App* program = command;
+        while (program->get_parent() != nullptr) {
+            program = program->get_parent();
+        }
+        const auto options = program->get_options([program](const CLI::Option* option) {
+            return option != program->get_help_ptr() && option != program->get_version_ptr();
+        });
+        return make_group("Global options", false, options).substr(1) + "\n" + footer;
+    }
+};
 
 /// Sorts the commands into the parts of the help; those that are hidden stay so.
 void groupCommands(CLI::App& program) {
@@ -101,6 +124,7 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     program.failure_message(usageError);
     program.require_subcommand(1);
     program.fallthrough();
+    program.formatter(std::make_shared<HelpFormatter>());
     program.get_formatter()->label("SUBCOMMAND", "COMMAND");
     program.get_formatter()->label("Positionals", "Arguments");
     program.add_option("--store", invocation.store, "The store to work on, by URL or path")

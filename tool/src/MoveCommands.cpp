@@ -17,6 +17,23 @@ struct MoveOptions {
     bool keepExisting = false;
 };
 
+/// The name by which two names of one place are equal.
+RemoteName plainName(const FileAccess& files, const RemoteName& name) {
+    return isOwnBucket(files, name.resource().getBucket()) ? name.inOwnBucket() : name;
+}
+
+/// Throws Failure where a source would go onto or into itself.
+void requireElsewhere(const FileAccess& files, const RemoteName& source, const RemoteName& target) {
+    const RemoteName from = plainName(files, source);
+    const RemoteName to = plainName(files, target);
+    if (to == from) {
+        throw Failure(ExitCode::CONFLICT, source.text(), "source and target are the same");
+    }
+    if (to.isBelow(from)) {
+        throw Failure(ExitCode::CONFLICT, source.text(), "it cannot go into itself");
+    }
+}
+
 void moveOne(const FileAccess& files, const RemoteName& source, const RemoteTarget& into,
              const MoveOptions& options, const Invocation& invocation) {
     const RemoteEntry entry = readEntry(files, source);
@@ -25,12 +42,7 @@ void moveOne(const FileAccess& files, const RemoteName& source, const RemoteTarg
                       "it is a folder: -r copies it with all it has");
     }
     const RemoteName target = into.nameFor(source.name());
-    if (target == source) {
-        throw Failure(ExitCode::CONFLICT, source.text(), "source and target are the same");
-    }
-    if (target.isBelow(source)) {
-        throw Failure(ExitCode::CONFLICT, source.text(), "it cannot go into itself");
-    }
+    requireElsewhere(files, source, target);
     if (const std::optional<RemoteEntry> existing = findEntry(files, target)) {
         if (options.keepExisting) {
             return;
@@ -54,11 +66,10 @@ void moveAll(const FileAccess& files, Diagnostics& diagnostics, const MoveOption
     const RemoteName name = RemoteName::parse(options.names.back());
     diagnostics.guard(name.text(), [&] {
         const RemoteTarget target(files, name, options.names.size() > 2);
-        for (std::size_t i = 0; i + 1 < options.names.size(); ++i) {
-            diagnostics.guard(options.names[i], [&] {
-                moveOne(files, RemoteName::parse(options.names[i]), target, options, invocation);
-            });
-        }
+        const std::vector<std::string> sources(options.names.begin(), options.names.end() - 1);
+        forEachName(sources, diagnostics, [&](const std::string& source) {
+            moveOne(files, RemoteName::parse(source), target, options, invocation);
+        });
     });
 }
 

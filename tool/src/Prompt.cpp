@@ -1,11 +1,14 @@
 #include "Prompt.h"
 
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <iostream>
 
+#include "Interruption.h"
 #include "Text.h"
 
 namespace storage::kvxtool {
@@ -29,6 +32,10 @@ bool confirm(const std::string& question) {
         return true;
     }
     std::cerr << escaped(question) << " [y/N] " << std::flush;
+    pollfd terminal{STDIN_FILENO, POLLIN, 0};
+    while (poll(&terminal, 1, -1) < 0 && errno == EINTR) {  // The stream would go on reading.
+        Interruption::check();
+    }
     std::string answer;
     std::getline(std::cin, answer);
     return answer.starts_with('y') || answer.starts_with('Y');

@@ -22,6 +22,7 @@ public:
 
     RemoteName child(const std::u16string& name) const;
     RemoteName parent() const;
+    RemoteName inOwnBucket() const { return {u"", path_}; }
 
     /// The last segment of the path; empty for the root.
     std::u16string name() const;

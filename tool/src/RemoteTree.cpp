@@ -82,6 +82,36 @@ void requireFolder(const FileAccess& files, const RemoteName& name) {
     }
 }
 
+void requireBucket(const FileAccess& files, RemoteName name) {
+    const std::string text = name.text();
+    while (!findEntry(files, name)) {
+        if (name.isRoot()) {
+            throw Failure(ExitCode::NOT_FOUND, text,
+                          "there is no such bucket, or it is not shared with you");
+        }
+        name = name.parent();
+    }
+}
+
+// The same root was made at the same moment.
+bool isOwnBucket(const FileAccess& files, const std::u16string& bucket) {
+    const auto root = [&](const std::u16string& name) {
+        return files.readFileAttributes({kvxclient::Resource(u"/", name)}).getFileAttributes();
+    };
+    try {
+        const kvxclient::FileAttributes attributes = root(bucket);
+        return attributes.getAccessType() == kvxclient::AccessType::OWNER &&
+               attributes.getCreated() == root(u"").getCreated();
+    } catch (const kvxclient::KVXClientException& error) {
+        // Of a bucket with a shared folder the caller may not see the root.
+        if (error.getErrorCode() != kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND &&
+            error.getErrorCode() != kvxclient::KVXClientErrorCode::UNAUTHORIZED) {
+            throw;
+        }
+        return false;
+    }
+}
+
 bool createFolder(const FileAccess& files, const RemoteName& name) {
     try {
         files.createFolder({name.resource()});
@@ -162,6 +192,9 @@ void walkFolders(const FileAccess& files, Diagnostics& diagnostics, const Remote
 RemoteTarget::RemoteTarget(const FileAccess& files, const RemoteName& target, bool severalSources)
     : target_(target), folder_(target.hasTrailingSlash()) {
     const std::optional<RemoteEntry> entry = findEntry(files, target);
+    if (!entry) {
+        requireBucket(files, target);
+    }
     folder_ = folder_ || (entry && entry->folder);
     if (severalSources && !(entry && entry->folder)) {
         throw Failure(entry ? ExitCode::CONFLICT : ExitCode::NOT_FOUND, target.text(),

@@ -38,6 +38,13 @@ Json jsonOf(const RemoteName& name, const RemoteEntry& entry);
 /// Throws Failure unless `name` is a folder that exists.
 void requireFolder(const kvxclient::FileAccess& files, const RemoteName& name);
 
+/// Throws Failure when neither `name` nor a folder above it is there for the caller: what is
+/// missing is the bucket then.
+void requireBucket(const kvxclient::FileAccess& files, RemoteName name);
+
+/// Whether a bucket is the one that a name without a bucket means.
+bool isOwnBucket(const kvxclient::FileAccess& files, const std::u16string& bucket);
+
 /// Creates a folder. Returns false when something of its name is there.
 bool createFolder(const kvxclient::FileAccess& files, const RemoteName& name);
 /// Creates a folder and those above it, where they are missing, and calls `created` for each.

@@ -37,10 +37,11 @@ bool isUpwards(const SyncOptions& options) {
 }
 
 const char* wordFor(Kind kind) {
-    return kind == Kind::FILE     ? "a file"
-           : kind == Kind::FOLDER ? "a folder"
-           : kind == Kind::LINK   ? "a symbolic link"
-                                  : "a special file";
+    return kind == Kind::FILE        ? "a file"
+           : kind == Kind::FOLDER    ? "a folder"
+           : kind == Kind::LINK      ? "a symbolic link"
+           : kind == Kind::TEMPORARY ? "a temporary file of a download"
+                                     : "a special file";
 }
 
 std::size_t depthOf(const SyncStep& step) {
@@ -129,7 +130,8 @@ void Sync::keepUnnameable(SyncTree& target) {
 void Sync::leaveOut(SyncTree& source) {
     for (auto item = source.begin(); item != source.end();) {
         const auto& [path, entry] = *item;
-        if (entry.isLeftOut() && warned_.insert(path).second) {
+        const bool told = entry.kind != Kind::TEMPORARY || options_.verbose;
+        if (entry.isLeftOut() && told && warned_.insert(path).second) {
             diagnostics_.warn(localPath(path).string(),
                               std::string("left out: ") + wordFor(entry.kind));
         }

@@ -19,6 +19,7 @@ struct SyncOptions {
     std::string target;
     SyncRules rules;
     bool dryRun = false;
+    bool verbose = false;
     TransferOptions transfer;
 };
 

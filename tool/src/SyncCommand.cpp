@@ -1,4 +1,5 @@
 #include <chrono>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <thread>
@@ -26,48 +27,22 @@ SyncReport::Lines summaryLinesFor(const Invocation& invocation, bool dryRun) {
     return invocation.quiet ? SyncReport::Lines::NONE : SyncReport::Lines::SUMMARY;
 }
 
-/// Compares and transfers again and again. A failure that ends one time after the other is told
-/// once.
-class Passes {
-public:
-    Passes(Sync& sync, Diagnostics& diagnostics) : sync_(sync), diagnostics_(diagnostics) {}
-
-    /// Returns whether it came to its end.
-    bool run() {
-        try {
-            sync_.run();
-            told_.clear();
-            return true;
-        } catch (const Interrupted&) {
-            throw;
-        } catch (...) {
-            const Failure failure = Failure::of("", std::current_exception());
-            const std::string text = failure.subject() + ": " + failure.what();
-            if (text != told_) {
-                diagnostics_.fail(failure);
-            }
-            told_ = text;
-            return false;
-        }
-    }
-
-private:
-    Sync& sync_;
-    Diagnostics& diagnostics_;
-    std::string told_;
-};
+/// Compares and transfers once more. Returns whether it came to its end.
+bool runPass(Sync& sync, Diagnostics& diagnostics) {
+    diagnostics.beginPass();
+    return diagnostics.guard("", [&] { sync.run(); });
+}
 
 void followLocal(Sync& sync, Diagnostics& diagnostics, std::chrono::milliseconds interval) {
-    Passes passes(sync, diagnostics);
     bool warned = false;
     while (std::cout.flush()) {
         LocalWatch watch(sync.local());
-        if (!watch.isComplete() && !warned) {
+        if (!watch.isComplete() && !warned && std::filesystem::exists(sync.local())) {
             warned = true;
             diagnostics.warn(sync.local().string(),
                              "not every folder can be watched: compared again at each interval");
         }
-        const bool compared = passes.run();
+        const bool compared = runPass(sync, diagnostics);
         std::cout.flush();
         watch.wait(compared && watch.isComplete() ? LocalWatch::FOREVER : interval);
     }
@@ -77,9 +52,8 @@ void followRemote(const Session& session, Sync& sync, Diagnostics& diagnostics,
                   std::chrono::milliseconds interval) {
     ChangeFeed feed(session, {sync.remote()}, "");
     feed.read();
-    Passes passes(sync, diagnostics);
     while (std::cout.flush()) {
-        bool again = !passes.run();
+        bool again = !runPass(sync, diagnostics);
         std::cout.flush();
         do {
             std::this_thread::sleep_for(interval);
@@ -152,6 +126,7 @@ void addSync(CLI::App& program, Invocation& invocation) {
         "  kvx sync -n --delete team:/docs ./docs\n"
         "  kvx sync --watch ./notes :/notes");
     command->callback([options, watching, &invocation] {
+        options->verbose = invocation.verbose && !invocation.quiet;
         const SyncReport::Lines lines = summaryLinesFor(invocation, options->dryRun);
         invocation.runInSession(
             [options, watching, lines](const Session& session, Diagnostics& diagnostics) {

@@ -9,7 +9,8 @@ namespace storage::kvxtool {
 
 /// What a sync compares of one file or folder.
 struct SyncEntry {
-    enum class Kind { FILE, FOLDER, LINK, SPECIAL };
+    /// TEMPORARY is what a download writes, perhaps that of another sync.
+    enum class Kind { FILE, FOLDER, LINK, SPECIAL, TEMPORARY };
 
     Kind kind = Kind::FILE;
     unsigned long size = 0;
@@ -19,7 +20,7 @@ struct SyncEntry {
     /// Of a folder: whether all that it has is known.
     bool complete = true;
 
-    bool isLeftOut() const { return kind == Kind::LINK || kind == Kind::SPECIAL; }
+    bool isLeftOut() const { return kind != Kind::FILE && kind != Kind::FOLDER; }
 };
 
 /// Files and folders by their path below the top folder, which has the empty path.

@@ -55,10 +55,10 @@ std::vector<std::string> readLocalFolder(SyncTree& tree, const fs::path& top,
     for (const fs::directory_entry& item : fs::directory_iterator(top / folder)) {
         const std::string name = item.path().filename().string();
         const std::string path = childPath(folder, name);
-        if (LocalOutput::isTemporaryName(name)) {
-            continue;  // A download is on its way, perhaps that of another sync.
-        }
-        if (const std::optional<SyncEntry> entry = readLocalEntry(item.path())) {
+        if (std::optional<SyncEntry> entry = readLocalEntry(item.path())) {
+            if (entry->kind == Kind::FILE && LocalOutput::isTemporaryName(name)) {
+                entry->kind = Kind::TEMPORARY;
+            }
             tree.emplace(path, *entry);
             if (entry->kind == Kind::FOLDER) {
                 folders.push_back(path);
