@@ -382,9 +382,9 @@ sharing() {
 4|kvx: uninvite: '"$open"': permission denied|as eve uninvite $open; kvx uninvite $open
 3|kvx: ls: ada:/docs/plans: there is no such bucket, or it is not shared with you|as eve ls ada:/docs/plans
 0|kvx: invite: mallory: nobody has this name or mail address yet|kvx invite /docs --to mallory
-3|kvx: grant: mallory: there is no such user|kvx grant mallory /docs
-0||kvx grant eve /docs --write; as eve mkdir ada:/docs/eve && [[ $(kvx grants /docs) == 'eve  READ_WRITE  ACTIVE' ]] && kvx revoke eve /docs
-3|kvx: revoke: eve: nothing is granted on /docs|kvx revoke eve /docs
+3|kvx: grant: mallory: there is no such user|kvx grant /docs --to mallory
+0||kvx grant /docs --to eve --write; as eve mkdir ada:/docs/eve && [[ $(kvx grants /docs) == 'eve  READ_WRITE  ACTIVE' ]] && kvx revoke /docs --from eve
+3|kvx: revoke: eve: nothing is granted on /docs|kvx revoke /docs --from eve
 6|kvx: put: /large: the storage quota is exceeded|as bob put <(head -c 2K /dev/zero) :/large
 TABLE
 }

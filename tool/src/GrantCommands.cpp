@@ -74,12 +74,10 @@ void listGrants(const Session& session, const RemoteName& name, bool json) {
 }
 
 CLI::App* addForSubject(CLI::App& program, const std::string& name, const std::string& description,
-                        GrantOptions& options) {
+                        const std::string& subject, GrantOptions& options) {
     CLI::App* command = program.add_subcommand(name, description);
-    command->add_option("SUBJECT", options.subject, "The name of a user")
-        ->type_name("")
-        ->required();
     command->add_option("REMOTE", options.name, "A name in the store")->type_name("")->required();
+    command->add_option(subject, options.subject, "The user's name")->type_name("USER")->required();
     return command;
 }
 
@@ -87,7 +85,8 @@ CLI::App* addForSubject(CLI::App& program, const std::string& name, const std::s
 
 void addGrants(CLI::App& program, Invocation& invocation) {
     auto granted = std::make_shared<GrantOptions>();
-    CLI::App* command = addForSubject(program, "grant", "Let a user read what you own", *granted);
+    CLI::App* command =
+        addForSubject(program, "grant", "Let a user read what you own", "--to", *granted);
     command->add_flag("--write", granted->write, "Let the user change it too");
     command->add_flag("--allow-unknown", granted->allowUnknown,
                       "Accept the name of nobody yet, who has the right once created");
@@ -95,18 +94,19 @@ void addGrants(CLI::App& program, Invocation& invocation) {
         "It holds for all below a folder. The user finds it under your bucket and path.\n"
         "\n"
         "Examples:\n"
-        "  kvx grant bob /docs\n"
-        "  kvx grant bob team:/plans --write");
+        "  kvx grant /docs --to bob\n"
+        "  kvx grant team:/plans --to bob --write");
     command->callback([granted, &invocation] {
         invocation.runInSession(granted->name,
                                 [granted](const Session& session) { grant(session, *granted); });
     });
 
     auto revoked = std::make_shared<GrantOptions>();
-    command = addForSubject(program, "revoke", "Take back what was granted to a user", *revoked);
+    command = addForSubject(program, "revoke", "Take back what was granted to a user", "--from",
+                            *revoked);
     command->footer(
         "Examples:\n"
-        "  kvx revoke bob /docs");
+        "  kvx revoke /docs --from bob");
     command->callback([revoked, &invocation] {
         invocation.runInSession(revoked->name,
                                 [revoked](const Session& session) { revoke(session, *revoked); });
