@@ -10,6 +10,7 @@ rounds=3
 section=Tool
 cp="\`cp -r\`, then \`sync\`"
 rclone="\`rclone copy --checksum\`, then \`sync\`"
+sqlite="raw SQLite: the contents alone, in one table"
 
 line() { (IFS=$'\t'; printf '%s\n' "$*"); }
 median() { printf '%s\n' "$@" | sort -g | sed -n $((($# + 1) / 2))p; }
@@ -29,6 +30,15 @@ makeTree() {
             close(folder "/file" i ".c")
         }
     }'
+}
+
+# Commits as many files at once as the store does.
+writeSql() {
+    echo "pragma page_size = 16384; pragma journal_mode = wal; pragma synchronous = full;"
+    echo "create table files(content blob); begin;"
+    find tree -type f | sort | awk -v q="'" '{ print "insert into files values(readfile(" q $0 q "));" }
+        NR % 256 == 0 { print "commit; begin;" }'
+    echo "commit;"
 }
 
 # timed ROW CONTESTANT COMMAND...: adds the nanoseconds it takes to times[ROW CONTESTANT]. Every
@@ -55,6 +65,7 @@ rowTimes() {
             awk "BEGIN { printf \"%.4f \", ${theirs[i]} / ${ours[i]} }"
         done))
         ratios[$contestant]=$ratio
+        [[ $contestant == "$sqlite" ]] && kind=mark
         line time $section "$row" "$unit" "$contestant" "$(median "${theirs[@]}")" "$ratio" $kind
         kind=rival
     done
@@ -66,8 +77,8 @@ goal() {
 }
 
 declare -A ratios
-treeRow() {
-    rowTimes "$1" tree kvx "$cp" "$rclone"
+treeRow() { # ROW CONTESTANT...: those beyond the two that the goals name.
+    rowTimes "$1" tree kvx "$cp" "$rclone" "${@:2}"
     goal "$1" "at most 2 times the time of $cp" \
         "$(awk "BEGIN { printf \"%.2f times\", 1 / ${ratios[$cp]} }")" "1 / ${ratios[$cp]} <= 2"
     goal "$1" "at least as fast as $rclone" "$(printf '%.2f times' "${ratios[$rclone]}")" \
@@ -75,6 +86,7 @@ treeRow() {
 }
 
 makeTree
+writeSql >files.sql
 put="put a tree of 10,000 files"
 get="get a tree of 10,000 files"
 for ((round = 0; round < rounds; round++)); do
@@ -83,12 +95,13 @@ for ((round = 0; round < rounds; round++)); do
     timed "$put" kvx "$kvx" put -qr tree :/
     timed "$put" "$cp" andSync cp -r tree put-cp-$round
     timed "$put" "$rclone" andSync rclone copy -q --checksum tree put-rclone-$round
+    timed "$put" "$sqlite" sqlite3 raw-$round.db ".read files.sql"
     timed "$get" kvx andSync "$kvx" get -qr :/tree get-kvx-$round
     timed "$get" "$cp" andSync cp -r put-cp-$round get-cp-$round
     timed "$get" "$rclone" andSync rclone copy -q --checksum put-cp-$round get-rclone-$round
     diff -r tree get-kvx-$round >&2
 done
-treeRow "$put"
+treeRow "$put" "$sqlite"
 treeRow "$get"
 
 list="\`kvx ls -l\` of 100,000 entries"
