@@ -161,15 +161,20 @@ TEST_F(CallsTest, ACallSeesWhatWasDoneJustBeforeIt) {
     }
 }
 
-TEST_F(CallsTest, ACallSeesWhatAnotherStoreDid) {
+TEST_F(CallsTest, ACallSeesWhatWasDoneOnOtherConnections) {
     const auto second = Store::open(folder.url());
+    const auto inMemory = Store::open("sqlite::memory:", {.readers = 1});
     const Account other(*second, token);
-    account->makeFolder(u"/a");
-    account->put(u"/a/f", "content");
-    EXPECT_EQ(account->get(u"/a/f"), "content");
-    other.move(u"/a", u"/b");
-    EXPECT_EQ(codeOf([&] { account->put(u"/a/f", ""); }), Code::PARENT_RESOURCE_NOT_FOUND);
-    EXPECT_EQ(codeOf([&] { account->get(u"/a/f"); }), Code::RESOURCE_NOT_FOUND);
+    const Account only(*inMemory, inMemory->createUser({.name = u"main"}));
+    using Users = std::pair<const Account*, const Account*>;
+    for (const auto& [user, mover] : {Users(&*account, &other), Users(&only, &only)}) {
+        user->makeFolder(u"/a");
+        user->put(u"/a/f", "content");
+        EXPECT_EQ(user->get(u"/a/f"), "content");
+        mover->move(u"/a", u"/b");
+        EXPECT_EQ(codeOf([&] { user->get(u"/a/f"); }), Code::RESOURCE_NOT_FOUND);
+        EXPECT_EQ(codeOf([&] { user->put(u"/a/f", ""); }), Code::PARENT_RESOURCE_NOT_FOUND);
+    }
 }
 
 TEST_F(CallsTest, AFullQueueHoldsUpCallersButNotHandlers) {
