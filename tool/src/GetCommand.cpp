@@ -35,7 +35,7 @@ public:
         if (!folder_ || source.isRoot()) {
             return path_;
         }
-        const fs::path path = path_ / localName(source, source.name());
+        fs::path path = path_ / localName(source, source.name());
         refuseLink(path);
         return path;
     }

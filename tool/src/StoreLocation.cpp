@@ -55,7 +55,7 @@ StoreLocation::StoreLocation(const std::string& urlOrPath)
 }
 
 std::filesystem::path userFolder(const char* variable, const char* fallback) {
-    const std::filesystem::path named = environment(variable);
+    std::filesystem::path named = environment(variable);
     if (named.is_absolute()) {
         return named;
     }

@@ -22,6 +22,8 @@ namespace storage::kvxstore::database {
 
 namespace {
 
+using namespace std::string_view_literals;
+
 constexpr std::uint32_t applicationId = 0x4B565853;  // "KVXS"
 
 /// The path that the URL names; empty for a database in memory.
@@ -91,7 +93,7 @@ bool hasStoreHead(const std::string& path) {
         file->pMethods->xRead(file, head.data(), static_cast<int>(head.size()), 0);
     }
     sqlite3_close(database);
-    constexpr std::string_view magic("SQLite format 3", 16);
+    constexpr std::string_view magic = "SQLite format 3\0"sv;
     constexpr std::array<unsigned char, 4> id{applicationId >> 24U, applicationId >> 16U & 0xFFU,
                                               applicationId >> 8U & 0xFFU, applicationId & 0xFFU};
     return std::equal(magic.begin(), magic.end(), head.begin()) &&

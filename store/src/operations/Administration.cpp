@@ -56,7 +56,7 @@ std::string createUser(Connection& database, const NewUser& user, std::int64_t n
         {name, toUtf8(user.emailAddress), toUtf8(user.firstName), toUtf8(user.lastName), quota});
     insertBucket(database, name, id, now);
     bindWaiting(database, id, name, toUtf8(user.emailAddress));
-    const std::string token = newSecret();
+    std::string token = newSecret();
     const std::string hash = hashOf(token);
     database.execute("insert into tokens(hash, owner) values($1, $2)", {database::Blob{hash}, id});
     return token;

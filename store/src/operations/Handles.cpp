@@ -46,7 +46,7 @@ void beat(database::Connection& database, std::int64_t instance, std::int64_t no
 
 /// Stores the handle under a new id, which it returns.
 std::string insertHandle(const Context& context, const Handle& handle) {
-    const std::string id = newSecret();
+    std::string id = newSecret();
     const std::string hash = hashOf(id);
     beat(context.database, context.instance, context.now());
     context.database.execute(

@@ -136,7 +136,7 @@ std::exception_ptr Writer::runInSavepoint(Job& job) {
         connection_->execute("release job");
         return nullptr;
     } catch (...) {
-        const std::exception_ptr error = std::current_exception();
+        std::exception_ptr error = std::current_exception();
         if (!connection_->inTransaction()) {
             throw;
         }
