@@ -89,7 +89,7 @@ transfers() {
     [[ $(kvx cat /a) == new && $(kvx get --version 1 :/a -) == a && $(kvx cat --version 1 /a) == a ]]
     kvx get --version 2 :/a old
     cmp old large
-    expect 3 'kvx: get: /a: it has no version 4' kvx get --version 4 :/a old
+    expect 3 'kvx: get: :/a: it has no version 4' kvx get --version 4 :/a old
     expect 2 'kvx: get: --version: it is for a single file' kvx get --version 1 :/a :/a .
 }
 
@@ -109,7 +109,7 @@ names() {
     cd ..
     kvx get -r :/one one
     diff -r odd one
-    [[ $(kvx ls -- :/one/-dash) == /one/-dash ]]
+    [[ $(kvx ls -- :/one/-dash) == :/one/-dash ]]
     diff <(kvx ls /one | sort) <(ls --literal odd | sort)
 
     printf 'x' >$'odd/bad\xff'
@@ -173,7 +173,7 @@ TABLE
 
     # What exists is kept unless it is said otherwise.
     kvx put other :/other
-    expect 5 'kvx: cp: /other: it exists already: -f replaces it' kvx cp /file /other
+    expect 5 'kvx: cp: :/other: it exists already: -f replaces it' kvx cp /file /other
     kvx cp -n /file /other
     [[ $(kvx cat /other) == other ]]
     kvx cp -f /file /other
@@ -203,32 +203,32 @@ refused() {
         eval "expect $code '$errors' kvx $command"
     done <<'TABLE'
 3|kvx: cat: /none: no such file or folder|cat /none
-3|kvx: put: /none/file: no such folder to hold it|put file :/none/file
-3|kvx: put: /none/file: no such folder to hold it|put file :/none/
+3|kvx: put: :/none: no such folder|put file :/none/file
+3|kvx: put: :/none: no such folder|put file :/none/
 3|kvx: put: none: no such file or folder|put none :/
-3|kvx: put: /none: no such folder, and several sources need one|put file none :/none
-3|kvx: ls: none:/: there is no such bucket, or it is not shared with you|ls none:/
-3|kvx: mkdir: none:/x: there is no such bucket, or it is not shared with you|mkdir -p none:/x
-3|kvx: cp: none:/a/b: there is no such bucket, or it is not shared with you|cp /file none:/a/b
+3|kvx: put: :/none: no such folder, and several sources need one|put file none :/none
+3|kvx: ls: none:/: there is no such bucket, or nothing here is shared with you|ls none:/
+3|kvx: mkdir: none:/x: there is no such bucket, or nothing here is shared with you|mkdir -p none:/x
+3|kvx: cp: none:/a/b: there is no such bucket, or nothing here is shared with you|cp /file none:/a/b
 3|kvx: mkdir: /none/x: no such folder to hold it|mkdir /none/x
 3|kvx: get: none: no such folder|get :/file none/
 3|kvx: get: none: no such folder|get -r :/folder none/x
-4|kvx: put: /a//b: the path breaks the rules for names|put file :/a//b
+4|kvx: put: :/a//b: the path breaks the rules for names|put file :/a//b
 4|kvx: mkdir: /folder/..: the path breaks the rules for names|mkdir /folder/..
-4|kvx: rm: /: the root of a bucket cannot be removed|rm -r /
+4|kvx: rm: :/: the root of a bucket cannot be removed|rm -r /
 5|kvx: put: folder: it is a folder: -r puts it with all it has|put folder :/
-5|kvx: get: /folder: it is a folder: -r gets it with all it has|get :/folder .
-5|kvx: cp: /folder: it is a folder: -r copies it with all it has|cp /folder /x
-5|kvx: rm: /folder: it is a folder: -r removes it with all it has|rm /folder
-5|kvx: cat: /folder: it is a folder|cat /folder
-5|kvx: rm: /file: it is a file, not a folder|rm /file/
-5|kvx: mkdir: /file: it exists already|mkdir /file
-5|kvx: mkdir: /file: it is a file, not a folder|mkdir -p /file/x
-5|kvx: mv: /folder: it cannot go into itself|mv /folder /folder/full
-5|kvx: mv: /folder: it cannot go into itself|mv /folder ada:/folder/full
+5|kvx: get: :/folder: it is a folder: -r gets it with all it has|get :/folder .
+5|kvx: cp: :/folder: it is a folder: -r copies it with all it has|cp /folder /x
+5|kvx: rm: :/folder: it is a folder: -r removes it with all it has|rm /folder
+5|kvx: cat: :/folder: it is a folder|cat /folder
+5|kvx: rm: :/file: it is a file, not a folder|rm /file/
+5|kvx: mkdir: :/file: it exists already|mkdir /file
+5|kvx: mkdir: :/file: it is a file, not a folder|mkdir -p /file/x
+5|kvx: mv: :/folder: it cannot go into itself|mv /folder /folder/full
+5|kvx: mv: :/folder: it cannot go into itself|mv /folder ada:/folder/full
 5|kvx: cp: ada:/file: source and target are the same|cp -f ada:/file /
-5|kvx: mv: /file: it exists already, and only a file can replace a file|mv -f /folder /file
-5|kvx: put: /file: it is a file, and several sources need a folder|put file folder :/file
+5|kvx: mv: :/file: it exists already, and only a file can replace a file|mv -f /folder /file
+5|kvx: put: :/file: it is a file, and several sources need a folder|put file folder :/file
 5|kvx: put: file: another source has this name|put file file :/folder
 5|kvx: get: file: something else of that name is in the way|get -r :/folder file
 5|kvx: get: folder/file: it is a folder|get :/file folder
@@ -243,7 +243,7 @@ TABLE
     # One failure does not stop the others; failures of different kinds have a code of their own.
     expect 3 'kvx: cat: /none: no such file or folder' kvx cat /none /file
     [[ $(<output) == file ]]
-    expect 1 $'kvx: cat: /none: no such file or folder\nkvx: cat: /folder: it is a folder' kvx cat /none /folder
+    expect 1 $'kvx: cat: /none: no such file or folder\nkvx: cat: :/folder: it is a folder' kvx cat /none /folder
     expect 6 'kvx: cat: standard output: the disk is full' eval 'kvx cat /file >/dev/full'
     [[ $(kvx ls -laR) == "$before" ]] || fail 'a refused command changed something'
 }
@@ -375,17 +375,17 @@ sharing() {
 0||as bob shared $id plans --copy-to /copied; [[ $(as bob ls -R) == *2026* ]]
 0||as bob accept $id; [[ $(<output) == ada:/docs && $(as bob cat ada:/docs/file) == text ]]
 4|kvx: mkdir: ada:/docs/new: permission denied|as bob mkdir ada:/docs/new; as bob decline $id
-3|kvx: ls: ada:/docs: there is no such bucket, or it is not shared with you|as bob ls ada:/docs
+3|kvx: ls: ada:/docs: there is no such bucket, or nothing here is shared with you|as bob ls ada:/docs
 0||as eve accept $open && as eve mkdir ada:/docs/plans/new
 0||as eve invitations --received; [[ $(<output) == *ACCEPTED*READ_WRITE*ada*eve*ada:/docs/plans ]]
 0||kvx invitations --sent --json; [[ $(grep -c '"from":"ada"' output) == 3 ]]
 4|kvx: uninvite: '"$open"': permission denied|as eve uninvite $open; kvx uninvite $open
-3|kvx: ls: ada:/docs/plans: there is no such bucket, or it is not shared with you|as eve ls ada:/docs/plans
+3|kvx: ls: ada:/docs/plans: there is no such bucket, or nothing here is shared with you|as eve ls ada:/docs/plans
 0|kvx: invite: mallory: nobody has this name or mail address yet|kvx invite /docs --to mallory
 3|kvx: grant: mallory: there is no such user|kvx grant /docs --to mallory
 0||kvx grant /docs --to eve --write; as eve mkdir ada:/docs/eve && [[ $(kvx grants /docs) == 'eve  READ_WRITE  ACTIVE' ]] && kvx revoke /docs --from eve
-3|kvx: revoke: eve: nothing is granted on /docs|kvx revoke /docs --from eve
-6|kvx: put: /large: the storage quota is exceeded|as bob put <(head -c 2K /dev/zero) :/large
+3|kvx: revoke: eve: nothing is granted on :/docs|kvx revoke /docs --from eve
+6|kvx: put: :/large: the storage quota is exceeded|as bob put <(head -c 2K /dev/zero) :/large
 TABLE
 }
 
@@ -397,7 +397,7 @@ administration() {
 0||kvx restore /docs/file 1; [[ $(<output) == 'restored as version 2' ]]
 0||kvx versions /docs/file --json; [[ $(<output) == '{"label":1,"id":"'*'Z","size":6,"current":false}'$'\n''{"label":2,'*'"current":true}' ]]
 0||kvx put <(echo second) :/docs/file; kvx restore /docs/file 1 --json >output; [[ $(<output) == '{"name":":/docs/file","label":4,"id":"'* && $(kvx cat /docs/file) == first ]]
-3|kvx: restore: x: no such version of /docs/file|kvx restore /docs/file x
+3|kvx: restore: x: no such version of :/docs/file|kvx restore /docs/file x
 0||kvx policy set /docs --public allowed; kvx policy set /docs --versions disabled
 0||kvx policy get /docs/file; [[ $(<output) == 'versions:  inherit (disabled)'*'public:    inherit (allowed)' ]]
 0||kvx restore /docs/file 1; kvx versions /docs/file >output; [[ $(tail -n 2 output | cut -c 1) == $'3\n5' ]]
@@ -436,7 +436,7 @@ fullDisk() {
     # The store does not always know that a limit for files is why it cannot write.
     code=0
     (ulimit -f 2000; kvx put large :/) 2>errors || code=$?
-    [[ $code == 7 && $(<errors) == 'kvx: put: /large: the store failed: '* ]] || fail "$code: $(<errors)"
+    [[ $code == 7 && $(<errors) == 'kvx: put: :/large: the store failed: '* ]] || fail "$code: $(<errors)"
     [[ $(kvx ls) == small && $(kvx cat /small) == small ]]
     kvx put large :/
     kvx get :/large back
@@ -540,31 +540,31 @@ ls --json /times/a /times/b
 stat --json /times/b | cut -d , -f 1-5
 {"name":":/times/b","type":"file","size":0,"modified":"$time","writable":true|
 tree -a /t
-/t|├── .hid|│   └── two|├── big.bin|└── sub|    ├── deep|    │   └── Ünï.TXT|    └── five.txt||3 folders, 4 files|
+:/t|├── .hid|│   └── two|├── big.bin|└── sub|    ├── deep|    │   └── Ünï.TXT|    └── five.txt||3 folders, 4 files|
 tree -d -L 1 /t
-/t|└── sub||1 folder|
+:/t|└── sub||1 folder|
 du -hcd 1 /t /times/a | tr '\t' ' '
-2 /t/.hid|6 /t/sub|4.9K /t|0 /times/a|4.9K total|
+2 :/t/.hid|6 :/t/sub|4.9K :/t|0 :/times/a|4.9K total|
 du --json -s /t
 {"name":":/t","size":5008,"files":4,"folders":3}|
 find /t --iname '??Ï.*' --type f --json | cut -d , -f 1
 {"name":":/t/sub/deep/Ünï.TXT"|
 find /times --older $time --newer 2010-01-02 -0
-/times/c!
+:/times/c!
 find /t --type d --newer 1h --name '[.]*'
-/t/.hid|
+:/t/.hid|
 find /t --size +5
-/t/big.bin|
+:/t/big.bin|
 find /times --name '[ab]'
-/times/a|/times/b|
+:/times/a|:/times/b|
 mkdir -pv /n/o /n/o
-created /n|created /n/o|
+created :/n|created :/n/o|
 mv -v /times/a /times/d
-moved /times/a to /times/d|
+moved :/times/a to :/times/d|
 cp --json -r /n /m
 {"action":"copied","name":":/n","target":":/m"}|
 rm -rfv /m /none
-removed /m|
+removed :/m|
 TABLE
     expect 2 'kvx: find: 10Q: not a size: write +10M, -4K or 512' kvx find --size 10Q
 }
@@ -644,7 +644,7 @@ terminal() {
     for answer in 'n\n:0' '\n:0' '\x04:0' '\x03:130' 'y\n:0'; do
         kvx stat /large >/dev/null || fail 'removed without a yes'
         typed 'y/N' "${answer%:*}" "$program rm /large" || code=$?
-        [[ $code == "${answer#*:}" && $(<seen) == *'remove /large? [y/N] '* ]] || fail "$answer: $code $(<seen)"
+        [[ $code == "${answer#*:}" && $(<seen) == *'remove :/large? [y/N] '* ]] || fail "$answer: $code $(<seen)"
         code=0
     done
     expect 3 'kvx: stat: /large: no such file or folder' kvx stat /large

@@ -35,9 +35,9 @@ Failure explained(const kvxclient::FileAccess& files, const Failure& failure) {
 void Invocation::report(const char* action, const RemoteName& name,
                         const std::optional<RemoteName>& target) const {
     if (json) {
-        Json object{{"action", action}, {"name", name.argument()}};
+        Json object{{"action", action}, {"name", name.text()}};
         if (target) {
-            object["target"] = target->argument();
+            object["target"] = target->text();
         }
         printJson(object);
     } else if (verbose && !quiet) {

@@ -71,7 +71,7 @@ void printPolicy(const Session& session, const RemoteName& name, bool json) {
         return wordFor(PUBLIC_ACCESS_POLICIES, policy.getPublicAccessPolicy());
     };
     if (json) {
-        printJson({{"name", name.argument()},
+        printJson({{"name", name.text()},
                    {"versions", versions(own)},
                    {"public", access(own)},
                    {"effectiveVersions", versions(effective)},

@@ -150,7 +150,7 @@ void Download::startWhole(const File& file) {
 
 void Download::commit(const File& file, LocalOutput& output, unsigned long size) {
     output.commit(file.modified);
-    report_.done(file.source.argument(), file.target.string(), size);
+    report_.done(file.source.text(), file.target.string(), size);
 }
 
 /// Returns how many bytes they were.

@@ -80,8 +80,7 @@ private:
         const Folder folder = std::move(open_.back());
         open_.pop_back();
         if (open_.size() <= options_.depth) {
-            print(options_.json ? folder.name.argument() : folder.name.text(), folder.usage,
-                  options_);
+            print(folder.name.text(), folder.usage, options_);
         }
         (open_.empty() ? total_ : open_.back().usage) += folder.usage;
     }
@@ -96,7 +95,7 @@ Usage usageOf(const kvxclient::FileAccess& files, Diagnostics& diagnostics, cons
     const RemoteEntry entry = readEntry(files, name);
     if (!entry.folder) {
         const Usage usage{entry.size, 1, 0};
-        print(options.json ? name.argument() : name.text(), usage, options);
+        print(name.text(), usage, options);
         return usage;
     }
     UsageCount count(options);

@@ -49,10 +49,6 @@ bool RemoteName::isBelow(const RemoteName& folder) const {
     return bucket_ == folder.bucket_ && path_.size() > prefix.size() && path_.starts_with(prefix);
 }
 
-std::string RemoteName::text() const {
-    return (bucket_.empty() ? "" : toUtf8(bucket_) + ":") + toUtf8(path_);
-}
-
-std::string RemoteName::argument() const { return toUtf8(bucket_) + ":" + toUtf8(path_); }
+std::string RemoteName::text() const { return toUtf8(bucket_) + ":" + toUtf8(path_); }
 
 }  // namespace storage::kvxtool

@@ -32,10 +32,8 @@ public:
     bool hasTrailingSlash() const { return trailingSlash_; }
 
     kvxclient::Resource resource() const { return {path_, bucket_}; }
-    /// As a person would write it: "/path", or "bucket:/path".
-    std::string text() const;
     /// As every command takes it: ":/path", or "bucket:/path".
-    std::string argument() const;
+    std::string text() const;
 
     /// Whether it names something below `folder`.
     bool isBelow(const RemoteName& folder) const;

@@ -67,7 +67,7 @@ std::optional<RemoteEntry> findEntry(const FileAccess& files, const RemoteName& 
 }
 
 Json jsonOf(const RemoteName& name, const RemoteEntry& entry) {
-    Json object{{"name", name.argument()}, {"type", entry.folder ? "folder" : "file"}};
+    Json object{{"name", name.text()}, {"type", entry.folder ? "folder" : "file"}};
     if (!entry.folder) {
         object["size"] = entry.size;
     }
@@ -87,7 +87,7 @@ void requireBucket(const FileAccess& files, RemoteName name) {
     while (!findEntry(files, name)) {
         if (name.isRoot()) {
             throw Failure(ExitCode::NOT_FOUND, text,
-                          "there is no such bucket, or it is not shared with you");
+                          "there is no such bucket, or nothing here is shared with you");
         }
         name = name.parent();
     }
@@ -200,6 +200,10 @@ RemoteTarget::RemoteTarget(const FileAccess& files, const RemoteName& target, bo
         throw Failure(entry ? ExitCode::CONFLICT : ExitCode::NOT_FOUND, target.text(),
                       entry ? "it is a file, and several sources need a folder"
                             : "no such folder, and several sources need one");
+    }
+    const RemoteName holder = folder_ ? target : target.parent();
+    if (!entry && !findEntry(files, holder)) {
+        throw Failure(ExitCode::NOT_FOUND, holder.text(), "no such folder");
     }
 }
 

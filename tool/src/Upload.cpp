@@ -226,8 +226,6 @@ void Upload::contentSent(const Sending& file) {
     });
 }
 
-void Upload::done(const Sending& file) {
-    report_.done(file.source, file.target.argument(), file.size);
-}
+void Upload::done(const Sending& file) { report_.done(file.source, file.target.text(), file.size); }
 
 }  // namespace storage::kvxtool

@@ -77,7 +77,7 @@ void restore(const Session& session, const RestoreOptions& options, const Invoca
     try {
         const auto restored = session.versions().restoreVersion(std::move(request));
         if (invocation.json) {
-            printJson({{"name", name.argument()},
+            printJson({{"name", name.text()},
                        {"label", restored.getVersionLabel()},
                        {"id", restored.getVersionId()}});
         } else if (!invocation.quiet) {
