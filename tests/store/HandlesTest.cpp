@@ -65,11 +65,6 @@ TEST_F(StoreTest, HandlesRefuseWithTheFittingCode) {
     const Account other(*store, store->createUser({.name = u"other"}));
     account.put(u"/f", "content");
     const OpenFile file(account, u"/f");
-    OpenFile reader(account, u"/f");
-    reader.close();
-    reader.id = readOnly(account, u"/f");
-    OpenFile unknown(account, u"/f");
-    unknown.id = "unknown";
     OpenFile foreign(other, u"/own");
     foreign.id = file.id;
     const auto write = [](const OpenFile& to, unsigned long offset, std::string bytes = "x") {
@@ -80,12 +75,9 @@ TEST_F(StoreTest, HandlesRefuseWithTheFittingCode) {
         std::function<void()> action;
         std::optional<Code> code;
     } const cases[] = {
-        {"write: read-only", write(reader, 0), Code::CONFLICT},
-        {"write: unknown", write(unknown, 0), Code::RESOURCE_NOT_FOUND},
         {"write: another user's", write(foreign, 0), Code::RESOURCE_NOT_FOUND},
         {"read: another user's", [&] { foreign.read(0, 1); }, Code::RESOURCE_NOT_FOUND},
         {"close: another user's", [&] { foreign.close(); }, Code::RESOURCE_NOT_FOUND},
-        {"close: unknown", [&] { unknown.close(); }, Code::RESOURCE_NOT_FOUND},
         {"close: what?", [&] { file.close(FileHandleCloseOperation(5)); }, Code::UNKNOWN},
         {"write: end of numbers", write(file, farEnd), Code::FILE_TOO_LARGE},
         {"write: signed end", write(file, farEnd / 2), Code::FILE_TOO_LARGE},
@@ -100,10 +92,6 @@ TEST_F(StoreTest, HandlesRefuseWithTheFittingCode) {
          Code::UNKNOWN},
         {"read: end of numbers", [&] { EXPECT_EQ(file.read(farEnd, farEnd), ""); }, std::nullopt},
         {"read: beyond the end", [&] { EXPECT_EQ(file.read(5, farEnd), "nt"); }, std::nullopt},
-        {"open: folder", [&] { OpenFile(account, u"/"); }, Code::CONFLICT},
-        {"open: missing parent", [&] { OpenFile(account, u"/none/f"); },
-         Code::PARENT_RESOURCE_NOT_FOUND},
-        {"open: missing version", [&] { readOnly(account, u"/f", 7); }, Code::RESOURCE_NOT_FOUND},
     };
     for (const auto& [what, action, code] : cases) {
         EXPECT_EQ(codeOf(action), code) << what;
