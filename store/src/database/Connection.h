@@ -89,6 +89,8 @@ public:
     virtual void rollback() noexcept = 0;
     /// False also when the database itself undid the transaction after a failure.
     virtual bool inTransaction() const = 0;
+    /// Undoes what was done since the savepoint was set, and lets go of it.
+    virtual void rollbackTo(std::string_view savepoint) = 0;
     /// How many rows were changed on this connection so far, undone or not.
     virtual std::int64_t changes() const = 0;
     /// Another one after each change, undone or not, here or by another connection; in a

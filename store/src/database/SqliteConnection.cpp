@@ -224,6 +224,7 @@ void SqliteConnection::readChunk(std::int64_t chunk, std::size_t offset, char* i
 
 void SqliteConnection::begin(Access access) {
     hadToWait_ = false;
+    writing_ = access == Access::WRITE;
     if (location_.turn) {
         turn_ = std::unique_lock(*location_.turn);
     }
@@ -243,13 +244,15 @@ void SqliteConnection::begin(Access access) {
 
 void SqliteConnection::commit() {
     blob_.reset();
+    const unsigned before = fileVersion();
     execute("commit");
+    ownCommits_ += fileVersion() - before;
     endTurn();
 }
 
 void SqliteConnection::rollback() noexcept {
     blob_.reset();
-    ++rollbacks_;
+    rollbacks_ += writing_ ? 1 : 0;
     if (inTransaction()) {
         sqlite3_exec(database_.get(), "rollback", nullptr, nullptr, nullptr);
     }
@@ -262,11 +265,21 @@ bool SqliteConnection::inTransaction() const {
 
 std::int64_t SqliteConnection::changes() const { return sqlite3_total_changes64(database_.get()); }
 
+void SqliteConnection::rollbackTo(std::string_view savepoint) {
+    ++rollbacks_;
+    execute("rollback to " + std::string(savepoint));
+    execute("release " + std::string(savepoint));
+}
+
 DataVersion SqliteConnection::version() const {
-    unsigned number = 0;
+    return {fileVersion() - ownCommits_, changes() + rollbacks_};
+}
+
+unsigned SqliteConnection::fileVersion() const {
+    unsigned version = 0;
     check(database_.get(),
-          sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_DATA_VERSION, &number));
-    return {number, changes() + rollbacks_};
+          sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_DATA_VERSION, &version));
+    return version;
 }
 
 void SqliteConnection::endTurn() noexcept {

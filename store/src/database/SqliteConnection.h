@@ -35,6 +35,7 @@ public:
     void commit() override;
     void rollback() noexcept override;
     bool inTransaction() const override;
+    void rollbackTo(std::string_view savepoint) override;
     std::int64_t changes() const override;
     DataVersion version() const override;
     bool hadToWait() const override { return hadToWait_; }
@@ -52,10 +53,14 @@ private:
                            std::equal_to<>>;
 
     SqliteStatement& idleStatement(std::string_view sql);
+    unsigned fileVersion() const;
     void endTurn() noexcept;
 
     SqliteLocation location_;
     bool hadToWait_ = false;
+    bool writing_ = false;
+    /// What the file's version number counts, but is no change by others.
+    unsigned ownCommits_ = 0;
     std::int64_t rollbacks_ = 0;
     std::unique_lock<std::mutex> turn_;
     std::unique_ptr<sqlite3, Close> database_;

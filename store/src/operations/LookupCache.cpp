@@ -7,6 +7,8 @@ namespace storage::kvxstore::operations {
 namespace {
 
 constexpr std::size_t mostEntries = 1024;
+/// A place has a node for each level.
+constexpr std::size_t mostLevels = 32;
 
 template <class Map>
 const typename Map::mapped_type* find(const Map& map, const std::string& key) {
@@ -47,7 +49,9 @@ void LookupCache::addSession(const std::string& id, const SessionRow& session) {
 }
 
 void LookupCache::addFolder(std::string key, const Place& folder) {
-    add(folders_, std::move(key), folder);
+    if (folder.chain.size() <= mostLevels) {
+        add(folders_, std::move(key), folder);
+    }
 }
 
 void LookupCache::forgetWhatMayHaveChanged() {

@@ -140,8 +140,7 @@ std::exception_ptr Writer::runInSavepoint(Job& job) {
         if (!connection_->inTransaction()) {
             throw;
         }
-        connection_->execute("rollback to job");
-        connection_->execute("release job");
+        connection_->rollbackTo("job");
         return error;
     }
 }

@@ -60,6 +60,8 @@ struct ServiceLink {
     template <class Request, class Response>
     void serve(const Operation<Request, Response>& operation, std::string sessionId,
                Request request, kvxclient::CompletionHandler<Response> handler) const {
+        // The handler may hold the last of the store, and run before the call has returned.
+        const std::shared_ptr<Engine> alive = engine;
         CallFrame frame{{operation.access, weightOf(request), sequenceOf(request)},
                         group,
                         engine->options(),
