@@ -281,20 +281,6 @@ TEST_F(CallsTest, AHandlerMayHoldTheLastOfTheStore) {
     EXPECT_EQ(Account(*store, token).list(u"/"), "d/");
 }
 
-TEST_F(CallsTest, AStoreMayEndBeforeTheCallThatStartedTheLastOne) {
-    for (int i = 0; i < 200; ++i) {
-        auto own = Store::open("sqlite::memory:", {.readers = 1});
-        auto last = std::make_shared<Account>(*own, own->createUser({.name = u"main"}));
-        own.reset();
-        std::promise<void> done;
-        const FileAccess& files = *last->files;
-        files.createFolder(FolderCreateRequest({u"/d", u""}),
-                           [last = std::move(last), &done](
-                               FolderCreateResponse, std::exception_ptr) { done.set_value(); });
-        done.get_future().get();
-    }
-}
-
 TEST_F(CallsTest, AServiceWithoutItsClientFindsNoSession) {
     account->client.reset();
     store.reset();
