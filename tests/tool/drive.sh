@@ -459,6 +459,30 @@ stop() {
     [[ $code == "$2" && $(<errors) == "$3" ]] || fail "ended by $1: $code: $(<errors)"
 }
 
+# What changes under the hands of the program, and its own store not least.
+changing() {
+    local code=0 file
+    kvx init -q
+    for file in "" -shm -wal; do echo "left out: the store itself" >>expected; done
+    kvx put -r home :/ 2>&1 | sed 's/.*: left/left/' | diff expected -
+    kvx sync -q home :/synced 2>&1 | sed 's/.*: left/left/' | diff expected -
+
+    head -c 64M /dev/zero >grows
+    while echo more >>grows; do :; done &
+    expect 5 'kvx: put: grows: it changed while it was read' kvx put grows :/
+    kill $!
+
+    mkdir up
+    echo content >up/file
+    kvx sync -q --watch --delete up :/up 2>errors &
+    until kvx stat /up/file >/dev/null 2>&1; do sleep 0.05; done
+    rm -r up && mkdir up
+    wait $! || code=$?
+    [[ $code != 0 && $(tail -n 1 errors) == *'up: another folder has taken its place: '* ]] ||
+        fail "$code: $(<errors)"
+    [[ $(kvx ls /up) == file ]]
+}
+
 interrupted() {
     local code delay
     echo small >small
@@ -487,6 +511,13 @@ interrupted() {
     exec 3<>in
     interruptible put - :/a-file <in 2>errors &
     head -c 20M /dev/zero >&3
+    stop INT 130 'kvx: put: interrupted: 0 of 1 file was sent, 0 bytes'
+    [[ $(kvx cat /a-file) == small ]]
+
+    # Ctrl-C ends who writes into the pipe as well, perhaps a moment earlier.
+    interruptible put - :/a-file <in 3<&- 2>errors &
+    head -c 1M /dev/zero >&3
+    exec 3<&-
     stop INT 130 'kvx: put: interrupted: 0 of 1 file was sent, 0 bytes'
     [[ $(kvx cat /a-file) == small ]]
 

@@ -156,7 +156,9 @@ void addPolicySet(CLI::App& policy, Invocation& invocation) {
 void addDfAndPolicy(CLI::App& program, Invocation& invocation) {
     CLI::App* command = program.add_subcommand("df", "Show what you store and may store");
     command->footer(
-        "Counts all versions of all files in your buckets. With --json, sizes are in bytes, and a\n"
+        "Counts all versions of all files in your buckets, and what was removed until it is "
+        "purged:\n"
+        "by kvx sweep, or by a write that needs the room. With --json, sizes are in bytes, and a\n"
         "quota that refuses nothing is null.\n"
         "\n"
         "Examples:\n"

@@ -155,9 +155,12 @@ void find(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
             print(name, entry, options);
         }
     };
+    std::vector<RemoteName> starts;  // All are read before anything is printed.
     for (const std::string& argument : options.names) {
-        diagnostics.guard(argument, [&] {
-            const RemoteName start = RemoteName::parse(argument);
+        starts.push_back(RemoteName::parse(argument));
+    }
+    for (const RemoteName& start : starts) {
+        diagnostics.guard(start.text(), [&] {
             const RemoteEntry entry = readEntry(files, start);
             check(start, entry);
             if (entry.folder) {

@@ -79,7 +79,9 @@ void addMkdirAndRm(CLI::App& program, Invocation& invocation) {
     rm->add_flag("-r,--recursive", options->recursive, "Remove folders with all they have");
     rm->add_flag("-f,--force", options->force, "Do not ask, and do not mind what is missing");
     rm->footer(
-        "Asks before each name when standard input is a terminal.\n"
+        "Asks before each name when standard input is a terminal. All versions of a file go with "
+        "it,\n"
+        "and nothing brings them back.\n"
         "\n"
         "Examples:\n"
         "  kvx rm /docs/a.txt\n"

@@ -87,7 +87,8 @@ void addGrants(CLI::App& program, Invocation& invocation) {
     auto granted = std::make_shared<GrantOptions>();
     CLI::App* command =
         addForSubject(program, "grant", "Let a user read what you own", "--to", *granted);
-    command->add_flag("--write", granted->write, "Let the user change it too");
+    command->add_flag("--write", granted->write,
+                      "Let the user change and remove what is in it too");
     command->add_flag("--allow-unknown", granted->allowUnknown,
                       "Accept the name of nobody yet, who has the right once created");
     command->footer(

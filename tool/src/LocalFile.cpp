@@ -21,6 +21,21 @@ int openFile(const std::filesystem::path& path, int flags) {
     }
 }
 
+bool belongsToStore(const std::filesystem::path& file,
+                    const std::optional<std::filesystem::path>& store) {
+    const std::string name = store ? store->filename().string() : "";
+    if (name.empty() || !file.filename().string().starts_with(name)) {
+        return false;
+    }
+    for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
+        std::error_code ignored;
+        if (std::filesystem::equivalent(file, store->string() + suffix, ignored)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 void throwFileError(const std::string& name, int error) {
     throw Failure::of(name,
                       std::make_exception_ptr(std::system_error(error, std::generic_category())));

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -32,10 +33,19 @@ LocalInput::~LocalInput() {
     }
 }
 
+bool LocalInput::hasChanged() const {
+    struct stat status {};
+    return size_ > 0 && fstat(file_, &status) == 0 &&
+           (size_ != static_cast<unsigned long>(status.st_size) ||
+            modified_ != timeOf(status.st_mtim));
+}
+
 std::size_t LocalInput::read(char* data, std::size_t size) {
+    // What tells no size, as a pipe or a file of /proc, is read to its end.
+    const std::size_t wanted = size_ > 0 ? std::min(size, size_ - position_) : size;
     std::size_t filled = 0;
-    while (filled < size) {
-        const ssize_t count = ::read(file_, data + filled, size - filled);
+    while (filled < wanted) {
+        const ssize_t count = ::read(file_, data + filled, wanted - filled);
         if (count == 0) {
             break;
         }
@@ -47,6 +57,7 @@ std::size_t LocalInput::read(char* data, std::size_t size) {
             throwFileError(name_, errno);
         }
     }
+    position_ += filled;
     return filled;
 }
 

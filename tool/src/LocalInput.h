@@ -25,7 +25,11 @@ public:
     /// When it was last modified; empty for what is no regular file.
     std::optional<std::chrono::system_clock::time_point> modified() const { return modified_; }
 
-    /// Reads the next `size` bytes, and only at the end fewer; returns how many.
+    /// Whether a regular file is no longer what it was when it was opened.
+    bool hasChanged() const;
+
+    /// Reads the next `size` bytes, and only at the end fewer; returns how many. A file that grows
+    /// ends where it did when it was opened.
     std::size_t read(char* data, std::size_t size);
 
 private:
@@ -34,6 +38,7 @@ private:
     int file_;
     std::string name_;
     unsigned long size_ = 0;
+    unsigned long position_ = 0;
     std::optional<std::chrono::system_clock::time_point> modified_;
 };
 

@@ -45,6 +45,7 @@ void moveOne(const FileAccess& files, const RemoteName& source, const RemoteTarg
     requireElsewhere(files, source, target);
     if (const std::optional<RemoteEntry> existing = findEntry(files, target)) {
         if (options.keepExisting) {
+            invocation.report("skipped", source, target);
             return;
         }
         if (existing->folder || entry.folder) {
@@ -80,8 +81,8 @@ CLI::App* addCommand(CLI::App& program, Invocation& invocation, const std::strin
         ->type_name("")
         ->required()
         ->expected(-2);
-    CLI::Option* force =
-        command->add_flag("-f,--force", options->overwrite, "Replace a file that exists");
+    CLI::Option* force = command->add_flag("-f,--force", options->overwrite,
+                                           "Replace a file that exists, and its versions");
     command->add_flag("-n,--no-clobber", options->keepExisting, "Leave out what exists already")
         ->excludes(force);
     command->callback([options, &invocation] {

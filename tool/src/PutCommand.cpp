@@ -95,7 +95,7 @@ void addPut(CLI::App& program, Invocation& invocation) {
         "sources need a folder. A file that is there is replaced once the new one is complete,\n"
         "and kept as a version where the policy says so. Modification times go along.\n"
         "Links named on the command line are followed; links and special files (pipes, sockets,\n"
-        "devices) inside folders are left out with a warning.\n"
+        "devices) inside folders are left out with a warning. Permissions are not kept.\n"
         "\n"
         "Examples:\n"
         "  kvx put report.pdf :/docs/\n"
@@ -105,6 +105,7 @@ void addPut(CLI::App& program, Invocation& invocation) {
         invocation.runInSession(
             [options, &invocation](const Session& session, Diagnostics& diagnostics) {
                 options->transfer.lines = linesFor(invocation);
+                options->transfer.store = session.storeFile();
                 put(session.files(), diagnostics, *options);
             });
     });

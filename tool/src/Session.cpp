@@ -71,7 +71,8 @@ void dropLogin(const StoreLocation& location) {
     }
 }
 
-Session::Session(const StoreLocation& location) try : client_(makeClient(location)) {
+Session::Session(const StoreLocation& location) try
+    : storeFile_(location.file()), client_(makeClient(location)) {
     files_ = client_->createFileAccess();
     rights_ = client_->createAccessControl();
     configuration_ = client_->createConfigurationManagement();

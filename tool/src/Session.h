@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <stop_token>
@@ -33,6 +34,9 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
+    /// The store's file, where it is one.
+    const std::optional<std::filesystem::path>& storeFile() const { return storeFile_; }
+
     const kvxclient::FileAccess& files() const { return *files_; }
     const kvxclient::AccessControl& rights() const { return *rights_; }
     const kvxclient::ConfigurationManagement& configuration() const { return *configuration_; }
@@ -46,6 +50,7 @@ private:
     void renew();
     void keepAlive(const std::stop_token& stop);
 
+    std::optional<std::filesystem::path> storeFile_;
     std::unique_ptr<kvxclient::KVXClient> client_;
     std::unique_ptr<kvxclient::FileAccess> files_;
     std::unique_ptr<kvxclient::AccessControl> rights_;

@@ -41,6 +41,7 @@ const char* wordFor(Kind kind) {
            : kind == Kind::FOLDER    ? "a folder"
            : kind == Kind::LINK      ? "a symbolic link"
            : kind == Kind::TEMPORARY ? "a temporary file of a download"
+           : kind == Kind::STORE     ? "the store itself"
                                      : "a special file";
 }
 
@@ -107,7 +108,7 @@ void Sync::run() {
 }
 
 SyncPlan Sync::makePlan() {
-    SyncTree local = readLocalTree(local_, diagnostics_);
+    SyncTree local = readLocalTree(local_, options_.transfer.store, diagnostics_);
     SyncTree remote = readRemoteTree(files_, remote_, diagnostics_);
     SyncTree& source = up_ ? local : remote;
     if (source.empty()) {

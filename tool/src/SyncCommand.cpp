@@ -1,7 +1,12 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <chrono>
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <sstream>
+#include <string>
 #include <thread>
 
 #include "ChangeFeed.h"
@@ -33,9 +38,28 @@ bool runPass(Sync& sync, Diagnostics& diagnostics) {
     return diagnostics.guard("", [&] { sync.run(); });
 }
 
+/// Tells a folder from another one that is made in its place; empty where there is none.
+std::string identityOf(const std::filesystem::path& folder) {
+    struct statx status {};
+    if (statx(AT_FDCWD, folder.c_str(), 0, STATX_INO | STATX_BTIME, &status) != 0) {
+        return {};
+    }
+    std::ostringstream identity;
+    identity << status.stx_dev_major << ':' << status.stx_dev_minor << ':' << status.stx_ino << ':'
+             << status.stx_btime.tv_sec << '.' << status.stx_btime.tv_nsec;
+    return identity.str();
+}
+
 void followLocal(Sync& sync, Diagnostics& diagnostics, std::chrono::milliseconds interval) {
     bool warned = false;
+    std::string known;
     while (std::cout.flush()) {
+        const std::string identity = identityOf(sync.local());
+        if (!known.empty() && !identity.empty() && identity != known) {
+            throw Failure(ExitCode::CONFLICT, sync.local().string(),
+                          "another folder has taken its place: begin again if that is right");
+        }
+        known = known.empty() ? identity : known;
         LocalWatch watch(sync.local());
         if (!watch.isComplete() && !warned && std::filesystem::exists(sync.local())) {
             warned = true;
@@ -112,7 +136,7 @@ void addSync(CLI::App& program, Invocation& invocation) {
         "stays,\n"
         "unless --delete is given, and so does what is a file here and a folder there. Links and\n"
         "special files are left out on both sides, with a warning in the source. A folder that is\n"
-        "named on the command line may be a link.\n"
+        "named on the command line may be a link. Permissions are not kept.\n"
         "\n"
         "-v prints each action: put, get, delete or mkdir, with the path below the folder. --json\n"
         "prints {\"action\", \"path\", \"size\"}, with \"dryRun\": true in a dry run, and at the "
@@ -130,6 +154,7 @@ void addSync(CLI::App& program, Invocation& invocation) {
         const SyncReport::Lines lines = summaryLinesFor(invocation, options->dryRun);
         invocation.runInSession(
             [options, watching, lines](const Session& session, Diagnostics& diagnostics) {
+                options->transfer.store = session.storeFile();
                 sync(session, diagnostics, *options, lines, *watching);
             });
     });

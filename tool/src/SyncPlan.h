@@ -10,7 +10,7 @@ namespace storage::kvxtool {
 /// What a sync compares of one file or folder.
 struct SyncEntry {
     /// TEMPORARY is what a download writes, perhaps that of another sync.
-    enum class Kind { FILE, FOLDER, LINK, SPECIAL, TEMPORARY };
+    enum class Kind { FILE, FOLDER, LINK, SPECIAL, TEMPORARY, STORE };
 
     Kind kind = Kind::FILE;
     unsigned long size = 0;

@@ -50,7 +50,8 @@ std::optional<SyncEntry> readLocalEntry(const fs::path& path) {
 
 /// Adds what a folder has, and returns the paths of its folders.
 std::vector<std::string> readLocalFolder(SyncTree& tree, const fs::path& top,
-                                         const std::string& folder) {
+                                         const std::string& folder,
+                                         const std::optional<fs::path>& store) {
     std::vector<std::string> folders;
     for (const fs::directory_entry& item : fs::directory_iterator(top / folder)) {
         const std::string name = item.path().filename().string();
@@ -58,6 +59,8 @@ std::vector<std::string> readLocalFolder(SyncTree& tree, const fs::path& top,
         if (std::optional<SyncEntry> entry = readLocalEntry(item.path())) {
             if (entry->kind == Kind::FILE && LocalOutput::isTemporaryName(name)) {
                 entry->kind = Kind::TEMPORARY;
+            } else if (belongsToStore(item.path(), store)) {
+                entry->kind = Kind::STORE;
             }
             tree.emplace(path, *entry);
             if (entry->kind == Kind::FOLDER) {
@@ -77,7 +80,8 @@ SyncEntry makeFolderEntry(bool complete) {
 
 }  // namespace
 
-SyncTree readLocalTree(const fs::path& top, Diagnostics& diagnostics) {
+SyncTree readLocalTree(const fs::path& top, const std::optional<fs::path>& store,
+                       Diagnostics& diagnostics) {
     SyncTree tree;
     const fs::file_status status = fs::status(top);
     if (!fs::exists(status)) {
@@ -87,12 +91,12 @@ SyncTree readLocalTree(const fs::path& top, Diagnostics& diagnostics) {
         throw Failure(ExitCode::CONFLICT, top.string(), "it is a file, not a folder");
     }
     tree.emplace("", makeFolderEntry(true));
-    std::vector<std::string> pending = readLocalFolder(tree, top, "");
+    std::vector<std::string> pending = readLocalFolder(tree, top, "", store);
     while (!pending.empty()) {
         const std::string folder = std::move(pending.back());
         pending.pop_back();
         tree.at(folder).complete = diagnostics.guard((top / folder).string(), [&] {
-            for (std::string& path : readLocalFolder(tree, top, folder)) {
+            for (std::string& path : readLocalFolder(tree, top, folder, store)) {
                 pending.push_back(std::move(path));
             }
         });

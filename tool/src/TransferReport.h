@@ -1,7 +1,9 @@
 #pragma once
 
 #include <CLI/App.hpp>
+#include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "CallWindow.h"
@@ -21,6 +23,8 @@ struct TransferOptions {
     enum class Lines { NONE, TEXT, JSON } lines = Lines::NONE;
     /// Called for each file done, where it is not empty.
     TransferDone done = {};
+    /// Left out of trees: the file of the store that they go into.
+    std::optional<std::filesystem::path> store = {};
 };
 
 struct Invocation;

@@ -1,10 +1,13 @@
 #include "Upload.h"
 
 #include <algorithm>
+#include <chrono>
 #include <system_error>
+#include <thread>
 
 #include "Failure.h"
 #include "Interruption.h"
+#include "LocalFile.h"
 #include "RemoteHandle.h"
 #include "RemoteTree.h"
 #include "Text.h"
@@ -19,6 +22,7 @@ Upload::Upload(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
     : files_(files),
       diagnostics_(diagnostics),
       report_(diagnostics, options),
+      store_(options.store),
       folderCalls_(options.jobs),
       fileCalls_(options.jobs),
       timeCalls_(options.jobs) {
@@ -59,6 +63,10 @@ void Upload::addEntry(const fs::directory_entry& entry, const Folder& parent,
     if (!fs::is_regular_file(status) && !fs::is_directory(status)) {
         diagnostics_.warn(source.string(), fs::is_symlink(status) ? "left out: a symbolic link"
                                                                   : "left out: a special file");
+        return;
+    }
+    if (belongsToStore(source, store_)) {
+        diagnostics_.warn(source.string(), "left out: the store itself");
         return;
     }
     const std::optional<std::u16string> name = toUtf16(source.filename().string());
@@ -154,12 +162,24 @@ void Upload::folderCreated(const Folder& folder,
     }
 }
 
+void Upload::checkEnd(const LocalInput& source) {
+    if (!source.modified()) {
+        // Ctrl-C also ends a program that writes into a pipe, and then this is no end of its
+        // output.
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        Interruption::check();
+    } else if (source.hasChanged()) {
+        diagnostics_.fail({ExitCode::CONFLICT, source.name(), "it changed while it was read"});
+    }
+}
+
 void Upload::start(LocalInput& source, const RemoteName& target) {
     // Room is made before the file is read: what waits for room is not in memory.
     fileCalls_.makeRoom(std::min(source.size(), RemoteHandle::RANGE_SIZE));
     const std::size_t filled = source.read(buffers_.front().get(), RemoteHandle::RANGE_SIZE);
     Sending file{source.name(), target, source.modified(), filled};
     if (filled < RemoteHandle::RANGE_SIZE) {
+        checkEnd(source);
         sendWhole(file);
         return;
     }
@@ -206,6 +226,7 @@ unsigned long Upload::sendRanges(LocalInput& source, const RemoteName& target, s
             filled < RemoteHandle::RANGE_SIZE ? 0 : source.read(next, RemoteHandle::RANGE_SIZE);
     }
     calls.drain();
+    checkEnd(source);
     handle.commit();
     return position;
 }

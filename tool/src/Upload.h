@@ -59,6 +59,8 @@ private:
     void createFolders();
     void folderCreated(const Folder& folder, std::future<kvxclient::FolderCreateResponse>& call);
     void start(LocalInput& source, const RemoteName& target);
+    /// Called where a source has ended.
+    void checkEnd(const LocalInput& source);
     void sendWhole(const Sending& file);
     unsigned long sendRanges(LocalInput& source, const RemoteName& target, std::size_t filled);
     void contentSent(const Sending& file);
@@ -71,6 +73,7 @@ private:
     const kvxclient::FileAccess& files_;
     Diagnostics& diagnostics_;
     TransferReport report_;
+    const std::optional<std::filesystem::path> store_;
     std::vector<Folder> folders_;
     std::vector<File> filesToSend_;
     std::set<std::u16string> missingFolders_;  // Those that could not be created.
