@@ -166,15 +166,16 @@ TEST_F(CallsTest, ACallSeesWhatWasDoneOnOtherConnections) {
     const auto inMemory = Store::open("sqlite::memory:", {.readers = 1});
     const Account other(*second, token);
     const Account only(*inMemory, inMemory->createUser({.name = u"main"}));
-    using Users = std::pair<const Account*, const Account*>;
-    for (const auto& [user, mover] : {Users(&*account, &other), Users(&only, &only)}) {
-        user->makeFolder(u"/a");
-        user->put(u"/a/f", "content");
-        EXPECT_EQ(user->get(u"/a/f"), "content");
-        mover->move(u"/a", u"/b");
-        EXPECT_EQ(codeOf([&] { user->get(u"/a/f"); }), Code::RESOURCE_NOT_FOUND);
-        EXPECT_EQ(codeOf([&] { user->put(u"/a/f", ""); }), Code::PARENT_RESOURCE_NOT_FOUND);
-    }
+    const auto sees = [](const Account& user, const Account& mover) {
+        user.makeFolder(u"/a");
+        user.put(u"/a/f", "content");
+        EXPECT_EQ(user.get(u"/a/f"), "content");
+        mover.move(u"/a", u"/b");
+        EXPECT_EQ(codeOf([&] { user.get(u"/a/f"); }), Code::RESOURCE_NOT_FOUND);
+        EXPECT_EQ(codeOf([&] { user.put(u"/a/f", ""); }), Code::PARENT_RESOURCE_NOT_FOUND);
+    };
+    sees(*account, other);
+    sees(only, only);
 }
 
 TEST_F(CallsTest, AFullQueueHoldsUpCallersButNotHandlers) {
