@@ -34,7 +34,8 @@ makeTree() {
 
 # Commits as many files at once as the store does.
 writeSql() {
-    echo "pragma page_size = 16384; pragma journal_mode = wal; pragma synchronous = full;"
+    echo "pragma page_size = 16384; pragma journal_mode = wal; pragma synchronous = full;
+        pragma secure_delete = off;"
     echo "create table files(content blob); begin;"
     find tree -type f | sort | awk -v q="'" '{ print "insert into files values(readfile(" q $0 q "));" }
         NR % 256 == 0 { print "commit; begin;" }'

@@ -42,7 +42,7 @@ public:
         check(sqlite3_open_v2(path.c_str(), &database_,
                               SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
                               nullptr));
-        run("pragma synchronous = full; pragma cache_size = -8192;"
+        run("pragma synchronous = full; pragma cache_size = -8192; pragma secure_delete = off;"
             "pragma journal_size_limit = 67108864");
     }
     ~Connection() {

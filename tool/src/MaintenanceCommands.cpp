@@ -106,7 +106,8 @@ void addMaintenance(CLI::App& program, Invocation& invocation) {
 
     command = program.add_subcommand("sweep", "Purge what was deleted from the store now");
     command->footer(
-        "The store does so by itself in idle moments of the programs that use it.\n"
+        "The store does so by itself in idle moments of the programs that use it. Its file keeps\n"
+        "its size, and what was deleted can be read in it until something else takes its place.\n"
         "\n"
         "Examples:\n"
         "  kvx sweep");

@@ -158,6 +158,8 @@ SqliteConnection::SqliteConnection(SqliteLocation location) : location_(std::mov
     check(database, sqlite3_busy_handler(database, waitBriefly, &hadToWait_));
     execute("pragma synchronous = full");
     execute("pragma cache_size = -8192");
+    // Debian's SQLite would write zeros over all that is deleted.
+    execute("pragma secure_delete = off");
     // What each job of a batch would undo: in files it costs more than the commit.
     execute("pragma temp_store = memory");
     // A large transaction must not leave its log's size on the disk for good.

@@ -186,7 +186,8 @@ public:
     /// Counts what there is. Reads all of the file: slow on a large one.
     Statistics statistics() const;
 
-    /// Purges what was deleted or has expired, which otherwise happens in idle moments.
+    /// Purges what was deleted or has expired, which otherwise happens in idle moments. The file
+    /// keeps its size, and the purged bytes until others take their place.
     void sweep() const;
 
 private:
