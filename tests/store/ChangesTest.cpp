@@ -197,6 +197,7 @@ TEST_F(StoreTest, FaultsHappenOnPurpose) {
     const auto plan = std::make_shared<FaultPlan>(std::vector<Fault>{
         {.operation = "createFolder", .call = 2, .error = Code::BAD_NETWORK},
         {.operation = "createFolder", .call = 3, .delay = 300ms},
+        {.operation = "createFolder", .call = 4, .delay = 1h},
         {.operation = "listFolder", .dropHandler = true},
         {.operation = "none", .error = Code::UNKNOWN},
     });
@@ -210,7 +211,10 @@ TEST_F(StoreTest, FaultsHappenOnPurpose) {
     }
     EXPECT_EQ(late.wait_for(0s), std::future_status::timeout);
     late.get();
-    EXPECT_EQ(plan->fired().size(), 3U);
+    auto never = user.files->createFolderAsync(FolderCreateRequest({u"/d", u""}));
+    user.client->cancelPendingCalls();
+    EXPECT_EQ(codeOf([&] { never.get(); }), Code::BAD_NETWORK);
+    EXPECT_EQ(plan->fired().size(), 4U);
     EXPECT_EQ(plan->fired().at(1).delay, 300ms);
 }
 

@@ -20,6 +20,18 @@ std::string readOnly(const Account& account, const std::u16string& path, int lab
         .getFileHandleId();
 }
 
+std::future<FileContentWriteResponse> startWrite(const OpenFile& file, const std::string& bytes) {
+    return file.account.files->writeFileContentAsync(
+        FileContentWriteRequest({u"", u""})
+            .withFileHandleId(file.id)
+            .withContent(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()));
+}
+
+std::future<FileContentReadResponse> startRead(const OpenFile& file) {
+    return file.account.files->readFileContentAsync(
+        FileContentReadRequest({u"", u""}).withFileHandleId(file.id).withLength(farEnd));
+}
+
 TEST_F(StoreTest, AHandleWritesToACopyAndItsCommitSharesTheRest) {
     std::mt19937 random(1);
     const auto below = [&](unsigned long bound) { return random() % bound; };
@@ -142,13 +154,9 @@ TEST_F(StoreTest, CallsThroughAHandleRunInTheOrderInWhichTheyWereMade) {
     std::vector<std::future<FileContentReadResponse>> reads;
     for (int i = 0; i < 200; ++i) {
         const std::string& bytes = contents.emplace_back(100, static_cast<char>('A' + i % 50));
-        account.files->writeFileContentAsync(
-            FileContentWriteRequest({u"", u""})
-                .withFileHandleId(file.id)
-                .withContent(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()));
+        startWrite(file, bytes);
         for (int n = i % 3; n > 0; --n) {
-            reads.push_back(account.files->readFileContentAsync(
-                FileContentReadRequest({u"", u""}).withFileHandleId(file.id).withLength(farEnd)));
+            reads.push_back(startRead(file));
         }
     }
     file.close();
@@ -160,6 +168,24 @@ TEST_F(StoreTest, CallsThroughAHandleRunInTheOrderInWhichTheyWereMade) {
         }
     }
     EXPECT_EQ(account.get(u"/f"), contents.back());
+}
+
+TEST_F(StoreTest, NoCallOvertakesOnesThatWereHeldBack) {
+    const OpenFile file(account, u"/f");
+    const std::string first = "first";
+    const std::string second = "other";
+    for (int i = 0; i < 3000; ++i) {
+        const auto read = startRead(file);
+        const auto held = startWrite(file, first);
+        // Comes at some moment about the one at which the read has ended and lets the first go.
+        const auto moment =
+            std::chrono::steady_clock::now() + std::chrono::nanoseconds(i * 37 % 6000);
+        while (std::chrono::steady_clock::now() < moment) {
+        }
+        startWrite(file, second).wait();
+        held.wait();
+        ASSERT_EQ(file.read(0, farEnd), second) << i;
+    }
 }
 
 TEST_F(StoreTest, CountsWhatHandlesHoldAndClosesLostOnes) {

@@ -1,8 +1,14 @@
 #pragma once
 
 #include <array>
+#include <chrono>
+#include <condition_variable>
+#include <deque>
 #include <exception>
+#include <map>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <thread>
 
 #include "scheduler/Job.h"
@@ -13,18 +19,30 @@ namespace storage::kvxstore::scheduler {
 class CompletionPool {
 public:
     CompletionPool();
-    /// Returns when everything posted is finished, held back or not. On one of its own threads,
-    /// which cannot wait for itself, that thread goes on alone.
+    /// Returns when everything posted is finished, held back or not.
     ~CompletionPool();
     CompletionPool(const CompletionPool&) = delete;
     CompletionPool& operator=(const CompletionPool&) = delete;
 
     void post(std::unique_ptr<Job> job, std::exception_ptr error);
 
-private:
-    struct State;
+    /// Holds back no longer what was cancelled.
+    void hurryCancelled();
 
-    std::shared_ptr<State> state_;
+private:
+    struct Completion {
+        std::unique_ptr<Job> job;
+        std::exception_ptr error;
+    };
+
+    void work();
+    std::optional<Completion> next();
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::deque<Completion> completions_;
+    std::multimap<std::chrono::steady_clock::time_point, Completion> delayed_;
+    bool stopping_ = false;
     std::array<std::thread, 2> threads_;
 };
 

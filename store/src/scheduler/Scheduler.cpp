@@ -22,7 +22,11 @@ JobQueue::WhenFull whenFull() {
 
 }  // namespace
 
-Scheduler::Scheduler(const database::Connector& connect, unsigned readers, Chore chore) {
+Scheduler::Scheduler(const database::Connector& connect, unsigned readers, Chore chore)
+    : sequencer_([this](std::unique_ptr<Job> job) {
+          // The queue is open: the sequencer is closed before it, and then holds nothing.
+          queueFor(*job).push(job, JobQueue::WhenFull::EXCEED);
+      }) {
     std::vector<std::unique_ptr<database::Connection>> connections;
     for (unsigned i = 0; i < readers; ++i) {
         connections.push_back(connect());
@@ -64,16 +68,13 @@ void Scheduler::read(database::Connection& connection) {
 }
 
 void Scheduler::submit(std::unique_ptr<Job> job) {
-    if (sequencer_.admit(job, whenFull())) {
-        enqueue(std::move(job));
+    if (sequencer_.admit(job, whenFull()) && !queueFor(*job).push(job, whenFull())) {
+        finish(std::move(job), badNetwork());
     }
 }
 
-void Scheduler::enqueue(std::unique_ptr<Job> job) {
-    JobQueue& queue = job->traits().access == database::Access::WRITE ? writes_ : reads_;
-    if (!queue.push(job, whenFull())) {
-        finish(std::move(job), badNetwork());
-    }
+JobQueue& Scheduler::queueFor(const Job& job) {
+    return job.traits().access == database::Access::WRITE ? writes_ : reads_;
 }
 
 void Scheduler::refuse(std::unique_ptr<Job> job, std::exception_ptr error) {
@@ -81,27 +82,21 @@ void Scheduler::refuse(std::unique_ptr<Job> job, std::exception_ptr error) {
 }
 
 void Scheduler::finish(std::unique_ptr<Job> job, std::exception_ptr error) {
-    Jobs next = sequencer_.leave(*job);
+    sequencer_.leave(*job);
     completions_.post(std::move(job), std::move(error));
-    for (std::unique_ptr<Job>& each : next) {
-        enqueue(std::move(each));
-    }
 }
 
 void Scheduler::cancel(const CallGroup& group) {
     group.cancelAll();
-    auto [cancelled, admitted] = sequencer_.takeCancelled();
-    for (std::unique_ptr<Job>& job : cancelled) {
+    for (std::unique_ptr<Job>& job : sequencer_.takeCancelled()) {
         refuse(std::move(job), nullptr);
-    }
-    for (std::unique_ptr<Job>& job : admitted) {
-        enqueue(std::move(job));
     }
     for (JobQueue* queue : {&writes_, &reads_}) {
         for (std::unique_ptr<Job>& job : queue->takeCancelled()) {
             finish(std::move(job), nullptr);
         }
     }
+    completions_.hurryCancelled();
 }
 
 }  // namespace storage::kvxstore::scheduler

@@ -31,15 +31,15 @@ public:
 
 private:
     void read(database::Connection& connection);
-    void enqueue(std::unique_ptr<Job> job);
+    JobQueue& queueFor(const Job& job);
     /// Finishes a job that was submitted.
     void finish(std::unique_ptr<Job> job, std::exception_ptr error);
 
     // In this order: the completions must outlive the workers.
     CompletionPool completions_;
-    Sequencer sequencer_;
     JobQueue writes_;
     JobQueue reads_;
+    Sequencer sequencer_;
     std::vector<std::thread> readers_;
     std::optional<Writer> writer_;
 };

@@ -38,40 +38,37 @@ bool Sequencer::admit(std::unique_ptr<Job>& job, JobQueue::WhenFull whenFull) {
     return false;
 }
 
-Jobs Sequencer::leave(const Job& job) {
+void Sequencer::leave(const Job& job) {
     if (job.traits().sequence.empty()) {
-        return {};
+        return;
     }
     const std::lock_guard lock(mutex_);
     const auto line = lines_.find(job.traits().sequence);
     if (line == lines_.end()) {
-        return {};
+        return;
     }
     --line->second.admitted;
-    Jobs next = admitNext(line->second);
+    releaseNext(line->second);
     if (line->second.admitted == 0) {
         lines_.erase(line);
     }
-    return next;
 }
 
-Jobs Sequencer::admitNext(Line& line) {
-    Jobs next;
+void Sequencer::releaseNext(Line& line) {
     while (!line.held.empty() &&
            (line.admitted == 0 || line.access == line.held.front()->traits().access)) {
         line.access = line.held.front()->traits().access;
-        next.push_back(std::move(line.held.front()));
-        line.held.pop_front();
         ++line.admitted;
+        --held_;
+        release_(std::move(line.held.front()));
+        line.held.pop_front();
     }
-    held_ -= next.size();
     drained_.notify_all();
-    return next;
 }
 
-Sequencer::Cancelled Sequencer::takeCancelled() {
+Jobs Sequencer::takeCancelled() {
     const std::lock_guard lock(mutex_);
-    Cancelled taken;
+    Jobs taken;
     for (auto& [sequence, line] : lines_) {
         const auto cancelled =
             std::stable_partition(line.held.begin(), line.held.end(),
@@ -79,8 +76,8 @@ Sequencer::Cancelled Sequencer::takeCancelled() {
         Jobs jobs{std::move_iterator(cancelled), std::move_iterator(line.held.end())};
         line.held.erase(cancelled, line.held.end());
         held_ -= jobs.size();
-        append(taken.cancelled, std::move(jobs));
-        append(taken.admitted, admitNext(line));
+        append(taken, std::move(jobs));
+        releaseNext(line);
     }
     return taken;
 }

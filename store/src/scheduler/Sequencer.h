@@ -2,6 +2,7 @@
 
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -15,19 +16,21 @@ namespace storage::kvxstore::scheduler {
 /// same access go on together: writes keep their order in the queue, and that of reads is not seen.
 class Sequencer {
 public:
+    /// Queues a job that was held. Called under the sequencer's lock, so that no job which comes
+    /// now overtakes it; so it must not wait.
+    using Release = std::function<void(std::unique_ptr<Job>)>;
+
+    explicit Sequencer(Release release) : release_(std::move(release)) {}
+
     /// True when the job may be queued now; else the sequencer holds it. Waits for room, or
     /// exceeds it, as JobQueue::push() does.
     bool admit(std::unique_ptr<Job>& job, JobQueue::WhenFull whenFull);
 
-    /// Takes note that a job has run or never will, and returns those that may be queued now.
-    Jobs leave(const Job& job);
+    /// Takes note that a job has run or never will, and releases those that waited for it.
+    void leave(const Job& job);
 
-    /// Takes out the held jobs that were cancelled, and those that may be queued in their place.
-    struct Cancelled {
-        Jobs cancelled;
-        Jobs admitted;
-    };
-    Cancelled takeCancelled();
+    /// Takes out the held jobs that were cancelled, and releases those that waited for them.
+    Jobs takeCancelled();
 
     /// Takes out all held jobs; from now on nothing is held.
     Jobs close();
@@ -40,8 +43,9 @@ private:
         std::deque<std::unique_ptr<Job>> held;
     };
 
-    Jobs admitNext(Line& line);
+    void releaseNext(Line& line);
 
+    const Release release_;
     std::mutex mutex_;
     std::condition_variable drained_;
     std::map<std::string, Line> lines_;
