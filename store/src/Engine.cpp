@@ -51,6 +51,17 @@ std::chrono::milliseconds cleanSome(database::Connection& database, std::int64_t
 
 }  // namespace
 
+std::shared_ptr<Engine> Engine::start(const std::string& url, StoreOptions options) {
+    const auto end = [](Engine* engine) {
+        if (scheduler::onStoreThread()) {
+            std::thread([engine] { delete engine; }).detach();
+        } else {
+            delete engine;
+        }
+    };
+    return {new Engine(url, std::move(options)), end};
+}
+
 Engine::Engine(std::string url, StoreOptions options)
     : url_(std::move(url)),
       options_(completed(std::move(options))),

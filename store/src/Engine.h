@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "scheduler/Scheduler.h"
@@ -11,7 +12,9 @@ namespace storage::kvxstore {
 /// What a store, its clients and their services share: the database and the threads.
 class Engine {
 public:
-    Engine(std::string url, StoreOptions options);
+    /// The last reference to go ends the store: on a thread of a store, which cannot wait for
+    /// itself, soon after.
+    static std::shared_ptr<Engine> start(const std::string& url, StoreOptions options);
 
     const std::string& url() const { return url_; }
     /// As given, with the clock set.
@@ -21,6 +24,8 @@ public:
     scheduler::Scheduler& scheduler() { return scheduler_; }
 
 private:
+    Engine(std::string url, StoreOptions options);
+
     std::string url_;
     StoreOptions options_;
     std::int64_t instance_;

@@ -52,7 +52,7 @@ Store::~Store() = default;
 
 std::shared_ptr<Store> Store::open(const std::string& url, StoreOptions options) {
     try {
-        return std::shared_ptr<Store>(new Store(std::make_shared<Engine>(url, std::move(options))));
+        return std::shared_ptr<Store>(new Store(Engine::start(url, std::move(options))));
     } catch (const database::DatabaseError& error) {
         throw StoreError("cannot open the store " + url + ": " + error.what());
     }

@@ -282,6 +282,29 @@ TEST_F(CallsTest, AHandlerMayHoldTheLastOfTheStore) {
     EXPECT_EQ(Account(*store, token).list(u"/"), "d/");
 }
 
+TEST_F(CallsTest, AStreamMayHoldTheLastOfTheStore) {
+    struct Stream : std::stringstream {
+        std::unique_ptr<Account> last;
+    };
+    account->put(u"/f", "content");
+    FileDownloadRequest request(
+        account->files->createFileDownload(FileDownloadCreateRequest({u"/f", u""})).getLocation());
+    std::promise<void> allElseIsGone;
+    request.withStreamFactory([&]() -> std::unique_ptr<std::iostream> {
+        auto stream = std::make_unique<Stream>();
+        allElseIsGone.get_future().wait();
+        stream->last = std::make_unique<Account>(std::move(*account));
+        account.reset();
+        return stream;
+    });
+    auto download = account->files->downloadFileAsync(std::move(request));
+    store.reset();
+    allElseIsGone.set_value();
+    EXPECT_NO_THROW(download.get());
+    store = Store::open(folder.url());
+    EXPECT_EQ(Account(*store, token).get(u"/f"), "content");
+}
+
 TEST_F(CallsTest, AServiceWithoutItsClientFindsNoSession) {
     account->client.reset();
     store.reset();
