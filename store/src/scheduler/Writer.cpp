@@ -17,6 +17,8 @@ constexpr std::size_t batchWeight = 4UL << 20U;
 constexpr auto idleTime = 50ms;
 /// How long a chore waits for an idle moment.
 constexpr auto chorePatience = 10s;
+/// When to try again what failed, perhaps since another program kept the store locked.
+constexpr auto choreRetry = 10s;
 
 }  // namespace
 
@@ -146,14 +148,13 @@ std::exception_ptr Writer::runInSavepoint(Job& job) {
 }
 
 void Writer::doChore() {
-    // Where it fails nothing is lost, and the next write makes it due again.
-    std::chrono::milliseconds wait = 1h;
+    std::chrono::milliseconds wait{};
     try {
         Transaction transaction(*connection_, Access::WRITE);
         wait = chore_(*connection_);
         transaction.commit();
     } catch (...) {
-        wait = 1h;
+        wait = choreRetry;
     }
     choreDone_ = std::chrono::steady_clock::now();
     choreDue_ = choreDone_ + wait;
