@@ -24,6 +24,7 @@ struct ListOptions {
     bool byTime = false;
     bool bySize = false;
     bool reversed = false;
+    bool onePerLine = false;
     std::string color = "auto";
     bool json = false;
 };
@@ -78,14 +79,14 @@ void printDetails(const std::vector<RemoteEntry>& entries, const ListOptions& op
     }
 }
 
-void printNames(const std::vector<RemoteEntry>& entries, bool color) {
+void printNames(const std::vector<RemoteEntry>& entries, bool inColumns, bool color) {
     std::vector<Cell> cells;
     for (const RemoteEntry& entry : entries) {
         std::string name = shown(toUtf8(entry.name));
-        const std::size_t width = onTerminal() ? displayWidth(name) : 0;
+        const std::size_t width = inColumns ? displayWidth(name) : 0;
         cells.push_back({colored(entry, std::move(name), color), width});
     }
-    if (onTerminal()) {
+    if (inColumns) {
         printColumns(cells);
         return;
     }
@@ -157,7 +158,8 @@ private:
     }
 
     void print(const std::vector<RemoteEntry>& entries) {
-        options_.details ? printDetails(entries, options_, color_) : printNames(entries, color_);
+        options_.details ? printDetails(entries, options_, color_)
+                         : printNames(entries, onTerminal() && !options_.onePerLine, color_);
     }
 
     const kvxclient::FileAccess& files_;
@@ -191,6 +193,7 @@ void addLs(CLI::App& program, Invocation& invocation) {
         command->add_flag("-t", options->byTime, "Sort by modification time, the newest first");
     command->add_flag("-S", options->bySize, "Sort by size, the largest first")->excludes(byTime);
     command->add_flag("-r", options->reversed, "Sort the other way round");
+    command->add_flag("-1", options->onePerLine, "Show one name a line");
     command
         ->add_option("--color", options->color,
                      "Colour folders and hidden names: always, never, or auto, on a terminal "
