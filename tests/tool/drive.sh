@@ -191,7 +191,7 @@ TABLE
 }
 
 refused() {
-    local code errors command before
+    local code errors command parsed before
     mkdir -p folder/file
     echo file >file
     kvx init -q --user ada
@@ -237,9 +237,21 @@ refused() {
 2|kvx: put: a:b: a local name is needed here: write ./ before a name with a colon|put a:b :/
 2|kvx: put: -: standard input needs the name of a file to go to|put - :/folder
 TABLE
-    expect 2 $'kvx: nonsense: there is no such command\nTry: kvx --help' kvx nonsense
-    expect 2 $'kvx: get: a source and a target are needed\nTry: kvx get --help' kvx get :/file
-    expect 2 $'kvx: rm: The following argument was not expected: -x\nTry: kvx rm --help' kvx rm -x /file
+    while IFS='|' read -r errors parsed command; do
+        expect 2 "kvx: $errors"$'\n'"Try: kvx $parsed--help" kvx $command
+    done <<'TABLE'
+nonsense: there is no such command||nonsense
+sycn: there is no such command: did you mean sync?||sycn
+policy: a command is needed: get or set|policy |policy
+user: delete: there is no such command: did you mean remove?|user |user delete ada
+get: a source and a target are needed|get |get :/file
+rm: -x: there is no such option|rm |rm -x /file
+grant: --too: there is no such option: did you mean --to?|grant |grant --too bob /file
+grant: --to is missing|grant |grant /file bob
+policy get: /b: one argument too many|policy get |policy get /a /b
+ls: --store needs a value|ls |ls --store
+ls: -t does not go with -S|ls |ls -St
+TABLE
     # One failure does not stop the others; failures of different kinds have a code of their own.
     expect 3 'kvx: cat: /none: no such file or folder' kvx cat /none /file
     [[ $(<output) == file ]]
@@ -668,8 +680,10 @@ terminal() {
     kvx mkdir /folder /three
     seen=$(script -qec "stty cols 30; $program ls" /dev/null)
     [[ $seen == $'\\x1b[31mred  large\r\n\e[1;34mfolder\e[0m       \e[1;34mthree\e[0m\r' ]] || fail "columns: $seen"
-    seen=$(NO_COLOR=1 script -qec "stty cols 10; $program ls" /dev/null)
-    [[ $seen == $'\\x1b[31mred\r\nfolder\r\nlarge\r\nthree\r' ]] || fail "no colours: $seen"
+    for answer in "stty cols 10; $program ls" "$program ls -1"; do
+        seen=$(NO_COLOR=1 script -qec "$answer" /dev/null)
+        [[ $seen == $'\\x1b[31mred\r\nfolder\r\nlarge\r\nthree\r' ]] || fail "no colours: $seen"
+    done
 
     # Asked before something is removed, one may say no, go away, or leave it at that.
     for answer in 'n\n:0' '\n:0' '\x04:0' '\x03:130' 'y\n:0'; do

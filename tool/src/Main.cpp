@@ -12,7 +12,7 @@
 #include "Commands.h"
 #include "Failure.h"
 #include "SignalWatch.h"
-#include "Text.h"
+#include "UsageError.h"
 
 namespace storage::kvxtool {
 namespace {
@@ -36,42 +36,6 @@ const char* const NAMES_AND_STORE =
 std::string protectedArgument(std::string argument) {
     const bool list = argument.starts_with('[') && argument.ends_with(']');
     return list || argument == "++" ? "./" + argument : argument;
-}
-
-/// The command that was parsed with those that it is a part of.
-std::vector<const CLI::App*> parsedCommands(const CLI::App& program) {
-    std::vector<const CLI::App*> commands{&program};
-    while (!commands.back()->get_subcommands().empty()) {
-        commands.push_back(commands.back()->get_subcommands().front());
-    }
-    return commands;
-}
-
-/// As "user add"; empty without a command.
-std::string commandName(const CLI::App& program) {
-    std::string name;
-    for (const CLI::App* command : parsedCommands(program)) {
-        name += (name.empty() ? "" : " ") + (command == &program ? "" : command->get_name());
-    }
-    return name;
-}
-
-/// What is wrong with the command line, in one line.
-std::string usageError(const CLI::App* program, const CLI::Error& error) {
-    const std::vector<std::string> unexpected = program->remaining(true);
-    const bool needsCommand = !parsedCommands(*program).back()->get_subcommands({}).empty();
-    std::string reason = error.what();
-    if (needsCommand && !unexpected.empty()) {
-        const char* kind = unexpected.front().starts_with('-') ? "option" : "command";
-        reason = unexpected.front() + ": there is no such " + kind;
-    } else if (needsCommand && error.get_name() == "RequiredError") {
-        reason = "a command is needed";
-    } else if (reason.find("At least 2 required") != std::string::npos) {
-        reason = "a source and a target are needed";
-    }
-    const std::string command = commandName(*program);
-    return "kvx:" + (command.empty() ? "" : " " + command + ":") + " " + escaped(reason) + "\n" +
-           "Try: kvx" + (command.empty() ? "" : " " + command) + " --help\n";
 }
 
 /// Shows in the help of each command the options that all commands have.

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <CLI/App.hpp>
+#include <string>
+
+namespace storage::kvxtool {
+
+/// The command that was parsed, as "user add"; empty without one.
+std::string commandName(const CLI::App& program);
+
+/// What is wrong with the command line, in one line, and one that says where the help is.
+std::string usageError(const CLI::App* program, const CLI::Error& error);
+
+/// That `command` has no command of this name, and perhaps which one was meant.
+std::string noSuchCommand(const CLI::App& command, const std::string& name);
+
+}  // namespace storage::kvxtool
