@@ -242,6 +242,7 @@ TABLE
     done <<'TABLE'
 nonsense: there is no such command||nonsense
 sycn: there is no such command: did you mean sync?||sycn
+help: list: there is no such command: did you mean ls?|help |help list
 policy: a command is needed: get or set|policy |policy
 user: delete: there is no such command: did you mean remove?|user |user delete ada
 get: a source and a target are needed|get |get :/file
@@ -621,6 +622,7 @@ help() {
         [[ $(kvx "$command" --help) == *$'\nGlobal options:\n  --store'* ]] || fail "$command hides --store"
         [[ $page == *".SS \"kvx $command"* ]] || fail "$command is not in the manual page"
     done < <(kvx complete 'kvx ' | cut -f 1)
+    [[ $(kvx help) == "$(kvx --help)" && $(kvx help policy set) == "$(kvx policy set --help)" ]]
     kvx init -q --user team
     kvx mkdir -p '/docs/two words' /docs/a:b/c '/cash/$ 5'
     printf '' | kvx put - :/docs/.hid

@@ -70,6 +70,7 @@ void addMkdirAndRm(CLI::App& program, Invocation& invocation);
 void addMvAndCp(CLI::App& program, Invocation& invocation);
 void addSync(CLI::App& program, Invocation& invocation);
 void addWatch(CLI::App& program, Invocation& invocation);
+void addHelp(CLI::App& program, Invocation& invocation);
 void addCompletion(CLI::App& program, Invocation& invocation);
 void addManual(CLI::App& program, Invocation& invocation);
 

@@ -67,7 +67,8 @@ void groupCommands(CLI::App& program) {
           "shared"}},
         {"Configuration", {"df", "policy"}},
         {"Administration", {"init", "user", "bucket", "verify", "sweep", "statistics"}},
-        {"Session", {"login", "logout", "completion"}}};
+        {"Session", {"login", "logout"}},
+        {"Help", {"help", "completion"}}};
     for (CLI::App* command : program.get_subcommands([](CLI::App*) { return true; })) {
         if (command->get_group().empty()) {
             continue;
@@ -114,11 +115,12 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     addInvitations(program, invocation);
     addDfAndPolicy(program, invocation);
     addLoginAndLogout(program, invocation);
-    addCompletion(program, invocation);
     addInit(program, invocation);
     addUser(program, invocation);
     addBucket(program, invocation);
     addMaintenance(program, invocation);
+    addHelp(program, invocation);
+    addCompletion(program, invocation);
     addManual(program, invocation);
     groupCommands(program);
 }
