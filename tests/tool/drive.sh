@@ -203,6 +203,8 @@ refused() {
         eval "expect $code '$errors' kvx $command"
     done <<'TABLE'
 3|kvx: cat: /none: no such file or folder|cat /none
+3|kvx: cat: /*: no such file or folder (kvx does not expand wildcards: see kvx find)|cat "/*"
+0|kvx: rm: :/*: nothing to remove (kvx does not expand wildcards: see kvx find)|rm -rf ":/*" /none
 3|kvx: put: :/none: no such folder|put file :/none/file
 3|kvx: put: :/none: no such folder|put file :/none/
 3|kvx: put: none: no such file or folder|put none :/

@@ -14,15 +14,16 @@
 namespace storage::kvxtool {
 namespace {
 
-/// Of what is not found in another bucket, says when that is because there is no such bucket.
+/// Of what is not found, says when that is because there is no such bucket, or it has wildcards.
 Failure explained(const kvxclient::FileAccess& files, const Failure& failure) {
     const std::string& subject = failure.subject();
-    if (failure.code() != ExitCode::NOT_FOUND || !RemoteName::isRemote(subject)) {
+    const bool bare = subject.starts_with('/');
+    if (failure.code() != ExitCode::NOT_FOUND || !(bare || RemoteName::isRemote(subject))) {
         return failure;
     }
     try {
         requireBucket(files, RemoteName::parse(subject));
-        return failure;
+        return {failure.code(), subject, failure.what() + RemoteName::wildcardHint(subject)};
     } catch (const Failure& better) {
         return better.code() == ExitCode::NOT_FOUND ? better : failure;
     } catch (const std::exception&) {

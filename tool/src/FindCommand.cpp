@@ -157,6 +157,10 @@ void find(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
     };
     std::vector<RemoteName> starts;  // All are read before anything is printed.
     for (const std::string& argument : options.names) {
+        if (!RemoteName::isRemote(argument) && !argument.starts_with('/')) {
+            throw Failure(ExitCode::USAGE, argument,
+                          "not a remote name: write kvx find :/folder --name '*.txt'");
+        }
         starts.push_back(RemoteName::parse(argument));
     }
     for (const RemoteName& start : starts) {

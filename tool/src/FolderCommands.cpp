@@ -27,14 +27,17 @@ struct RemoveOptions {
     bool force = false;
 };
 
-void remove(const FileAccess& files, const RemoteName& name, const RemoveOptions& options,
-            const Invocation& invocation) {
+void remove(const FileAccess& files, Diagnostics& diagnostics, const RemoteName& name,
+            const RemoveOptions& options, const Invocation& invocation) {
     if (name.isRoot()) {
         throw Failure(ExitCode::REFUSED, name.text(), "the root of a bucket cannot be removed");
     }
     const std::optional<RemoteEntry> entry =
         options.force ? findEntry(files, name) : readEntry(files, name);
     if (!entry) {
+        if (const std::string hint = RemoteName::wildcardHint(name.text()); !hint.empty()) {
+            diagnostics.warn(name.text(), "nothing to remove" + hint);
+        }
         return;
     }
     if (entry->folder && !options.recursive) {
@@ -71,11 +74,12 @@ void addMkdirAndRm(CLI::App& program, Invocation& invocation) {
         "  kvx mkdir -p team:/archive/2026/01");
 
     auto options = std::make_shared<RemoveOptions>();
-    CLI::App* rm = addForEachName(
-        program, invocation, "rm", "Remove files and folders",
-        [options, &invocation](const Session& session, Diagnostics&, const RemoteName& name) {
-            remove(session.files(), name, *options, invocation);
-        });
+    CLI::App* rm =
+        addForEachName(program, invocation, "rm", "Remove files and folders",
+                       [options, &invocation](const Session& session, Diagnostics& diagnostics,
+                                              const RemoteName& name) {
+                           remove(session.files(), diagnostics, name, *options, invocation);
+                       });
     rm->add_flag("-r,--recursive", options->recursive, "Remove folders with all they have");
     rm->add_flag("-f,--force", options->force, "Do not ask, and do not mind what is missing");
     rm->footer(

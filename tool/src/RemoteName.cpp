@@ -9,6 +9,11 @@ bool RemoteName::isRemote(const std::string& argument) {
     return argument.find(':') < argument.find('/');
 }
 
+std::string RemoteName::wildcardHint(const std::string& argument) {
+    const bool hasWildcard = argument.find_first_of("*?") != std::string::npos;
+    return hasWildcard ? " (kvx does not expand wildcards: see kvx find)" : "";
+}
+
 RemoteName RemoteName::parse(const std::string& argument, Form form) {
     const std::size_t colon = isRemote(argument) ? argument.find(':') : std::string::npos;
     const bool bare = colon == std::string::npos;

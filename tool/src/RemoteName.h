@@ -13,6 +13,9 @@ public:
     /// slash.
     static bool isRemote(const std::string& argument);
 
+    /// For who is told that nothing has this name: empty unless it has wildcards.
+    static std::string wildcardHint(const std::string& argument);
+
     enum class Form { ANY, WITH_COLON };
 
     /// Reads "bucket:/path", ":/path" or, where only a remote name can be meant, "/path". A bucket
