@@ -400,7 +400,7 @@ sharing() {
 3|kvx: grant: mallory: there is no such user|kvx grant /docs --to mallory
 0||kvx grant /docs --to eve --write; as eve mkdir ada:/docs/eve && [[ $(kvx grants /docs) == 'eve  READ_WRITE  ACTIVE' ]] && kvx revoke /docs --from eve
 3|kvx: revoke: eve: nothing is granted on :/docs|kvx revoke /docs --from eve
-6|kvx: put: :/large: the storage quota is exceeded|as bob put <(head -c 2K /dev/zero) :/large
+6|kvx: put: :/large: the storage quota is exceeded (old versions count: see kvx df --help)|as bob put <(head -c 2K /dev/zero) :/large
 TABLE
 }
 

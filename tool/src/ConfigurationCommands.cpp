@@ -140,7 +140,8 @@ void addPolicySet(CLI::App& policy, Invocation& invocation) {
         ->check(CLI::IsMember(PUBLIC_ACCESS_POLICIES));
     command->footer(
         "A policy holds for all below a folder, where nothing else is set. Without any, versions\n"
-        "are enabled and public access is denied. What is not mentioned stays as it is.\n"
+        "are enabled and public access is denied. What is not mentioned stays as it is, and so do\n"
+        "the versions that there are.\n"
         "\n"
         "Examples:\n"
         "  kvx policy set /scratch --versions disabled\n"
@@ -156,10 +157,11 @@ void addPolicySet(CLI::App& policy, Invocation& invocation) {
 void addDfAndPolicy(CLI::App& program, Invocation& invocation) {
     CLI::App* command = program.add_subcommand("df", "Show what you store and may store");
     command->footer(
-        "Counts all versions of all files in your buckets, and what was removed until it is "
-        "purged:\n"
-        "by kvx sweep, or by a write that needs the room. With --json, sizes are in bytes, and a\n"
-        "quota that refuses nothing is null.\n"
+        "Counts all versions of all files in your buckets, whoever wrote them, and what was\n"
+        "removed until it is purged: by kvx sweep, or by a write that needs the room. To make "
+        "room,\n"
+        "remove files; to be rid of old versions alone, remove a file and put it again. With\n"
+        "--json, sizes are in bytes, and a quota that refuses nothing is null.\n"
         "\n"
         "Examples:\n"
         "  kvx df");

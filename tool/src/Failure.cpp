@@ -48,7 +48,8 @@ Meaning meaningOf(KVXClientErrorCode code) {
         case KVXClientErrorCode::FOLDER_NOT_EMPTY:
             return {ExitCode::CONFLICT, "the folder is not empty"};
         case KVXClientErrorCode::QUOTA_EXCEEDED:
-            return {ExitCode::NO_ROOM, "the storage quota is exceeded"};
+            return {ExitCode::NO_ROOM,
+                    "the storage quota is exceeded (old versions count: see kvx df --help)"};
         case KVXClientErrorCode::FILE_TOO_LARGE:
             return {ExitCode::NO_ROOM, "the file is too large for the store"};
         case KVXClientErrorCode::ILLEGAL_PATH:

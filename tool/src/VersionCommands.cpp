@@ -98,7 +98,8 @@ void addVersions(CLI::App& program, Invocation& invocation) {
     command->footer(
         "Prints label, id, time and size of each version, the current one last. A write keeps the\n"
         "old content as a version unless kvx policy set --versions disabled says otherwise.\n"
-        "kvx get --version gets one.\n"
+        "kvx get --version gets one. Old versions go only with their file: remove it and put it\n"
+        "again.\n"
         "\n"
         "Examples:\n"
         "  kvx versions /docs/a.txt");
