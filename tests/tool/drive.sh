@@ -412,7 +412,8 @@ administration() {
 0||kvx restore /docs/file 1; [[ $(<output) == 'restored as version 2' ]]
 0||kvx versions /docs/file --json; [[ $(<output) == '{"label":1,"id":"'*'Z","size":6,"current":false}'$'\n''{"label":2,'*'"current":true}' ]]
 0||kvx put <(echo second) :/docs/file; kvx restore /docs/file 1 --json >output; [[ $(<output) == '{"name":":/docs/file","label":4,"id":"'* && $(kvx cat /docs/file) == first ]]
-3|kvx: restore: x: no such version of :/docs/file|kvx restore /docs/file x
+0||kvx stat --json /docs/file; [[ $(<output) == *'"modified":"'$(kvx versions --json /docs/file | head -n 1 | cut -d \" -f 10)\"* ]]
+3|kvx: restore: :/docs/file: it has no version x|kvx restore /docs/file x
 0||kvx policy set /docs --public allowed; kvx policy set /docs --versions disabled
 0||kvx policy get /docs/file; [[ $(<output) == 'versions:  inherit (disabled)'*'public:    inherit (allowed)' ]]
 0||kvx restore /docs/file 1; kvx versions /docs/file >output; [[ $(tail -n 2 output | cut -c 1) == $'3\n5' ]]

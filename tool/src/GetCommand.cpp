@@ -5,6 +5,7 @@
 
 #include "Commands.h"
 #include "Download.h"
+#include "FileVersion.h"
 
 namespace storage::kvxtool {
 namespace {
@@ -51,11 +52,6 @@ struct Source {
     std::string versionId;  ///< Empty for the current one.
 };
 
-bool isVersion(const kvxclient::VersionSummary& version, const std::string& labelOrId) {
-    return version.getVersionId() == labelOrId ||
-           std::to_string(version.getVersionLabel()) == labelOrId;
-}
-
 /// The file or folder, or the version of a file that is asked for.
 Source readSource(const Session& session, const RemoteName& name, const std::string& version) {
     Source source{name, readEntry(session.files(), name), {}};
@@ -65,14 +61,10 @@ Source readSource(const Session& session, const RemoteName& name, const std::str
     if (source.entry.folder) {
         throw Failure(ExitCode::CONFLICT, name.text(), "it is a folder: only files have versions");
     }
-    for (const auto& found : session.versions().listVersions({name.resource()}).getVersions()) {
-        if (isVersion(found, version)) {
-            source.versionId = found.getVersionId();
-            source.entry.modified = found.getCreated();
-            return source;
-        }
-    }
-    throw Failure(ExitCode::NOT_FOUND, name.text(), "it has no version " + version);
+    const kvxclient::VersionSummary found = findVersion(session, name, version);
+    source.versionId = found.getVersionId();
+    source.entry.modified = found.getCreated();
+    return source;
 }
 
 void addSource(Download& download, const Source& source, const fs::path& target,

@@ -12,14 +12,12 @@ namespace {
 
 void printAttributes(const RemoteName& name, const kvxclient::FileAttributes& attributes) {
     const auto yesOrNo = [](bool value) { return value ? "yes" : "no"; };
-    const auto byClient = attributes.getClientLastModified();
-    const bool reported = byClient.time_since_epoch().count() != 0;
     std::cout << "name:             " << shown(name.text()) << '\n'
               << "type:             " << attributes.getType() << '\n'
               << "size:             " << attributes.getSize() << '\n'
               << "created:          " << exactTime(attributes.getCreated()) << '\n'
               << "stored:           " << exactTime(attributes.getLastModified()) << '\n'
-              << "modified:         " << (reported ? exactTime(byClient) : "-") << '\n'
+              << "modified:         " << exactTime(entryOf(attributes).modified) << '\n'
               << "access:           " << toString(attributes.getAccessType()) << '\n'
               << "writable:         " << yesOrNo(attributes.getWritable()) << '\n'
               << "shareable:        " << yesOrNo(attributes.getShareable()) << '\n'
@@ -62,6 +60,10 @@ void addStat(CLI::App& program, Invocation& invocation) {
                        stat(session.files(), name, invocation.json);
                    })
         ->footer(
+            "Modified is when the content was made, as who put it said, or else when it was "
+            "stored:\n"
+            "the time that ls -l shows and get keeps.\n"
+            "\n"
             "Examples:\n"
             "  kvx stat /docs/a.txt");
 }

@@ -1,12 +1,11 @@
-#include <algorithm>
 #include <iostream>
 #include <memory>
 
 #include "Commands.h"
+#include "FileVersion.h"
 #include "Json.h"
 #include "RemoteTree.h"
 #include "Text.h"
-#include "storage/kvxclient/KVXClientException.h"
 
 namespace storage::kvxtool {
 namespace {
@@ -58,36 +57,21 @@ struct RestoreOptions {
     bool replace = false;
 };
 
-bool isLabel(const std::string& version) {
-    constexpr std::size_t DIGITS_OF_ANY_LABEL = 9;
-    return version.size() <= DIGITS_OF_ANY_LABEL &&
-           std::all_of(version.begin(), version.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
-
 void restore(const Session& session, const RestoreOptions& options, const Invocation& invocation) {
     const RemoteName name = RemoteName::parse(options.name);
-    requireFile(session, name);  // What is missing from here on is the version.
+    requireFile(session, name);
+    const kvxclient::VersionSummary version = findVersion(session, name, options.version);
     kvxclient::VersionRestoreRequest request(name.resource());
-    request.withCreateNewVersion(!options.replace);
-    if (isLabel(options.version)) {
-        request.withVersionLabel(std::stoi(options.version));
-    } else {
-        request.withVersionId(options.version);
-    }
-    try {
-        const auto restored = session.versions().restoreVersion(std::move(request));
-        if (invocation.json) {
-            printJson({{"name", name.text()},
-                       {"label", restored.getVersionLabel()},
-                       {"id", restored.getVersionId()}});
-        } else if (!invocation.quiet) {
-            std::cout << "restored as version " << restored.getVersionLabel() << '\n';
-        }
-    } catch (const kvxclient::KVXClientException& error) {
-        if (error.getErrorCode() != kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND) {
-            throw;
-        }
-        throw Failure(ExitCode::NOT_FOUND, options.version, "no such version of " + name.text());
+    request.withVersionId(version.getVersionId()).withCreateNewVersion(!options.replace);
+    const auto restored = session.versions().restoreVersion(std::move(request));
+    kvxclient::SetMetadataRequest time(name.resource());
+    session.files().setMetadata(std::move(time.withClientLastModified(version.getCreated())));
+    if (invocation.json) {
+        printJson({{"name", name.text()},
+                   {"label", restored.getVersionLabel()},
+                   {"id", restored.getVersionId()}});
+    } else if (!invocation.quiet) {
+        std::cout << "restored as version " << restored.getVersionLabel() << '\n';
     }
 }
 
@@ -120,7 +104,8 @@ void addRestore(CLI::App& program, Invocation& invocation) {
         ->required();
     command->add_flag("--replace", options->replace, "Do not keep the content of now as a version");
     command->footer(
-        "The restored content is a new version.\n"
+        "The restored content is a new version, and has as its modification time the one at which\n"
+        "the old version was made.\n"
         "\n"
         "Examples:\n"
         "  kvx restore /docs/a.txt 3");
