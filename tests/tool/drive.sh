@@ -192,7 +192,7 @@ TABLE
 
 refused() {
     local code errors command parsed before
-    mkdir -p folder/file
+    mkdir -p folder/file gone
     echo file >file
     kvx init -q --user ada
     kvx mkdir -p /folder/full
@@ -255,6 +255,8 @@ policy get: /b: one argument too many|policy get |policy get /a /b
 ls: --store needs a value|ls |ls --store
 ls: -t does not go with -S|ls |ls -St
 TABLE
+    expect 1 'kvx: get: ./file: it cannot be created: No such file or directory' \
+        env -C gone sh -c 'rmdir ../gone; "$0" get :/file .' "$program"
     # One failure does not stop the others; failures of different kinds have a code of their own.
     expect 3 'kvx: cat: /none: no such file or folder' kvx cat /none /file
     [[ $(<output) == file ]]

@@ -9,6 +9,7 @@
 
 #include "Failure.h"
 #include "Interruption.h"
+#include "LocalFile.h"
 #include "RemoteHandle.h"
 #include "Text.h"
 
@@ -108,7 +109,7 @@ void Download::createFolder(const Folder& folder) {
     }
     const int error = errno;
     if (error == ENOENT) {
-        throw Failure(ExitCode::NOT_FOUND, folder.target.parent_path().string(), "no such folder");
+        throwCreationError(folder.target, error);
     }
     // Below the top a link is in the way: it could lead anywhere.
     const fs::file_status status =

@@ -41,6 +41,19 @@ void throwFileError(const std::string& name, int error) {
                       std::make_exception_ptr(std::system_error(error, std::generic_category())));
 }
 
+void throwCreationError(const std::filesystem::path& path, int error) {
+    if (error != ENOENT) {
+        throwFileError(path.string(), error);
+    }
+    const std::filesystem::path folder = path.parent_path();
+    std::error_code ignored;
+    if (!std::filesystem::is_directory(folder / ".", ignored)) {
+        throw Failure(ExitCode::NOT_FOUND, folder.string(), "no such folder");
+    }
+    throw Failure(ExitCode::FAILED, path.string(),
+                  "it cannot be created: " + std::generic_category().message(error));
+}
+
 std::chrono::system_clock::time_point timeOf(const timespec& time) {
     using Time = std::chrono::system_clock::time_point;
     using std::chrono::floor;

@@ -20,5 +20,7 @@ bool belongsToStore(const std::filesystem::path& file,
 
 /// Throws an error of the system as a Failure with the file's name.
 [[noreturn]] void throwFileError(const std::string& name, int error);
+/// The same for what cannot be created: the folder to hold it may be missing.
+[[noreturn]] void throwCreationError(const std::filesystem::path& path, int error);
 
 }  // namespace storage::kvxtool

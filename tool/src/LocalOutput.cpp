@@ -59,10 +59,7 @@ void LocalOutput::openTemporary(const std::filesystem::path& path) {
     } while (file_ < 0 && errno == EEXIST);
     if (file_ < 0) {
         temporary_.clear();
-        if (errno == ENOENT) {
-            throw Failure(ExitCode::NOT_FOUND, path.parent_path().string(), "no such folder");
-        }
-        throwFileError(name_, errno);
+        throwCreationError(path, errno);
     }
     temporaryFiles.insert(temporary_);
 }
