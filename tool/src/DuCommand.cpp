@@ -135,11 +135,12 @@ void addDu(CLI::App& program, Invocation& invocation) {
     command->add_flag("-h", options->human, "Show sizes for people, as 1.5M");
     command->add_flag("-c", options->total, "Show the total of all names in the end");
     command->footer(
+        "Shows every folder below, unless -s or -d 1 says how few are enough.\n"
         "Counts the bytes of all files below, hidden ones as well, as they are now: what older\n"
         "versions and removed files take is not in it.\n"
         "\n"
         "Examples:\n"
-        "  kvx du -h\n"
+        "  kvx du -sh\n"
         "  kvx du -d 1 team:/ | sort -n");
     command->callback([options, &invocation] {
         options->json = invocation.json;
