@@ -107,8 +107,10 @@ void addUserAdd(CLI::App& user, Invocation& invocation) {
                      "Write the token to this new file, readable for you only")
         ->type_name("FILE");
     command->footer(
-        "Prints the token that the user logs in with. It is shown this once. Without --quota\n"
-        "nothing is refused.\n"
+        "Prints the token that the user logs in with. It is shown this once, and no other can be\n"
+        "made: who has lost it, and is not logged in anywhere, can only be removed and added "
+        "again,\n"
+        "without the files. Without --quota nothing is refused.\n"
         "\n"
         "Examples:\n"
         "  kvx user add bob --quota 10G\n"
@@ -141,8 +143,10 @@ void addUserRemove(CLI::App& user, Invocation& invocation) {
     CLI::App* command =
         user.add_subcommand("remove", "Remove a user with buckets, files and sharing");
     command->add_option("NAME", *name, "The user's name")->type_name("")->required();
-    command->add_flag("-f,--force", *force, "Do not ask on a terminal");
+    command->add_flag("-f,--force", *force, "Do not ask");
     command->footer(
+        "Asks first when standard input is a terminal, as kvx rm does.\n"
+        "\n"
         "Examples:\n"
         "  kvx user remove bob");
     command->callback([name, force, &invocation] {
