@@ -67,8 +67,8 @@ void listGrants(const Session& session, const RemoteName& name, bool json) {
                        {"operation", permission.getOperation()},
                        {"status", permission.getStatus()}});
         } else {
-            std::cout << shown(subject) << "  " << permission.getOperation() << "  "
-                      << permission.getStatus() << '\n';
+            std::cout << shown(subject) << "  " << readable(permission.getOperation()) << "  "
+                      << readable(permission.getStatus()) << '\n';
         }
     }
 }

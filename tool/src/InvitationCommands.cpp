@@ -45,9 +45,9 @@ void printDetails(const Invitation& invitation) {
     const std::string recipient = nameOf(invitation.getRecipient());
     std::cout << "id:       " << invitation.getInvitationId() << '\n'
               << "folder:   " << (folder.empty() ? "deleted" : shown(folder)) << '\n'
-              << "access:   " << toString(invitation.getAccessType()) << '\n'
-              << "type:     " << toString(invitation.getInvitationType()) << '\n'
-              << "status:   " << toString(invitation.getStatus()) << '\n'
+              << "access:   " << readable(toString(invitation.getAccessType())) << '\n'
+              << "type:     " << readable(toString(invitation.getInvitationType())) << '\n'
+              << "status:   " << readable(toString(invitation.getStatus())) << '\n'
               << "from:     " << shown(nameOf(invitation.getInitiator())) << '\n'
               << "to:       " << (recipient.empty() ? "whoever knows the id" : shown(recipient))
               << '\n'
@@ -114,8 +114,9 @@ void listInvitations(const Session& session, const InvitationsOptions& options, 
             continue;
         }
         const std::string recipient = nameOf(invitation.getRecipient());
-        std::cout << invitation.getInvitationId() << "  " << toString(invitation.getStatus())
-                  << "  " << toString(invitation.getAccessType()) << "  "
+        std::cout << invitation.getInvitationId() << "  "
+                  << readable(toString(invitation.getStatus())) << "  "
+                  << readable(toString(invitation.getAccessType())) << "  "
                   << shown(nameOf(invitation.getInitiator())) << "  "
                   << (recipient.empty() ? "-" : shown(recipient)) << "  "
                   << (folder.empty() ? "-" : shown(folder)) << '\n';

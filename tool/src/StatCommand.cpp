@@ -13,12 +13,12 @@ namespace {
 void printAttributes(const RemoteName& name, const kvxclient::FileAttributes& attributes) {
     const auto yesOrNo = [](bool value) { return value ? "yes" : "no"; };
     std::cout << "name:             " << shown(name.text()) << '\n'
-              << "type:             " << attributes.getType() << '\n'
+              << "type:             " << readable(attributes.getType()) << '\n'
               << "size:             " << attributes.getSize() << '\n'
               << "created:          " << exactTime(attributes.getCreated()) << '\n'
               << "stored:           " << exactTime(attributes.getLastModified()) << '\n'
               << "modified:         " << exactTime(entryOf(attributes).modified) << '\n'
-              << "access:           " << toString(attributes.getAccessType()) << '\n'
+              << "access:           " << readable(toString(attributes.getAccessType())) << '\n'
               << "writable:         " << yesOrNo(attributes.getWritable()) << '\n'
               << "shareable:        " << yesOrNo(attributes.getShareable()) << '\n'
               << "shared folder:    " << yesOrNo(attributes.isSharedFolder()) << '\n'

@@ -111,6 +111,13 @@ std::string escaped(std::string_view text) {
     return result;
 }
 
+std::string readable(std::string word) {
+    for (char& c : word) {
+        c = c == '_' ? '-' : c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    }
+    return word;
+}
+
 std::string humanSize(unsigned long bytes) {
     constexpr std::string_view UNITS = "KMGTPE";
     if (bytes < 1024) {

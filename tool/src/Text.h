@@ -18,6 +18,9 @@ std::string toUtf8(std::u16string text);
 /// characters, bytes that are not UTF-8) as a backslash escape, everything else as it is.
 std::string escaped(std::string_view text);
 
+/// A word of the service as people read it: "READ_ONLY" as "read-only".
+std::string readable(std::string word);
+
 /// "512", "1.5K", "256M": three digits at most before the unit.
 std::string humanSize(unsigned long bytes);
 
