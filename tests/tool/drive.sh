@@ -126,6 +126,13 @@ names() {
     expect 0 $'kvx: put: link/inside: left out: a symbolic link\nkvx: put: link/pipe: left out: a special file' \
         kvx put -r link :/followed
     [[ $(kvx cat /followed/a:b) == a:b ]]
+    mkdir links
+    for name in a b c d e; do ln -s none links/$name; done
+    for name in 'put -r' sync; do
+        kvx $name links :/links 2>&1 >/dev/null | tail -n 2 >output
+        [[ $(<output) == *c:*$'\nkvx: '*': 2 more: left out: a symbolic link (-v names each)' ]] || fail "$(<output)"
+        [[ $(kvx $name -v links :/links/ 2>&1 | grep -c left) == 5 ]] || fail "$name names too few"
+    done
 }
 
 # Where sources go: a command, and what must then be there.

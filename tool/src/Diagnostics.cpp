@@ -6,6 +6,11 @@
 #include "Text.h"
 
 namespace storage::kvxtool {
+namespace {
+
+constexpr std::size_t NAMED_OF_A_KIND = 3;
+
+}  // namespace
 
 void Diagnostics::fail(const Failure& reported) {
     const Failure failure = explain_ ? explain_(reported) : reported;
@@ -27,6 +32,21 @@ void Diagnostics::beginPass() {
 
 void Diagnostics::warn(const std::string& subject, const std::string& text) {
     print(subject, text);
+}
+
+void Diagnostics::leaveOut(const std::string& subject, const std::string& kind) {
+    if (++leftOut_[kind] <= NAMED_OF_A_KIND || verbose_) {
+        print(subject, "left out: " + kind);
+    }
+}
+
+void Diagnostics::endLeavingOut() {
+    for (const auto& [kind, count] : std::exchange(leftOut_, {})) {
+        if (count > NAMED_OF_A_KIND && !verbose_) {
+            print(std::to_string(count - NAMED_OF_A_KIND) + " more",
+                  "left out: " + kind + " (-v names each)");
+        }
+    }
 }
 
 void Diagnostics::print(const std::string& subject, const std::string& text) {

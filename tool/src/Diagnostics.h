@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <functional>
+#include <map>
 #include <set>
 #include <string>
 
@@ -14,8 +15,8 @@ namespace storage::kvxtool {
 /// What a command says on standard error, and the exit code that follows from it.
 class Diagnostics {
 public:
-    Diagnostics(std::string command, bool quiet)
-        : command_(std::move(command)), progress_(!quiet) {}
+    Diagnostics(std::string command, bool quiet, bool verbose = false)
+        : command_(std::move(command)), progress_(!quiet), verbose_(verbose) {}
 
     /// Has `explain` look at each failure before it is reported; it may return a better one. An
     /// empty one ends that.
@@ -33,6 +34,12 @@ public:
 
     /// Reports what is worth knowing and no failure.
     void warn(const std::string& subject, const std::string& text);
+
+    /// Reports that something is left out because it is `kind`, as "a symbolic link". Unless all
+    /// is to be told, only the first few of a kind are named.
+    void leaveOut(const std::string& subject, const std::string& kind);
+    /// Reports how many were not named.
+    void endLeavingOut();
 
     /// Calls `action`, and reports what it throws as a failure with `subject`. Returns whether
     /// nothing was thrown. Lets Interrupted pass.
@@ -62,6 +69,8 @@ private:
     std::function<Failure(const Failure&)> explain_;
     ExitCode exitCode_ = ExitCode::OK;
     std::size_t failures_ = 0;
+    bool verbose_;
+    std::map<std::string, std::size_t> leftOut_;  // By kind.
     bool inPasses_ = false;
     std::set<std::string> told_;  // In this pass.
     std::set<std::string> toldBefore_;

@@ -126,7 +126,7 @@ void addCommands(CLI::App& program, Invocation& invocation) {
 }
 
 int run(const std::string& command, const Invocation& invocation) {
-    Diagnostics diagnostics(command, invocation.quiet);
+    Diagnostics diagnostics(command, invocation.quiet, invocation.verbose);
     const SignalWatch signals(diagnostics.progress());
     try {
         diagnostics.guard(

@@ -133,8 +133,7 @@ void Sync::leaveOut(SyncTree& source) {
         const auto& [path, entry] = *item;
         const bool told = entry.kind != Kind::TEMPORARY || options_.verbose;
         if (entry.isLeftOut() && told && warned_.insert(path).second) {
-            diagnostics_.warn(localPath(path).string(),
-                              std::string("left out: ") + wordFor(entry.kind));
+            diagnostics_.leaveOut(localPath(path).string(), wordFor(entry.kind));
         }
         if (toUtf16(path)) {
             ++item;
@@ -146,6 +145,7 @@ void Sync::leaveOut(SyncTree& source) {
         }
         item = source.erase(item);
     }
+    diagnostics_.endLeavingOut();
 }
 
 void Sync::reportConflicts(const SyncPlan& plan) {

@@ -61,12 +61,12 @@ void Upload::addEntry(const fs::directory_entry& entry, const Folder& parent,
     const fs::path& source = entry.path();
     const fs::file_status status = entry.symlink_status();
     if (!fs::is_regular_file(status) && !fs::is_directory(status)) {
-        diagnostics_.warn(source.string(), fs::is_symlink(status) ? "left out: a symbolic link"
-                                                                  : "left out: a special file");
+        diagnostics_.leaveOut(source.string(),
+                              fs::is_symlink(status) ? "a symbolic link" : "a special file");
         return;
     }
     if (belongsToStore(source, store_)) {
-        diagnostics_.warn(source.string(), "left out: the store itself");
+        diagnostics_.leaveOut(source.string(), "the store itself");
         return;
     }
     const std::optional<std::u16string> name = toUtf16(source.filename().string());
@@ -82,6 +82,7 @@ void Upload::addEntry(const fs::directory_entry& entry, const Folder& parent,
 }
 
 void Upload::run() {
+    diagnostics_.endLeavingOut();
     interruptibly([this] {
         createFolders();
         for (const File& file : filesToSend_) {
