@@ -8,7 +8,7 @@ namespace {
 
 const char* const DESCRIPTION =
     R"(kvx works with the files of a store: a cloud file store's content, kept on this machine or
-reached over a network. Each command logs in, does its work and logs out.
+reached over a network. Commands share the session that kvx login keeps.
 
 What a command says of the work it has done goes to standard output, and what went wrong to
 standard error, one line each, after the name of the command and of what it is about. One failure
@@ -37,8 +37,8 @@ The zone of the times that are shown.
 .I ~/.local/share/kvx/store.db
 The store where none is named.
 .TP
-.I ~/.local/state/kvx/token\-*
-The tokens that are kept, one file for each store, readable for the user only.
+.I ~/.local/state/kvx/login\-*
+The tokens and sessions that are kept, one file for each store, readable for the user only.
 .SH "OUTPUT FOR PROGRAMS"
 With
 .B \-\-json
