@@ -91,6 +91,7 @@ void Download::run() {
         throw;
     }
     diagnostics_.progress().end();
+    report_.end("fetched");
 }
 
 void Download::createFolders() {

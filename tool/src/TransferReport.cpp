@@ -71,10 +71,20 @@ void TransferReport::done(const std::string& source, const std::string& target,
 }
 
 void TransferReport::interrupted(const std::string& participle) {
-    diagnostics_.warn("interrupted", std::to_string(files_) + " of " +
-                                         std::to_string(expectedFiles_) +
-                                         (expectedFiles_ == 1 ? " file was " : " files were ") +
-                                         participle + ", " + sizeText(bytes_));
+    sayHowFar("interrupted", participle);
+}
+
+void TransferReport::end(const std::string& participle) {
+    constexpr unsigned long FEW = 10;
+    if (expectedFiles_ > files_ + FEW && !done_) {  // Who is told of each file counts himself.
+        sayHowFar("in all", participle);
+    }
+}
+
+void TransferReport::sayHowFar(const char* subject, const std::string& participle) {
+    diagnostics_.warn(subject, std::to_string(files_) + " of " + std::to_string(expectedFiles_) +
+                                   (expectedFiles_ == 1 ? " file was " : " files were ") +
+                                   participle + ", " + sizeText(bytes_));
 }
 
 }  // namespace storage::kvxtool

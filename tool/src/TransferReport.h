@@ -47,8 +47,12 @@ public:
     void done(const std::string& source, const std::string& target, unsigned long bytes);
     /// Says how far it came, as in "12 of 40 files were sent".
     void interrupted(const std::string& participle);
+    /// The same where so many failed that it cannot be seen from what was said of each.
+    void end(const std::string& participle);
 
 private:
+    void sayHowFar(const char* subject, const std::string& participle);
+
     Diagnostics& diagnostics_;
     TransferOptions::Lines lines_;
     TransferDone done_;

@@ -118,6 +118,7 @@ void Upload::interruptibly(Action&& action) {
         throw;
     }
     diagnostics_.progress().end();
+    report_.end("sent");
 }
 
 void Upload::drain() {
