@@ -648,6 +648,7 @@ help() {
     done <<'TABLE'
 kvx --store none.db -q sta|stat statistics
 kvx rm --rec|--recursive
+kvx help sta|stat statistics
 kvx ls --color=a|auto always
 kvx find --type |f d
 kvx ls |-o nospace -o filenames :/

@@ -175,8 +175,11 @@ void Completion::complete(const std::string& word) {
         }
     } else if (const CLI::Option* positional = nextPositional()) {
         completeValue(*positional, word, "");
+        if (positional->get_name(true) == "COMMAND" && positionals_ == 0) {
+            addCommands(*command_->get_parent(), word);
+        }
     } else if (positionals_ == 0) {
-        addCommands(word);
+        addCommands(*command_, word);
     }
 }
 
@@ -206,9 +209,9 @@ void Completion::addOptions(const CLI::App& command, const std::string& typed) {
     }
 }
 
-void Completion::addCommands(const std::string& typed) {
+void Completion::addCommands(const CLI::App& parent, const std::string& typed) {
     for (const CLI::App* command :
-         command_->get_subcommands([](const CLI::App* each) { return !isHidden(*each); })) {
+         parent.get_subcommands([](const CLI::App* each) { return !isHidden(*each); })) {
         if (command->get_name().starts_with(typed)) {
             candidates_.push_back({command->get_name(), command->get_description()});
         }

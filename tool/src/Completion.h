@@ -46,7 +46,7 @@ private:
     void completeValue(const CLI::Option& option, const std::string& typed,
                        const std::string& before);
     void addOptions(const CLI::App& command, const std::string& typed);
-    void addCommands(const std::string& typed);
+    void addCommands(const CLI::App& parent, const std::string& typed);
 
     const CLI::App* command_;
     const CLI::Option* awaitsValue_ = nullptr;
