@@ -9,6 +9,7 @@
 
 #include "Download.h"
 #include "Interruption.h"
+#include "LocalFile.h"
 #include "RemoteTree.h"
 #include "SyncContent.h"
 #include "SyncTrees.h"
@@ -252,7 +253,11 @@ void Sync::createLocal(const std::vector<SyncStep>& steps) {
         const fs::path path = localPath(step.path);
         if (isBlocked(step) || !diagnostics_.guard(path.string(), [&] {
                 if (step.path.empty()) {
-                    fs::create_directories(path);
+                    std::error_code error;
+                    fs::create_directories(path, error);
+                    if (error) {
+                        throwCreationError(path, error.value());
+                    }
                 } else {
                     throwUnlessZero(mkdir(path.c_str(), 0777));
                 }
