@@ -158,10 +158,9 @@ void addDfAndPolicy(CLI::App& program, Invocation& invocation) {
     CLI::App* command = program.add_subcommand("df", "Show what you store and may store");
     command->footer(
         "Counts all versions of all files in your buckets, whoever wrote them, and what was\n"
-        "removed until it is purged: by kvx sweep, or by a write that needs the room. To make "
-        "room,\n"
-        "remove files; to be rid of old versions alone, remove a file and put it again. With\n"
-        "--json, sizes are in bytes, and a quota that refuses nothing is null.\n"
+        "removed until it is purged: by kvx sweep, or by a write that needs the room. To make\n"
+        "room, remove files; to be rid of old versions alone, remove a file and put it again.\n"
+        "With --json, sizes are in bytes, and a quota that refuses nothing is null.\n"
         "\n"
         "Examples:\n"
         "  kvx df");

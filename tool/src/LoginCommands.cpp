@@ -98,9 +98,8 @@ void addLogout(CLI::App& program, Invocation& invocation) {
     CLI::App* command = program.add_subcommand("logout", "End the session and forget the token");
     command->add_flag("-f,--force", *force, "Do not ask on a terminal");
     command->footer(
-        "The store cannot tell a token again: have a copy of yours before. It is the first line "
-        "of\n"
-        "the file login-* in the state folder, ~/.local/state/kvx.\n"
+        "The store cannot tell a token again: have a copy of yours before. It is the first line\n"
+        "of the file login-* in the state folder, ~/.local/state/kvx.\n"
         "\n"
         "Examples:\n"
         "  kvx logout");

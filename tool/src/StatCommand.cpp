@@ -60,9 +60,8 @@ void addStat(CLI::App& program, Invocation& invocation) {
                        stat(session.files(), name, invocation.json);
                    })
         ->footer(
-            "Modified is when the content was made, as who put it said, or else when it was "
-            "stored:\n"
-            "the time that ls -l shows and get keeps.\n"
+            "Modified is when the content was made, as who put it said, or else when it was\n"
+            "stored: the time that ls -l shows and get keeps.\n"
             "\n"
             "Examples:\n"
             "  kvx stat /docs/a.txt");

@@ -76,7 +76,7 @@ void TransferReport::interrupted(const std::string& participle) {
 
 void TransferReport::end(const std::string& participle) {
     constexpr unsigned long FEW = 10;
-    if (expectedFiles_ > files_ + FEW && !done_) {  // Who is told of each file counts himself.
+    if (expectedFiles_ > files_ + FEW && !done_) {  // A sync has a summary of its own.
         sayHowFar("in all", participle);
     }
 }

@@ -127,7 +127,9 @@ std::string reasonFor(const CLI::App& command, const Words& unexpected, const CL
         return what.substr(0, what.find(' ')) + " is missing";
     }
     if (kind == "ArgumentMismatch") {
-        return what.substr(0, what.find(':')) + " needs a value";
+        const bool tooMany = what.find(": At Most") != std::string::npos;
+        return what.substr(0, what.find(':')) +
+               (tooMany ? " is given more than once" : " needs a value");
     }
     if (kind == "ExcludesError") {
         return what.substr(0, what.find(' ')) + " does not go with " +
