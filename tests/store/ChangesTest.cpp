@@ -102,8 +102,10 @@ TEST_F(StoreTest, EveryWatermarkOfAnAnswerServesAndNoOtherText) {
     elsewhere.look();
     for (const std::string& bad :
          {std::string("x"), std::string("0"), good + 'x', good + '0', good + "-", good + "-1",
-          good + "-1.1", good.substr(1), good.substr(0, good.size() - 1), std::string("-1.3"),
-          elsewhere.watermark(), std::string(100'000, '-'), std::string("\0", 1)}) {
+          good + "-1.1", good.substr(0, good.find('-')) + "-1.-1",
+          good.substr(0, good.find('-')) + "--5.3", good.substr(1), good.substr(0, good.size() - 1),
+          std::string("-1.3"), elsewhere.watermark(), std::string(100'000, '-'),
+          std::string("\0", 1)}) {
         EXPECT_EQ(codeOf([&] { list(bad); }), Code::RESOURCE_NOT_FOUND) << bad.substr(0, 80);
     }
 }

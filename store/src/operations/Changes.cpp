@@ -73,7 +73,10 @@ private:
         std::int64_t number = 0;
         const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
         text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-        return error == std::errc() ? number : -1;
+        if (error != std::errc() || number < 0) {
+            refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
+        }
+        return number;
     }
 
     std::string store_;
