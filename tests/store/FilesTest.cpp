@@ -171,6 +171,20 @@ TEST_F(StoreTest, EnforcesQuotaAndSizeLimit) {
     user.files->deleteFile(FileDeleteRequest({u"/f", u""}));
     EXPECT_EQ(put(u"/g", 60), std::nullopt);
     EXPECT_EQ(limited->listUsers().at(0).used, 60U);
+    // So does what is overwritten; where that is not enough, it stays.
+    EXPECT_EQ(put(u"/h", 40), std::nullopt);
+    EXPECT_EQ(codeOf([&] { user.copy(u"/g", u"/h", true); }), Code::QUOTA_EXCEEDED);
+    EXPECT_EQ(user.stat(u"/h").getSize(), 40U);
+    EXPECT_EQ(codeOf([&] { user.copy(u"/h", u"/g", true); }), std::nullopt);
+    const Account other(*limited, limited->createUser({.name = u"v"}));
+    other.put(u"/f", std::string(60, 'x'));
+    user.sharing->grantPermission(PermissionGrantRequest({u"/", u""})
+                                      .withSubject(Subject().withSubjectName(u"v"))
+                                      .withOperation(Operation::READ_WRITE));
+    const auto request = MoveOrCopyRequest({u"/f", u""}, {u"/g", u"u"}).withTargetOverwrite(true);
+    EXPECT_EQ(codeOf([&] { other.files->move(request); }), std::nullopt);
+    EXPECT_EQ(limited->listUsers().at(0).used, 100U);
+    EXPECT_EQ(limited->verify(), std::vector<std::string>());
 }
 
 TEST_F(StoreTest, RefusesAdministrationInPlainWords) {

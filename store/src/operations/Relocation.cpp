@@ -69,6 +69,13 @@ std::int64_t changeBucket(const Context& context, const Place& source, const Buc
     return seq;
 }
 
+/// Deletes what is to be overwritten. First, so that it counts no longer when room is needed.
+void clearTarget(const Context& context, const Place& target) {
+    if (target.exists()) {
+        moveToTrash(context, target.node(), advance(context, target.bucket.id, 0));
+    }
+}
+
 /// Copies the children of one folder into another, new one.
 void copyChildren(const Context& context, std::int64_t source, const Node& target) {
     context.database.execute(
@@ -115,15 +122,13 @@ void copyTree(const Context& context, const Node& source, const Node& target) {
 }  // namespace
 
 void copyNode(const Context& context, const Node& source, const Place& target) {
+    clearTarget(context, target);
     Node node = source;
     node.bucket = target.bucket.id;
     node.parent = target.parent().id;
     node.name = target.name();
     node.seq = advance(context, node.bucket, sizeOfTree(context, source, false));
     node.created = node.modified = context.now();
-    if (target.exists()) {
-        moveToTrash(context, target.node(), node.seq);
-    }
     if (node.kind == Kind::FILE) {
         node.label = 1;
         insertNode(context, node);
@@ -141,15 +146,13 @@ kvxclient::MoveOrCopyResponse move(const Context& context,
     const Node& node = relocation.source.node();
     // A root cannot leave its bucket, nor a shared folder the one who only has that.
     relocation.source.parent();
+    clearTarget(context, target);
     std::int64_t seq = 0;
     if (node.bucket == target.bucket.id) {
         seq = advance(context, node.bucket, 0);
         leavePlace(context, node, seq);
     } else {
         seq = changeBucket(context, relocation.source, target.bucket);
-    }
-    if (target.exists()) {
-        moveToTrash(context, target.node(), seq);
     }
     context.database.execute("update nodes set parent = $2, name = $3, seq = $4 where id = $1",
                              {node.id, target.parent().id, target.name(), seq});
