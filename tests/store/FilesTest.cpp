@@ -61,6 +61,30 @@ TEST_F(StoreTest, RefusesWithTheFittingCode) {
     EXPECT_EQ(store->verify(), std::vector<std::string>());
 }
 
+TEST_F(StoreTest, NothingMovesToWhereNoPathReaches) {
+    for (const std::u16string letter : {u"n", u"\u20AC", u"\U0001F600"}) {
+        const auto name = [&](std::size_t units) {
+            std::u16string text(units % letter.size(), u'n');
+            while (text.size() < units) {
+                text += letter;
+            }
+            return u'/' + text;
+        };
+        std::u16string path = u"/a";
+        for (account.makeFolder(path); path.size() + 256 < 4096;) {
+            account.makeFolder(path += name(255));
+        }
+        account.put(path += name(4095 - path.size()), "deep");
+        EXPECT_EQ(codeOf([&] { account.move(u"/a", u"/bb"); }), Code::ILLEGAL_PATH);
+        EXPECT_EQ(codeOf([&] { account.copy(u"/a", u"/bb"); }), Code::ILLEGAL_PATH);
+        account.copy(u"/a", u"/c");
+        account.move(u"/a", u"/b");
+        EXPECT_EQ(account.get(u"/b" + path.substr(2)), account.get(u"/c" + path.substr(2)));
+        account.removeFolder(u"/b", true);
+        account.removeFolder(u"/c", true);
+    }
+}
+
 TEST_F(StoreTest, TellsWhatWasDeletedAndLosesIt) {
     account.makeFolder(u"/a");
     account.makeFolder(u"/a/b");

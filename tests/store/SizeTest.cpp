@@ -102,7 +102,8 @@ TEST_F(SizeTest, ALargeFolderIsListedMovedAndDeleted) {
         "listing of " + many + " files", [&] { EXPECT_EQ(list(u"/wide"), entries); }, 10s);
     expectQuick("one more file in it", [&] { account.put(u"/wide/more", ""); });
     expectQuick("one of them by name", [&] { account.stat(u"/wide/4999"); });
-    expectQuick("move of the folder", [&] { account.move(u"/wide", u"/moved"); });
+    expectQuick("move of the folder", [&] { account.move(u"/wide", u"/back"); });
+    expectQuick("move of it to a longer path", [&] { account.move(u"/back", u"/moved"); });
     EXPECT_EQ(list(u"/moved"), entries + 1);
     expectQuick("deletion of the folder", [&] { account.removeFolder(u"/moved", true); });
     expectQuick("a write beside its purge", [&] { account.put(u"/beside", ""); });

@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "operations/Text.h"
 #include "operations/Versions.h"
 
 namespace storage::kvxstore::operations {
@@ -10,6 +11,9 @@ namespace storage::kvxstore::operations {
 namespace {
 
 using kvxclient::KVXClientErrorCode;
+
+/// Of 255 UTF-16 units in UTF-8.
+constexpr std::int64_t mostNameBytes = 3 * 255;
 
 struct Relocation {
     Place source;
@@ -69,6 +73,27 @@ std::int64_t changeBucket(const Context& context, const Place& source, const Buc
     return seq;
 }
 
+std::size_t pathLength(const Place& place) { return place.resource().getPath().size(); }
+
+/// Refuses with ILLEGAL_PATH when a path below the folder would be too long at the target. Walks
+/// through the folders, and reads the names only where paths are nearly as long as they may be.
+void requireRoomBelow(const Context& context, const Node& folder, const Place& target) {
+    const std::size_t length = pathLength(target);
+    // A path has at least as many bytes, and at most as many code points, as UTF-16 units.
+    const auto rows = context.database.query(
+        "with recursive tree(id, path) as (select cast($1 as bigint), ''"
+        " union all select n.id, t.path || '/' || n.name from nodes n"
+        " join tree t on n.parent = t.id where n.kind = 0 and length(t.path) <= $2)"
+        " select t.path || '/' || n.name from tree t join nodes n on n.parent = t.id"
+        " where length(cast(t.path as blob)) + $3 >= $2",
+        {folder.id, static_cast<std::int64_t>(longestPath - length), mostNameBytes});
+    while (rows->next()) {
+        if (length + toUtf16(rows->bytes(0)).size() > longestPath) {
+            refuse(KVXClientErrorCode::ILLEGAL_PATH);
+        }
+    }
+}
+
 /// Deletes what is to be overwritten. First, so that it counts no longer when room is needed.
 void clearTarget(const Context& context, const Place& target) {
     if (target.exists()) {
@@ -122,6 +147,9 @@ void copyTree(const Context& context, const Node& source, const Node& target) {
 }  // namespace
 
 void copyNode(const Context& context, const Node& source, const Place& target) {
+    if (source.kind == Kind::FOLDER) {
+        requireRoomBelow(context, source, target);
+    }
     clearTarget(context, target);
     Node node = source;
     node.bucket = target.bucket.id;
@@ -146,6 +174,9 @@ kvxclient::MoveOrCopyResponse move(const Context& context,
     const Node& node = relocation.source.node();
     // A root cannot leave its bucket, nor a shared folder the one who only has that.
     relocation.source.parent();
+    if (node.kind == Kind::FOLDER && pathLength(target) > pathLength(relocation.source)) {
+        requireRoomBelow(context, node, target);
+    }
     clearTarget(context, target);
     std::int64_t seq = 0;
     if (node.bucket == target.bucket.id) {

@@ -5,7 +5,8 @@
 
 namespace storage::kvxstore::operations {
 
-/// Keeps times, versions and, within a bucket, takes the same time for a folder of any size.
+/// Keeps times and versions. Within a bucket it takes the same time for a folder of any size,
+/// unless the path gets longer: then it looks through the folder for paths that would be too long.
 kvxclient::MoveOrCopyResponse move(const Context& context,
                                    const kvxclient::MoveOrCopyRequest& request);
 
