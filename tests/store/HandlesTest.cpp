@@ -113,6 +113,23 @@ TEST_F(StoreTest, HandlesRefuseWithTheFittingCode) {
     EXPECT_EQ(account.put(u"/f", "").getVersionLabel(), 2) << "a commit of no change made one";
 }
 
+TEST_F(StoreTest, ACommitWithNothingWrittenSetsTheContentTypeOnly) {
+    const std::string content(chunk + 5, 'c');
+    account.put(u"/f", content);
+    const auto commit = [&](const std::string& type) {
+        OpenFile(account, u"/f", UPDATE, false, type).close(COMMIT_CHANGES, true);
+        EXPECT_TRUE(account.get(u"/f") == content);
+        return account.files->readFile(FileReadRequest({u"/f", u""})).getContentType();
+    };
+    EXPECT_EQ(commit(""), "text/plain");
+    EXPECT_EQ(commit("text/plain"), "text/plain");
+    EXPECT_EQ(store->statistics().versions, 1U);
+    EXPECT_EQ(commit("image/png"), "image/png");
+    EXPECT_EQ(store->statistics().versions, 2U);
+    EXPECT_EQ(store->statistics().stored, content.size());
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+}
+
 TEST_F(StoreTest, CommitsWhereTheFileIsByThen) {
     account.makeFolder(u"/d");
     account.put(u"/f", "old");

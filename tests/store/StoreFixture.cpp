@@ -80,11 +80,12 @@ std::string Account::list(const std::u16string& path, bool hidden) const {
 }
 
 OpenFile::OpenFile(const Account& user, const std::u16string& path, FileCreateMode mode,
-                   bool truncate)
+                   bool truncate, const std::string& contentType)
     : account(user),
       opened(user.files->createReadWriteFileHandle(FileHandleReadWriteCreateRequest({path, u""})
                                                        .withCreateMode(mode)
-                                                       .withTruncate(truncate))) {}
+                                                       .withTruncate(truncate)
+                                                       .withContentType(contentType))) {}
 
 void OpenFile::write(unsigned long offset, const std::string& bytes) const {
     account.files->writeFileContent(

@@ -63,7 +63,8 @@ struct Account {
 struct OpenFile {
     /// For reading and writing.
     OpenFile(const Account& user, const std::u16string& path,
-             FileCreateMode mode = FileCreateMode::CREATE_OR_UPDATE, bool truncate = false);
+             FileCreateMode mode = FileCreateMode::CREATE_OR_UPDATE, bool truncate = false,
+             const std::string& contentType = {});
 
     void write(unsigned long offset, const std::string& bytes) const;
     std::string read(unsigned long offset, unsigned long length) const;

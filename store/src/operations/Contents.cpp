@@ -136,9 +136,11 @@ std::int64_t writeContent(const Context& context, std::string_view bytes) {
     return content;
 }
 
-Content newContent(const Context& context) {
+Content newContent(const Context& context, std::int64_t size) {
     Content content;
-    content.id = context.database.insert("insert into contents(size, stored) values(0, 0)");
+    content.id =
+        context.database.insert("insert into contents(size, stored) values($1, 0)", {size});
+    content.size = size;
     return content;
 }
 

@@ -24,8 +24,8 @@ using Sink = std::function<void(std::string_view)>;
 /// Stores the bytes as a new content and returns its id.
 std::int64_t writeContent(const Context& context, std::string_view bytes);
 
-/// Makes an empty content that is yet to be written.
-Content newContent(const Context& context);
+/// Makes a content of a size that is yet to be written.
+Content newContent(const Context& context, std::int64_t size = 0);
 
 /// Writes a range of a content that is not committed yet. Chunks of its base are copied as far as
 /// the range touches them.

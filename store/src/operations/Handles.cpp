@@ -205,8 +205,9 @@ kvxclient::FileHandleReadWriteCreateResponse createReadWriteFileHandle(
             handle.contentType = content.type;
         }
     }
-    if (handle.base == 0) {
-        content = newContent(context);
+    // A handle with a work content has something to commit, whether or not anything is written.
+    if (handle.base == 0 || handle.contentType != content.type) {
+        content = newContent(context, handle.base == 0 ? 0 : content.size);
         handle.work = content.id;
     }
     return kvxclient::FileHandleReadWriteCreateResponse()

@@ -25,9 +25,10 @@ kvxclient::FileContentWriteResponse writeFileContent(
     const Context& context, const kvxclient::FileContentWriteRequest& request);
 
 /// The last commit wins: it replaces what the file, wherever it was moved, has by then. A commit
-/// through a handle without a change changes nothing. Refused commits leave the handle open: with
-/// RESOURCE_NOT_FOUND when the file was deleted, PARENT_RESOURCE_NOT_FOUND when the folder for a
-/// new file was, CONFLICT when another file has the path of one that had to be new.
+/// through a handle without a change, be it only of the content type, changes nothing. Refused
+/// commits leave the handle open: with RESOURCE_NOT_FOUND when the file was deleted,
+/// PARENT_RESOURCE_NOT_FOUND when the folder for a new file was, CONFLICT when another file has the
+/// path of one that had to be new.
 kvxclient::FileHandleCloseResponse closeFileHandle(
     const Context& context, const kvxclient::FileHandleCloseRequest& request);
 
