@@ -145,6 +145,7 @@ TEST_F(StoreTest, CommitsWhereTheFileIsByThen) {
     EXPECT_EQ(account.get(u"/d/g"), "new");
     account.files->deleteFile(FileDeleteRequest({u"/d/g", u""}));
     EXPECT_EQ(codeOf([&] { later.close(); }), Code::RESOURCE_NOT_FOUND);
+    EXPECT_EQ(codeOf([&] { later.write(0, "x"); }), Code::RESOURCE_NOT_FOUND);
     EXPECT_EQ(later.read(0, 3), "new");
 
     const OpenFile first = written(u"/d/h", CREATE_OR_UPDATE);

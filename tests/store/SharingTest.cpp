@@ -43,6 +43,18 @@ TEST(SharingTest, TellsEveryoneHisOwnRights) {
     EXPECT_EQ(home.getFolders()[0].getName(), u"shared");
     EXPECT_EQ(home.getFolders()[0].getInvitation().getResource(), at(u"/shared"));
     EXPECT_EQ(world.reader.list(u"/"), "mine");
+
+    const auto opened = world.writer.files->createReadWriteFileHandle(
+        FileHandleReadWriteCreateRequest(at(u"/shared/f")).withCreateMode(FileCreateMode::UPDATE));
+    const auto write = [&] {
+        world.writer.files->writeFileContent(
+            FileContentWriteRequest(own(u"")).withFileHandleId(opened.getFileHandleId()));
+    };
+    EXPECT_EQ(codeOf(write), served);
+    world.grant(u"writer", Operation::READ);
+    EXPECT_EQ(codeOf(write), denied);
+    world.store->removeUser(u"owner");
+    EXPECT_EQ(codeOf(write), notFound);
 }
 
 TEST(SharingTest, InvitationsLiveTheirLives) {

@@ -165,8 +165,10 @@ public:
     /// Writes a range of bytes through a handle open for writing.
     ///
     /// Errors:
-    /// - RESOURCE_NOT_FOUND: the handle does not exist for the caller.
-    /// - CONFLICT: the handle is open for reading only.
+    /// - RESOURCE_NOT_FOUND: the handle does not exist for the caller, or the file is gone.
+    /// - PARENT_RESOURCE_NOT_FOUND: the folder to hold the file is gone.
+    /// - CONFLICT: the handle is open for reading only, or the file had to be new and no longer is.
+    /// - UNAUTHORIZED: the caller may no longer change the file.
     /// - FILE_TOO_LARGE: the file would exceed the size limit.
     /// - QUOTA_EXCEEDED: the storage quota would be exceeded.
     ///

@@ -237,6 +237,8 @@ kvxclient::FileContentWriteResponse writeFileContent(
     if (!handle.writable) {
         refuse(KVXClientErrorCode::CONFLICT);
     }
+    // What counts in the quota of another must end when he takes the right back.
+    targetOf(context, handle);
     Content content = contentOf(context, handle);
     const unsigned long size = request.getContentSize();
     const unsigned long start = request.getStartLocation();

@@ -5,10 +5,10 @@
 
 namespace storage::kvxstore::operations {
 
-// A handle is a secret of the user who opened it. It stays good, whatever becomes of the file and
-// of his right to it, until it is closed, until he has no valid session any more, or until the
-// program that opened it has been gone for a minute. Its resource says nothing that the handle
-// does not, and is not looked at.
+// A handle is a secret of the user who opened it. It stays good for reading, whatever becomes of
+// the file and of his right to it, until it is closed, until he has no valid session any more, or
+// until the program that opened it has been gone for a minute. Its resource says nothing that the
+// handle does not, and is not looked at.
 
 kvxclient::FileHandleReadOnlyCreateResponse createReadOnlyFileHandle(
     const Context& context, const kvxclient::FileHandleReadOnlyCreateRequest& request);
@@ -20,7 +20,8 @@ kvxclient::FileHandleReadWriteCreateResponse createReadWriteFileHandle(
 kvxclient::FileContentReadResponse readFileContent(
     const Context& context, const kvxclient::FileContentReadRequest& request);
 
-/// What is written counts in the quota at once, beside what it will replace.
+/// What is written counts in the quota at once, beside what it will replace. Refused when a commit
+/// would be for want of the file, its folder or the right to change it.
 kvxclient::FileContentWriteResponse writeFileContent(
     const Context& context, const kvxclient::FileContentWriteRequest& request);
 

@@ -116,9 +116,10 @@ struct Statistics {
 /// order in which they were made. A new file appears with the commit. The last commit wins,
 /// wherever the file was moved meanwhile; when the file was deleted it is refused with
 /// RESOURCE_NOT_FOUND, when its folder was with PARENT_RESOURCE_NOT_FOUND, and with CONFLICT when a
-/// file that had to be new no longer is. A refused commit leaves the handle open. Where
-/// nothing was written, truncated or created, and the content type is the file's, a commit changes
-/// nothing and makes no version, whatever it asks for.
+/// file that had to be new no longer is. A refused commit leaves the handle open. Writing through a
+/// handle is refused with the same codes, reading is not. Where nothing was written, truncated or
+/// created, and the content type is the file's, a commit changes nothing and makes no version,
+/// whatever it asks for.
 ///
 /// @par Versions
 /// Labels count up with every write; listings go from the oldest version to the newest, the current
