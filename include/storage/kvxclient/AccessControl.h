@@ -108,7 +108,8 @@ public:
     /// Accepts or declines an invitation.
     ///
     /// Errors:
-    /// - RESOURCE_NOT_FOUND: the invitation does not exist for the caller.
+    /// - RESOURCE_NOT_FOUND: the invitation or the folder does not exist for the caller.
+    /// - CONFLICT: the status to set is PENDING.
     /// - UNAUTHORIZED: the caller is not its recipient.
     virtual void updateInvitation(InvitationUpdateRequest request,
                                   CompletionHandler<InvitationUpdateResponse> handler) const = 0;
@@ -128,11 +129,13 @@ public:
     /// Copies the folder that an invitation offers to a place of the caller's own.
     ///
     /// Errors:
-    /// - RESOURCE_NOT_FOUND: the invitation or the folder does not exist for the caller.
+    /// - RESOURCE_NOT_FOUND: the invitation, the folder, or the bucket or place of the target does
+    ///   not exist for the caller.
     /// - PARENT_RESOURCE_NOT_FOUND: the folder to hold it does not exist.
-    /// - CONFLICT: the target exists.
+    /// - CONFLICT: the target exists or lies within the folder, or the path names a file.
+    /// - UNAUTHORIZED: the caller may see the folder to hold it but not change it.
     /// - QUOTA_EXCEEDED: the storage quota would be exceeded.
-    /// - ILLEGAL_PATH: the path breaks the rules for names.
+    /// - ILLEGAL_PATH: a path, or one that would come to lie below it, breaks the rules for names.
     virtual void copyFolderFromInvitation(
         InvitationCopyFolderRequest request,
         CompletionHandler<InvitationCopyFolderResponse> handler) const = 0;
@@ -141,6 +144,8 @@ public:
     ///
     /// Errors:
     /// - RESOURCE_NOT_FOUND: the invitation or the folder does not exist for the caller.
+    /// - CONFLICT: the path names a file.
+    /// - ILLEGAL_PATH: the path breaks the rules for names.
     virtual void getFolderContentFromInvitation(
         InvitationFolderContentRequest request,
         CompletionHandler<InvitationFolderContentResponse> handler) const = 0;

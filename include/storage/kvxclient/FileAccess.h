@@ -61,6 +61,7 @@ public:
     /// Creates a file with its whole content, or replaces the content of the file that is there.
     ///
     /// Errors:
+    /// - RESOURCE_NOT_FOUND: the bucket or the place in it does not exist for the caller.
     /// - PARENT_RESOURCE_NOT_FOUND: the folder to hold it does not exist.
     /// - CONFLICT: a folder has that path.
     /// - UNAUTHORIZED: the caller may see the folder but not change it.
@@ -104,6 +105,7 @@ public:
     /// Creates a folder.
     ///
     /// Errors:
+    /// - RESOURCE_NOT_FOUND: the bucket or the place in it does not exist for the caller.
     /// - PARENT_RESOURCE_NOT_FOUND: the folder to hold it does not exist.
     /// - CONFLICT: a file or folder has that path.
     /// - UNAUTHORIZED: the caller may see the folder to hold it but not change it.
@@ -116,7 +118,7 @@ public:
     /// Errors:
     /// - RESOURCE_NOT_FOUND: the folder does not exist for the caller.
     /// - FOLDER_NOT_EMPTY: it has content and the request does not force.
-    /// - CONFLICT: the path names a file.
+    /// - CONFLICT: the path names a file, or the root.
     /// - UNAUTHORIZED: the caller may see the folder but not change it.
     /// - ILLEGAL_PATH: the path breaks the rules for names.
     virtual void deleteFolder(FolderDeleteRequest request,
@@ -209,24 +211,28 @@ public:
     /// Moves a file, or a folder with all its content, to another path.
     ///
     /// Errors:
-    /// - RESOURCE_NOT_FOUND: the source does not exist for the caller.
+    /// - RESOURCE_NOT_FOUND: the source, or the bucket or place of the target, does not exist for
+    ///   the caller.
     /// - PARENT_RESOURCE_NOT_FOUND: the folder to hold it does not exist.
-    /// - CONFLICT: the target exists and is not to be overwritten, or lies within the source.
+    /// - CONFLICT: the target exists and is not to be overwritten or of the other kind, one of the
+    ///   two lies within the other, or the source is a root.
     /// - UNAUTHORIZED: the caller may see source or target but not change it.
     /// - QUOTA_EXCEEDED: the storage quota would be exceeded.
-    /// - ILLEGAL_PATH: the path breaks the rules for names.
+    /// - ILLEGAL_PATH: a path, or one that would come to lie below it, breaks the rules for names.
     virtual void move(MoveOrCopyRequest request,
                       CompletionHandler<MoveOrCopyResponse> handler) const = 0;
 
     /// Copies a file, or a folder with all its content, to another path.
     ///
     /// Errors:
-    /// - RESOURCE_NOT_FOUND: the source does not exist for the caller.
+    /// - RESOURCE_NOT_FOUND: the source, or the bucket or place of the target, does not exist for
+    ///   the caller.
     /// - PARENT_RESOURCE_NOT_FOUND: the folder to hold it does not exist.
-    /// - CONFLICT: the target exists and is not to be overwritten, or lies within the source.
+    /// - CONFLICT: the target exists and is not to be overwritten or of the other kind, or one of
+    ///   the two lies within the other.
     /// - UNAUTHORIZED: the caller may see the target but not change it.
     /// - QUOTA_EXCEEDED: the storage quota would be exceeded.
-    /// - ILLEGAL_PATH: the path breaks the rules for names.
+    /// - ILLEGAL_PATH: a path, or one that would come to lie below it, breaks the rules for names.
     virtual void copy(MoveOrCopyRequest request,
                       CompletionHandler<MoveOrCopyResponse> handler) const = 0;
 

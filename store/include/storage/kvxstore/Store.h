@@ -105,10 +105,11 @@ struct Statistics {
 ///
 /// @par Errors of calls
 /// A call that the store refuses completes with a KVXClientException of the fitting code; UNKNOWN
-/// means a value that is none of its enumeration, or bytes to write at a null pointer. A failure
-/// below, such as a full disk, completes with INTERNAL_SERVER_ERROR; that exception also derives
-/// from std::nested_exception and nests a std::runtime_error with the plain cause, which
-/// std::rethrow_if_nested throws.
+/// means a value that is none of its enumeration or has no meaning there, such as an invitation to
+/// own, or bytes to write at a null pointer. An expired session is told by SESSION_EXPIRED for 24
+/// hours, and then by INVALID_SESSION_ID. A failure below, such as a full disk, completes with
+/// INTERNAL_SERVER_ERROR; that exception also derives from std::nested_exception and nests a
+/// std::runtime_error with the plain cause, which std::rethrow_if_nested throws.
 ///
 /// @par File handles
 /// A handle is good until it is closed, until its user has no valid session any more or until the
