@@ -74,6 +74,19 @@ std::vector<User> Store::listUsers() const {
     });
 }
 
+std::string Store::renewToken(const std::u16string& user) const {
+    return administer(*engine_, Access::WRITE, [&](const Context& context) {
+        return operations::renewToken(context.database, user);
+    });
+}
+
+void Store::setQuota(const std::u16string& user, unsigned long quota) const {
+    administer(*engine_, Access::WRITE, [&](const Context& context) {
+        operations::setQuota(context.database, user, quota);
+        return true;
+    });
+}
+
 void Store::removeUser(const std::u16string& name) const {
     administer(*engine_, Access::WRITE, [&](const Context& context) {
         operations::removeUser(context.database, name);

@@ -170,10 +170,18 @@ TEST_F(StoreTest, ChecksSessions) {
     client->withSessionId(client->login(LoginRequest().withToken(good)).getSessionId());
     client->logout(LogoutRequest());
     EXPECT_EQ(codeOf(use), Code::INVALID_SESSION_ID);
-    client->withSessionId(client->login(LoginRequest().withToken(good)).getSessionId());
-    timed->removeUser(u"u");
-    EXPECT_EQ(codeOf(use), Code::INVALID_SESSION_ID);
-    EXPECT_EQ(codeOf([&] { client->login(LoginRequest().withToken(good)); }), Code::INVALID_TOKEN);
+    std::string current = good;
+    const auto expectEndOfLogins = [&](const std::function<void()>& action) {
+        client->withSessionId(client->login(LoginRequest().withToken(current)).getSessionId());
+        EXPECT_EQ(codeOf(use), std::nullopt);
+        const std::string old = current;
+        action();
+        EXPECT_EQ(codeOf(use), Code::INVALID_SESSION_ID);
+        EXPECT_EQ(codeOf([&] { client->login(LoginRequest().withToken(old)); }),
+                  Code::INVALID_TOKEN);
+    };
+    expectEndOfLogins([&] { current = timed->renewToken(u"u"); });
+    expectEndOfLogins([&] { timed->removeUser(u"u"); });
 }
 
 TEST_F(StoreTest, EnforcesQuotaAndSizeLimit) {

@@ -426,6 +426,8 @@ administration() {
 0||kvx policy get /docs/file; [[ $(<output) == 'versions:  inherit (disabled)'*'public:    inherit (allowed)' ]]
 0||kvx restore /docs/file 1; kvx versions /docs/file >output; [[ $(tail -n 2 output | cut -c 1) == $'3\n5' ]]
 0||kvx user add bob --quota 2M; cp output bob; [[ $(as bob df --json) == '{"used":0,"quota":2097152}' ]]
+0||kvx user token bob --token-file new; ! as bob df 2>/dev/null; mv new bob; kvx user quota bob 1G; [[ $(as bob df --json) == *:1073741824} ]]
+0||kvx user quota bob -; [[ $(as bob df --json) == *:null} ]]
 5|kvx: user add: bob: a user or bucket of this name exists already|kvx user add bob --token-file new; [[ ! -e new ]]
 4|kvx: user add: a/b: the name breaks the rules for names|kvx user add a/b
 2|kvx: user add: -5: not a size: write 1000, 512M or 10G|kvx user add eve --quota=-5

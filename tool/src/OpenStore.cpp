@@ -127,18 +127,25 @@ std::vector<StoreUser> Administration::users() const {
     return users;
 }
 
+std::string Administration::renewToken(const std::u16string& name) const {
+    requireUser(name);
+    return store_->renewToken(name);
+}
+
+void Administration::setQuota(const std::u16string& name,
+                              std::optional<unsigned long> quota) const {
+    requireUser(name);
+    store_->setQuota(name, quota.value_or(kvxstore::NewUser::UNLIMITED));
+}
+
 void Administration::removeUser(const std::u16string& name) const {
-    if (!hasUser(name)) {
-        throw Failure(ExitCode::NOT_FOUND, toUtf8(name), "there is no such user");
-    }
+    requireUser(name);
     store_->removeUser(name);
 }
 
 void Administration::addBucket(const std::u16string& name, const std::u16string& owner) const {
     requireNewName(name);
-    if (!hasUser(owner)) {
-        throw Failure(ExitCode::NOT_FOUND, toUtf8(owner), "there is no such user");
-    }
+    requireUser(owner);
     store_->createBucket(name, owner);
 }
 
@@ -169,10 +176,12 @@ std::vector<std::pair<const char*, unsigned long>> Administration::statistics() 
             {"used", counts.used},         {"stored", counts.stored}};
 }
 
-bool Administration::hasUser(const std::u16string& name) const {
+void Administration::requireUser(const std::u16string& name) const {
     const auto users = store_->listUsers();
-    return std::any_of(users.begin(), users.end(),
-                       [&](const kvxstore::User& user) { return user.name == name; });
+    if (std::none_of(users.begin(), users.end(),
+                     [&](const kvxstore::User& user) { return user.name == name; })) {
+        throw Failure(ExitCode::NOT_FOUND, toUtf8(name), "there is no such user");
+    }
 }
 
 // Every user has a bucket of his name.

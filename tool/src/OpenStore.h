@@ -49,6 +49,10 @@ public:
     /// Returns the token of the new user. Throws Failure when there cannot be such a user.
     std::string addUser(const StoreUser& user) const;
     std::vector<StoreUser> users() const;
+    /// Returns a token in place of those that the user had, and ends the user's sessions.
+    std::string renewToken(const std::u16string& name) const;
+    /// The most bytes that the user may store; nothing for any number.
+    void setQuota(const std::u16string& name, std::optional<unsigned long> quota) const;
     void removeUser(const std::u16string& name) const;
 
     void addBucket(const std::u16string& name, const std::u16string& owner) const;
@@ -62,7 +66,7 @@ public:
     std::vector<std::pair<const char*, unsigned long>> statistics() const;
 
 private:
-    bool hasUser(const std::u16string& name) const;
+    void requireUser(const std::u16string& name) const;
     void requireNewName(const std::u16string& name) const;
 
     std::shared_ptr<kvxstore::Store> store_;

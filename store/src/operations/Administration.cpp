@@ -28,6 +28,23 @@ std::int64_t findUser(Connection& database, const std::string& name) {
     return row->integer(0);
 }
 
+std::string makeToken(Connection& database, std::int64_t user) {
+    std::string token = newSecret();
+    const std::string hash = hashOf(token);
+    database.execute("insert into tokens(hash, owner) values($1, $2)",
+                     {database::Blob{hash}, user});
+    return token;
+}
+
+void endLogins(Connection& database, std::int64_t user) {
+    database.execute("delete from tokens where owner = $1", {user});
+    database.execute("delete from sessions where owner = $1", {user});
+}
+
+std::int64_t asStored(unsigned long quota) {
+    return static_cast<std::int64_t>(std::min(quota, NewUser::UNLIMITED));
+}
+
 void insertBucket(Connection& database, const std::string& name, std::int64_t owner,
                   std::int64_t now) {
     if (database.query("select 1 from buckets where name = $1", {name})->next()) {
@@ -49,17 +66,14 @@ std::string createUser(Connection& database, const NewUser& user, std::int64_t n
     if (database.query("select 1 from users where name = $1", {name})->next()) {
         throw StoreError("there is a user \"" + name + "\" already");
     }
-    const auto quota = static_cast<std::int64_t>(std::min(user.quota, NewUser::UNLIMITED));
     const std::int64_t id = database.insert(
         "insert into users(name, email, first_name, last_name, quota)"
         " values($1, $2, $3, $4, $5)",
-        {name, toUtf8(user.emailAddress), toUtf8(user.firstName), toUtf8(user.lastName), quota});
+        {name, toUtf8(user.emailAddress), toUtf8(user.firstName), toUtf8(user.lastName),
+         asStored(user.quota)});
     insertBucket(database, name, id, now);
     bindWaiting(database, id, name, toUtf8(user.emailAddress));
-    std::string token = newSecret();
-    const std::string hash = hashOf(token);
-    database.execute("insert into tokens(hash, owner) values($1, $2)", {database::Blob{hash}, id});
-    return token;
+    return makeToken(database, id);
 }
 
 std::vector<User> listUsers(Connection& database) {
@@ -81,11 +95,21 @@ std::vector<User> listUsers(Connection& database) {
     return users;
 }
 
+std::string renewToken(Connection& database, const std::u16string& user) {
+    const std::int64_t id = findUser(database, toUtf8(user));
+    endLogins(database, id);
+    return makeToken(database, id);
+}
+
+void setQuota(Connection& database, const std::u16string& user, unsigned long quota) {
+    database.execute("update users set quota = $2 where id = $1",
+                     {findUser(database, toUtf8(user)), asStored(quota)});
+}
+
 void removeUser(Connection& database, const std::u16string& name) {
     const std::int64_t user = findUser(database, toUtf8(name));
     dropSharing(database, user);
-    database.execute("delete from tokens where owner = $1", {user});
-    database.execute("delete from sessions where owner = $1", {user});
+    endLogins(database, user);
     database.execute(
         "update nodes set parent = $2, name = cast(id as text)"
         " where id in (select root from buckets where owner = $1)",

@@ -12,6 +12,8 @@ namespace storage::kvxstore::operations {
 
 std::string createUser(database::Connection& database, const NewUser& user, std::int64_t now);
 std::vector<User> listUsers(database::Connection& database);
+std::string renewToken(database::Connection& database, const std::u16string& user);
+void setQuota(database::Connection& database, const std::u16string& user, unsigned long quota);
 void removeUser(database::Connection& database, const std::u16string& name);
 void createBucket(database::Connection& database, const std::u16string& name,
                   const std::u16string& owner, std::int64_t now);

@@ -170,6 +170,18 @@ public:
     /// All users, by name.
     std::vector<User> listUsers() const;
 
+    /// Makes a new token for a user who has lost his, or fears that others know it. The tokens made
+    /// before are good no more, and his sessions end.
+    ///
+    /// @throws StoreError when there is no such user.
+    std::string renewToken(const std::u16string& user) const;
+
+    /// Sets the most bytes that a user may store, NewUser::UNLIMITED for any number. What there is
+    /// beyond it stays, but nothing is added.
+    ///
+    /// @throws StoreError when there is no such user.
+    void setQuota(const std::u16string& user, unsigned long quota) const;
+
     /// Removes a user with token, sessions and buckets, and all sharing by and with the user.
     ///
     /// @throws StoreError when there is none.
