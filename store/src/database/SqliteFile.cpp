@@ -125,19 +125,6 @@ bool examineFile(const std::string& path) {
     return false;
 }
 
-/// Makes the tables unless another program did so meanwhile.
-void makeTables(Connection& connection, const std::string& path) {
-    connection.execute("pragma page_size = 16384");
-    Transaction transaction(connection, Access::WRITE);
-    if (connection.number("select count(*) from sqlite_schema") == 0) {
-        connection.execute("pragma application_id = " + std::to_string(applicationId));
-        createSchema(connection);
-    } else if (connection.number("pragma application_id") != applicationId) {
-        throw StoreError("not a store file: " + path);
-    }
-    transaction.commit();
-}
-
 void checkVersion(Connection& connection, const std::string& url) {
     const std::int64_t version = connection.number("select n from schema_version");
     if (version > schemaVersion) {
@@ -145,6 +132,22 @@ void checkVersion(Connection& connection, const std::string& url) {
                          std::to_string(version) + ", known up to " +
                          std::to_string(schemaVersion) + "): " + url);
     }
+}
+
+/// Makes the tables that are not there yet.
+void makeTables(Connection& connection, const std::string& path, const std::string& url) {
+    connection.execute("pragma page_size = 16384");
+    Transaction transaction(connection, Access::WRITE);
+    if (connection.number("select count(*) from sqlite_schema") == 0) {
+        connection.execute("pragma application_id = " + std::to_string(applicationId));
+        createSchema(connection);
+    } else if (connection.number("pragma application_id") != applicationId) {
+        throw StoreError("not a store file: " + path);
+    } else {
+        checkVersion(connection, url);
+        completeSchema(connection);
+    }
+    transaction.commit();
 }
 
 SqliteLocation newMemory() {
@@ -181,8 +184,7 @@ Connector openSqlite(const std::string& url, CreateMode mode) {
         // Held by the connector, since a database in memory ends with its last connection.
         auto first = std::make_shared<SqliteConnection>(location);
         retryWhileBusy([&] {
-            makeTables(*first, path);
-            checkVersion(*first, url);
+            makeTables(*first, path, url);
             first->execute("pragma journal_mode = wal");
         });
         return [location, first] { return std::make_unique<SqliteConnection>(location); };
