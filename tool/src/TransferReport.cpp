@@ -36,7 +36,7 @@ void addJobsOption(CLI::App& command, TransferOptions& options) {
     command
         .add_option(
             "-j,--jobs", options.jobs,
-            "Small files on their way at once (default: 256); pieces of a large one, up to 4")
+            "Small files on their way at once (default: 1024); pieces of a large one, up to 4")
         ->type_name("N")
         ->check(CLI::Range(1, 1024));
 }
