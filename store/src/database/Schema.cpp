@@ -83,15 +83,6 @@ constexpr std::string_view statements[] = {
     " public_access integer not null)",
 };
 
-// What the first stores did not have, and whoever knows them can do without.
-constexpr std::string_view additions[] = {
-    "create index if not exists nodes_shared on nodes(bucket) where shared <> 0",
-    // Where something was that a user had by a grant, when it or a folder above it left its place.
-    "create table if not exists losses(grantee integer not null, bucket integer not null,"
-    " path text not null, kind integer not null, seq integer not null,"
-    " primary key(grantee, bucket, path)) without rowid",
-};
-
 }  // namespace
 
 void createSchema(Connection& connection) {
@@ -100,13 +91,6 @@ void createSchema(Connection& connection) {
     }
     connection.execute("insert into schema_version values($1)", {schemaVersion});
     connection.execute("insert into identity values(lower(hex(randomblob(8))))");
-    completeSchema(connection);
-}
-
-void completeSchema(Connection& connection) {
-    for (const std::string_view statement : additions) {
-        connection.execute(statement);
-    }
 }
 
 }  // namespace storage::kvxstore::database

@@ -125,17 +125,8 @@ bool examineFile(const std::string& path) {
     return false;
 }
 
-void checkVersion(Connection& connection, const std::string& url) {
-    const std::int64_t version = connection.number("select n from schema_version");
-    if (version > schemaVersion) {
-        throw StoreError("the store was made by a newer version of this software (schema " +
-                         std::to_string(version) + ", known up to " +
-                         std::to_string(schemaVersion) + "): " + url);
-    }
-}
-
-/// Makes the tables that are not there yet.
-void makeTables(Connection& connection, const std::string& path, const std::string& url) {
+/// Makes the tables unless another program did so meanwhile.
+void makeTables(Connection& connection, const std::string& path) {
     connection.execute("pragma page_size = 16384");
     Transaction transaction(connection, Access::WRITE);
     if (connection.number("select count(*) from sqlite_schema") == 0) {
@@ -143,11 +134,17 @@ void makeTables(Connection& connection, const std::string& path, const std::stri
         createSchema(connection);
     } else if (connection.number("pragma application_id") != applicationId) {
         throw StoreError("not a store file: " + path);
-    } else {
-        checkVersion(connection, url);
-        completeSchema(connection);
     }
     transaction.commit();
+}
+
+void checkVersion(Connection& connection, const std::string& url) {
+    const std::int64_t version = connection.number("select n from schema_version");
+    if (version > schemaVersion) {
+        throw StoreError("the store was made by a newer version of this software (schema " +
+                         std::to_string(version) + ", known up to " +
+                         std::to_string(schemaVersion) + "): " + url);
+    }
 }
 
 SqliteLocation newMemory() {
@@ -184,7 +181,8 @@ Connector openSqlite(const std::string& url, CreateMode mode) {
         // Held by the connector, since a database in memory ends with its last connection.
         auto first = std::make_shared<SqliteConnection>(location);
         retryWhileBusy([&] {
-            makeTables(*first, path, url);
+            makeTables(*first, path);
+            checkVersion(*first, url);
             first->execute("pragma journal_mode = wal");
         });
         return [location, first] { return std::make_unique<SqliteConnection>(location); };

@@ -114,10 +114,6 @@ void removeUser(Connection& database, const std::u16string& name) {
         "update nodes set parent = $2, name = cast(id as text)"
         " where id in (select root from buckets where owner = $1)",
         {user, trashParent});
-    database.execute(
-        "delete from losses where grantee = $1"
-        " or bucket in (select id from buckets where owner = $1)",
-        {user});
     database.execute("delete from buckets where owner = $1", {user});
     database.execute("delete from users where id = $1", {user});
 }

@@ -5,7 +5,6 @@
 #include <map>
 #include <set>
 #include <unordered_map>
-#include <utility>
 #include <vector>
 
 #include "operations/Maintenance.h"
@@ -84,10 +83,6 @@ private:
     std::map<std::int64_t, std::int64_t> changes_;
 };
 
-/// In place of a node: its place was left, or the user lost it. Then its name is a whole path.
-constexpr std::int64_t leftPlace = 0;
-constexpr std::int64_t lostPath = -1;
-
 struct VisibleBucket {
     std::int64_t id = 0;
     std::string name;
@@ -122,9 +117,6 @@ public:
 
     /// The folder or file that has, or had, the name in the folder `parent`.
     Folder within(const VisibleBucket& bucket, const Change& change) {
-        if (change.node == lostPath) {
-            return {true, true, change.name};
-        }
         if (change.parent == rootParent) {
             return {true, bucket.owned || granted_.contains(change.node), ""};
         }
@@ -160,8 +152,8 @@ private:
 std::vector<VisibleBucket> visibleBuckets(const Context& context, std::int64_t user) {
     const auto rows = context.database.query(
         "select id, name, owner = $1, seq from buckets where owner = $1 or id in"
-        " (select n.bucket from grants g join nodes n on n.id = g.node where g.grantee = $1"
-        " union select bucket from losses where grantee = $1) order by id",
+        " (select n.bucket from grants g join nodes n on n.id = g.node where g.grantee = $1)"
+        " order by id",
         {user});
     std::vector<VisibleBucket> buckets;
     while (rows->next()) {
@@ -180,10 +172,9 @@ std::vector<Change> changesAfter(const Context& context, std::int64_t user,
         " select id, parent, name, kind, seq from nodes where bucket = $1 and seq > $2"
         " union select id, parent, name, kind, seq from nodes"
         " where bucket = $1 and id in (select id from fresh)"
-        " union all select $4, parent, name, kind, seq from vacated where bucket = $1 and seq > $2"
-        " union all select $5, 0, path, kind, seq from losses"
-        " where grantee = $3 and bucket = $1 and seq > $2 order by seq, id",
-        {bucket.id, known, user, leftPlace, lostPath});
+        " union select node, parent, name, kind, seq from vacated where bucket = $1 and seq > $2"
+        " order by seq",
+        {bucket.id, known, user});
     std::vector<Change> changes;
     while (rows->next()) {
         changes.push_back({rows->integer(0), rows->integer(1), rows->text(2),
@@ -211,12 +202,10 @@ kvxclient::FileChangeListResponse listFileChanges(const Context& context,
     std::vector<kvxclient::FileChangeSummary> files;
     std::vector<kvxclient::FileChangeSummary> others;
     for (const VisibleBucket& bucket : buckets) {
-        std::set<std::pair<std::int64_t, std::string>> told;
         for (const Change& change :
              changesAfter(context, user, bucket, watermark.known(bucket.id))) {
             const auto [exists, visible, path] = folders.within(bucket, change);
-            // Who lost something may also have seen its place.
-            if (!exists || !visible || !told.emplace(change.seq, path).second) {
+            if (!exists || !visible) {
                 continue;
             }
             watermark.know(bucket.id, change.seq);

@@ -124,58 +124,11 @@ std::int64_t growOrRefuse(const Context& context, std::int64_t bucket, std::int6
     return context.database.number("select seq from buckets where id = $1", {bucket});
 }
 
-/// Empty for a root.
-std::string pathOf(const Place& place, std::size_t depth) {
+kvxclient::Resource resourceOf(const Place& place, std::size_t depth) {
     std::string path;
     for (std::size_t i = 0; i < depth; ++i) {
         path += '/' + place.names[i];
     }
-    return path;
-}
-
-/// What is shared at or below the node. Goes upwards from all that is shared in its bucket, as that
-/// is less than all that is below a node: first to see whether there is any.
-std::vector<std::int64_t> sharedWithin(const Context& context, const Node& node) {
-    const auto rows = context.database.query(
-        "with recursive above(id) as (select id from nodes where bucket = $1 and shared <> 0"
-        " union select n.parent from above a join nodes n on n.id = a.id),"
-        " up(node, step) as (select id, id from nodes where bucket = $1 and shared <> 0"
-        " and $2 in (select id from above)"
-        " union select u.node, n.parent from up u join nodes n on n.id = u.step)"
-        " select node from up where step = $2",
-        {node.bucket, node.id});
-    std::vector<std::int64_t> found;
-    while (rows->next()) {
-        found.push_back(rows->integer(0));
-    }
-    return found;
-}
-
-/// Notes who has a grant to the node or to something below it: he may not see the place that it
-/// leaves, and the grant may go with it.
-void noteLosses(const Context& context, const Node& node, std::int64_t seq) {
-    for (const std::int64_t shared : sharedWithin(context, node)) {
-        const Place place = placeOf(context, 0, shared);
-        if (!place.exists()) {
-            continue;  // It is in the trash.
-        }
-        context.database.execute(
-            "insert into losses(grantee, bucket, path, kind, seq)"
-            " select distinct grantee, $2, $3, $4, $5 from grants where node = $1 and grantee <> 0"
-            " on conflict(grantee, bucket, path)"
-            " do update set kind = excluded.kind, seq = excluded.seq",
-            {shared, node.bucket, pathOf(place, place.names.size()),
-             static_cast<std::int64_t>(place.chain.back().kind), seq});
-        // What is below the node does not change: listed as newly given, it is listed at its new
-        // place.
-        if (shared != node.id) {
-            context.database.execute("update grants set seq = $2 where node = $1", {shared, seq});
-        }
-    }
-}
-
-kvxclient::Resource resourceOf(const Place& place, std::size_t depth) {
-    const std::string path = pathOf(place, depth);
     return {path.empty() ? u"/" : toUtf16(path), toUtf16(place.bucket.name)};
 }
 
@@ -306,9 +259,6 @@ void leavePlace(const Context& context, const Node& node, std::int64_t seq) {
         " on conflict(parent, name) do update set bucket = excluded.bucket, seq = excluded.seq,"
         " node = excluded.node, kind = excluded.kind",
         {node.parent, node.name, node.bucket, seq, node.id, static_cast<std::int64_t>(node.kind)});
-    if (node.kind == Kind::FOLDER || node.shared) {
-        noteLosses(context, node, seq);
-    }
 }
 
 void takePlace(const Context& context, std::int64_t parent, const std::string& name) {

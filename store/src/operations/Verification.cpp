@@ -72,9 +72,6 @@ constexpr Check checks[] = {
     {"files or folders marked wrong as to being shared",
      "select id from nodes n where n.shared <> (exists(select 1 from grants where node = n.id)"
      " or exists(select 1 from invitations where node = n.id))"},
-    {"losses of no user, or in no bucket",
-     "select bucket from losses where bucket not in (select id from buckets)"
-     " or grantee not in (select id from users)"},
     {"policies of no file or folder",
      "select node from policies where node not in (select id from nodes)"},
     {"places left by a node but taken, or in no folder",
