@@ -1,6 +1,8 @@
 #include "Engine.h"
 
 #include <algorithm>
+#include <condition_variable>
+#include <mutex>
 #include <thread>
 
 #include "database/SqliteFile.h"
@@ -49,12 +51,49 @@ std::chrono::milliseconds cleanSome(database::Connection& database, std::int64_t
                                                       : std::chrono::hours(1);
 }
 
+/// The stores that end on threads of their own. The program's end waits for them, since it takes
+/// away what their threads use.
+class Endings {
+public:
+    ~Endings() {
+        std::unique_lock lock(mutex_);
+        // A handler that ends the program would wait for itself.
+        ended_.wait(lock, [this] { return count_ == 0 || scheduler::onStoreThread(); });
+    }
+
+    template <class End>
+    void start(End end) {
+        add(1);
+        std::thread([this, end] {
+            end();
+            add(-1);
+        }).detach();
+    }
+
+private:
+    void add(int difference) {
+        const std::lock_guard lock(mutex_);
+        count_ += difference;
+        ended_.notify_all();
+    }
+
+    std::mutex mutex_;
+    std::condition_variable ended_;
+    int count_ = 0;
+};
+
+Endings& endings() {
+    static Endings all;
+    return all;
+}
+
 }  // namespace
 
 std::shared_ptr<Engine> Engine::start(const std::string& url, StoreOptions options) {
+    endings();  // Made by now, it goes before what the library made when it was loaded.
     const auto end = [](Engine* engine) {
         if (scheduler::onStoreThread()) {
-            std::thread([engine] { delete engine; }).detach();
+            endings().start([engine] { delete engine; });
         } else {
             delete engine;
         }
