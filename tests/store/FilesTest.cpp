@@ -74,7 +74,12 @@ TEST_F(StoreTest, NothingMovesToWhereNoPathReaches) {
         for (account.makeFolder(path); path.size() + 256 < 4096;) {
             account.makeFolder(path += name(255));
         }
-        account.put(path += name(4095 - path.size()), "deep");
+        const OpenFile file(account, path += name(4095 - path.size()));
+        account.move(u"/a", u"/bb");
+        EXPECT_EQ(codeOf([&] { file.close(); }), Code::ILLEGAL_PATH);
+        account.move(u"/bb", u"/a");
+        file.close();
+        account.put(path, "deep");
         EXPECT_EQ(codeOf([&] { account.move(u"/a", u"/bb"); }), Code::ILLEGAL_PATH);
         EXPECT_EQ(codeOf([&] { account.copy(u"/a", u"/bb"); }), Code::ILLEGAL_PATH);
         account.copy(u"/a", u"/c");

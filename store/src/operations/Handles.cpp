@@ -6,6 +6,7 @@
 
 #include "operations/Secrets.h"
 #include "operations/Sessions.h"
+#include "operations/Text.h"
 #include "operations/Versions.h"
 
 namespace storage::kvxstore::operations {
@@ -132,6 +133,9 @@ Place targetOf(const Context& context, const Handle& handle) {
     }
     place.node(Right::WRITE);
     enter(context, place, handle.name);
+    if (place.resource().getPath().size() > longestPath) {
+        refuse(KVXClientErrorCode::ILLEGAL_PATH);  // The folder was moved to where it is too long.
+    }
     if (place.exists() && (handle.exclusive || place.node().kind != Kind::FILE)) {
         refuse(KVXClientErrorCode::CONFLICT);
     }
