@@ -249,6 +249,8 @@ TABLE
         expect 2 "kvx: $errors"$'\n'"Try: kvx $parsed--help" kvx $command
     done <<'TABLE'
 nonsense: there is no such command||nonsense
+list: there is no such command: did you mean ls?||list -l
+mv: a source and a target are needed|mv |mv /a
 sycn: there is no such command: did you mean sync?||sycn
 help: list: there is no such command: did you mean ls?|help |help list
 policy: a command is needed: get or set|policy |policy
@@ -268,6 +270,7 @@ TABLE
     [[ $(<output) == file ]]
     expect 1 $'kvx: cat: /none: no such file or folder\nkvx: cat: :/folder: it is a folder' kvx cat /none /folder
     expect 6 'kvx: cat: standard output: the disk is full' eval 'kvx cat /file >/dev/full'
+    expect 1 'kvx: help: standard output: Input/output error' eval 'kvx help >/dev/full'
     [[ $(kvx ls -laR) == "$before" ]] || fail 'a refused command changed something'
 }
 

@@ -125,6 +125,18 @@ void addCommands(CLI::App& program, Invocation& invocation) {
     groupCommands(program);
 }
 
+int endOutput(Diagnostics& diagnostics) {
+    diagnostics.guard("standard output", [] {
+        const bool failed = !std::cout;
+        std::cout.clear();  // What is left to write may tell why.
+        errno = 0;
+        if (!std::cout.flush() || failed) {
+            throw std::system_error(errno != 0 ? errno : EIO, std::generic_category());
+        }
+    });
+    return static_cast<int>(diagnostics.exitCode());
+}
+
 int run(const std::string& command, const Invocation& invocation) {
     Diagnostics diagnostics(command, invocation.quiet, invocation.verbose);
     const SignalWatch signals(diagnostics.progress());
@@ -135,14 +147,7 @@ int run(const std::string& command, const Invocation& invocation) {
         std::cout.flush();
         return 128 + interrupted.signal();
     }
-    diagnostics.guard("standard output", [] {
-        std::cout.clear();  // A write that failed before is tried once more, and tells why.
-        errno = 0;
-        if (!std::cout.flush()) {
-            throw std::system_error(errno != 0 ? errno : EIO, std::generic_category());
-        }
-    });
-    return static_cast<int>(diagnostics.exitCode());
+    return endOutput(diagnostics);
 }
 
 }  // namespace
@@ -166,7 +171,11 @@ int main(int argc, char** argv) {
     try {
         program.parse(std::move(arguments));
     } catch (const CLI::ParseError& error) {
-        return program.exit(error) == 0 ? 0 : static_cast<int>(ExitCode::USAGE);
+        if (program.exit(error) != 0) {
+            return static_cast<int>(ExitCode::USAGE);
+        }
+        Diagnostics diagnostics("help", false);
+        return endOutput(diagnostics);
     }
     return run(commandName(program), invocation);
 }

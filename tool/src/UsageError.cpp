@@ -13,11 +13,11 @@ using Words = std::vector<std::string>;
 
 /// What other programs call the commands.
 const std::pair<const char*, const char*> SYNONYMS[] = {
-    {"list", "ls"},       {"dir", "ls"},       {"ls", "list"},    {"rmdir", "rm"},
-    {"del", "rm"},        {"delete", "rm"},    {"rm", "remove"},  {"del", "remove"},
-    {"delete", "remove"}, {"copy", "cp"},      {"move", "mv"},    {"rename", "mv"},
-    {"ren", "mv"},        {"download", "get"}, {"upload", "put"}, {"quota", "df"},
-    {"share", "invite"}};
+    {"list", "ls"},    {"dir", "ls"},        {"ls", "list"},      {"rmdir", "rm"},
+    {"del", "rm"},     {"delete", "rm"},     {"rm", "remove"},    {"remove", "rm"},
+    {"del", "remove"}, {"delete", "remove"}, {"copy", "cp"},      {"move", "mv"},
+    {"rename", "mv"},  {"ren", "mv"},        {"download", "get"}, {"upload", "put"},
+    {"quota", "df"},   {"share", "invite"}};
 
 /// How many characters are missing, too many, wrong or swapped with the next one.
 std::size_t editDistance(const std::string& a, const std::string& b) {
@@ -109,18 +109,22 @@ std::string reasonFor(const CLI::App& command, const Words& unexpected, const CL
     const bool needsCommand = !command.get_subcommands(nullptr).empty();
     const std::string what = error.what();
     const std::string kind = error.get_name();
+    if (needsCommand && !unexpected.empty() && !unexpected.front().starts_with('-')) {
+        return noSuchCommand(command, unexpected.front());
+    }
     const auto option = std::find_if(unexpected.begin(), unexpected.end(),
                                      [](const auto& word) { return word.starts_with('-'); });
     if (option != unexpected.end()) {
         return noSuchOption(command, *option);
     }
-    if (needsCommand && !unexpected.empty()) {
-        return noSuchCommand(command, unexpected.front());
-    }
     if (kind == "RequiredError" && needsCommand) {
         return "a command is needed" + choice(command);
     }
-    if (what.starts_with("NAMES")) {
+    const auto isSeveral = [](const CLI::Option* each) {
+        return each->get_positional() && each->get_expected_min() > 1;
+    };
+    const auto several = command.get_options(isSeveral);
+    if (!several.empty() && what.starts_with(several.front()->get_name(true))) {
         return "a source and a target are needed";
     }
     if (kind == "RequiredError") {

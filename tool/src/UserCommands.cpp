@@ -60,7 +60,7 @@ void showToken(const UserOptions& options, bool json, Make&& make) {
         std::cout << token << '\n';
     }
     if (!std::cout.flush()) {
-        throw Failure(ExitCode::FAILED, options.name, "the token cannot be shown");
+        throw Failure(ExitCode::FAILED, options.name, "the token cannot be shown: try again");
     }
 }
 
