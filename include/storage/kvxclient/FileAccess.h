@@ -173,6 +173,7 @@ public:
     /// - UNAUTHORIZED: the caller may no longer change the file.
     /// - FILE_TOO_LARGE: the file would exceed the size limit.
     /// - QUOTA_EXCEEDED: the storage quota would be exceeded.
+    /// - ILLEGAL_PATH: the folder of a new file was moved to where the file's path is too long.
     ///
     /// The bytes stay the caller's, who keeps them alive and unchanged until the call has
     /// completed.
@@ -187,6 +188,7 @@ public:
     /// - CONFLICT: the file had to be new and no longer is.
     /// - UNAUTHORIZED: the caller may no longer change the file.
     /// - QUOTA_EXCEEDED: the storage quota would be exceeded.
+    /// - ILLEGAL_PATH: the folder of a new file was moved to where the file's path is too long.
     virtual void closeFileHandle(FileHandleCloseRequest request,
                                  CompletionHandler<FileHandleCloseResponse> handler) const = 0;
 
