@@ -1,6 +1,5 @@
 #pragma once
 
-#include <CLI/App.hpp>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -9,6 +8,11 @@
 #include "CallWindow.h"
 #include "Diagnostics.h"
 #include "RemoteName.h"
+
+// Most users of this header have nothing to do with the command line.
+namespace CLI {
+class App;
+}
 
 namespace storage::kvxtool {
 
