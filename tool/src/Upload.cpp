@@ -47,7 +47,10 @@ void Upload::addTree(const fs::path& source, const RemoteName& target) {
         folders_.push_back(folder);
         diagnostics_.guard(folder.source.string(), [&] {
             std::vector<fs::directory_entry> entries(fs::directory_iterator(folder.source), {});
-            std::sort(entries.begin(), entries.end());
+            // In one folder their texts are in the order of the paths, and compared much faster.
+            std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) {
+                return a.path().native() < b.path().native();
+            });
             for (const fs::directory_entry& entry : entries) {
                 diagnostics_.guard(entry.path().string(),
                                    [&] { addEntry(entry, folder, pending); });
@@ -59,10 +62,9 @@ void Upload::addTree(const fs::path& source, const RemoteName& target) {
 void Upload::addEntry(const fs::directory_entry& entry, const Folder& parent,
                       std::vector<Folder>& folders) {
     const fs::path& source = entry.path();
-    const fs::file_status status = entry.symlink_status();
-    if (!fs::is_regular_file(status) && !fs::is_directory(status)) {
+    if (entry.is_symlink() || (!entry.is_regular_file() && !entry.is_directory())) {
         diagnostics_.leaveOut(source.string(),
-                              fs::is_symlink(status) ? "a symbolic link" : "a special file");
+                              entry.is_symlink() ? "a symbolic link" : "a special file");
         return;
     }
     if (belongsToStore(source, store_)) {
@@ -74,7 +76,7 @@ void Upload::addEntry(const fs::directory_entry& entry, const Folder& parent,
         throw Failure(ExitCode::REFUSED, source.string(), "the name is not valid UTF-8");
     }
     const RemoteName target = parent.target.child(*name);
-    if (fs::is_directory(status)) {
+    if (entry.is_directory()) {
         folders.push_back({source, target, parent.depth + 1});
     } else {
         addFile(source, target);
