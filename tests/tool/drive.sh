@@ -412,6 +412,8 @@ sharing() {
 0||kvx grant /docs --to eve --write; as eve mkdir ada:/docs/eve && [[ $(kvx grants /docs) == 'eve  read-write  active' ]] && kvx revoke /docs --from eve
 3|kvx: revoke: eve: nothing is granted on :/docs|kvx revoke /docs --from eve
 6|kvx: put: :/large: the storage quota is exceeded (old versions count: see kvx df --help)|as bob put <(head -c 2K /dev/zero) :/large
+0||mkdir many; for i in {1..12}; do head -c 2K /dev/zero >many/$i; done; as bob put -r many :/ 2>said || [[ $(grep -c exceeded said; grep more said) == $'10\nkvx: put: more fail for the same reason (-v names each)' ]]
+0||true; as bob put -vr many :/ 2>said || [[ $(grep -c exceeded said) == 12 ]]
 TABLE
 }
 

@@ -9,6 +9,7 @@ namespace storage::kvxtool {
 namespace {
 
 constexpr std::size_t NAMED_OF_A_KIND = 3;
+constexpr std::size_t NAMED_WITHOUT_ROOM = 10;
 
 }  // namespace
 
@@ -17,12 +18,24 @@ void Diagnostics::fail(const Failure& reported) {
     const std::string text = failure.subject() + ": " + failure.what();
     const bool again = inPasses_ && (!told_.insert(text).second || toldBefore_.contains(text));
     // Who closed the pipe has seen enough, and wants no message.
-    if (!again && failure.code() != ExitCode::READER_GONE) {
+    if (!again && failure.code() != ExitCode::READER_GONE && !isOneOfMany(failure)) {
         print(failure.subject(), failure.what());
     }
     ++failures_;
     const bool first = exitCode_ == ExitCode::OK;
     exitCode_ = first || exitCode_ == failure.code() ? failure.code() : ExitCode::FAILED;
+}
+
+/// Once there is no room, each further file of a transfer fails alike.
+bool Diagnostics::isOneOfMany(const Failure& failure) {
+    if (failure.code() != ExitCode::NO_ROOM || verbose_ ||
+        ++withoutRoom_[failure.what()] <= NAMED_WITHOUT_ROOM) {
+        return false;
+    }
+    if (withoutRoom_[failure.what()] == NAMED_WITHOUT_ROOM + 1) {
+        print("", "more fail for the same reason (-v names each)");
+    }
+    return true;
 }
 
 void Diagnostics::beginPass() {

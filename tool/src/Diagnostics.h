@@ -25,7 +25,8 @@ public:
     }
 
     /// Reports a failure and remembers its exit code: the code of all failures when they agree,
-    /// else ExitCode::FAILED.
+    /// else ExitCode::FAILED. Of many that have no room for the same reason, only the first few are
+    /// printed unless all is to be told.
     void fail(const Failure& reported);
 
     /// Begins work that is done again and again: from here on a failure that the last pass had too
@@ -62,6 +63,7 @@ public:
     std::size_t failures() const { return failures_; }
 
 private:
+    bool isOneOfMany(const Failure& failure);
     void print(const std::string& subject, const std::string& text);
 
     std::string command_;
@@ -70,7 +72,8 @@ private:
     ExitCode exitCode_ = ExitCode::OK;
     std::size_t failures_ = 0;
     bool verbose_;
-    std::map<std::string, std::size_t> leftOut_;  // By kind.
+    std::map<std::string, std::size_t> leftOut_;      // By kind.
+    std::map<std::string, std::size_t> withoutRoom_;  // By reason.
     bool inPasses_ = false;
     std::set<std::string> told_;  // In this pass.
     std::set<std::string> toldBefore_;
