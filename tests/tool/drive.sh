@@ -262,6 +262,8 @@ grant: --to is missing|grant |grant /file bob
 policy get: /b: one argument too many|policy get |policy get /a /b
 ls: --store needs a value|ls |ls --store
 ls: -t does not go with -S|ls |ls -St
+watch: --interval: 0 is not a number from 0.01 to 86400|watch |watch --interval 0
+find: --type: x is none of f,d|find |find / --type x
 TABLE
     expect 1 'kvx: get: ./file: it cannot be created: No such file or directory' \
         env -C gone sh -c 'rmdir ../gone; "$0" get :/file .' "$program"

@@ -1,6 +1,7 @@
 #include "UsageError.h"
 
 #include <algorithm>
+#include <regex>
 #include <utility>
 #include <vector>
 
@@ -105,6 +106,16 @@ std::vector<const CLI::App*> parsedCommands(const CLI::App& program) {
     return commands;
 }
 
+/// The parser's words for a value that it refuses, in ours.
+std::string refusedValue(const std::string& what) {
+    static const std::string number = R"((\d+)(\.\d*[1-9])?\.?0*)";
+    static const std::regex range(": Value (.*) not in range " + number + " to " + number);
+    static const std::regex set(R"(: (.*) not in \{(.*)\})");
+    return std::regex_replace(
+        std::regex_replace(what, range, ": $1 is not a number from $2$3 to $4$5"), set,
+        ": $1 is none of $2");
+}
+
 std::string reasonFor(const CLI::App& command, const Words& unexpected, const CLI::Error& error) {
     const bool needsCommand = !command.get_subcommands(nullptr).empty();
     const std::string what = error.what();
@@ -134,6 +145,9 @@ std::string reasonFor(const CLI::App& command, const Words& unexpected, const CL
         const bool tooMany = what.find(": At Most") != std::string::npos;
         return what.substr(0, what.find(':')) +
                (tooMany ? " is given more than once" : " needs a value");
+    }
+    if (kind == "ValidationError") {
+        return refusedValue(what);
     }
     if (kind == "ExcludesError") {
         return what.substr(0, what.find(' ')) + " does not go with " +

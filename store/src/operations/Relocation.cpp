@@ -13,7 +13,7 @@ namespace {
 using kvxclient::KVXClientErrorCode;
 
 /// Of 255 UTF-16 units in UTF-8.
-constexpr std::int64_t mostNameBytes = 3 * 255;
+constexpr std::int64_t mostNameBytes = 3L * 255;
 
 struct Relocation {
     Place source;
