@@ -238,6 +238,10 @@ refused() {
 5|kvx: mv: :/file: it exists already, and only a file can replace a file|mv -f /folder /file
 5|kvx: put: :/file: it is a file, and several sources need a folder|put file folder :/file
 5|kvx: put: file: another source has this name|put file file :/folder
+5|kvx: cp: /file: another source has this name|cp -n /file /file :/folder
+2|kvx: find: 2026-02-31: not a time: write 7d, 12h or 2026-01-31|find --older 2026-02-31
+3|kvx: sync: gone-too: no such folder|sync --watch gone-too :/folder
+3|kvx: sync: :/gone-too: no such folder|sync --watch :/gone-too .
 5|kvx: get: file: something else of that name is in the way|get -r :/folder file
 5|kvx: get: folder/file: it is a folder|get :/file folder
 2|kvx: put: file: not a remote name: write :/path, or bucket:/path for another bucket|put file file
@@ -262,9 +266,14 @@ grant: --to is missing|grant |grant /file bob
 policy get: /b: one argument too many|policy get |policy get /a /b
 ls: --store needs a value|ls |ls --store
 ls: -t does not go with -S|ls |ls -St
+sync: --interval needs --watch|sync |sync --interval 3 . :/
+shared: --copy-to needs ID|shared |shared --copy-to /file
 watch: --interval: 0 is not a number from 0.01 to 86400|watch |watch --interval 0
 find: --type: x is none of f,d|find |find / --type x
 TABLE
+    # As an unset variable of a script would be.
+    expect 2 $'kvx: find: --older is empty\nTry: kvx find --help' kvx find / --older ''
+    expect 2 $'kvx: rm: an argument is empty\nTry: kvx rm --help' kvx rm -r /folder ''
     expect 1 'kvx: get: ./file: it cannot be created: No such file or directory' \
         env -C gone sh -c 'rmdir ../gone; "$0" get :/file .' "$program"
     # One failure does not stop the others; failures of different kinds have a code of their own.
@@ -436,6 +445,7 @@ administration() {
 0||kvx user token bob --token-file new; ! as bob df 2>/dev/null; mv new bob; kvx user quota bob 1G; [[ $(as bob df --json) == *:1073741824} ]]
 0||kvx user quota bob -; [[ $(as bob df --json) == *:null} ]]
 5|kvx: user add: bob: a user or bucket of this name exists already|kvx user add bob --token-file new; [[ ! -e new ]]
+4|kvx: user add: a:b: a colon ends the name of a bucket, and cannot be in it|kvx user add a:b
 4|kvx: user add: a/b: the name breaks the rules for names|kvx user add a/b
 2|kvx: user add: -5: not a size: write 1000, 512M or 10G|kvx user add eve --quota=-5
 0||kvx bucket add team ada; kvx mkdir team:/plans; kvx bucket list >output; [[ $(tail -n 1 output) == 'team  ada  0' ]]
@@ -502,8 +512,9 @@ changing() {
 
     head -c 64M /dev/zero >grows
     while echo more >>grows; do :; done &
-    expect 5 'kvx: put: grows: it changed while it was read' kvx put grows :/
+    expect 5 'kvx: put: grows: it changed while it was read, and is not stored' kvx put grows :/
     kill $!
+    expect 3 'kvx: stat: /grows: no such file or folder' kvx stat /grows
 
     mkdir up
     echo content >up/file

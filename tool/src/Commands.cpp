@@ -80,6 +80,14 @@ std::u16string utf16Argument(const std::string& argument) {
     return std::move(*result);
 }
 
+std::u16string newBucketArgument(const std::string& argument) {
+    if (argument.find(':') != std::string::npos) {
+        throw Failure(ExitCode::REFUSED, argument,
+                      "a colon ends the name of a bucket, and cannot be in it");
+    }
+    return utf16Argument(argument);
+}
+
 void forEachName(const std::vector<std::string>& names, Diagnostics& diagnostics,
                  const std::function<void(const std::string&)>& action) {
     std::optional<Interruption> interruption;

@@ -37,6 +37,9 @@ struct Invocation {
 /// An argument as the store takes it. Throws Failure for one that is not UTF-8.
 std::u16string utf16Argument(const std::string& argument);
 
+/// The same for the name of a new bucket, or of a user, who gets a bucket of that name.
+std::u16string newBucketArgument(const std::string& argument);
+
 /// Calls `action` with one name after the other, and reports what it throws with the name. When a
 /// signal asks for it, says how far it came and throws Interrupted.
 void forEachName(const std::vector<std::string>& names, Diagnostics& diagnostics,

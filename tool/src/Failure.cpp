@@ -15,10 +15,11 @@ const char* const EXIT_CODES =
     "  2  the command line is wrong\n"
     "  3  not found: a file, a folder, the folder to hold it, a user, or the store\n"
     "  4  refused: no right to do this, no valid token, a name that breaks the rules\n"
-    "  5  conflict: it exists already, or is of another kind, or a folder is not empty\n"
+    "  5  conflict: it exists already, is of another kind, changed while it was read, or is a\n"
+    "     folder that is not empty\n"
     "  6  no room: the quota or a limit for files is exceeded, or the local disk is full\n"
-    "  7  the store failed by a fault of its own\n"
-    "  8  the store is damaged, or cannot be opened: no store, or of a newer version\n"
+    "  7  the store failed by a fault of its own, as when it comes upon damage\n"
+    "  8  verify found damage, or the store cannot be opened: no store, or of a newer version\n"
     "  9  the store cannot be reached\n"
     "  128 + n  ended by signal n, as 130 by Ctrl-C\n";
 

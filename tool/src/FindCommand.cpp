@@ -84,9 +84,11 @@ Time parseTime(const std::string& text) {
         std::tm time{};
         time.tm_isdst = -1;
         const char* end = strptime(text.c_str(), format, &time);
-        if (end != nullptr && *end == '\0') {
-            return std::chrono::system_clock::from_time_t(text.ends_with('Z') ? timegm(&time)
-                                                                              : mktime(&time));
+        const int day = time.tm_mday;
+        const std::time_t seconds = text.ends_with('Z') ? timegm(&time) : mktime(&time);
+        // The 31st of a shorter month would become a day of the next.
+        if (end != nullptr && *end == '\0' && time.tm_mday == day) {
+            return std::chrono::system_clock::from_time_t(seconds);
         }
     }
     throw Failure(ExitCode::USAGE, text, "not a time: write 7d, 12h or 2026-01-31");

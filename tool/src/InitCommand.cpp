@@ -29,7 +29,7 @@ void init(const StoreLocation& location, const InitOptions& options, const Invoc
     if (!options.tokenFile.empty()) {
         output.emplace(options.tokenFile);
     }
-    const std::string token = createStore(location, utf16Argument(user));
+    const std::string token = createStore(location, newBucketArgument(user));
     if (!invocation.quiet && !invocation.json) {
         std::cout << "created the store " << location.text() << " for " << user
                   << "; the token is kept in " << LoginFile(location.url()).path().string() << '\n';

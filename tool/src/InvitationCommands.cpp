@@ -192,7 +192,14 @@ void copyFolder(const Session& session, const SharedOptions& options,
     const RemoteName name = target.nameFor(path.substr(path.rfind(u'/') + 1));
     kvxclient::InvitationCopyFolderRequest request;
     request.withInvitationId(options.id).withResource(folder).withTargetResource(name.resource());
-    session.rights().copyFolderFromInvitation(std::move(request));
+    try {
+        session.rights().copyFolderFromInvitation(std::move(request));
+    } catch (const kvxclient::KVXClientException& error) {
+        if (error.getErrorCode() != kvxclient::KVXClientErrorCode::CONFLICT) {
+            throw;
+        }
+        throw Failure::of(name.text(), std::current_exception());
+    }
 }
 
 std::vector<kvxclient::FolderSummary> foldersAtHome(const Session& session, bool all,
@@ -243,7 +250,7 @@ void lookInside(const Session& session, const SharedOptions& options, bool json)
 }
 
 /// An id of nothing is no missing file.
-void explainMissing(const std::string& id, const std::function<void()>& action) {
+void explainMissing(const std::string& id, bool withFolder, const std::function<void()>& action) {
     try {
         action();
     } catch (const kvxclient::KVXClientException& error) {
@@ -251,7 +258,8 @@ void explainMissing(const std::string& id, const std::function<void()>& action) 
             throw;
         }
         throw Failure(ExitCode::NOT_FOUND, id,
-                      "there is no such invitation, or no such folder in it");
+                      std::string("there is no such invitation") +
+                          (withFolder ? ", or no such folder in it" : ""));
     }
 }
 
@@ -264,7 +272,7 @@ CLI::App* addForId(CLI::App& program, Invocation& invocation, const std::string&
     command->footer("Examples:\n  kvx " + name + " ID");
     command->callback([id, action = std::move(action), &invocation] {
         invocation.runInSession(*id, [id, action](const Session& session) {
-            explainMissing(*id, [&] { action(session, *id); });
+            explainMissing(*id, false, [&] { action(session, *id); });
         });
     });
     return command;
@@ -320,11 +328,13 @@ void addShared(CLI::App& program, Invocation& invocation) {
     auto options = std::make_shared<SharedOptions>();
     CLI::App* command = program.add_subcommand(
         "shared", "List what others share with you, or look into an invitation");
-    command->add_option("ID", options->id, "The id of an invitation")->type_name("");
+    CLI::Option* id =
+        command->add_option("ID", options->id, "The id of an invitation")->type_name("");
     command->add_option("PATH", options->path, "A folder in the folder offered")->type_name("");
     command->add_flag("-a", options->all, "List hidden names too, which begin with a dot");
     command->add_option("--copy-to", options->target, "Copy the folder to this place in the store")
-        ->type_name("REMOTE");
+        ->type_name("REMOTE")
+        ->needs(id);
     command->footer(
         "Without an id, lists the folders that others share with you. With one, shows the folder "
         "of\n"
@@ -343,7 +353,8 @@ void addShared(CLI::App& program, Invocation& invocation) {
                 listShared(session, options->all, invocation.json);
                 return;
             }
-            explainMissing(options->id, [&] { lookInside(session, *options, invocation.json); });
+            explainMissing(options->id, !options->path.empty(),
+                           [&] { lookInside(session, *options, invocation.json); });
         });
     });
 }

@@ -170,6 +170,7 @@ int main(int argc, char** argv) {
     std::reverse(arguments.begin(), arguments.end());  // As the parser takes them.
     try {
         program.parse(std::move(arguments));
+        requireArguments(program);
     } catch (const CLI::ParseError& error) {
         if (program.exit(error) != 0) {
             return static_cast<int>(ExitCode::USAGE);

@@ -63,7 +63,7 @@ void addBucketAdd(CLI::App& bucket, Invocation& invocation) {
         "  kvx bucket add team ada");
     command->callback([name, owner, &invocation] {
         invocation.runAsAdministrator([name, owner](const Administration& store, Diagnostics&) {
-            store.addBucket(utf16Argument(*name), utf16Argument(*owner));
+            store.addBucket(newBucketArgument(*name), utf16Argument(*owner));
         });
     });
 }

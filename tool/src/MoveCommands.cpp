@@ -1,4 +1,5 @@
 #include <memory>
+#include <set>
 #include <vector>
 
 #include "Commands.h"
@@ -68,8 +69,13 @@ void moveAll(const FileAccess& files, Diagnostics& diagnostics, const MoveOption
     diagnostics.guard(name.text(), [&] {
         const RemoteTarget target(files, name, options.names.size() > 2);
         const std::vector<std::string> sources(options.names.begin(), options.names.end() - 1);
+        std::set<std::u16string> taken;
         forEachName(sources, diagnostics, [&](const std::string& source) {
-            moveOne(files, RemoteName::parse(source), target, options, invocation);
+            const RemoteName from = RemoteName::parse(source);
+            if (!taken.insert(target.nameFor(from.name()).path()).second) {
+                throw Failure(ExitCode::CONFLICT, source, "another source has this name");
+            }
+            moveOne(files, from, target, options, invocation);
         });
     });
 }

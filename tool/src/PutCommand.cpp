@@ -93,7 +93,8 @@ void addPut(CLI::App& program, Invocation& invocation) {
     command->footer(
         "A remote folder, or a name that ends in /, takes each source under its own name; several\n"
         "sources need a folder. A file that is there is replaced once the new one is complete,\n"
-        "and kept as a version where the policy says so. Modification times go along.\n"
+        "and kept as a version where the policy says so. A file that changes while it is read is\n"
+        "not stored. Modification times go along.\n"
         "Links named on the command line are followed; links and special files (pipes, sockets,\n"
         "devices) inside folders are left out with a warning. Permissions are not kept.\n"
         "\n"

@@ -32,9 +32,14 @@ SyncReport::Lines summaryLinesFor(const Invocation& invocation, bool dryRun) {
     return invocation.quiet ? SyncReport::Lines::NONE : SyncReport::Lines::SUMMARY;
 }
 
-/// Compares and transfers once more. Returns whether it came to its end.
-bool runPass(Sync& sync, Diagnostics& diagnostics) {
+/// Compares and transfers once more. Returns whether it came to its end. The first time it throws
+/// when a folder cannot be read: it may be a wrong name, for which nobody wants to wait.
+bool runPass(Sync& sync, Diagnostics& diagnostics, bool isFirst) {
     diagnostics.beginPass();
+    if (isFirst) {
+        sync.run();
+        return true;
+    }
     return diagnostics.guard("", [&] { sync.run(); });
 }
 
@@ -52,6 +57,7 @@ std::string identityOf(const std::filesystem::path& folder) {
 
 void followLocal(Sync& sync, Diagnostics& diagnostics, std::chrono::milliseconds interval) {
     bool warned = false;
+    bool first = true;
     std::string known;
     while (std::cout.flush()) {
         const std::string identity = identityOf(sync.local());
@@ -66,7 +72,7 @@ void followLocal(Sync& sync, Diagnostics& diagnostics, std::chrono::milliseconds
             diagnostics.warn(sync.local().string(),
                              "not every folder can be watched: compared again at each interval");
         }
-        const bool compared = runPass(sync, diagnostics);
+        const bool compared = runPass(sync, diagnostics, std::exchange(first, false));
         std::cout.flush();
         watch.wait(compared && watch.isComplete() ? LocalWatch::FOREVER : interval);
     }
@@ -76,8 +82,9 @@ void followRemote(const Session& session, Sync& sync, Diagnostics& diagnostics,
                   std::chrono::milliseconds interval) {
     ChangeFeed feed(session, {sync.remote()}, "");
     feed.read();
+    bool first = true;
     while (std::cout.flush()) {
-        bool again = !runPass(sync, diagnostics);
+        bool again = !runPass(sync, diagnostics, std::exchange(first, false));
         std::cout.flush();
         do {
             std::this_thread::sleep_for(interval);
@@ -111,13 +118,15 @@ void addOptions(CLI::App& command, SyncOptions& options, WatchOptions& watching)
     CLI::Option* dryRun = command.add_flag("-n,--dry-run", options.dryRun,
                                            "Print what there is to do, and do nothing");
     addJobsOption(command, options.transfer);
-    command.add_flag("--watch", watching.watch, "Go on with every change, until Ctrl-C")
-        ->excludes(dryRun);
+    CLI::Option* watch =
+        command.add_flag("--watch", watching.watch, "Go on with every change, until Ctrl-C")
+            ->excludes(dryRun);
     command
         .add_option("--interval", watching.interval,
                     "With --watch, the seconds between looks for changes in the store")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.01, 86400.0))
+        ->needs(watch)
         ->capture_default_str();
 }
 

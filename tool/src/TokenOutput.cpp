@@ -13,6 +13,9 @@ namespace storage::kvxtool {
 TokenOutput::TokenOutput(const std::string& path)
     : path_(path), file_(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600)) {
     if (file_ < 0) {
+        if (errno == EEXIST) {
+            throw Failure(ExitCode::CONFLICT, path, "it exists already");
+        }
         const std::system_error error(errno, std::generic_category());
         throw Failure::of(path, std::make_exception_ptr(error));
     }

@@ -173,7 +173,8 @@ void Upload::checkEnd(const LocalInput& source) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
         Interruption::check();
     } else if (source.hasChanged()) {
-        diagnostics_.fail({ExitCode::CONFLICT, source.name(), "it changed while it was read"});
+        throw Failure(ExitCode::CONFLICT, source.name(),
+                      "it changed while it was read, and is not stored");
     }
 }
 

@@ -146,6 +146,9 @@ std::string reasonFor(const CLI::App& command, const Words& unexpected, const CL
         return what.substr(0, what.find(':')) +
                (tooMany ? " is given more than once" : " needs a value");
     }
+    if (kind == "RequiresError") {
+        return what.substr(0, what.find(' ')) + " needs " + what.substr(what.rfind(' ') + 1);
+    }
     if (kind == "ValidationError") {
         return refusedValue(what);
     }
@@ -164,6 +167,19 @@ std::string commandName(const CLI::App& program) {
         name += (name.empty() ? "" : " ") + (command == &program ? "" : command->get_name());
     }
     return name;
+}
+
+void requireArguments(const CLI::App& program) {
+    for (const CLI::App* command : parsedCommands(program)) {
+        for (const CLI::Option* option : command->get_options()) {
+            const Words& values = option->results();
+            const bool isHidden = command->get_group().empty();
+            if (!isHidden && std::find(values.begin(), values.end(), "") != values.end()) {
+                throw CLI::ValidationError(
+                    (option->get_positional() ? "an argument" : option->get_name()) + " is empty");
+            }
+        }
+    }
 }
 
 std::string noSuchCommand(const CLI::App& command, const std::string& name) {

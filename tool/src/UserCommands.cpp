@@ -39,7 +39,7 @@ unsigned long readSize(const std::string& text) {
 }
 
 StoreUser userOf(const UserOptions& options) {
-    return {utf16Argument(options.name), utf16Argument(options.emailAddress),
+    return {newBucketArgument(options.name), utf16Argument(options.emailAddress),
             utf16Argument(options.firstName), utf16Argument(options.lastName),
             options.quota.empty() ? std::nullopt : std::optional(readSize(options.quota))};
 }

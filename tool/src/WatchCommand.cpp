@@ -7,6 +7,7 @@
 #include "ChangeFeed.h"
 #include "Commands.h"
 #include "Json.h"
+#include "RemoteTree.h"
 #include "Text.h"
 #include "storage/kvxclient/KVXClientException.h"
 
@@ -54,6 +55,9 @@ void watch(const Session& session, Diagnostics& diagnostics, const WatchOptions&
     std::vector<RemoteName> names;
     for (const std::string& name : options.names) {
         names.push_back(RemoteName::parse(name));
+        if (!findEntry(session.files(), names.back())) {
+            diagnostics.warn(name, "there is no such file or folder now");
+        }
     }
     ChangeFeed feed(session, names, options.since);
     const auto printChanges = [&] {
@@ -88,9 +92,7 @@ void addWatch(CLI::App& program, Invocation& invocation) {
         ->type_name("");
     CLI::Option* since = command->add_option("--since", options->since,
                                              "Begin where a watermark was printed, not now");
-    since->type_name("WATERMARK")->check([](const std::string& text) {
-        return text.empty() ? std::string("it is empty") : std::string();
-    });
+    since->type_name("WATERMARK");
     command->add_flag("--all", options->all, "Begin with all there is")->excludes(since);
     command->add_flag("--once", options->once,
                       "Print what there is and a watermark to go on from, and end");
