@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <filesystem>
@@ -78,6 +79,21 @@ TEST(Download, NamesThatLeadElsewhereAreRefused) {
     EXPECT_EQ(found, expected);
     EXPECT_NE(diagnostics.exitCode(), ExitCode::OK);
     fs::remove_all(root);
+}
+
+TEST(Diagnostics, TheFewThatAreNamedAreThoseOfAPass) {
+    Diagnostics diagnostics("sync", true);
+    testing::internal::CaptureStderr();
+    for (const std::string pass : {"1-", "2-"}) {
+        diagnostics.beginPass();
+        for (int file = 0; file < 20; ++file) {
+            diagnostics.fail({ExitCode::NO_ROOM, pass + std::to_string(file), "full"});
+        }
+    }
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 2 * 11) << said;
+    EXPECT_NE(said.find("kvx: sync: 2-9: full\n"), std::string::npos) << said;
+    EXPECT_EQ(diagnostics.failures(), 40U);
 }
 
 TEST(Upload, AnInterruptedOneLeavesTheOldContentAndNoHandle) {

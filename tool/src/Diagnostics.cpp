@@ -26,7 +26,7 @@ void Diagnostics::fail(const Failure& reported) {
     exitCode_ = first || exitCode_ == failure.code() ? failure.code() : ExitCode::FAILED;
 }
 
-/// Once there is no room, each further file of a transfer fails alike.
+/// Where there is no room, most of the files that follow in a transfer fail alike.
 bool Diagnostics::isOneOfMany(const Failure& failure) {
     if (failure.code() != ExitCode::NO_ROOM || verbose_ ||
         ++withoutRoom_[failure.what()] <= NAMED_WITHOUT_ROOM) {
@@ -41,6 +41,7 @@ bool Diagnostics::isOneOfMany(const Failure& failure) {
 void Diagnostics::beginPass() {
     inPasses_ = true;
     toldBefore_ = std::exchange(told_, {});
+    withoutRoom_.clear();
 }
 
 void Diagnostics::warn(const std::string& subject, const std::string& text) {

@@ -72,10 +72,12 @@ void moveAll(const FileAccess& files, Diagnostics& diagnostics, const MoveOption
         std::set<std::u16string> taken;
         forEachName(sources, diagnostics, [&](const std::string& source) {
             const RemoteName from = RemoteName::parse(source);
-            if (!taken.insert(target.nameFor(from.name()).path()).second) {
+            const std::u16string path = target.nameFor(from.name()).path();
+            if (options.overwrite && taken.contains(path)) {
                 throw Failure(ExitCode::CONFLICT, source, "another source has this name");
             }
             moveOne(files, from, target, options, invocation);
+            taken.insert(path);
         });
     });
 }

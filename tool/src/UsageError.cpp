@@ -1,7 +1,7 @@
 #include "UsageError.h"
 
 #include <algorithm>
-#include <regex>
+#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -106,25 +106,47 @@ std::vector<const CLI::App*> parsedCommands(const CLI::App& program) {
     return commands;
 }
 
-/// The parser's words for a value that it refuses, in ours.
+/// The parser's words for a value that it refuses, in ours: "--name: Value x not in range 0.010000
+/// to 9.000000", "--name: x not in {a,b}".
 std::string refusedValue(const std::string& what) {
-    static const std::string number = R"((\d+)(\.\d*[1-9])?\.?0*)";
-    static const std::regex range(": Value (.*) not in range " + number + " to " + number);
-    static const std::regex set(R"(: (.*) not in \{(.*)\})");
-    return std::regex_replace(
-        std::regex_replace(what, range, ": $1 is not a number from $2$3 to $4$5"), set,
-        ": $1 is none of $2");
+    const std::string notInRange = " not in range ";
+    const std::string notInSet = " not in {";
+    const std::string value = ": Value ";
+    const std::size_t range = what.rfind(notInRange);
+    const std::size_t set = what.rfind(notInSet);
+    std::ostringstream text;
+    if (range != std::string::npos) {
+        double first = 0;
+        double last = 0;
+        std::string to;
+        std::istringstream(what.substr(range + notInRange.size())) >> first >> to >> last;
+        const std::size_t typed = what.find(value);
+        text << what.substr(0, typed) << ": "
+             << what.substr(typed + value.size(), range - typed - value.size())
+             << " is not a number from " << first << " to " << last;
+    } else if (set != std::string::npos) {
+        const std::size_t names = set + notInSet.size();
+        text << what.substr(0, set) << " is none of "
+             << what.substr(names, what.size() - names - 1);
+    } else {
+        text << what;
+    }
+    return text.str();
 }
 
 std::string reasonFor(const CLI::App& command, const Words& unexpected, const CLI::Error& error) {
     const bool needsCommand = !command.get_subcommands(nullptr).empty();
     const std::string what = error.what();
     const std::string kind = error.get_name();
+    if (kind == "ValidationError") {
+        return refusedValue(what);
+    }
     if (needsCommand && !unexpected.empty() && !unexpected.front().starts_with('-')) {
         return noSuchCommand(command, unexpected.front());
     }
-    const auto option = std::find_if(unexpected.begin(), unexpected.end(),
-                                     [](const auto& word) { return word.starts_with('-'); });
+    const auto option = std::find_if(unexpected.begin(), unexpected.end(), [](const auto& word) {
+        return word.starts_with('-') && word != "--";
+    });
     if (option != unexpected.end()) {
         return noSuchOption(command, *option);
     }
@@ -149,9 +171,6 @@ std::string reasonFor(const CLI::App& command, const Words& unexpected, const CL
     if (kind == "RequiresError") {
         return what.substr(0, what.find(' ')) + " needs " + what.substr(what.rfind(' ') + 1);
     }
-    if (kind == "ValidationError") {
-        return refusedValue(what);
-    }
     if (kind == "ExcludesError") {
         return what.substr(0, what.find(' ')) + " does not go with " +
                what.substr(what.rfind(' ') + 1);
@@ -171,10 +190,12 @@ std::string commandName(const CLI::App& program) {
 
 void requireArguments(const CLI::App& program) {
     for (const CLI::App* command : parsedCommands(program)) {
+        if (command->get_group().empty()) {
+            continue;  // The shell asks what completes an empty line.
+        }
         for (const CLI::Option* option : command->get_options()) {
             const Words& values = option->results();
-            const bool isHidden = command->get_group().empty();
-            if (!isHidden && std::find(values.begin(), values.end(), "") != values.end()) {
+            if (std::find(values.begin(), values.end(), "") != values.end()) {
                 throw CLI::ValidationError(
                     (option->get_positional() ? "an argument" : option->get_name()) + " is empty");
             }

@@ -7,7 +7,6 @@
 #include "ChangeFeed.h"
 #include "Commands.h"
 #include "Json.h"
-#include "RemoteTree.h"
 #include "Text.h"
 #include "storage/kvxclient/KVXClientException.h"
 
@@ -55,9 +54,6 @@ void watch(const Session& session, Diagnostics& diagnostics, const WatchOptions&
     std::vector<RemoteName> names;
     for (const std::string& name : options.names) {
         names.push_back(RemoteName::parse(name));
-        if (!findEntry(session.files(), names.back())) {
-            diagnostics.warn(name, "there is no such file or folder now");
-        }
     }
     ChangeFeed feed(session, names, options.since);
     const auto printChanges = [&] {
