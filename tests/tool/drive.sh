@@ -316,7 +316,7 @@ init() {
     [[ ! -e new.db ]]
     expect 7 'kvx: init: cannot create /proc/new.db: No such file or directory' kvx init --store /proc/new.db
     expect 5 "kvx: init: $work/in-the-way/new.db: a part of the path is not a folder" kvx init --store in-the-way/new.db
-    expect 3 "kvx: init: $work/none/new.db: no such file or folder" kvx init --store none/new.db
+    expect 3 "kvx: init: $work/none/new.db: no such folder to hold it" kvx init --store none/new.db
 }
 
 login() {

@@ -77,6 +77,9 @@ std::string createStore(const StoreLocation& location, const std::u16string& use
     }
     const std::filesystem::path folder = file.parent_path() / "";
     if (access(folder.c_str(), W_OK | X_OK) != 0) {
+        if (errno == ENOENT) {
+            throw Failure(ExitCode::NOT_FOUND, location.text(), "no such folder to hold it");
+        }
         throw std::system_error(errno, std::generic_category());
     }
     LoginFile(location.url()).prepare();

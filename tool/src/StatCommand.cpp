@@ -61,7 +61,8 @@ void addStat(CLI::App& program, Invocation& invocation) {
                    })
         ->footer(
             "Modified is when the content was made, as who put it said, or else when it was\n"
-            "stored: the time that ls -l shows and get keeps.\n"
+            "stored: the time that ls -l shows and get keeps. Shareable is a folder of yours: you\n"
+            "can invite to it, while a file can only be granted.\n"
             "\n"
             "Examples:\n"
             "  kvx stat /docs/a.txt");
