@@ -148,14 +148,16 @@ const Clauses handleClauses{
      [](Scene& s) {
          const OpenFile open(s, "");
          // They change but stay, so that a transport that reads them late fails without a crash.
-         std::vector<unsigned char> bytes(300'000, 'a');
+         const auto bytes = std::make_shared<std::vector<unsigned char>>(300'000, 'a');
          s.owner
              .start(&FileAccess::writeFileContent,
                     FileContentWriteRequest(open.file)
                         .withFileHandleId(open.handle)
-                        .withContent(bytes.data(), bytes.size()),
-                    [&] { std::fill(bytes.begin(), bytes.end(), 'z'); })
+                        .withContent(bytes->data(), bytes->size()),
+                    [bytes] { std::fill(bytes->begin(), bytes->end(), 'z'); })
              ->get();
+         // A call has its outcome before its handler is through.
+         s.owner.client().waitForPendingCalls();
          open.close();
          EXPECT_TRUE(s.owner.read(open.file) == std::string(300'000, 'a'));
      }},
