@@ -13,11 +13,7 @@ using namespace std::chrono_literals;
 
 constexpr unsigned long mebibyte = 1UL << 20U;
 
-#ifdef __SANITIZE_ADDRESS__
-constexpr long mostMebibytes = 1024;  // It keeps what is freed for a while.
-#else
-constexpr long mostMebibytes = 96;
-#endif
+constexpr long mostMebibytes = MOST_MEBIBYTES;
 
 std::u16string numbered(const std::u16string& name, unsigned long number) {
     const std::string digits = std::to_string(number);
