@@ -5,11 +5,10 @@
 #include <mutex>
 #include <thread>
 
-#include "database/SqliteFile.h"
+#include "database/Open.h"
 #include "operations/Handles.h"
 #include "operations/Maintenance.h"
 #include "operations/Secrets.h"
-#include "storage/kvxstore/Store.h"
 
 namespace storage::kvxstore {
 
@@ -28,16 +27,6 @@ StoreOptions completed(StoreOptions options) {
     options.sessionLifetime =
         std::clamp<std::chrono::seconds>(options.sessionLifetime, 0s, std::chrono::years(100));
     return options;
-}
-
-database::Connector connectorTo(const std::string& url, CreateMode mode) {
-    if (url.starts_with("sqlite:")) {
-        return database::openSqlite(url, mode);
-    }
-    if (url.starts_with("postgresql:") || url.starts_with("postgres:")) {
-        throw StoreError("PostgreSQL is not served yet: " + url);
-    }
-    throw StoreError("a store's URL begins with \"sqlite:\": " + url);
 }
 
 /// When to clean again: soon while there is more to do, and often enough that others see that this
@@ -105,7 +94,7 @@ Engine::Engine(std::string url, StoreOptions options)
     : url_(std::move(url)),
       options_(completed(std::move(options))),
       instance_(operations::newNumber()),
-      scheduler_(connectorTo(url_, options_.createMode), options_.readers,
+      scheduler_(database::open(url_, options_.createMode), options_.readers,
                  [this](database::Connection& database) {
                      const auto now = options_.clock().time_since_epoch().count();
                      return cleanSome(database, instance_, now);

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Engine.h"
+#include "database/Open.h"
 #include "operations/Administration.h"
 #include "operations/Maintenance.h"
 #include "services/Call.h"
@@ -35,6 +36,8 @@ auto administer(Engine& engine, Access access, Work work) {
             std::rethrow_if_nested(error);
         } catch (const StoreError&) {
             throw;
+        } catch (const database::DatabaseError& cause) {
+            throw StoreError(cause.storeErrorCode(), cause.what());
         } catch (const std::exception& cause) {
             throw StoreError(cause.what());
         }
@@ -54,8 +57,13 @@ std::shared_ptr<Store> Store::open(const std::string& url, StoreOptions options)
     try {
         return std::shared_ptr<Store>(new Store(Engine::start(url, std::move(options))));
     } catch (const database::DatabaseError& error) {
-        throw StoreError("cannot open the store " + url + ": " + error.what());
+        throw StoreError(error.storeErrorCode(),
+                         "cannot open the store " + url + ": " + error.what());
     }
+}
+
+std::optional<std::string> Store::filePath(const std::string& url) {
+    return database::filePath(url);
 }
 
 std::unique_ptr<kvxclient::KVXClient> Store::createClient() const {

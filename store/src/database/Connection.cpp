@@ -13,6 +13,21 @@ constexpr auto patience = 10s;
 
 }  // namespace
 
+StoreErrorCode DatabaseError::storeErrorCode() const {
+    switch (fault_) {
+        case Fault::BUSY:
+            return StoreErrorCode::IN_USE;
+        case Fault::FULL:
+            return StoreErrorCode::FULL;
+        case Fault::DAMAGED:
+            return StoreErrorCode::DAMAGED;
+        case Fault::NOT_WRITABLE:
+            return StoreErrorCode::NOT_WRITABLE;
+        default:
+            return StoreErrorCode::OTHER;
+    }
+}
+
 void retryWhileBusy(const std::function<void()>& action) {
     const auto deadline = std::chrono::steady_clock::now() + patience;
     for (;;) {
@@ -30,7 +45,7 @@ void retryWhileBusy(const std::function<void()>& action) {
 std::int64_t Connection::number(std::string_view sql, std::initializer_list<Value> values) {
     const Rows row = query(sql, values);
     if (!row->next()) {
-        throw DatabaseError(Fault::OTHER, "the store is damaged: a row is missing");
+        throw DatabaseError(Fault::DAMAGED, "the store is damaged: a row is missing");
     }
     return row->integer(0);
 }

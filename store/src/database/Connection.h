@@ -11,10 +11,12 @@
 #include <string_view>
 #include <variant>
 
+#include "storage/kvxstore/StoreError.h"
+
 namespace storage::kvxstore::database {
 
 /// What went wrong, as far as a caller can act on it.
-enum class Fault { BUSY, UNIQUE, CONSTRAINT, LOST, FULL, OTHER };
+enum class Fault { BUSY, UNIQUE, CONSTRAINT, LOST, FULL, DAMAGED, NOT_WRITABLE, OTHER };
 
 /// A failed statement; what() is a plain sentence for people.
 class DatabaseError : public std::runtime_error {
@@ -22,6 +24,8 @@ public:
     DatabaseError(Fault fault, const std::string& cause)
         : std::runtime_error(cause), fault_(fault) {}
     Fault fault() const { return fault_; }
+    /// What an administrator is told of it.
+    StoreErrorCode storeErrorCode() const;
 
 private:
     Fault fault_;

@@ -21,10 +21,10 @@ DatabaseError failure(sqlite3* database, int code) {
             return {Fault::FULL, "the disk is full"};
         case SQLITE_CORRUPT:
         case SQLITE_NOTADB:
-            return {Fault::OTHER, "the store's file is damaged"};
+            return {Fault::DAMAGED, "the store's file is damaged"};
         case SQLITE_READONLY:
         case SQLITE_PERM:
-            return {Fault::OTHER, "the store's file cannot be written"};
+            return {Fault::NOT_WRITABLE, "the store's file cannot be written"};
         case SQLITE_CANTOPEN:
             return {Fault::OTHER, "the store's file cannot be opened"};
         case SQLITE_NOMEM:

@@ -16,7 +16,7 @@
 
 #include "database/Schema.h"
 #include "database/SqliteConnection.h"
-#include "storage/kvxstore/Store.h"
+#include "storage/kvxstore/StoreError.h"
 
 namespace storage::kvxstore::database {
 
@@ -26,31 +26,23 @@ using namespace std::string_view_literals;
 
 constexpr std::uint32_t applicationId = 0x4B565853;  // "KVXS"
 
-/// The path that the URL names; empty for a database in memory.
-std::string pathOf(const std::string& url) {
-    constexpr std::string_view scheme = "sqlite:";
-    std::string path = url.substr(scheme.size());
-    if (path == ":memory:") {
-        return {};
-    }
-    if (path.starts_with("//")) {
-        path.erase(0, 2);
-        if (!path.starts_with('/')) {
-            throw StoreError("a file's URL is sqlite:///absolute/path or sqlite:relative/path: " +
-                             url);
-        }
-    }
-    if (path.empty() || path.find('\0') != std::string::npos) {
-        throw StoreError("the URL names no file: " + url);
-    }
-    return path;
+/// An error of the system's calls on the file.
+StoreError systemFailure(const std::string& action, const std::string& path, int number) {
+    const bool missing = number == ENOENT || number == ENOTDIR;
+    const bool full = number == ENOSPC || number == EDQUOT;
+    const bool refused = number == EACCES || number == EPERM || number == EROFS;
+    return {missing   ? StoreErrorCode::NOT_FOUND
+            : full    ? StoreErrorCode::FULL
+            : refused ? StoreErrorCode::NOT_WRITABLE
+                      : StoreErrorCode::OTHER,
+            action + ' ' + path + ": " + std::strerror(number)};
 }
 
 /// Makes an empty file that only its owner may read; false when there is one already.
 bool makeFile(const std::string& path) {
     const int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (file < 0 && errno != EEXIST) {
-        throw StoreError("cannot create " + path + ": " + std::strerror(errno));
+        throw systemFailure("cannot create", path, errno);
     }
     if (file >= 0) {
         ::close(file);
@@ -113,14 +105,14 @@ bool awaitsRollback(const std::string& path) {
 bool examineFile(const std::string& path) {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0 || ::access(path.c_str(), R_OK | W_OK) != 0) {
-        throw StoreError("cannot open " + path + ": " + std::strerror(errno));
+        throw systemFailure("cannot open", path, errno);
     }
     const bool isFile = S_ISREG(status.st_mode);
     if (isFile && status.st_size == 0) {
         return true;
     }
     if (!isFile || (!hasStoreHead(path) && !awaitsRollback(path))) {
-        throw StoreError("not a store file: " + path);
+        throw StoreError(StoreErrorCode::NOT_A_STORE, "not a store file: " + path);
     }
     return false;
 }
@@ -133,17 +125,18 @@ void makeTables(Connection& connection, const std::string& path) {
         connection.execute("pragma application_id = " + std::to_string(applicationId));
         createSchema(connection);
     } else if (connection.number("pragma application_id") != applicationId) {
-        throw StoreError("not a store file: " + path);
+        throw StoreError(StoreErrorCode::NOT_A_STORE, "not a store file: " + path);
     }
     transaction.commit();
 }
 
-void checkVersion(Connection& connection, const std::string& url) {
+void checkVersion(Connection& connection, const std::string& path) {
     const std::int64_t version = connection.number("select n from schema_version");
     if (version > schemaVersion) {
-        throw StoreError("the store was made by a newer version of this software (schema " +
-                         std::to_string(version) + ", known up to " +
-                         std::to_string(schemaVersion) + "): " + url);
+        throw StoreError(StoreErrorCode::NEWER_VERSION,
+                         "the store was made by a newer version of this software (schema " +
+                             std::to_string(version) + ", known up to " +
+                             std::to_string(schemaVersion) + "): " + path);
     }
 }
 
@@ -158,42 +151,40 @@ bool claimFile(const std::string& path, CreateMode mode) {
     const bool made = mode != CreateMode::MUST_EXIST && makeFile(path);
     if (!made) {
         if (mode == CreateMode::MUST_BE_NEW) {
-            throw StoreError("there is a file already: " + path);
+            throw StoreError(StoreErrorCode::ALREADY_EXISTS, "there is a file already: " + path);
         }
         if (examineFile(path) && mode == CreateMode::MUST_EXIST) {
-            throw StoreError("not a store file: " + path);
+            throw StoreError(StoreErrorCode::NOT_A_STORE, "not a store file: " + path);
         }
     }
     return made;
 }
 
+/// Connects to the database, and makes the tables if it has none.
+Connector openLocation(const SqliteLocation& location, const std::string& name) {
+    // Held by the connector, since a database in memory ends with its last connection.
+    auto first = std::make_shared<SqliteConnection>(location);
+    retryWhileBusy([&] {
+        makeTables(*first, name);
+        checkVersion(*first, name);
+        first->execute("pragma journal_mode = wal");
+    });
+    return [location, first] { return std::make_unique<SqliteConnection>(location); };
+}
+
 }  // namespace
 
-Connector openSqlite(const std::string& url, CreateMode mode) {
-    const std::string path = pathOf(url);
-    const bool inMemory = path.empty();
-    if (inMemory && mode == CreateMode::MUST_EXIST) {
-        throw StoreError("a store in memory is always new");
-    }
-    const bool made = !inMemory && claimFile(path, mode);
-    const SqliteLocation location = inMemory ? newMemory() : SqliteLocation{path, nullptr};
+Connector openSqliteMemory() { return openLocation(newMemory(), "memory"); }
+
+Connector openSqliteFile(const std::string& path, CreateMode mode) {
+    const bool made = claimFile(path, mode);
     try {
-        // Held by the connector, since a database in memory ends with its last connection.
-        auto first = std::make_shared<SqliteConnection>(location);
-        retryWhileBusy([&] {
-            makeTables(*first, path);
-            checkVersion(*first, url);
-            first->execute("pragma journal_mode = wal");
-        });
-        return [location, first] { return std::make_unique<SqliteConnection>(location); };
-    } catch (const std::exception& error) {
+        return openLocation({path, nullptr}, path);
+    } catch (...) {
         if (made) {
             ::unlink(path.c_str());
         }
-        if (dynamic_cast<const StoreError*>(&error) != nullptr) {
-            throw;
-        }
-        throw StoreError("cannot open the store " + url + ": " + error.what());
+        throw;
     }
 }
 

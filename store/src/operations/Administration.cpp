@@ -6,6 +6,7 @@
 #include "operations/Maintenance.h"
 #include "operations/Secrets.h"
 #include "operations/Text.h"
+#include "storage/kvxstore/StoreError.h"
 
 namespace storage::kvxstore::operations {
 
@@ -15,7 +16,8 @@ using database::Connection;
 
 std::string checkedName(const std::u16string& name) {
     if (!isName(name)) {
-        throw StoreError("not a name for a user or bucket: \"" + toUtf8(name) + '"');
+        throw StoreError(StoreErrorCode::ILLEGAL_NAME,
+                         "not a name for a user or bucket: \"" + toUtf8(name) + '"');
     }
     return toUtf8(name);
 }
@@ -23,7 +25,7 @@ std::string checkedName(const std::u16string& name) {
 std::int64_t findUser(Connection& database, const std::string& name) {
     const auto row = database.query("select id from users where name = $1", {name});
     if (!row->next()) {
-        throw StoreError("there is no user \"" + name + '"');
+        throw StoreError(StoreErrorCode::NOT_FOUND, "there is no user \"" + name + '"');
     }
     return row->integer(0);
 }
@@ -48,7 +50,8 @@ std::int64_t asStored(unsigned long quota) {
 void insertBucket(Connection& database, const std::string& name, std::int64_t owner,
                   std::int64_t now) {
     if (database.query("select 1 from buckets where name = $1", {name})->next()) {
-        throw StoreError("there is a bucket \"" + name + "\" already");
+        throw StoreError(StoreErrorCode::ALREADY_EXISTS,
+                         "there is a bucket \"" + name + "\" already");
     }
     const std::int64_t bucket = database.insert(
         "insert into buckets(name, owner, root, seq, used) values($1, $2, 0, 0, 0)", {name, owner});
@@ -64,7 +67,8 @@ void insertBucket(Connection& database, const std::string& name, std::int64_t ow
 std::string createUser(Connection& database, const NewUser& user, std::int64_t now) {
     const std::string name = checkedName(user.name);
     if (database.query("select 1 from users where name = $1", {name})->next()) {
-        throw StoreError("there is a user \"" + name + "\" already");
+        throw StoreError(StoreErrorCode::ALREADY_EXISTS,
+                         "there is a user \"" + name + "\" already");
     }
     const std::int64_t id = database.insert(
         "insert into users(name, email, first_name, last_name, quota)"

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "database/Connection.h"
-#include "storage/kvxstore/Store.h"
+#include "storage/kvxstore/Administration.h"
 
 namespace storage::kvxstore::operations {
 

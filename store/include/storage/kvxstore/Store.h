@@ -3,78 +3,20 @@
 /// @file
 /// The embedded store: opening it, making clients of it, and administering it.
 
-#include <limits>
 #include <memory>
-#include <stdexcept>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "storage/kvxclient/KVXClient.h"
+#include "storage/kvxstore/Administration.h"
 #include "storage/kvxstore/Export.h"
+#include "storage/kvxstore/StoreError.h"
 #include "storage/kvxstore/StoreOptions.h"
 
 namespace storage::kvxstore {
 
 class Engine;
-
-/// Why a store could not be opened or administered; what() is a plain sentence for people.
-class KVXSTORE_EXPORT StoreError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-    ~StoreError() override;
-};
-
-/// A user to be created. Names of users and buckets follow the rules of file names: not empty,
-/// not "." or "..", at most 255 UTF-16 units, no "/", no NUL, no unpaired surrogate.
-struct NewUser {
-    /// A quota that never refuses anything.
-    static constexpr unsigned long UNLIMITED = std::numeric_limits<long>::max();
-
-    std::u16string name = {};          ///< Unique among users and among buckets.
-    std::u16string emailAddress = {};  ///< May be empty, as the rest of the profile.
-    std::u16string firstName = {};     ///< For people, not for the store.
-    std::u16string lastName = {};      ///< For people, not for the store.
-    /// The most bytes that all versions of all files in the user's buckets may have together.
-    /// What is written through an open handle counts as well, beside what it will replace. A
-    /// deleted file counts until it is purged, which at the latest happens when it is in the way.
-    /// Values above UNLIMITED mean UNLIMITED.
-    unsigned long quota = UNLIMITED;
-};
-
-/// A user as the store has it.
-struct User : NewUser {
-    /// Bytes in use, counted like the quota.
-    unsigned long used = 0;
-};
-
-/// A bucket as the store knows it.
-struct Bucket {
-    std::u16string name;   ///< Unique among buckets.
-    std::u16string owner;  ///< The name of the user whose bucket it is.
-    /// Bytes in use, counted like the owner's quota.
-    unsigned long used = 0;
-};
-
-/// How much there is in a store.
-struct Statistics {
-    unsigned long users = 0;    ///< All users.
-    unsigned long buckets = 0;  ///< All buckets.
-    /// Without the roots of buckets and what was deleted at their tops.
-    unsigned long folders = 0;
-    unsigned long files = 0;  ///< Without those deleted by themselves.
-    /// Of all files, current ones included.
-    unsigned long versions = 0;
-    /// Open file handles, of all programs.
-    unsigned long handles = 0;
-    /// Rights given by permissions and accepted invitations.
-    unsigned long grants = 0;
-    unsigned long invitations = 0;  ///< In whatever state.
-    /// Bytes in use, counted like the quotas.
-    unsigned long used = 0;
-    /// Bytes of content on the disk: less than in use where versions and copies share content or
-    /// files have holes, more where cleaning is still to be done.
-    unsigned long stored = 0;
-};
 
 /// A file store inside the process, kept in an SQLite database. It serves every service interface
 /// of kvxclient through the clients it makes.
@@ -143,6 +85,12 @@ public:
     /// store (it is then left untouched), cannot be written, is damaged, or was made by a newer
     /// version of this software.
     static std::shared_ptr<Store> open(const std::string& url, StoreOptions options = {});
+
+    /// The path of the file that a store's URL names, as it stands in the URL; nothing for a store
+    /// in memory. Opens nothing.
+    ///
+    /// @throws StoreError with ILLEGAL_URL when open() would refuse the URL for what it is.
+    static std::optional<std::string> filePath(const std::string& url);
 
     /// The last of the store, its clients and their services to go ends the store: calls that
     /// have not begun complete with BAD_NETWORK, those under way are finished, and all handlers

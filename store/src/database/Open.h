@@ -1,0 +1,19 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "database/Connection.h"
+#include "storage/kvxstore/StoreOptions.h"
+
+namespace storage::kvxstore::database {
+
+/// The path of the file that a store's URL names, as it stands there; nothing for a store in
+/// memory. Throws a StoreError with ILLEGAL_URL for any other URL.
+std::optional<std::string> filePath(const std::string& url);
+
+/// Opens the store that a URL names, or makes it as the mode allows. Throws a StoreError or
+/// DatabaseError, and then leaves alone whatever is there.
+Connector open(const std::string& url, CreateMode mode);
+
+}  // namespace storage::kvxstore::database
