@@ -17,9 +17,11 @@ namespace storage::kvxtransport {
 /// from the first call of each.
 class ClientDispatcher {
 public:
+    /// Keeps the client for as long as there is a copy of the dispatcher.
     explicit ClientDispatcher(std::shared_ptr<kvxclient::KVXClient> client)
         : shared_(std::make_shared<Shared>(std::move(client))) {}
 
+    /// Makes the call on the client or one of its services.
     template <class Operation>
     void call(const Caller& caller, typename Operation::Request request,
               typename Operation::Handler handler) const {
@@ -31,7 +33,9 @@ public:
                          std::move(request), std::move(handler));
     }
 
+    /// Cancels all calls of the client.
     void cancelPendingCalls() const { shared_->client->cancelPendingCalls(); }
+    /// Waits for all calls of the client.
     void waitForPendingCalls() const { shared_->client->waitForPendingCalls(); }
 
 private:

@@ -124,6 +124,7 @@ public:
           plan_(std::move(plan)),
           inner_(std::move(inner)) {}
 
+    /// Counts the call and lets the fault happen that is planned for it.
     template <class Operation>
     void call(const Caller& caller, typename Operation::Request request,
               typename Operation::Handler handler) const {
@@ -134,6 +135,7 @@ public:
         }
     }
 
+    /// Cancels all calls, also those that a fault holds back.
     void cancelPendingCalls() const {
         if (faulty_) {
             faulty_->group->cancel();
@@ -144,6 +146,7 @@ public:
         }
     }
 
+    /// Waits for all calls, also those that a fault holds back.
     void waitForPendingCalls() const {
         inner_.waitForPendingCalls();
         if (faulty_) {

@@ -77,6 +77,7 @@ void callWith(const Call& call, Request& request, Handler& handler) {
 /// table, and start(), which makes the call on a service in its callback form.
 namespace operations {
 
+/// @cond  The macro, not the types.
 #define KVXTRANSPORT_TYPE(ServiceType, operation, Type, RequestType, ResponseType, accessMode,   \
                           repeatMode, needed)                                                    \
     struct Type {                                                                                \
@@ -96,15 +97,18 @@ namespace operations {
     };
 KVXTRANSPORT_OPERATIONS(KVXTRANSPORT_TYPE)
 #undef KVXTRANSPORT_TYPE
+/// @endcond
 
 }  // namespace operations
 
 /// Calls `visit` with an object of each operation's type, in the order of the table.
 template <class Visitor>
 constexpr void forEachOperation(Visitor&& visit) {
+/// @cond
 #define KVXTRANSPORT_VISIT(ServiceType, operation, Type, ...) visit(operations::Type{});
     KVXTRANSPORT_OPERATIONS(KVXTRANSPORT_VISIT)
 #undef KVXTRANSPORT_VISIT
+    /// @endcond
 }
 
 }  // namespace storage::kvxtransport

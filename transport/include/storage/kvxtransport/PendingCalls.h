@@ -42,6 +42,7 @@ private:
 /// its own calls from this class, and destroys them when their handlers have returned.
 class PendingCall {
 public:
+    /// Enters the group.
     explicit PendingCall(std::shared_ptr<PendingCalls> group) : group_(std::move(group)) {
         const std::lock_guard<std::mutex> lock(group_->mutex_);
         place_ = &group_->first_;
@@ -54,6 +55,7 @@ public:
     PendingCall(const PendingCall&) = delete;
     PendingCall& operator=(const PendingCall&) = delete;
 
+    /// Whether PendingCalls::cancel() was called since the call entered the group.
     bool isCancelled() const { return cancelled_; }
 
 protected:

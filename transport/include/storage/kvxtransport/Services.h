@@ -94,6 +94,7 @@ private:
 
 }  // namespace detail
 
+/// @cond  Documentation cannot see what macros make.
 // The function of a row: it hands the call to the dispatcher. The using declaration keeps the
 // blocking form visible beside it.
 #define KVXTRANSPORT_FUNCTION(Service, operation, Type, Request, Response, ...)                \
@@ -106,7 +107,7 @@ private:
 
 // A service whose interface keeps the caller's identity itself.
 #define KVXTRANSPORT_SERVICE(Service, ROWS)                                                        \
-    /** Service over a dispatcher, which it holds a copy of. */                                    \
+    /* Service over a dispatcher, which it holds a copy of. */                                     \
     template <class Dispatcher>                                                                    \
     class Dispatching##Service : public kvxclient::Service {                                       \
     public:                                                                                        \
@@ -128,12 +129,14 @@ KVXTRANSPORT_SERVICE(ConfigurationManagement, KVXTRANSPORT_CONFIGURATION_OPERATI
 KVXTRANSPORT_SERVICE(Notification, KVXTRANSPORT_NOTIFICATION_OPERATIONS)
 
 #undef KVXTRANSPORT_SERVICE
+/// @endcond
 
 /// IVersioning over a dispatcher, which it holds a copy of. Its interface keeps no identity: the
 /// service has the application id of the client that made it and no other.
 template <class Dispatcher>
 class DispatchingVersioning : public kvxclient::IVersioning {
 public:
+    /// Makes the service with a supplier of the session id, called for each call.
     DispatchingVersioning(std::function<std::string()> sessionIdSupplier, std::string applicationId,
                           Dispatcher dispatcher)
         : sessionIdSupplier_(std::move(sessionIdSupplier)),
@@ -142,8 +145,9 @@ public:
 
     KVXTRANSPORT_VERSIONING_OPERATIONS(KVXTRANSPORT_FUNCTION)
 
-    // What detail::ServiceCaller asks.
+    /// Returns what the supplier returns; asks it anew each time.
     std::string getSessionId() const { return sessionIdSupplier_(); }
+    /// Returns the id of the calling application.
     std::string getApplicationId() const { return applicationId_; }
 
 private:
@@ -157,6 +161,7 @@ private:
 template <class Dispatcher>
 class DispatchingClient : public kvxclient::KVXClient {
 public:
+    /// Makes a client whose calls go through the dispatcher.
     DispatchingClient(std::string endpoint, Dispatcher dispatcher)
         : KVXClient(std::move(endpoint)),
           dispatcher_(std::move(dispatcher)),
@@ -164,6 +169,7 @@ public:
     ~DispatchingClient() override { session_->end(); }
 
     using KVXClient::ping;
+    /// Hands the call to the dispatcher, as every operation does.
     void ping(kvxclient::CompletionHandler<kvxclient::PingResponse> handler) const override {
         dispatcher_.template call<operations::Ping>(detail::ServiceCaller(*this), PingRequest(),
                                                     std::move(handler));
