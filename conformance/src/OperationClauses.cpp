@@ -8,7 +8,7 @@ namespace storage::kvxconformance {
 namespace {
 
 /// What a caller must have to be let through.
-enum class Right {
+enum class Requirement {
     NONE,     // Not even a session.
     SESSION,  // A session; what it tells is the caller's own.
     SECRET,   // A session, and an id that the caller was given.
@@ -51,7 +51,7 @@ struct Targets {
 struct OperationCase {
     std::string name;
     std::set<Capability> needs;
-    Right right;
+    Requirement requirement;
     void (*run)(const Participant&, const Targets&);
 };
 
@@ -71,9 +71,9 @@ Request about(const Targets& t) {
 
 // What the operations are tried with, a row for each row of the table of operations: without one
 // the kit does not compile.
-#define CASE(Type, needs, right, call)                                                         \
+#define CASE(Type, needs, required, call)                                                      \
     OperationCase caseOf(kvxtransport::operations::Type type) {                                \
-        return {std::string(type.name), needs, Right::right,                                   \
+        return {std::string(type.name), needs, Requirement::required,                          \
                 []([[maybe_unused]] const Participant& p, [[maybe_unused]] const Targets& t) { \
                     call;                                                                      \
                 }};                                                                            \
@@ -145,7 +145,7 @@ std::vector<OperationCase> operationCases() {
             cases.push_back(caseOf(operation));
         }
     });
-    cases.push_back({"replaceFile", none, Right::WRITE,
+    cases.push_back({"replaceFile", none, Requirement::WRITE,
                      [](const Participant& p, const Targets& t) { p.write(t.file, "new"); }});
     return cases;
 }
@@ -172,7 +172,7 @@ void completesOnce(Scene& s, const OperationCase& operation) {
             s.owner.call(&FileAccess::createFileDownload, targets.file).getLocation();
     }
     const auto code = codeOf([&] { operation.run(caller, targets); });
-    if (operation.right != Right::SECRET) {
+    if (operation.requirement != Requirement::SECRET) {
         EXPECT_EQ(code, std::nullopt);
     }
     codeOf([&] { operation.run(caller, Targets(s.at(u"gone") / u"x")); });
@@ -232,11 +232,11 @@ Clauses operationClauses() {
                                operation.needs});
         };
         add("calls.completesOnce.", completesOnce);
-        const Right right = operation.right;
-        if (right != Right::NONE) {
+        const Requirement required = operation.requirement;
+        if (required != Requirement::NONE) {
             add("session.neededBy.", needsSession);
         }
-        if (right < Right::READ) {
+        if (required < Requirement::READ) {
             continue;
         }
         add("paths.illegal.", refusesIllegalPaths);
@@ -245,9 +245,10 @@ Clauses operationClauses() {
         const auto unless = [](bool allowed) {
             return allowed ? std::nullopt : std::optional(Code::UNAUTHORIZED);
         };
-        add("sharing.reader.", expectForGuest, Operation::READ, unless(right == Right::READ));
+        add("sharing.reader.", expectForGuest, Operation::READ,
+            unless(required == Requirement::READ));
         add("sharing.writer.", expectForGuest, Operation::READ_WRITE,
-            unless(right != Right::OWNERSHIP));
+            unless(required != Requirement::OWNERSHIP));
     }
     return clauses;
 }

@@ -165,7 +165,7 @@ public:
     DispatchingClient(std::string endpoint, Dispatcher dispatcher)
         : KVXClient(std::move(endpoint)),
           dispatcher_(std::move(dispatcher)),
-          session_(std::make_shared<Session>(*this)) {}
+          session_(std::make_shared<SessionLink>(*this)) {}
     ~DispatchingClient() override { session_->end(); }
 
     using KVXClient::ping;
@@ -199,9 +199,9 @@ public:
 
 private:
     /// The client's session id for as long as there is the client, then an empty one.
-    class Session {
+    class SessionLink {
     public:
-        explicit Session(const DispatchingClient& client) : client_(&client) {}
+        explicit SessionLink(const DispatchingClient& client) : client_(&client) {}
 
         std::string id() const {
             const std::shared_lock<std::shared_mutex> lock(mutex_);
@@ -229,7 +229,7 @@ private:
     }
 
     Dispatcher dispatcher_;
-    std::shared_ptr<Session> session_;
+    std::shared_ptr<SessionLink> session_;
 };
 
 #undef KVXTRANSPORT_FUNCTION
