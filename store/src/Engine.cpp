@@ -5,10 +5,10 @@
 #include <mutex>
 #include <thread>
 
+#include "core/Secrets.h"
 #include "database/Open.h"
+#include "maintenance/Cleaning.h"
 #include "operations/Handles.h"
-#include "operations/Maintenance.h"
-#include "operations/Secrets.h"
 
 namespace storage::kvxstore {
 

@@ -5,8 +5,8 @@
 
 #include "Engine.h"
 #include "database/Open.h"
+#include "maintenance/Cleaning.h"
 #include "operations/Administration.h"
-#include "operations/Maintenance.h"
 #include "services/Call.h"
 #include "services/Client.h"
 

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "core/Secrets.h"
+#include "core/Text.h"
+#include "maintenance/Cleaning.h"
 #include "operations/Grants.h"
-#include "operations/Maintenance.h"
-#include "operations/Secrets.h"
-#include "operations/Text.h"
 #include "storage/kvxstore/StoreError.h"
 
 namespace storage::kvxstore::operations {

@@ -7,10 +7,10 @@
 #include <unordered_map>
 #include <vector>
 
-#include "operations/Maintenance.h"
-#include "operations/Places.h"
+#include "core/Text.h"
+#include "maintenance/Cleaning.h"
+#include "namespace/Places.h"
 #include "operations/Sessions.h"
-#include "operations/Text.h"
 
 namespace storage::kvxstore::operations {
 

@@ -4,10 +4,10 @@
 #include <istream>
 #include <stdexcept>
 
-#include "operations/LookupCache.h"
-#include "operations/Secrets.h"
-#include "operations/Summaries.h"
-#include "operations/Text.h"
+#include "core/Secrets.h"
+#include "core/Text.h"
+#include "namespace/LookupCache.h"
+#include "namespace/Summaries.h"
 #include "operations/Versions.h"
 
 namespace storage::kvxstore::operations {

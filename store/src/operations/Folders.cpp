@@ -4,9 +4,9 @@
 #include <utility>
 #include <vector>
 
-#include "operations/LookupCache.h"
-#include "operations/Summaries.h"
-#include "operations/Text.h"
+#include "core/Text.h"
+#include "namespace/LookupCache.h"
+#include "namespace/Summaries.h"
 
 namespace storage::kvxstore::operations {
 

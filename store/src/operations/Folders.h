@@ -1,6 +1,6 @@
 #pragma once
 
-#include "operations/Context.h"
+#include "core/Context.h"
 #include "storage/kvxclient/FolderListing.h"
 #include "storage/kvxclient/Metadata.h"
 #include "storage/kvxclient/NamespaceChanges.h"

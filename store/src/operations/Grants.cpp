@@ -1,6 +1,6 @@
 #include "operations/Grants.h"
 
-#include "operations/Text.h"
+#include "core/Text.h"
 
 namespace storage::kvxstore::operations {
 

@@ -4,9 +4,9 @@
 #include <limits>
 #include <vector>
 
-#include "operations/Secrets.h"
+#include "core/Secrets.h"
+#include "core/Text.h"
 #include "operations/Sessions.h"
-#include "operations/Text.h"
 #include "operations/Versions.h"
 
 namespace storage::kvxstore::operations {

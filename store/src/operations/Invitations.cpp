@@ -1,9 +1,9 @@
 #include "operations/Invitations.h"
 
+#include "core/Secrets.h"
+#include "core/Text.h"
 #include "operations/Grants.h"
-#include "operations/Secrets.h"
 #include "operations/Sessions.h"
-#include "operations/Text.h"
 
 namespace storage::kvxstore::operations {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "operations/Places.h"
+#include "namespace/Places.h"
 #include "storage/kvxclient/Invitations.h"
 
 namespace storage::kvxstore::operations {

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
+#include "core/Text.h"
+#include "namespace/Summaries.h"
 #include "operations/Invitations.h"
 #include "operations/Relocation.h"
 #include "operations/Sessions.h"
-#include "operations/Summaries.h"
-#include "operations/Text.h"
 
 namespace storage::kvxstore::operations {
 

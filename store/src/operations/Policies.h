@@ -1,6 +1,6 @@
 #pragma once
 
-#include "operations/Places.h"
+#include "namespace/Places.h"
 #include "storage/kvxclient/StorageConfiguration.h"
 
 namespace storage::kvxstore::operations {

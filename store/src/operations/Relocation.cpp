@@ -3,7 +3,7 @@
 #include <utility>
 #include <vector>
 
-#include "operations/Text.h"
+#include "core/Text.h"
 #include "operations/Versions.h"
 
 namespace storage::kvxstore::operations {

@@ -1,7 +1,7 @@
 #include "operations/Sessions.h"
 
-#include "operations/LookupCache.h"
-#include "operations/Secrets.h"
+#include "core/Secrets.h"
+#include "namespace/LookupCache.h"
 
 namespace storage::kvxstore::operations {
 

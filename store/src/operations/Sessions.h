@@ -1,6 +1,6 @@
 #pragma once
 
-#include "operations/Context.h"
+#include "core/Context.h"
 #include "storage/kvxclient/SessionRecords.h"
 
 namespace storage::kvxstore::operations {

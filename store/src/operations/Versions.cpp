@@ -2,8 +2,8 @@
 
 #include <cstdlib>
 
+#include "core/Text.h"
 #include "operations/Policies.h"
-#include "operations/Text.h"
 
 namespace storage::kvxstore::operations {
 

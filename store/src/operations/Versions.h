@@ -1,6 +1,6 @@
 #pragma once
 
-#include "operations/Contents.h"
+#include "namespace/Contents.h"
 #include "storage/kvxclient/Versions.h"
 
 namespace storage::kvxstore::operations {

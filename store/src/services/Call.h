@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "operations/Context.h"
+#include "core/Context.h"
 #include "scheduler/Job.h"
 #include "storage/kvxclient/CompletionHandler.h"
 

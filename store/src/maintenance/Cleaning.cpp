@@ -1,4 +1,4 @@
-#include "operations/Maintenance.h"
+#include "maintenance/Cleaning.h"
 
 #include <chrono>
 #include <utility>

@@ -1,12 +1,12 @@
-#include "operations/Places.h"
+#include "namespace/Places.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "operations/LookupCache.h"
-#include "operations/Maintenance.h"
+#include "core/Text.h"
+#include "maintenance/Cleaning.h"
+#include "namespace/LookupCache.h"
 #include "operations/Sessions.h"
-#include "operations/Text.h"
 
 namespace storage::kvxstore::operations {
 

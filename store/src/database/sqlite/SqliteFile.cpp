@@ -1,4 +1,4 @@
-#include "database/SqliteFile.h"
+#include "database/sqlite/SqliteFile.h"
 
 #include <fcntl.h>
 #include <sqlite3.h>
@@ -15,7 +15,7 @@
 #include <string_view>
 
 #include "database/Schema.h"
-#include "database/SqliteConnection.h"
+#include "database/sqlite/SqliteConnection.h"
 #include "storage/kvxstore/StoreError.h"
 
 namespace storage::kvxstore::database {

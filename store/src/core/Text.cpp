@@ -1,8 +1,8 @@
-#include "operations/Text.h"
+#include "core/Text.h"
 
 #include <algorithm>
 
-#include "operations/Context.h"
+#include "core/Context.h"
 #include "storage/kvxclient/Resource.h"
 
 namespace storage::kvxstore::operations {

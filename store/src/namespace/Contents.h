@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "operations/Places.h"
+#include "namespace/Places.h"
 
 namespace storage::kvxstore::operations {
 

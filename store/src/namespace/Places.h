@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "operations/Context.h"
+#include "core/Context.h"
 #include "storage/kvxclient/Resource.h"
 
 namespace storage::kvxstore::operations {

@@ -1,7 +1,7 @@
 #include <algorithm>
 
+#include "core/Checksum.h"
 #include "operations/Administration.h"
-#include "operations/Checksum.h"
 
 namespace storage::kvxstore::operations {
 

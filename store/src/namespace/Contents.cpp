@@ -1,11 +1,11 @@
-#include "operations/Contents.h"
+#include "namespace/Contents.h"
 
 #include <algorithm>
 #include <array>
 #include <optional>
 #include <utility>
 
-#include "operations/Checksum.h"
+#include "core/Checksum.h"
 
 namespace storage::kvxstore::operations {
 

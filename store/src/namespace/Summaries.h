@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "operations/Places.h"
+#include "namespace/Places.h"
 #include "storage/kvxclient/Summaries.h"
 
 namespace storage::kvxstore::operations {

@@ -1,10 +1,10 @@
-#include "operations/Summaries.h"
+#include "namespace/Summaries.h"
 
 #include <algorithm>
 
+#include "core/Text.h"
+#include "maintenance/Cleaning.h"
 #include "operations/Invitations.h"
-#include "operations/Maintenance.h"
-#include "operations/Text.h"
 
 namespace storage::kvxstore::operations {
 

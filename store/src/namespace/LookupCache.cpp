@@ -1,4 +1,4 @@
-#include "operations/LookupCache.h"
+#include "namespace/LookupCache.h"
 
 #include <utility>
 

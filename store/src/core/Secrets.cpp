@@ -1,4 +1,4 @@
-#include "operations/Secrets.h"
+#include "core/Secrets.h"
 
 #include <sodium.h>
 

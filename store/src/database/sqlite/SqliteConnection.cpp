@@ -1,4 +1,4 @@
-#include "database/SqliteConnection.h"
+#include "database/sqlite/SqliteConnection.h"
 
 #include <sqlite3.h>
 

@@ -1,4 +1,4 @@
-#include "operations/Checksum.h"
+#include "core/Checksum.h"
 
 #define XXH_INLINE_ALL
 #include <xxhash.h>
