@@ -8,7 +8,7 @@
 #include "core/Secrets.h"
 #include "database/Open.h"
 #include "maintenance/Cleaning.h"
-#include "operations/Handles.h"
+#include "maintenance/Leases.h"
 
 namespace storage::kvxstore {
 

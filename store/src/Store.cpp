@@ -6,6 +6,7 @@
 #include "Engine.h"
 #include "database/Open.h"
 #include "maintenance/Cleaning.h"
+#include "maintenance/Verification.h"
 #include "operations/Administration.h"
 #include "services/Call.h"
 #include "services/Client.h"

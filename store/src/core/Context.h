@@ -11,6 +11,9 @@
 
 namespace storage::kvxstore::operations {
 
+// Requests, responses and error codes are the client's.
+using namespace kvxclient;
+
 /// What an operation works with: the transaction it is part of, and who is calling.
 struct Context {
     database::Connection& database;

@@ -9,7 +9,9 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
+#include <vector>
 
 #include "storage/kvxstore/StoreError.h"
 
@@ -105,6 +107,10 @@ public:
 
     /// The one integer of the one row of a query that always has one.
     std::int64_t number(std::string_view sql, std::initializer_list<Value> values = {});
+
+    /// All rows of a query for two integers.
+    std::vector<std::pair<std::int64_t, std::int64_t>> pairs(
+        std::string_view sql, std::initializer_list<Value> values = {});
 
     /// What its users keep with it between transactions.
     std::any& attachment() { return attachment_; }

@@ -1,7 +1,8 @@
+#include "maintenance/Verification.h"
+
 #include <algorithm>
 
 #include "core/Checksum.h"
-#include "operations/Administration.h"
 
 namespace storage::kvxstore::operations {
 

@@ -4,9 +4,8 @@
 #include <utility>
 
 #include "core/Text.h"
-#include "maintenance/Cleaning.h"
+#include "namespace/Caller.h"
 #include "namespace/LookupCache.h"
-#include "operations/Sessions.h"
 
 namespace storage::kvxstore::operations {
 
@@ -14,26 +13,11 @@ namespace {
 
 using kvxclient::KVXClientErrorCode;
 
-const std::string selectNode =
-    "select id, bucket, parent, name, kind, seq, size, label, created, modified, client_modified,"
-    " shared from nodes where ";
-const std::string selectById = selectNode + "id = $1";
-const std::string selectByName = selectNode + "parent = $1 and name = $2";
-const std::string selectChildren = selectNode + "parent = $1 order by name";
-
 const std::string selectBucket = "select id, name, root, owner from buckets where ";
 const std::string selectBucketById = selectBucket + "id = $1";
 const std::string selectBucketByName = selectBucket + "name = $1";
 const std::string selectOwnBucket =
     selectBucket + "owner = $1 and name = (select name from users where id = $1)";
-
-Node readNode(const database::Statement& row) {
-    Node node{row.integer(0),       row.integer(1), row.integer(2), row.text(3),
-              Kind(row.integer(4)), row.integer(5), row.integer(6), row.integer(7),
-              row.integer(8),       row.integer(9), row.integer(10)};
-    node.shared = row.integer(11) != 0;
-    return node;
-}
 
 bool readBucket(const database::Rows& row, BucketRow& bucket) {
     if (!row->next()) {
@@ -70,12 +54,12 @@ Place rootOf(const Context& context, std::int64_t user, const std::string& bucke
                     place.bucket)) {
         refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
     }
-    const auto root = context.database.query(selectById, {place.bucket.root});
-    if (!root->next()) {
+    std::optional<Node> root = findNode(context, place.bucket.root);
+    if (!root) {
         throw database::DatabaseError(database::Fault::OTHER,
                                       "the store is damaged: a bucket has no root");
     }
-    append(context, place, readNode(*root));
+    append(context, place, *std::move(root));
     return place;
 }
 
@@ -100,28 +84,6 @@ Place folderAt(const Context& context, std::int64_t user, const std::string& buc
         cache.addFolder(std::move(key), place);
     }
     return place;
-}
-
-bool grow(const Context& context, std::int64_t bucket, std::int64_t growth, std::int64_t changes) {
-    return context.database.execute(
-               "update buckets set seq = seq + $3, used = used + $2 where id = $1 and ($2 <= 0 or "
-               "$2 <="
-               " (select u.quota - (select cast(sum(b.used) as bigint) from buckets b"
-               " where b.owner = u.id) from users u where u.id = buckets.owner))",
-               {bucket, growth, changes}) > 0;
-}
-
-std::int64_t growOrRefuse(const Context& context, std::int64_t bucket, std::int64_t growth,
-                          std::int64_t changes) {
-    if (!grow(context, bucket, growth, changes)) {
-        // What was deleted counts until it is purged, so it must not be what is in the way.
-        while (purgeTrash(context.database)) {
-        }
-        if (!grow(context, bucket, growth, changes)) {
-            refuse(KVXClientErrorCode::QUOTA_EXCEEDED);
-        }
-    }
-    return context.database.number("select seq from buckets where id = $1", {bucket});
 }
 
 kvxclient::Resource resourceOf(const Place& place, std::size_t depth) {
@@ -194,9 +156,8 @@ Place locate(const Context& context, const kvxclient::Resource& resource) {
 
 void enter(const Context& context, Place& place, const std::string& name) {
     if (place.exists() && place.chain.back().kind == Kind::FOLDER) {
-        const auto row = context.database.query(selectByName, {place.chain.back().id, name});
-        if (row->next()) {
-            append(context, place, readNode(*row));
+        if (std::optional<Node> child = findChild(context, place.chain.back().id, name)) {
+            append(context, place, *std::move(child));
         }
     }
     place.names.push_back(name);
@@ -205,13 +166,13 @@ void enter(const Context& context, Place& place, const std::string& name) {
 Place placeOf(const Context& context, std::int64_t user, std::int64_t node) {
     std::vector<Node> upwards;
     while (node > 0) {
-        const auto row = context.database.query(selectById, {node});
+        std::optional<Node> step = findNode(context, node);
         // The depth is that of no path, but of a circle in a damaged store.
-        if (!row->next() || upwards.size() > longestPath) {
+        if (!step || upwards.size() > longestPath) {
             return {};
         }
-        upwards.push_back(readNode(*row));
-        node = upwards.back().parent;
+        node = step->parent;
+        upwards.push_back(*std::move(step));
     }
     Place place;
     place.user = user;
@@ -231,53 +192,12 @@ Place placeOf(const Context& context, std::int64_t user, std::int64_t node) {
 
 void forEachChild(const Context& context, std::int64_t user, const Node& folder,
                   const std::function<void(const Node&)>& visit) {
-    const auto rows = context.database.query(selectChildren, {folder.id});
+    const auto rows = selectChildren(context, folder.id);
     while (rows->next()) {
         Node node = readNode(*rows);
         node.right = rightTo(context, user, node, folder.right);
         visit(node);
     }
-}
-
-bool hasChildren(const Context& context, const Node& folder) {
-    return context.database.query("select 1 from nodes where parent = $1 limit 1", {folder.id})
-        ->next();
-}
-
-void insertNode(const Context& context, Node& node) {
-    node.id = context.database.insert(
-        "insert into nodes(bucket, parent, name, kind, seq, size, label, created, modified,"
-        " client_modified) values($1, $2, $3, $4, $5, $6, $7, $8, $9, $10)",
-        {node.bucket, node.parent, node.name, static_cast<std::int64_t>(node.kind), node.seq,
-         node.size, node.label, node.created, node.modified, node.clientModified});
-    takePlace(context, node.parent, node.name);
-}
-
-void leavePlace(const Context& context, const Node& node, std::int64_t seq) {
-    context.database.execute(
-        "insert into vacated(parent, name, bucket, seq, node, kind) values($1, $2, $3, $4, $5, $6)"
-        " on conflict(parent, name) do update set bucket = excluded.bucket, seq = excluded.seq,"
-        " node = excluded.node, kind = excluded.kind",
-        {node.parent, node.name, node.bucket, seq, node.id, static_cast<std::int64_t>(node.kind)});
-}
-
-void takePlace(const Context& context, std::int64_t parent, const std::string& name) {
-    context.database.execute("delete from vacated where parent = $1 and name = $2", {parent, name});
-}
-
-void moveToTrash(const Context& context, const Node& node, std::int64_t seq) {
-    leavePlace(context, node, seq);
-    context.database.execute(
-        "update nodes set parent = $2, name = cast(id as text), seq = $3 where id = $1",
-        {node.id, trashParent, seq});
-}
-
-std::int64_t advance(const Context& context, std::int64_t bucket, std::int64_t growth) {
-    return growOrRefuse(context, bucket, growth, 1);
-}
-
-void reserve(const Context& context, std::int64_t bucket, std::int64_t growth) {
-    growOrRefuse(context, bucket, growth, 0);
 }
 
 }  // namespace storage::kvxstore::operations

@@ -4,34 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "core/Context.h"
+#include "namespace/Node.h"
 #include "storage/kvxclient/Resource.h"
 
 namespace storage::kvxstore::operations {
-
-enum class Kind : std::int64_t { FOLDER = 0, FILE = 1 };
-
-/// What a user may do with a file or folder; each value includes the ones before it.
-enum class Right : std::int64_t { NONE = 0, READ = 1, WRITE = 2, OWN = 3 };
-
-/// A file or folder.
-struct Node {
-    std::int64_t id = 0;
-    std::int64_t bucket = 0;
-    std::int64_t parent = 0;
-    std::string name;
-    Kind kind = Kind::FOLDER;
-    std::int64_t seq = 0;
-    std::int64_t size = 0;
-    std::int64_t label = 0;
-    std::int64_t created = 0;
-    std::int64_t modified = 0;
-    std::int64_t clientModified = 0;
-    /// Whether grants or invitations name it.
-    bool shared = false;
-    /// The caller's.
-    Right right = Right::NONE;
-};
 
 struct BucketRow {
     std::int64_t id = 0;
@@ -80,25 +56,5 @@ void enter(const Context& context, Place& place, const std::string& name);
 /// The children of a folder, by name, with the rights of the user.
 void forEachChild(const Context& context, std::int64_t user, const Node& folder,
                   const std::function<void(const Node&)>& visit);
-bool hasChildren(const Context& context, const Node& folder);
-
-/// Inserts the node and gives it its id.
-void insertNode(const Context& context, Node& node);
-
-/// Notes that a node leaves its place, which it still has, with the bucket's change `seq`.
-void leavePlace(const Context& context, const Node& node, std::int64_t seq);
-
-/// Notes that a place is taken.
-void takePlace(const Context& context, std::int64_t parent, const std::string& name);
-
-/// Takes a node out of its folder at once; all below it goes with it.
-void moveToTrash(const Context& context, const Node& node, std::int64_t seq);
-
-/// Counts a change of the bucket: returns its new sequence number. The bytes in use grow by
-/// `growth`, which is refused with QUOTA_EXCEEDED when they would exceed the owner's quota.
-std::int64_t advance(const Context& context, std::int64_t bucket, std::int64_t growth);
-
-/// Lets the bytes in use grow on the terms of advance(), with no change to count.
-void reserve(const Context& context, std::int64_t bucket, std::int64_t growth);
 
 }  // namespace storage::kvxstore::operations

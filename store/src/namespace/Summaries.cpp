@@ -3,8 +3,7 @@
 #include <algorithm>
 
 #include "core/Text.h"
-#include "maintenance/Cleaning.h"
-#include "operations/Invitations.h"
+#include "namespace/InvitationRow.h"
 
 namespace storage::kvxstore::operations {
 

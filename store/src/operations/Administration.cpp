@@ -4,8 +4,7 @@
 
 #include "core/Secrets.h"
 #include "core/Text.h"
-#include "maintenance/Cleaning.h"
-#include "operations/Grants.h"
+#include "namespace/Grants.h"
 #include "storage/kvxstore/StoreError.h"
 
 namespace storage::kvxstore::operations {

@@ -19,6 +19,5 @@ void createBucket(database::Connection& database, const std::u16string& name,
                   const std::u16string& owner, std::int64_t now);
 std::vector<Bucket> listBuckets(database::Connection& database);
 Statistics countAll(database::Connection& database);
-std::vector<std::string> verify(database::Connection& database);
 
 }  // namespace storage::kvxstore::operations

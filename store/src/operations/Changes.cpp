@@ -8,9 +8,8 @@
 #include <vector>
 
 #include "core/Text.h"
-#include "maintenance/Cleaning.h"
-#include "namespace/Places.h"
-#include "operations/Sessions.h"
+#include "namespace/Caller.h"
+#include "namespace/Node.h"
 
 namespace storage::kvxstore::operations {
 

@@ -6,9 +6,11 @@
 
 #include "core/Secrets.h"
 #include "core/Text.h"
+#include "namespace/Deletion.h"
+#include "namespace/FileVersions.h"
 #include "namespace/LookupCache.h"
 #include "namespace/Summaries.h"
-#include "operations/Versions.h"
+#include "namespace/Usage.h"
 
 namespace storage::kvxstore::operations {
 

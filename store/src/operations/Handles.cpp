@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <limits>
-#include <vector>
 
 #include "core/Secrets.h"
 #include "core/Text.h"
-#include "operations/Sessions.h"
-#include "operations/Versions.h"
+#include "maintenance/Leases.h"
+#include "namespace/Caller.h"
+#include "namespace/FileVersions.h"
+#include "namespace/Usage.h"
 
 namespace storage::kvxstore::operations {
 
@@ -16,8 +17,6 @@ namespace {
 using database::Blob;
 using kvxclient::FileCreateMode;
 using kvxclient::KVXClientErrorCode;
-
-constexpr std::chrono::nanoseconds longestSilence = std::chrono::seconds(60);
 
 struct Handle {
     std::string hash;
@@ -37,19 +36,11 @@ struct Handle {
     std::string contentType;
 };
 
-/// Shows that the instance is there, so that nobody closes its handles.
-void beat(database::Connection& database, std::int64_t instance, std::int64_t now) {
-    database.execute(
-        "insert into instances(id, heartbeat) values($1, $2)"
-        " on conflict(id) do update set heartbeat = excluded.heartbeat",
-        {instance, now});
-}
-
 /// Stores the handle under a new id, which it returns.
 std::string insertHandle(const Context& context, const Handle& handle) {
     std::string id = newSecret();
     const std::string hash = hashOf(id);
-    beat(context.database, context.instance, context.now());
+    renewLease(context.database, context.instance, context.now());
     context.database.execute(
         "insert into handles(hash, instance, owner, bucket, node, parent, name, base, work,"
         " writable, exclusive, content_type)"
@@ -104,20 +95,6 @@ Content startWork(const Context& context, Handle& handle, Content content) {
         content.stored = 0;
     }
     return content;
-}
-
-/// Forgets a handle; its contents go unless something else uses them.
-void deleteHandle(database::Connection& database, std::string_view hash) {
-    database.execute(
-        "update buckets set used = used - (select c.stored from handles h"
-        " join contents c on c.id = h.work where h.hash = $1)"
-        " where id = (select bucket from handles where hash = $1 and work <> 0)",
-        {Blob{hash}});
-    database.execute(
-        "insert into garbage(content) select base from handles where hash = $1 and base <> 0"
-        " union select work from handles where hash = $1 and work <> 0 on conflict do nothing",
-        {Blob{hash}});
-    database.execute("delete from handles where hash = $1", {Blob{hash}});
 }
 
 /// The place to which the handle's changes go.
@@ -277,34 +254,6 @@ kvxclient::FileHandleCloseResponse closeFileHandle(
         deleteHandle(context.database, handle.hash);
     }
     return {};
-}
-
-void closeLostHandles(database::Connection& database, std::int64_t instance, std::int64_t now) {
-    if (hasHandles(database, instance)) {
-        beat(database, instance, now);
-    }
-    std::vector<std::string> lost;
-    {
-        const auto rows = database.query(
-            "select hash from handles h where not exists(select 1 from instances i"
-            " where i.id = h.instance and i.heartbeat > $1) or not exists(select 1"
-            " from sessions s where s.owner = h.owner and s.expires > $2)",
-            {now - longestSilence.count(), now});
-        while (rows->next()) {
-            lost.push_back(rows->text(0));
-        }
-    }
-    for (const std::string& hash : lost) {
-        deleteHandle(database, hash);
-    }
-    database.execute(
-        "delete from instances where heartbeat <= $1"
-        " or not exists(select 1 from handles where instance = instances.id)",
-        {now - longestSilence.count()});
-}
-
-bool hasHandles(database::Connection& database, std::int64_t instance) {
-    return database.query("select 1 from handles where instance = $1 limit 1", {instance})->next();
 }
 
 }  // namespace storage::kvxstore::operations

@@ -33,10 +33,4 @@ kvxclient::FileContentWriteResponse writeFileContent(
 kvxclient::FileHandleCloseResponse closeFileHandle(
     const Context& context, const kvxclient::FileHandleCloseRequest& request);
 
-/// Closes the handles whose time is over, without their changes.
-void closeLostHandles(database::Connection& database, std::int64_t instance, std::int64_t now);
-
-/// Whether the instance has open handles, and so must show that it is there.
-bool hasHandles(database::Connection& database, std::int64_t instance);
-
 }  // namespace storage::kvxstore::operations

@@ -2,8 +2,10 @@
 
 #include "core/Secrets.h"
 #include "core/Text.h"
-#include "operations/Grants.h"
-#include "operations/Sessions.h"
+#include "namespace/Caller.h"
+#include "namespace/Grants.h"
+#include "namespace/InvitationRow.h"
+#include "namespace/Places.h"
 
 namespace storage::kvxstore::operations {
 
@@ -14,27 +16,6 @@ using kvxclient::InvitationStatus;
 using kvxclient::InvitationType;
 using kvxclient::KVXClientErrorCode;
 
-const std::string selectInvitation =
-    "select id, node, inviter, recipient, recipient_name, type, level, status, created, origin"
-    " from invitations where ";
-const std::string selectById = selectInvitation + "id = $1";
-const std::string selectByNode = selectInvitation + "node = $1 order by created, id";
-const std::string selectPending =
-    selectInvitation + "recipient = $1 and status = 0 order by created, id";
-const std::string selectSentOrReceived =
-    selectInvitation + "inviter = $1 or recipient = $1 order by created, id";
-const std::string selectMadeFrom = selectInvitation + "origin = $1 and recipient = $2";
-
-std::vector<InvitationRow> readRows(const database::Rows& rows) {
-    std::vector<InvitationRow> found;
-    while (rows->next()) {
-        found.push_back({rows->text(0), rows->integer(1), rows->integer(2), rows->integer(3),
-                         rows->text(4), InvitationType(rows->integer(5)), Right(rows->integer(6)),
-                         InvitationStatus(rows->integer(7)), rows->integer(8), rows->text(9)});
-    }
-    return found;
-}
-
 void insertInvitation(const Context& context, InvitationRow& row) {
     row.id = newSecret();
     row.created = context.now();
@@ -44,21 +25,6 @@ void insertInvitation(const Context& context, InvitationRow& row) {
         {row.id, row.node, row.inviter, row.recipient, row.recipientName,
          static_cast<std::int64_t>(row.type), static_cast<std::int64_t>(row.level),
          static_cast<std::int64_t>(row.status), row.created, row.origin});
-}
-
-kvxclient::UserProfile profileOf(const Context& context, std::int64_t user,
-                                 const std::string& name) {
-    const auto row = context.database.query(
-        "select name, email, first_name, last_name from users where id = $1", {user});
-    if (!row->next()) {
-        return kvxclient::UserProfile().withUserId(toUtf16(name));
-    }
-    return kvxclient::UserProfile()
-        .withUserId(toUtf16(row->bytes(0)))
-        .withEmailAddress(toUtf16(row->bytes(1)))
-        .withFirstName(toUtf16(row->bytes(2)))
-        .withLastName(toUtf16(row->bytes(3)))
-        .withProfileId(std::to_string(user));
 }
 
 std::string userName(const Context& context, std::int64_t user) {
@@ -76,9 +42,8 @@ std::int64_t findRecipient(const Context& context, const std::string& text) {
 
 /// The caller's own invitation, made from an open one unless he has it already.
 InvitationRow ownFrom(const Context& context, const InvitationRow& open, std::int64_t user) {
-    auto existing = readRows(context.database.query(selectMadeFrom, {open.id, user}));
-    if (!existing.empty()) {
-        return std::move(existing.front());
+    if (auto existing = invitationMadeFrom(context, open, user)) {
+        return *std::move(existing);
     }
     InvitationRow own = open;
     own.recipient = user;
@@ -115,51 +80,6 @@ bool matches(const kvxclient::InvitationListRequest& request, const std::u16stri
 }
 
 }  // namespace
-
-InvitationRow findInvitation(const Context& context, std::int64_t user, const std::string& id) {
-    auto rows = readRows(context.database.query(selectById, {id}));
-    if (rows.empty() || (rows.front().inviter != user && rows.front().recipient != user &&
-                         rows.front().type != InvitationType::OPEN)) {
-        refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
-    }
-    return std::move(rows.front());
-}
-
-std::vector<InvitationRow> invitationsTo(const Context& context, std::int64_t node) {
-    return readRows(context.database.query(selectByNode, {node}));
-}
-
-std::vector<InvitationRow> pendingInvitations(const Context& context, std::int64_t user) {
-    return readRows(context.database.query(selectPending, {user}));
-}
-
-kvxclient::Invitation describe(const Context& context, const InvitationRow& row) {
-    const bool isOpen = row.type == InvitationType::OPEN;
-    auto invitation = kvxclient::Invitation()
-                          .withInvitationId(row.id)
-                          .withAccessType(accessTypeOf(row.level))
-                          .withInvitationType(row.type)
-                          .withInitiator(profileOf(context, row.inviter, {}))
-                          .withInvitationStatus(row.status)
-                          .withCreated(toTime(row.created))
-                          .withHasActiveLink(isOpen);
-    if (!isOpen) {
-        invitation.withRecipient(profileOf(context, row.recipient, row.recipientName));
-    }
-    const Place place = placeOf(context, row.recipient, row.node);
-    if (place.chain.empty()) {
-        invitation.withTombstone(std::to_string(row.node));
-    } else {
-        invitation.withResource(place.resource()).withName(toUtf16(place.chain.back().name));
-    }
-    return invitation;
-}
-
-AccessType accessTypeOf(Right right) {
-    return right == Right::OWN     ? AccessType::OWNER
-           : right == Right::WRITE ? AccessType::READ_WRITE
-                                   : AccessType::READ_ONLY;
-}
 
 kvxclient::InvitationCreateResponse createInvitation(
     const Context& context, const kvxclient::InvitationCreateRequest& request) {
@@ -248,7 +168,7 @@ kvxclient::InvitationListResponse listInvitations(const Context& context,
     const std::int64_t user = requireUser(context);
     const std::u16string ownBucket = toUtf16(userName(context, user));
     std::vector<kvxclient::Invitation> invitations;
-    for (const auto& row : readRows(context.database.query(selectSentOrReceived, {user}))) {
+    for (const auto& row : sentOrReceivedInvitations(context, user)) {
         kvxclient::Invitation invitation = describe(context, row);
         if (matches(request, ownBucket, invitation)) {
             invitations.push_back(std::move(invitation));

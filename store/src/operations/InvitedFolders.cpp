@@ -3,10 +3,10 @@
 #include <algorithm>
 
 #include "core/Text.h"
+#include "namespace/Caller.h"
+#include "namespace/InvitationRow.h"
 #include "namespace/Summaries.h"
-#include "operations/Invitations.h"
-#include "operations/Relocation.h"
-#include "operations/Sessions.h"
+#include "namespace/Trees.h"
 
 namespace storage::kvxstore::operations {
 
@@ -65,7 +65,7 @@ kvxclient::InvitationCopyFolderResponse copyFolderFromInvitation(
     if (target.exists() || target.passesThrough(folder)) {
         refuse(KVXClientErrorCode::CONFLICT);
     }
-    copyNode(context, folder, target);
+    copyTree(context, folder, target);
     return {};
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "namespace/Places.h"
+#include "core/Context.h"
 #include "storage/kvxclient/NamespaceChanges.h"
 
 namespace storage::kvxstore::operations {
@@ -13,8 +13,5 @@ kvxclient::MoveOrCopyResponse move(const Context& context,
 /// Copies current contents without copying a byte, as version 1 of new files.
 kvxclient::MoveOrCopyResponse copy(const Context& context,
                                    const kvxclient::MoveOrCopyRequest& request);
-
-/// Copies a node with all below it to a place that is free.
-void copyNode(const Context& context, const Node& source, const Place& target);
 
 }  // namespace storage::kvxstore::operations

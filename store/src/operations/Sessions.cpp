@@ -1,32 +1,12 @@
 #include "operations/Sessions.h"
 
 #include "core/Secrets.h"
-#include "namespace/LookupCache.h"
+#include "namespace/Caller.h"
 
 namespace storage::kvxstore::operations {
 
 using database::Blob;
 using kvxclient::KVXClientErrorCode;
-
-namespace {
-
-SessionRow findSession(const Context& context) {
-    LookupCache& cache = LookupCache::on(context.database);
-    if (const SessionRow* session = cache.session(context.sessionId)) {
-        return *session;
-    }
-    const std::string hash = hashOf(context.sessionId);
-    const auto row =
-        context.database.query("select owner, expires from sessions where hash = $1", {Blob{hash}});
-    if (!row->next()) {
-        refuse(KVXClientErrorCode::INVALID_SESSION_ID);
-    }
-    const SessionRow session{row->integer(0), row->integer(1)};
-    cache.addSession(context.sessionId, session);
-    return session;
-}
-
-}  // namespace
 
 kvxclient::LoginResponse login(const Context& context, const kvxclient::LoginRequest& request) {
     const std::string tokenHash = hashOf(request.getToken());
@@ -51,17 +31,6 @@ kvxclient::LogoutResponse logout(const Context& context, const kvxclient::Logout
     const std::string hash = hashOf(context.sessionId);
     context.database.execute("delete from sessions where hash = $1", {Blob{hash}});
     return {};
-}
-
-std::int64_t requireUser(const Context& context) {
-    if (context.sessionId.empty()) {
-        refuse(KVXClientErrorCode::UNAUTHORIZED);
-    }
-    const SessionRow session = findSession(context);
-    if (session.expires <= context.now()) {
-        refuse(KVXClientErrorCode::SESSION_EXPIRED);
-    }
-    return session.owner;
 }
 
 }  // namespace storage::kvxstore::operations

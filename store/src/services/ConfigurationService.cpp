@@ -1,6 +1,6 @@
 #include "services/ConfigurationService.h"
 
-#include "operations/Policies.h"
+#include "operations/Configuration.h"
 
 namespace storage::kvxstore::services {
 

@@ -1,5 +1,6 @@
 #include "services/FileService.h"
 
+#include "operations/Attributes.h"
 #include "operations/Files.h"
 #include "operations/Folders.h"
 #include "operations/Handles.h"

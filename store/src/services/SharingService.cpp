@@ -1,8 +1,8 @@
 #include "services/SharingService.h"
 
-#include "operations/Grants.h"
 #include "operations/Invitations.h"
 #include "operations/InvitedFolders.h"
+#include "operations/Permissions.h"
 
 namespace storage::kvxstore::services {
 

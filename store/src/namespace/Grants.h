@@ -1,7 +1,6 @@
 #pragma once
 
-#include "namespace/Places.h"
-#include "storage/kvxclient/Permissions.h"
+#include "namespace/Node.h"
 
 namespace storage::kvxstore::operations {
 
@@ -33,16 +32,5 @@ void bindWaiting(database::Connection& database, std::int64_t user, const std::s
 
 /// Takes from a user, and from those he shared with, what grants and invitations gave.
 void dropSharing(database::Connection& database, std::int64_t user);
-
-/// One permission for a subject on a node: granting again changes its level.
-kvxclient::PermissionGrantResponse grantPermission(
-    const Context& context, const kvxclient::PermissionGrantRequest& request);
-kvxclient::PermissionRevokeResponse revokePermission(
-    const Context& context, const kvxclient::PermissionRevokeRequest& request);
-
-/// Lists what was granted on the node itself, with no invitation. The operation is "READ" or
-/// "READ_WRITE", the status "ACTIVE", or "PENDING" while there is no user of that name.
-kvxclient::PermissionListResponse listPermissions(const Context& context,
-                                                  const kvxclient::PermissionListRequest& request);
 
 }  // namespace storage::kvxstore::operations

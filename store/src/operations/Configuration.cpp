@@ -1,48 +1,10 @@
-#include "operations/Policies.h"
+#include "operations/Configuration.h"
 
-#include "operations/Sessions.h"
+#include "namespace/Caller.h"
+#include "namespace/Policies.h"
+#include "namespace/Usage.h"
 
 namespace storage::kvxstore::operations {
-
-namespace {
-
-using kvxclient::PublicAccessPolicy;
-using kvxclient::ResourcePolicy;
-using kvxclient::VersionPolicy;
-
-/// What is set on the node itself.
-ResourcePolicy ownPolicy(const Context& context, const Node& node) {
-    const auto row = context.database.query(
-        "select versions, public_access from policies where node = $1", {node.id});
-    ResourcePolicy policy;
-    if (row->next()) {
-        policy.withVersionPolicy(VersionPolicy(row->integer(0)))
-            .withPublicAccessPolicy(PublicAccessPolicy(row->integer(1)));
-    }
-    return policy;
-}
-
-ResourcePolicy effectivePolicy(const Context& context, const Place& place) {
-    auto effective = ResourcePolicy()
-                         .withVersionPolicy(VersionPolicy::ENABLED)
-                         .withPublicAccessPolicy(PublicAccessPolicy::DENIED);
-    for (const Node& node : place.chain) {
-        const ResourcePolicy own = ownPolicy(context, node);
-        if (own.getVersionPolicy() != VersionPolicy::INHERIT) {
-            effective.withVersionPolicy(own.getVersionPolicy());
-        }
-        if (own.getPublicAccessPolicy() != PublicAccessPolicy::INHERIT) {
-            effective.withPublicAccessPolicy(own.getPublicAccessPolicy());
-        }
-    }
-    return effective;
-}
-
-}  // namespace
-
-bool keepsVersions(const Context& context, const Place& place) {
-    return effectivePolicy(context, place).getVersionPolicy() != VersionPolicy::DISABLED;
-}
 
 kvxclient::ResourcePolicySetResponse setResourcePolicy(
     const Context& context, const kvxclient::ResourcePolicySetRequest& request) {

@@ -1,0 +1,42 @@
+#include "namespace/Caller.h"
+
+#include "core/Secrets.h"
+#include "namespace/LookupCache.h"
+
+namespace storage::kvxstore::operations {
+
+using database::Blob;
+using kvxclient::KVXClientErrorCode;
+
+namespace {
+
+SessionRow findSession(const Context& context) {
+    LookupCache& cache = LookupCache::on(context.database);
+    if (const SessionRow* session = cache.session(context.sessionId)) {
+        return *session;
+    }
+    const std::string hash = hashOf(context.sessionId);
+    const auto row =
+        context.database.query("select owner, expires from sessions where hash = $1", {Blob{hash}});
+    if (!row->next()) {
+        refuse(KVXClientErrorCode::INVALID_SESSION_ID);
+    }
+    const SessionRow session{row->integer(0), row->integer(1)};
+    cache.addSession(context.sessionId, session);
+    return session;
+}
+
+}  // namespace
+
+std::int64_t requireUser(const Context& context) {
+    if (context.sessionId.empty()) {
+        refuse(KVXClientErrorCode::UNAUTHORIZED);
+    }
+    const SessionRow session = findSession(context);
+    if (session.expires <= context.now()) {
+        refuse(KVXClientErrorCode::SESSION_EXPIRED);
+    }
+    return session.owner;
+}
+
+}  // namespace storage::kvxstore::operations

@@ -1,0 +1,67 @@
+#include "namespace/Grants.h"
+
+#include <vector>
+
+#include "namespace/Usage.h"
+
+namespace storage::kvxstore::operations {
+
+std::int64_t addGrant(const Context& context, const Node& node, const Grant& grant) {
+    const std::int64_t id = context.database.number(
+        "insert into grants(node, grantee, name, level, invitation, seq)"
+        " values($1, $2, $3, $4, $5, 0) on conflict(node, name, invitation)"
+        " do update set level = excluded.level returning id",
+        {grant.node, grant.grantee, grant.name, static_cast<std::int64_t>(grant.level),
+         grant.invitation});
+    noteSharing(context, node);
+    context.database.execute(
+        "update grants set seq = (select seq from nodes where id = $2) where id = $1",
+        {id, node.id});
+    return id;
+}
+
+void noteSharing(const Context& context, const Node& node) {
+    context.database.execute("update nodes set seq = $2 where id = $1",
+                             {node.id, advance(context, node.bucket, 0)});
+    refreshShared(context.database, node.id);
+}
+
+void refreshShared(database::Connection& database, std::int64_t node) {
+    database.execute(
+        "update nodes set shared = exists(select 1 from grants where node = $1)"
+        " or exists(select 1 from invitations where node = $1) where id = $1",
+        {node});
+}
+
+void bindWaiting(database::Connection& database, std::int64_t user, const std::string& name,
+                 const std::string& email) {
+    database.execute("update grants set grantee = $1 where grantee = 0 and name = $2",
+                     {user, name});
+    database.execute(
+        "update invitations set recipient = $1 where recipient = 0 and recipient_name <> ''"
+        " and recipient_name in ($2, $3)",
+        {user, name, email});
+}
+
+void dropSharing(database::Connection& database, std::int64_t user) {
+    std::vector<std::int64_t> nodes;
+    {
+        const auto rows = database.query(
+            "select node from grants where grantee = $1"
+            " union select node from invitations where recipient = $1 or inviter = $1",
+            {user});
+        while (rows->next()) {
+            nodes.push_back(rows->integer(0));
+        }
+    }
+    database.execute(
+        "delete from grants where grantee = $1"
+        " or invitation in (select id from invitations where inviter = $1)",
+        {user});
+    database.execute("delete from invitations where recipient = $1 or inviter = $1", {user});
+    for (const std::int64_t node : nodes) {
+        refreshShared(database, node);
+    }
+}
+
+}  // namespace storage::kvxstore::operations
