@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <string_view>
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
-/// Finds bytes that the disk has changed; says nothing against changes on purpose.
+/// A checksum that finds damage, but not changes on purpose.
 std::int64_t checksumOf(std::string_view bytes);
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

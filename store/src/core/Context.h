@@ -9,35 +9,34 @@
 #include "storage/kvxclient/KVXClientException.h"
 #include "storage/kvxstore/StoreOptions.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 // Requests, responses and error codes are the client's.
 using namespace kvxclient;
+using ErrorCode = KVXClientErrorCode;
 
-/// What an operation works with: the transaction it is part of, and who is calling.
+/// What an operation works with: the transaction it is part of, and the caller.
 struct Context {
     database::Connection& database;
-    /// Complete: the clock is set.
+    /// Complete, with the clock set.
     const StoreOptions& options;
-    /// Names this opening of the store among all programs that have it open.
+    /// Identifies this opening of the store among those of all programs.
     std::int64_t instance;
     std::string sessionId;
-    /// Asked by operations that may take long.
+    /// Long operations ask this from time to time.
     std::function<bool()> isCancelled;
 
     /// Nanoseconds since the epoch.
     std::int64_t now() const { return options.clock().time_since_epoch().count(); }
 };
 
-[[noreturn]] inline void refuse(kvxclient::KVXClientErrorCode code) {
-    throw kvxclient::KVXClientException(code);
-}
+[[noreturn]] inline void refuse(ErrorCode code) { throw KVXClientException(code); }
 
-/// Refuses a value that is none of the enumerators from first to last.
+/// Refuses a value that is not among the enumerators from first to last.
 template <class Enumeration>
 void requireBetween(Enumeration value, Enumeration first, Enumeration last) {
     if (value < first || value > last) {
-        refuse(kvxclient::KVXClientErrorCode::UNKNOWN);
+        refuse(ErrorCode::UNKNOWN);
     }
 }
 
@@ -45,4 +44,4 @@ inline std::chrono::system_clock::time_point toTime(std::int64_t nanoseconds) {
     return std::chrono::system_clock::time_point(std::chrono::nanoseconds(nanoseconds));
 }
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

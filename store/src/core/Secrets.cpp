@@ -3,9 +3,10 @@
 #include <sodium.h>
 
 #include <array>
-#include <stdexcept>
 
-namespace storage::kvxstore::operations {
+#include "storage/kvxstore/StoreError.h"
+
+namespace storage::kvxstore {
 
 namespace {
 
@@ -14,7 +15,7 @@ constexpr std::size_t secretBytes = 32;
 void startSodium() {
     static const bool started = sodium_init() >= 0;
     if (!started) {
-        throw std::runtime_error("the system has no source of randomness");
+        throw StoreError("the system has no source of randomness");
     }
 }
 
@@ -46,4 +47,4 @@ std::string hashOf(std::string_view secret) {
     return {hash.begin(), hash.end()};
 }
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

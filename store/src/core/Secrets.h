@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 /// 256 random bits as 64 hexadecimal digits.
 std::string newSecret();
@@ -12,7 +12,7 @@ std::string newSecret();
 /// 62 random bits.
 std::int64_t newNumber();
 
-/// What the store keeps of a secret: 32 bytes from which it cannot be had back.
+/// The 32 bytes that the store keeps of a secret. The secret cannot be recovered from them.
 std::string hashOf(std::string_view secret);
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

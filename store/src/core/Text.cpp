@@ -5,7 +5,7 @@
 #include "core/Context.h"
 #include "storage/kvxclient/Resource.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 namespace {
 
@@ -27,9 +27,7 @@ bool hasUnpairedSurrogate(std::u16string_view text) {
 
 }  // namespace
 
-std::string toUtf8(const std::u16string& text) {
-    return kvxclient::Resource(u"", text).getUTF8Bucket();
-}
+std::string toUtf8(const std::u16string& text) { return Resource(u"", text).getUTF8Bucket(); }
 
 std::u16string toUtf16(std::string_view text) {
     if (std::all_of(text.begin(), text.end(), [](char byte) { return byte >= 0; })) {
@@ -62,7 +60,7 @@ bool isName(std::u16string_view name) {
 
 std::vector<std::string> splitPath(std::u16string_view path) {
     if (path.empty() || path.front() != u'/' || path.size() > longestPath) {
-        refuse(kvxclient::KVXClientErrorCode::ILLEGAL_PATH);
+        refuse(ErrorCode::ILLEGAL_PATH);
     }
     std::vector<std::string> names;
     for (path.remove_prefix(1); !path.empty();) {
@@ -70,7 +68,7 @@ std::vector<std::string> splitPath(std::u16string_view path) {
         const std::u16string_view name = path.substr(0, length);
         const bool endsInSlash = length + 1 == path.size();
         if (!isName(name) || endsInSlash) {
-            refuse(kvxclient::KVXClientErrorCode::ILLEGAL_PATH);
+            refuse(ErrorCode::ILLEGAL_PATH);
         }
         names.push_back(toUtf8(std::u16string(name)));
         path.remove_prefix(std::min(length + 1, path.size()));
@@ -78,4 +76,4 @@ std::vector<std::string> splitPath(std::u16string_view path) {
     return names;
 }
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

@@ -5,7 +5,7 @@
 #include "maintenance/Leases.h"
 #include "namespace/Deletion.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 namespace {
 
@@ -13,7 +13,7 @@ using database::Connection;
 
 constexpr std::int64_t workAtOnce = 256;
 constexpr std::int64_t chunksAtOnce = 16;
-/// How long an expired session is told from one that never was.
+/// How long an expired session differs from one that never existed.
 constexpr std::chrono::nanoseconds sessionMemory = std::chrono::hours(24);
 
 bool isInUse(Connection& database, std::int64_t content) {
@@ -26,7 +26,7 @@ bool isInUse(Connection& database, std::int64_t content) {
 }
 
 /// Deletes some chunks of the first content in the garbage, and the content with its last one.
-/// Returns how much work that was, 0 when there was none.
+/// Returns the amount of work, 0 when the garbage is empty.
 std::int64_t collectGarbage(Connection& database) {
     const auto first = database.query("select content from garbage limit 1");
     if (!first->next()) {
@@ -81,4 +81,4 @@ bool clean(Connection& database, std::int64_t instance, std::int64_t now) {
     return more;
 }
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

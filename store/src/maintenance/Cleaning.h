@@ -2,10 +2,10 @@
 
 #include "database/Connection.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
-/// Does a small part of all cleaning: the trash, contents without a user, lost handles, expired
+/// Does a small part of all cleaning: handles without a lease, the trash, unused contents, expired
 /// sessions and download locations. Returns whether there may be more.
 bool clean(database::Connection& database, std::int64_t instance, std::int64_t now);
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

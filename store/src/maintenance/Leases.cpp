@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 namespace {
 
@@ -60,4 +60,4 @@ void closeLostHandles(database::Connection& database, std::int64_t instance, std
         {now - leaseDuration.count()});
 }
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

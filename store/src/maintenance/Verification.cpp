@@ -4,7 +4,7 @@
 
 #include "core/Checksum.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 namespace {
 
@@ -81,7 +81,7 @@ constexpr Check checks[] = {
      " or exists(select 1 from nodes n where n.parent = v.parent and n.name = v.name)"},
 };
 
-/// The ids that the rows of a query have, few of them by name, if there are any.
+/// One kind of damage: how many rows have it, and the ids of the first few.
 class Damage {
 public:
     explicit Damage(std::string_view kind) : kind_(kind) {}
@@ -147,13 +147,14 @@ std::vector<std::string> verify(database::Connection& database) {
             run(check, database, found);
         }
     } catch (const database::DatabaseError& error) {
-        if (error.fault() != database::Fault::OTHER) {
+        // A damaged file may not even be readable to the end.
+        const auto code = error.code();
+        if (code != StoreErrorCode::DAMAGED && code != StoreErrorCode::OTHER) {
             throw;
         }
-        // What is damaged may not even let itself be read to the end.
         found.emplace_back(error.what());
     }
     return found;
 }
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

@@ -5,9 +5,9 @@
 
 #include "database/Connection.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
-/// Walks through everything and returns a sentence for each kind of damage found.
+/// Checks everything and returns a sentence for each kind of damage found.
 std::vector<std::string> verify(database::Connection& database);
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

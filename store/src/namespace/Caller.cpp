@@ -3,10 +3,9 @@
 #include "core/Secrets.h"
 #include "namespace/LookupCache.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 using database::Blob;
-using kvxclient::KVXClientErrorCode;
 
 namespace {
 
@@ -19,7 +18,7 @@ SessionRow findSession(const Context& context) {
     const auto row =
         context.database.query("select owner, expires from sessions where hash = $1", {Blob{hash}});
     if (!row->next()) {
-        refuse(KVXClientErrorCode::INVALID_SESSION_ID);
+        refuse(ErrorCode::INVALID_SESSION_ID);
     }
     const SessionRow session{row->integer(0), row->integer(1)};
     cache.addSession(context.sessionId, session);
@@ -30,13 +29,13 @@ SessionRow findSession(const Context& context) {
 
 std::int64_t requireUser(const Context& context) {
     if (context.sessionId.empty()) {
-        refuse(KVXClientErrorCode::UNAUTHORIZED);
+        refuse(ErrorCode::UNAUTHORIZED);
     }
     const SessionRow session = findSession(context);
     if (session.expires <= context.now()) {
-        refuse(KVXClientErrorCode::SESSION_EXPIRED);
+        refuse(ErrorCode::SESSION_EXPIRED);
     }
     return session.owner;
 }
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

@@ -7,7 +7,7 @@
 
 #include "core/Checksum.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 namespace {
 
@@ -18,7 +18,7 @@ struct Extent {
     std::int64_t size = 0;
 };
 
-/// Hands out a range piece by piece; what no chunk covers as zeros.
+/// Passes on a range piece by piece, with zeros for what no chunk covers.
 class RangeReader {
 public:
     RangeReader(const Context& context, const Content& content, std::int64_t offset,
@@ -37,7 +37,7 @@ public:
             return;
         }
         if (context_.isCancelled()) {
-            refuse(kvxclient::KVXClientErrorCode::BAD_NETWORK);
+            refuse(ErrorCode::BAD_NETWORK);
         }
         buffer_.resize(static_cast<std::size_t>(size));
         context_.database.readChunk(extent.chunk, static_cast<std::size_t>(position_ - start),
@@ -52,8 +52,7 @@ private:
     void fillUpTo(std::int64_t end) {
         static constexpr std::array<char, 16384> zeros{};
         if (position_ < end && dense_) {
-            throw database::DatabaseError(database::Fault::OTHER,
-                                          "the store is damaged: a part of the content is missing");
+            database::throwDamaged("a part of the content is missing");
         }
         while (position_ < end) {
             const std::string_view piece(zeros.data(),
@@ -97,7 +96,7 @@ void updateChunk(const Context& context, std::int64_t content, std::int64_t idx,
     }
 }
 
-/// Writes bytes into one chunk, from an offset in it on.
+/// Writes bytes into one chunk, at an offset in it.
 void writePiece(const Context& context, Content& content, std::int64_t idx, std::size_t offset,
                 std::string_view bytes) {
     const std::optional<Extent> own = findExtent(context, content.id, idx);
@@ -194,4 +193,4 @@ void readRange(const Context& context, const Content& content, std::int64_t offs
     reader.finish();
 }
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

@@ -1,6 +1,6 @@
 #include "namespace/Deletion.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 namespace {
 
@@ -27,8 +27,8 @@ void purgeNode(database::Connection& database, std::int64_t node, std::int64_t b
 
 }  // namespace
 
-void moveToTrash(const Context& context, const Node& node, std::int64_t seq) {
-    leavePlace(context, node, seq);
+void softDelete(const Context& context, const Node& node, std::int64_t seq) {
+    vacate(context, node, seq);
     context.database.execute(
         "update nodes set parent = $2, name = cast(id as text), seq = $3 where id = $1",
         {node.id, trashParent, seq});
@@ -54,4 +54,4 @@ bool purgeTrash(database::Connection& database) {
     return !nodes.empty();
 }
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

@@ -2,14 +2,13 @@
 
 #include "namespace/Node.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
-/// Takes a node out of its folder at once, with all below it, as the bucket's change `seq`.
-/// purgeTrash() removes it later.
-void moveToTrash(const Context& context, const Node& node, std::int64_t seq);
+/// Moves a node with all below it to the trash, in one small update. purgeTrash() removes it later.
+void softDelete(const Context& context, const Node& node, std::int64_t seq);
 
-/// Purges a small part of the trash and returns whether there may be more. The bytes of a deleted
-/// file stop counting here: counting them at the deletion would mean to walk the tree there.
+/// Purges a small part of the trash and returns whether there may be more. The bytes of deleted
+/// files stop counting here, because a deletion that counts them would have to walk the tree.
 bool purgeTrash(database::Connection& database);
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

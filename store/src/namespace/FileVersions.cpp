@@ -5,13 +5,13 @@
 #include "namespace/Policies.h"
 #include "namespace/Usage.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 namespace {
 
 constexpr std::int64_t noLabel = -1;
 
-/// Forgets the version that the file's label names.
+/// Removes the version with the file's label.
 void dropVersion(const Context& context, const Node& file) {
     context.database.execute(
         "insert into garbage(content) select content from versions where node = $1 and label = $2"
@@ -21,18 +21,18 @@ void dropVersion(const Context& context, const Node& file) {
                              {file.id, file.label});
 }
 
-Node newFile(const Place& place) {
+Node newFile(const ResolvedPath& path) {
     Node file;
-    file.parent = place.parent().id;
-    file.bucket = place.bucket.id;
-    file.name = place.name();
+    file.parent = path.parent().id;
+    file.bucket = path.bucket.id;
+    file.name = path.name();
     file.kind = Kind::FILE;
-    file.right = place.parent().right;
+    file.right = path.parent().right;
     return file;
 }
 
-bool keepsVersions(const Context& context, const Place& place) {
-    return effectivePolicy(context, place).getVersionPolicy() != kvxclient::VersionPolicy::DISABLED;
+bool keepsVersions(const Context& context, const ResolvedPath& path) {
+    return effectivePolicy(context, path).getVersionPolicy() != VersionPolicy::DISABLED;
 }
 
 void updateFile(const Context& context, const Node& file) {
@@ -61,17 +61,18 @@ Content findVersion(const Context& context, const Node& file, const std::string&
         "select c.id, c.size, c.stored, v.content_type from versions v"
         " join contents c on c.id = v.content where v.node = $1 and v.label = $2",
         {version.id, version.label});
-    // Comparing the whole id settles every malformed or contradicting one.
+    // Comparing the whole id refuses every malformed or contradicting one.
     if (!row->next() || (!versionId.empty() && versionId != versionIdOf(version))) {
-        refuse(kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND);
+        refuse(ErrorCode::RESOURCE_NOT_FOUND);
     }
     return {row->integer(0), row->integer(1), row->integer(2), row->text(3)};
 }
 
-Node revise(const Context& context, const Place& place, std::int64_t size, bool createNewVersion) {
-    const bool replaces = place.exists();
-    Node file = replaces ? place.node(Kind::FILE, Right::WRITE) : newFile(place);
-    const bool keepsOld = replaces && createNewVersion && keepsVersions(context, place);
+Node revise(const Context& context, const ResolvedPath& path, std::int64_t size,
+            bool createNewVersion) {
+    const bool replaces = path.exists();
+    Node file = replaces ? path.node(Kind::FILE, Right::WRITE) : newFile(path);
+    const bool keepsOld = replaces && createNewVersion && keepsVersions(context, path);
     file.seq = advance(context, file.bucket, size - (keepsOld ? 0 : file.size));
     if (replaces && !keepsOld) {
         dropVersion(context, file);
@@ -79,7 +80,7 @@ Node revise(const Context& context, const Place& place, std::int64_t size, bool 
     file.size = size;
     file.label += 1;
     file.modified = context.now();
-    // The client's time was that of the content that is gone.
+    // The client's time belonged to the content that is replaced.
     file.clientModified = 0;
     if (replaces) {
         updateFile(context, file);
@@ -97,4 +98,4 @@ void addVersion(const Context& context, const Node& file, const Content& content
         {file.id, file.label, content.id, content.type, file.modified});
 }
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

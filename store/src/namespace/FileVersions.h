@@ -1,23 +1,24 @@
 #pragma once
 
 #include "namespace/Contents.h"
-#include "namespace/Places.h"
+#include "namespace/ResolvedPath.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 std::string versionIdOf(const Node& file);
 
-/// The version of a file that both id and label name, an empty id or the label -1 naming any; the
-/// current one when neither does. Refuses a version that is not there with RESOURCE_NOT_FOUND.
+/// Finds a version by its id, its label or both; an empty id and the label -1 are left out, and
+/// without either it is the current version. A missing version is refused with RESOURCE_NOT_FOUND.
 Content findVersion(const Context& context, const Node& file, const std::string& versionId,
                     std::int64_t label);
 
-/// Readies the file at the place, or a new one where there is none, for a new content of that size
-/// and returns it with a new label. What it had is kept as an earlier version where that is asked
-/// for and the policy does not forbid it. The caller adds the version.
-Node revise(const Context& context, const Place& place, std::int64_t size, bool createNewVersion);
+/// Prepares the file at the path, or a new file, for a new content of that size. Keeps the present
+/// content as an earlier version where that is asked for and the policy allows it. Returns the file
+/// with its new label; the caller adds the version.
+Node revise(const Context& context, const ResolvedPath& path, std::int64_t size,
+            bool createNewVersion);
 
 /// Records the content as the version that the file's label names.
 void addVersion(const Context& context, const Node& file, const Content& content);
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

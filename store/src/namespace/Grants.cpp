@@ -4,14 +4,14 @@
 
 #include "namespace/Usage.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 std::int64_t addGrant(const Context& context, const Node& node, const Grant& grant) {
     const std::int64_t id = context.database.number(
         "insert into grants(node, grantee, name, level, invitation, seq)"
         " values($1, $2, $3, $4, $5, 0) on conflict(node, name, invitation)"
         " do update set level = excluded.level returning id",
-        {grant.node, grant.grantee, grant.name, static_cast<std::int64_t>(grant.level),
+        {grant.node, grant.grantee, grant.name, static_cast<std::int64_t>(grant.right),
          grant.invitation});
     noteSharing(context, node);
     context.database.execute(
@@ -22,31 +22,31 @@ std::int64_t addGrant(const Context& context, const Node& node, const Grant& gra
 
 void noteSharing(const Context& context, const Node& node) {
     context.database.execute("update nodes set seq = $2 where id = $1",
-                             {node.id, advance(context, node.bucket, 0)});
-    refreshShared(context.database, node.id);
+                             {node.id, advance(context, node.bucket)});
+    refreshShared(context, node.id);
 }
 
-void refreshShared(database::Connection& database, std::int64_t node) {
-    database.execute(
+void refreshShared(const Context& context, std::int64_t node) {
+    context.database.execute(
         "update nodes set shared = exists(select 1 from grants where node = $1)"
         " or exists(select 1 from invitations where node = $1) where id = $1",
         {node});
 }
 
-void bindWaiting(database::Connection& database, std::int64_t user, const std::string& name,
+void bindWaiting(const Context& context, std::int64_t user, const std::string& name,
                  const std::string& email) {
-    database.execute("update grants set grantee = $1 where grantee = 0 and name = $2",
-                     {user, name});
-    database.execute(
+    context.database.execute("update grants set grantee = $1 where grantee = 0 and name = $2",
+                             {user, name});
+    context.database.execute(
         "update invitations set recipient = $1 where recipient = 0 and recipient_name <> ''"
         " and recipient_name in ($2, $3)",
         {user, name, email});
 }
 
-void dropSharing(database::Connection& database, std::int64_t user) {
+void dropSharing(const Context& context, std::int64_t user) {
     std::vector<std::int64_t> nodes;
     {
-        const auto rows = database.query(
+        const auto rows = context.database.query(
             "select node from grants where grantee = $1"
             " union select node from invitations where recipient = $1 or inviter = $1",
             {user});
@@ -54,14 +54,15 @@ void dropSharing(database::Connection& database, std::int64_t user) {
             nodes.push_back(rows->integer(0));
         }
     }
-    database.execute(
+    context.database.execute(
         "delete from grants where grantee = $1"
         " or invitation in (select id from invitations where inviter = $1)",
         {user});
-    database.execute("delete from invitations where recipient = $1 or inviter = $1", {user});
+    context.database.execute("delete from invitations where recipient = $1 or inviter = $1",
+                             {user});
     for (const std::int64_t node : nodes) {
-        refreshShared(database, node);
+        refreshShared(context, node);
     }
 }
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

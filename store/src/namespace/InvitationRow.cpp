@@ -1,15 +1,11 @@
 #include "namespace/InvitationRow.h"
 
 #include "core/Text.h"
-#include "namespace/Places.h"
+#include "namespace/ResolvedPath.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 namespace {
-
-using kvxclient::InvitationStatus;
-using kvxclient::InvitationType;
-using kvxclient::KVXClientErrorCode;
 
 const std::string selectInvitation =
     "select id, node, inviter, recipient, recipient_name, type, level, status, created, origin"
@@ -32,14 +28,13 @@ std::vector<InvitationRow> readRows(const database::Rows& rows) {
     return found;
 }
 
-kvxclient::UserProfile profileOf(const Context& context, std::int64_t user,
-                                 const std::string& name) {
+UserProfile profileOf(const Context& context, std::int64_t user, const std::string& name) {
     const auto row = context.database.query(
         "select name, email, first_name, last_name from users where id = $1", {user});
     if (!row->next()) {
-        return kvxclient::UserProfile().withUserId(toUtf16(name));
+        return UserProfile().withUserId(toUtf16(name));
     }
-    return kvxclient::UserProfile()
+    return UserProfile()
         .withUserId(toUtf16(row->bytes(0)))
         .withEmailAddress(toUtf16(row->bytes(1)))
         .withFirstName(toUtf16(row->bytes(2)))
@@ -53,7 +48,7 @@ InvitationRow findInvitation(const Context& context, std::int64_t user, const st
     auto rows = readRows(context.database.query(selectInvitationById, {id}));
     if (rows.empty() || (rows.front().inviter != user && rows.front().recipient != user &&
                          rows.front().type != InvitationType::OPEN)) {
-        refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
+        refuse(ErrorCode::RESOURCE_NOT_FOUND);
     }
     return std::move(rows.front());
 }
@@ -76,11 +71,11 @@ std::optional<InvitationRow> invitationMadeFrom(const Context& context, const In
     return rows.empty() ? std::nullopt : std::optional(std::move(rows.front()));
 }
 
-kvxclient::Invitation describe(const Context& context, const InvitationRow& row) {
+Invitation describe(const Context& context, const InvitationRow& row) {
     const bool isOpen = row.type == InvitationType::OPEN;
-    auto invitation = kvxclient::Invitation()
+    auto invitation = Invitation()
                           .withInvitationId(row.id)
-                          .withAccessType(accessTypeOf(row.level))
+                          .withAccessType(accessTypeOf(row.right))
                           .withInvitationType(row.type)
                           .withInitiator(profileOf(context, row.inviter, {}))
                           .withInvitationStatus(row.status)
@@ -89,13 +84,13 @@ kvxclient::Invitation describe(const Context& context, const InvitationRow& row)
     if (!isOpen) {
         invitation.withRecipient(profileOf(context, row.recipient, row.recipientName));
     }
-    const Place place = placeOf(context, row.recipient, row.node);
-    if (place.chain.empty()) {
+    const ResolvedPath path = resolveNode(context, row.recipient, row.node);
+    if (path.chain.empty()) {
         invitation.withTombstone(std::to_string(row.node));
     } else {
-        invitation.withResource(place.resource()).withName(toUtf16(place.chain.back().name));
+        invitation.withResource(path.resource()).withName(toUtf16(path.chain.back().name));
     }
     return invitation;
 }
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

@@ -7,25 +7,25 @@
 #include "namespace/Node.h"
 #include "storage/kvxclient/Invitations.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 struct InvitationRow {
     std::string id;
     std::int64_t node = 0;
     std::int64_t inviter = 0;
-    /// 0 for nobody in particular, or a user who is not there yet.
+    /// 0 for anybody, or a user who does not exist yet.
     std::int64_t recipient = 0;
     std::string recipientName;
-    kvxclient::InvitationType type = kvxclient::InvitationType::PERSONAL;
-    Right level = Right::READ;
-    kvxclient::InvitationStatus status = kvxclient::InvitationStatus::PENDING;
+    InvitationType type = InvitationType::PERSONAL;
+    Right right = Right::READ;
+    InvitationStatus status = InvitationStatus::PENDING;
     std::int64_t created = 0;
-    /// The open invitation from which it was made.
+    /// The open invitation that this one was made from, or empty.
     std::string origin;
 };
 
-/// The invitation as far as the user may see it: its inviter, its recipient, and for an open one
-/// everybody who knows its id. Else refused with RESOURCE_NOT_FOUND.
+/// Finds an invitation that the user may see: as its inviter, as its recipient, or because it is
+/// open. Any other is refused with RESOURCE_NOT_FOUND.
 InvitationRow findInvitation(const Context& context, std::int64_t user, const std::string& id);
 
 /// The invitations to a node, the oldest first.
@@ -41,8 +41,8 @@ std::vector<InvitationRow> sentOrReceivedInvitations(const Context& context, std
 std::optional<InvitationRow> invitationMadeFrom(const Context& context, const InvitationRow& open,
                                                 std::int64_t user);
 
-/// The invitation as its readers see it. Where its folder was deleted it has a tombstone in place
-/// of a resource.
-kvxclient::Invitation describe(const Context& context, const InvitationRow& row);
+/// The invitation as its readers see it. One whose folder was deleted has a tombstone and no
+/// resource.
+Invitation describe(const Context& context, const InvitationRow& row);
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

@@ -2,12 +2,12 @@
 
 #include <utility>
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 namespace {
 
 constexpr std::size_t mostEntries = 1024;
-/// A place has a node for each level.
+/// A resolved path has a node for each level.
 constexpr std::size_t mostLevels = 32;
 
 template <class Map>
@@ -35,12 +35,12 @@ LookupCache& LookupCache::on(database::Connection& connection) {
 }
 
 const SessionRow* LookupCache::session(const std::string& id) {
-    forgetWhatMayHaveChanged();
+    clearAfterWrites();
     return find(sessions_, id);
 }
 
-const Place* LookupCache::folder(const std::string& key) {
-    forgetWhatMayHaveChanged();
+const ResolvedPath* LookupCache::folder(const std::string& key) {
+    clearAfterWrites();
     return find(folders_, key);
 }
 
@@ -48,13 +48,13 @@ void LookupCache::addSession(const std::string& id, const SessionRow& session) {
     add(sessions_, id, session);
 }
 
-void LookupCache::addFolder(std::string key, const Place& folder) {
+void LookupCache::addFolder(std::string key, const ResolvedPath& folder) {
     if (folder.chain.size() <= mostLevels) {
         add(folders_, std::move(key), folder);
     }
 }
 
-void LookupCache::forgetWhatMayHaveChanged() {
+void LookupCache::clearAfterWrites() {
     const database::DataVersion version = connection_.version();
     if (version != version_) {
         sessions_.clear();
@@ -63,4 +63,4 @@ void LookupCache::forgetWhatMayHaveChanged() {
     }
 }
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

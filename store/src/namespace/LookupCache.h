@@ -4,40 +4,40 @@
 #include <string>
 #include <unordered_map>
 
-#include "namespace/Places.h"
+#include "namespace/ResolvedPath.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 struct SessionRow {
     std::int64_t owner = 0;
     std::int64_t expires = 0;
 };
 
-/// The sessions and folders that were looked up on a connection. They are forgotten with any change
-/// of the database that nobody says is harmless.
+/// The sessions and folders that were looked up on a connection. Invalidated by any write, by any
+/// program, unless keep() is called.
 class LookupCache {
 public:
     static LookupCache& on(database::Connection& connection);
 
     explicit LookupCache(database::Connection& connection) : connection_(connection) {}
 
-    /// Null when it is not known, as with folder(); both are valid until the next call.
+    /// Null for an unknown session, as with folder(). The results are valid until the next call.
     const SessionRow* session(const std::string& id);
-    const Place* folder(const std::string& key);
+    const ResolvedPath* folder(const std::string& key);
     void addSession(const std::string& id, const SessionRow& session);
-    void addFolder(std::string key, const Place& folder);
+    void addFolder(std::string key, const ResolvedPath& folder);
 
-    /// Says that what was changed since the last look neither moved nor removed a folder, gave or
-    /// took a right, nor ended a session.
+    /// Keeps the entries in spite of the writes since the last lookup.
+    /// REQUIRES: they moved and removed no folder, changed no right and ended no session.
     void keep() { version_ = connection_.version(); }
 
 private:
-    void forgetWhatMayHaveChanged();
+    void clearAfterWrites();
 
     database::Connection& connection_;
     database::DataVersion version_;
     std::unordered_map<std::string, SessionRow> sessions_;
-    std::unordered_map<std::string, Place> folders_;
+    std::unordered_map<std::string, ResolvedPath> folders_;
 };
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

@@ -1,6 +1,6 @@
 #include "namespace/Node.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 namespace {
 
@@ -17,8 +17,7 @@ std::optional<Node> readFirst(const database::Rows& rows) {
 
 }  // namespace
 
-kvxclient::AccessType accessTypeOf(Right right) {
-    using kvxclient::AccessType;
+AccessType accessTypeOf(Right right) {
     return right == Right::OWN     ? AccessType::OWNER
            : right == Right::WRITE ? AccessType::READ_WRITE
                                    : AccessType::READ_ONLY;
@@ -56,10 +55,10 @@ void insertNode(const Context& context, Node& node) {
         " client_modified) values($1, $2, $3, $4, $5, $6, $7, $8, $9, $10)",
         {node.bucket, node.parent, node.name, static_cast<std::int64_t>(node.kind), node.seq,
          node.size, node.label, node.created, node.modified, node.clientModified});
-    takePlace(context, node.parent, node.name);
+    occupy(context, node.parent, node.name);
 }
 
-void leavePlace(const Context& context, const Node& node, std::int64_t seq) {
+void vacate(const Context& context, const Node& node, std::int64_t seq) {
     context.database.execute(
         "insert into vacated(parent, name, bucket, seq, node, kind) values($1, $2, $3, $4, $5, $6)"
         " on conflict(parent, name) do update set bucket = excluded.bucket, seq = excluded.seq,"
@@ -67,8 +66,8 @@ void leavePlace(const Context& context, const Node& node, std::int64_t seq) {
         {node.parent, node.name, node.bucket, seq, node.id, static_cast<std::int64_t>(node.kind)});
 }
 
-void takePlace(const Context& context, std::int64_t parent, const std::string& name) {
+void occupy(const Context& context, std::int64_t parent, const std::string& name) {
     context.database.execute("delete from vacated where parent = $1 and name = $2", {parent, name});
 }
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

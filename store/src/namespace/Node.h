@@ -6,18 +6,18 @@
 #include "core/Context.h"
 #include "storage/kvxclient/Enumerations.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
-/// In place of a parent: of a bucket's root, and of what was deleted.
+// These stand for the parent of a bucket's root, and of a deleted node.
 constexpr std::int64_t rootParent = 0;
 constexpr std::int64_t trashParent = -1;
 
 enum class Kind : std::int64_t { FOLDER = 0, FILE = 1 };
 
-/// What a user may do with a file or folder; each value includes the ones before it.
+/// What a user may do with a node; each value includes the ones before it.
 enum class Right : std::int64_t { NONE = 0, READ = 1, WRITE = 2, OWN = 3 };
 
-kvxclient::AccessType accessTypeOf(Right right);
+AccessType accessTypeOf(Right right);
 
 /// A file or folder.
 struct Node {
@@ -32,9 +32,9 @@ struct Node {
     std::int64_t created = 0;
     std::int64_t modified = 0;
     std::int64_t clientModified = 0;
-    /// Whether grants or invitations name it.
+    /// Whether grants or invitations name the node.
     bool shared = false;
-    /// The caller's.
+    /// The right of the user for whom the node was looked up.
     Right right = Right::NONE;
 };
 
@@ -47,13 +47,14 @@ Node readNode(const database::Statement& row);
 
 bool hasChildren(const Context& context, const Node& folder);
 
-/// Inserts the node and gives it its id.
+/// Inserts the node and sets its id.
 void insertNode(const Context& context, Node& node);
 
-/// Notes that a node leaves its place, which it still has, with the bucket's change `seq`.
-void leavePlace(const Context& context, const Node& node, std::int64_t seq);
+/// Records for the list of changes that a node leaves its name in its folder.
+/// REQUIRES: the node still has that name.
+void vacate(const Context& context, const Node& node, std::int64_t seq);
 
-/// Notes that a place is taken.
-void takePlace(const Context& context, std::int64_t parent, const std::string& name);
+/// Removes such a record, since another node takes the name.
+void occupy(const Context& context, std::int64_t parent, const std::string& name);
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

@@ -1,10 +1,6 @@
 #include "namespace/Policies.h"
 
-namespace storage::kvxstore::operations {
-
-using kvxclient::PublicAccessPolicy;
-using kvxclient::ResourcePolicy;
-using kvxclient::VersionPolicy;
+namespace storage::kvxstore {
 
 ResourcePolicy ownPolicy(const Context& context, const Node& node) {
     const auto row = context.database.query(
@@ -17,11 +13,11 @@ ResourcePolicy ownPolicy(const Context& context, const Node& node) {
     return policy;
 }
 
-ResourcePolicy effectivePolicy(const Context& context, const Place& place) {
+ResourcePolicy effectivePolicy(const Context& context, const ResolvedPath& path) {
     auto effective = ResourcePolicy()
                          .withVersionPolicy(VersionPolicy::ENABLED)
                          .withPublicAccessPolicy(PublicAccessPolicy::DENIED);
-    for (const Node& node : place.chain) {
+    for (const Node& node : path.chain) {
         const ResourcePolicy own = ownPolicy(context, node);
         if (own.getVersionPolicy() != VersionPolicy::INHERIT) {
             effective.withVersionPolicy(own.getVersionPolicy());
@@ -33,4 +29,4 @@ ResourcePolicy effectivePolicy(const Context& context, const Place& place) {
     return effective;
 }
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

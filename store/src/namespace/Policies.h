@@ -1,15 +1,15 @@
 #pragma once
 
-#include "namespace/Places.h"
+#include "namespace/ResolvedPath.h"
 #include "storage/kvxclient/StorageConfiguration.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
-/// What is set on the node itself.
-kvxclient::ResourcePolicy ownPolicy(const Context& context, const Node& node);
+/// The policy that is set on the node itself.
+ResourcePolicy ownPolicy(const Context& context, const Node& node);
 
-/// What holds at the place after inheritance. Where nothing is set up to the root, versions are
-/// ENABLED and public access is DENIED.
-kvxclient::ResourcePolicy effectivePolicy(const Context& context, const Place& place);
+/// The policy after inheritance. Where nothing is set up to the root, versions are ENABLED and
+/// public access is DENIED.
+ResourcePolicy effectivePolicy(const Context& context, const ResolvedPath& path);
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

@@ -5,31 +5,27 @@
 #include "core/Text.h"
 #include "namespace/InvitationRow.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 namespace {
 
-using kvxclient::Invitation;
-using kvxclient::InvitationStatus;
-using kvxclient::InvitationType;
-
 bool isRoot(const Node& node) { return node.parent == rootParent; }
 
-/// A permission in the words of an invitation, since that tells where the folder is.
+/// A permission in the form of an invitation, which says where the folder is.
 Invitation asInvitation(const Context& context, std::int64_t user, std::int64_t owner,
-                        const Node& folder, Right level) {
+                        const Node& folder, Right right) {
     InvitationRow row;
     row.node = folder.id;
     row.inviter = owner;
     row.recipient = user;
-    row.level = level;
+    row.right = right;
     row.status = InvitationStatus::ACCEPTED;
     return describe(context, row);
 }
 
-/// How the folder itself is shared with a user who does not own it; nothing when it is not.
+/// Describes how the folder is shared with a user who does not own it.
 void describeGrant(const Context& context, std::int64_t user, const Node& folder,
-                   kvxclient::FolderSummary& summary) {
+                   FolderSummary& summary) {
     const auto grant = context.database.query(
         "select g.invitation, g.level, b.owner from grants g"
         " join nodes n on n.id = g.node join buckets b on b.id = n.bucket"
@@ -46,7 +42,7 @@ void describeGrant(const Context& context, std::int64_t user, const Node& folder
 }
 
 void describeSharing(const Context& context, std::int64_t user, const Node& folder,
-                     kvxclient::FolderSummary& summary) {
+                     FolderSummary& summary) {
     if (!folder.shared) {
         return;
     }
@@ -64,16 +60,16 @@ void describeSharing(const Context& context, std::int64_t user, const Node& fold
     }
 }
 
-/// The summary of a folder outside of the place where it is shown.
-kvxclient::FolderSummary summarizeElsewhere(const Context& context, const Place& place) {
-    const Node& folder = place.chain.back();
-    return summarizeFolder(context, place.user, folder).withName(toUtf16(folder.name));
+/// The summary of a folder that is listed outside of its parent, where the root has its name too.
+FolderSummary summarizeElsewhere(const Context& context, const ResolvedPath& path) {
+    const Node& folder = path.chain.back();
+    return summarizeFolder(context, path.user, folder).withName(toUtf16(folder.name));
 }
 
 }  // namespace
 
-kvxclient::FileSummary summarizeFile(const Node& file) {
-    return kvxclient::FileSummary(toUtf16(file.name))
+FileSummary summarizeFile(const Node& file) {
+    return FileSummary(toUtf16(file.name))
         .withSize(static_cast<unsigned long>(file.size))
         .withCreated(toTime(file.created))
         .withLastModified(toTime(file.modified))
@@ -82,9 +78,8 @@ kvxclient::FileSummary summarizeFile(const Node& file) {
         .withWatermark(std::to_string(file.seq));
 }
 
-kvxclient::FolderSummary summarizeFolder(const Context& context, std::int64_t user,
-                                         const Node& folder) {
-    auto summary = kvxclient::FolderSummary(isRoot(folder) ? u"" : toUtf16(folder.name))
+FolderSummary summarizeFolder(const Context& context, std::int64_t user, const Node& folder) {
+    auto summary = FolderSummary(isRoot(folder) ? u"" : toUtf16(folder.name))
                        .withCreated(toTime(folder.created))
                        .withLastModified(toTime(folder.modified))
                        .withClientLastModified(toTime(folder.clientModified))
@@ -95,10 +90,9 @@ kvxclient::FolderSummary summarizeFolder(const Context& context, std::int64_t us
     return summary;
 }
 
-kvxclient::FileAttributes attributesOf(const Context& context, std::int64_t user,
-                                       const Node& node) {
+FileAttributes attributesOf(const Context& context, std::int64_t user, const Node& node) {
     const bool isFolder = node.kind == Kind::FOLDER;
-    return kvxclient::FileAttributes()
+    return FileAttributes()
         .withType(isFolder ? "FOLDER" : "FILE")
         .withName(isRoot(node) ? u"" : toUtf16(node.name))
         .withCreated(toTime(node.created))
@@ -131,33 +125,33 @@ Listing listChildren(const Context& context, std::int64_t user, const Node& fold
     return listing;
 }
 
-std::vector<kvxclient::FolderSummary> foldersSharedWith(const Context& context, std::int64_t user,
-                                                        bool showHidden) {
-    std::vector<kvxclient::FolderSummary> folders;
+std::vector<FolderSummary> foldersSharedWith(const Context& context, std::int64_t user,
+                                             bool showHidden) {
+    std::vector<FolderSummary> folders;
     const auto rows = context.database.query(
         "select n.id from nodes n where n.kind = 0"
         " and n.id in (select node from grants where grantee = $1) order by n.name, n.id",
         {user});
     while (rows->next()) {
-        const Place place = placeOf(context, user, rows->integer(0));
-        const bool isForeign = !place.chain.empty() && place.bucket.owner != user;
-        if (isForeign && (showHidden || !place.chain.back().name.starts_with('.'))) {
-            folders.push_back(summarizeElsewhere(context, place));
+        const ResolvedPath path = resolveNode(context, user, rows->integer(0));
+        const bool isForeign = !path.chain.empty() && path.bucket.owner != user;
+        if (isForeign && (showHidden || !path.chain.back().name.starts_with('.'))) {
+            folders.push_back(summarizeElsewhere(context, path));
         }
     }
     return folders;
 }
 
-std::vector<kvxclient::FolderSummary> foldersOfferedTo(const Context& context, std::int64_t user) {
-    std::vector<kvxclient::FolderSummary> folders;
+std::vector<FolderSummary> foldersOfferedTo(const Context& context, std::int64_t user) {
+    std::vector<FolderSummary> folders;
     for (const InvitationRow& row : pendingInvitations(context, user)) {
-        const Place place = placeOf(context, user, row.node);
-        if (!place.chain.empty()) {
+        const ResolvedPath path = resolveNode(context, user, row.node);
+        if (!path.chain.empty()) {
             folders.push_back(
-                summarizeElsewhere(context, place).withInvitation(describe(context, row)));
+                summarizeElsewhere(context, path).withInvitation(describe(context, row)));
         }
     }
     return folders;
 }
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

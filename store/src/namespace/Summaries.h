@@ -2,39 +2,39 @@
 
 #include <vector>
 
-#include "namespace/Places.h"
+#include "namespace/ResolvedPath.h"
 #include "storage/kvxclient/Summaries.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
-// What the user to whose rights the nodes were looked up is told of them.
+// Nodes as their readers see them.
+// REQUIRES: the nodes carry the rights of the user.
 
-kvxclient::FileSummary summarizeFile(const Node& file);
+FileSummary summarizeFile(const Node& file);
 
-/// A folder shared by the user carries the oldest invitation to it, one shared with him the
-/// invitation or permission by which he has it.
-kvxclient::FolderSummary summarizeFolder(const Context& context, std::int64_t user,
-                                         const Node& folder);
+/// A folder that the user shares carries the oldest invitation to it. A folder shared with the user
+/// carries the invitation or permission that gave it.
+FolderSummary summarizeFolder(const Context& context, std::int64_t user, const Node& folder);
 
-/// The sharing attributes cost nothing and are given whether or not they are asked for.
-kvxclient::FileAttributes attributesOf(const Context& context, std::int64_t user, const Node& node);
+/// The sharing attributes cost nothing, so they are set whether or not they are asked for.
+FileAttributes attributesOf(const Context& context, std::int64_t user, const Node& node);
 
 struct Listing {
     void add(const Context& context, std::int64_t user, const Node& node);
 
-    std::vector<kvxclient::FolderSummary> folders;
-    std::vector<kvxclient::FileSummary> files;
+    std::vector<FolderSummary> folders;
+    std::vector<FileSummary> files;
 };
 
-/// Hidden is a name that begins with a dot.
+/// A name that begins with a dot is hidden.
 Listing listChildren(const Context& context, std::int64_t user, const Node& folder,
                      bool showHidden);
 
-/// The folders that others share with the user, each with its invitation, which tells where it is.
-std::vector<kvxclient::FolderSummary> foldersSharedWith(const Context& context, std::int64_t user,
-                                                        bool showHidden);
+/// The folders that others share with the user, each with an invitation that says where it is.
+std::vector<FolderSummary> foldersSharedWith(const Context& context, std::int64_t user,
+                                             bool showHidden);
 
 /// The folders of the invitations that the user has not answered.
-std::vector<kvxclient::FolderSummary> foldersOfferedTo(const Context& context, std::int64_t user);
+std::vector<FolderSummary> foldersOfferedTo(const Context& context, std::int64_t user);
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

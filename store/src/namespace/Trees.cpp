@@ -8,18 +8,18 @@
 #include "namespace/FileVersions.h"
 #include "namespace/Usage.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 namespace {
 
-/// Of 255 UTF-16 units in UTF-8.
+/// The UTF-8 bytes of a name of 255 UTF-16 units.
 constexpr std::int64_t mostNameBytes = 3L * 255;
 
 const std::string belowNode =
     "with recursive tree(id) as (select cast($1 as bigint)"
     " union all select n.id from nodes n join tree t on n.parent = t.id) ";
 
-/// The bytes in use below a node, itself included: of all versions, or of the current ones.
+/// The bytes of the files in a tree, of all versions or of the current ones.
 std::int64_t sizeOfTree(const Context& context, const Node& node, bool allVersions) {
     static const std::string ofAll =
         belowNode +
@@ -32,11 +32,12 @@ std::int64_t sizeOfTree(const Context& context, const Node& node, bool allVersio
     return context.database.number(allVersions ? std::string_view(ofAll) : ofCurrent, {node.id});
 }
 
-/// Counts all below a node, itself included, in another bucket. Returns the change of that one.
-std::int64_t changeBucket(const Context& context, const Place& source, const BucketRow& target) {
+/// Counts a tree in another bucket, and returns the change of that bucket.
+std::int64_t changeBucket(const Context& context, const ResolvedPath& source,
+                          const BucketRow& target) {
     const Node& node = source.node();
     const std::int64_t size = sizeOfTree(context, node, true);
-    leavePlace(context, node, advance(context, node.bucket, -size));
+    vacate(context, node, advance(context, node.bucket, -size));
     const std::int64_t seq = advance(context, target.id, size);
     const auto run = [&](const std::string& sql, std::initializer_list<database::Value> values) {
         context.database.execute(belowNode + sql + " in (select id from tree)", values);
@@ -46,7 +47,7 @@ std::int64_t changeBucket(const Context& context, const Place& source, const Buc
     if (target.owner == source.bucket.owner) {
         run("update grants set seq = $2 where node", {node.id, seq});
     } else {
-        // What one user shared is not the other's to have shared.
+        // The new owner has shared nothing with anybody.
         run("delete from grants where node", {node.id});
         run("delete from invitations where node", {node.id});
         run("update nodes set shared = 0 where shared <> 0 and id", {node.id});
@@ -54,11 +55,11 @@ std::int64_t changeBucket(const Context& context, const Place& source, const Buc
     return seq;
 }
 
-std::size_t pathLength(const Place& place) { return place.resource().getPath().size(); }
+std::size_t pathLength(const ResolvedPath& path) { return path.resource().getPath().size(); }
 
-/// Refuses with ILLEGAL_PATH when a path below the folder would be too long at the target. Walks
-/// through the folders, and reads the names only where paths are nearly as long as they may be.
-void requireRoomBelow(const Context& context, const Node& folder, const Place& target) {
+/// Refuses with ILLEGAL_PATH when a path below the folder would be too long at the target. Reads
+/// names only where paths are nearly as long as they may be.
+void requireRoomBelow(const Context& context, const Node& folder, const ResolvedPath& target) {
     const std::size_t length = pathLength(target);
     // A path has at least as many bytes, and at most as many code points, as UTF-16 units.
     const auto rows = context.database.query(
@@ -70,19 +71,19 @@ void requireRoomBelow(const Context& context, const Node& folder, const Place& t
         {folder.id, static_cast<std::int64_t>(longestPath - length), mostNameBytes});
     while (rows->next()) {
         if (length + toUtf16(rows->bytes(0)).size() > longestPath) {
-            refuse(KVXClientErrorCode::ILLEGAL_PATH);
+            refuse(ErrorCode::ILLEGAL_PATH);
         }
     }
 }
 
-/// Deletes what is to be overwritten. First, so that it counts no longer when room is needed.
-void clearTarget(const Context& context, const Place& target) {
+/// Deletes what is to be overwritten, before room is needed for its replacement.
+void clearTarget(const Context& context, const ResolvedPath& target) {
     if (target.exists()) {
-        moveToTrash(context, target.node(), advance(context, target.bucket.id, 0));
+        softDelete(context, target.node(), advance(context, target.bucket.id));
     }
 }
 
-/// Copies the children of one folder into another, new one.
+/// Copies the children of a folder into a new folder.
 void copyChildren(const Context& context, std::int64_t source, const Node& target) {
     context.database.execute(
         "insert into nodes(bucket, parent, name, kind, seq, size, label, created, modified,"
@@ -115,7 +116,7 @@ void copyBelow(const Context& context, const Node& source, const Node& target) {
 
 }  // namespace
 
-void moveTree(const Context& context, const Place& source, const Place& target) {
+void moveTree(const Context& context, const ResolvedPath& source, const ResolvedPath& target) {
     const Node& node = source.node();
     if (node.kind == Kind::FOLDER && pathLength(target) > pathLength(source)) {
         requireRoomBelow(context, node, target);
@@ -123,17 +124,17 @@ void moveTree(const Context& context, const Place& source, const Place& target) 
     clearTarget(context, target);
     std::int64_t seq = 0;
     if (node.bucket == target.bucket.id) {
-        seq = advance(context, node.bucket, 0);
-        leavePlace(context, node, seq);
+        seq = advance(context, node.bucket);
+        vacate(context, node, seq);
     } else {
         seq = changeBucket(context, source, target.bucket);
     }
     context.database.execute("update nodes set parent = $2, name = $3, seq = $4 where id = $1",
                              {node.id, target.parent().id, target.name(), seq});
-    takePlace(context, target.parent().id, target.name());
+    occupy(context, target.parent().id, target.name());
 }
 
-void copyTree(const Context& context, const Node& source, const Place& target) {
+void copyTree(const Context& context, const Node& source, const ResolvedPath& target) {
     if (source.kind == Kind::FOLDER) {
         requireRoomBelow(context, source, target);
     }
@@ -154,4 +155,4 @@ void copyTree(const Context& context, const Node& source, const Place& target) {
     }
 }
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

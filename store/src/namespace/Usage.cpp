@@ -2,7 +2,7 @@
 
 #include "namespace/Deletion.h"
 
-namespace storage::kvxstore::operations {
+namespace storage::kvxstore {
 
 namespace {
 
@@ -20,11 +20,11 @@ void growOrRefuse(const Context& context, std::int64_t bucket, std::int64_t grow
     if (grow(context, bucket, growth, changes)) {
         return;
     }
-    // What was deleted counts until it is purged, so it must not be what is in the way.
+    // Deleted files count until they are purged, so the trash may be what is in the way.
     while (purgeTrash(context.database)) {
     }
     if (!grow(context, bucket, growth, changes)) {
-        refuse(kvxclient::KVXClientErrorCode::QUOTA_EXCEEDED);
+        refuse(ErrorCode::QUOTA_EXCEEDED);
     }
 }
 
@@ -39,4 +39,4 @@ void reserve(const Context& context, std::int64_t bucket, std::int64_t growth) {
     growOrRefuse(context, bucket, growth, 0);
 }
 
-}  // namespace storage::kvxstore::operations
+}  // namespace storage::kvxstore

@@ -1,4 +1,4 @@
-#include "operations/Attributes.h"
+#include "operations/Operations.h"
 
 #include "namespace/LookupCache.h"
 #include "namespace/Summaries.h"
@@ -6,20 +6,19 @@
 
 namespace storage::kvxstore::operations {
 
-kvxclient::FileAttributesReadResponse readFileAttributes(
-    const Context& context, const kvxclient::FileAttributesReadRequest& request) {
-    const Place place = locate(context, request.getResource());
-    return kvxclient::FileAttributesReadResponse().withFileAttributes(
-        attributesOf(context, place.user, place.node()));
+FileAttributesReadResponse readFileAttributes(const Context& context,
+                                              const FileAttributesReadRequest& request) {
+    const ResolvedPath path = resolve(context, request.getResource());
+    return FileAttributesReadResponse().withFileAttributes(
+        attributesOf(context, path.user, path.node()));
 }
 
-kvxclient::SetMetadataResponse setMetadata(const Context& context,
-                                           const kvxclient::SetMetadataRequest& request) {
-    const Place place = locate(context, request.getResource());
-    const Node& node = place.node(Right::WRITE);
+SetMetadataResponse setMetadata(const Context& context, const SetMetadataRequest& request) {
+    const ResolvedPath path = resolve(context, request.getResource());
+    const Node& node = path.node(Right::WRITE);
     const std::int64_t time = request.getClientLastModified().time_since_epoch().count();
     context.database.execute("update nodes set client_modified = $2, seq = $3 where id = $1",
-                             {node.id, time, advance(context, place.bucket.id, 0)});
+                             {node.id, time, advance(context, path.bucket.id)});
     if (node.kind == Kind::FILE) {
         LookupCache::on(context.database).keep();
     }

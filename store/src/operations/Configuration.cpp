@@ -1,4 +1,4 @@
-#include "operations/Configuration.h"
+#include "operations/Operations.h"
 
 #include "namespace/Caller.h"
 #include "namespace/Policies.h"
@@ -6,16 +6,16 @@
 
 namespace storage::kvxstore::operations {
 
-kvxclient::ResourcePolicySetResponse setResourcePolicy(
-    const Context& context, const kvxclient::ResourcePolicySetRequest& request) {
-    const Place place = locate(context, request.getResource());
-    const Node& node = place.node(Right::OWN);
+ResourcePolicySetResponse setResourcePolicy(const Context& context,
+                                            const ResourcePolicySetRequest& request) {
+    const ResolvedPath path = resolve(context, request.getResource());
+    const Node& node = path.node(Right::OWN);
     const ResourcePolicy policy = request.getResourcePolicy();
     requireBetween(policy.getVersionPolicy(), VersionPolicy::INHERIT, VersionPolicy::ENABLED);
     requireBetween(policy.getPublicAccessPolicy(), PublicAccessPolicy::INHERIT,
                    PublicAccessPolicy::ALLOWED);
     context.database.execute("update nodes set seq = $2 where id = $1",
-                             {node.id, advance(context, node.bucket, 0)});
+                             {node.id, advance(context, node.bucket)});
     context.database.execute(
         "insert into policies(node, versions, public_access) values($1, $2, $3)"
         " on conflict(node) do update set versions = excluded.versions,"
@@ -25,23 +25,23 @@ kvxclient::ResourcePolicySetResponse setResourcePolicy(
     return {};
 }
 
-kvxclient::ResourcePolicyGetResponse getResourcePolicy(
-    const Context& context, const kvxclient::ResourcePolicyGetRequest& request) {
-    const Place place = locate(context, request.getResource());
-    return kvxclient::ResourcePolicyGetResponse()
-        .withPolicy(ownPolicy(context, place.node()))
-        .withEffectivePolicy(effectivePolicy(context, place));
+ResourcePolicyGetResponse getResourcePolicy(const Context& context,
+                                            const ResourcePolicyGetRequest& request) {
+    const ResolvedPath path = resolve(context, request.getResource());
+    return ResourcePolicyGetResponse()
+        .withPolicy(ownPolicy(context, path.node()))
+        .withEffectivePolicy(effectivePolicy(context, path));
 }
 
-kvxclient::StorageUsageGetResponse getStorageUsage(const Context& context,
-                                                   const kvxclient::StorageUsageGetRequest&) {
+/// The bytes in use in all buckets of the caller, and the caller's quota.
+StorageUsageGetResponse getStorageUsage(const Context& context, const StorageUsageGetRequest&) {
     const std::int64_t user = requireUser(context);
     const auto row = context.database.query(
         "select quota, (select coalesce(cast(sum(used) as bigint), 0) from buckets"
         " where owner = $1) from users where id = $1",
         {user});
     row->next();
-    return kvxclient::StorageUsageGetResponse()
+    return StorageUsageGetResponse()
         .withUsageQuota(static_cast<unsigned long>(row->integer(0)))
         .withStorageUsage(static_cast<unsigned long>(row->integer(1)));
 }

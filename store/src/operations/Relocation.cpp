@@ -1,4 +1,4 @@
-#include "operations/Relocation.h"
+#include "operations/Operations.h"
 
 #include "namespace/Trees.h"
 
@@ -6,40 +6,38 @@ namespace storage::kvxstore::operations {
 
 namespace {
 
-using kvxclient::KVXClientErrorCode;
-
 struct Relocation {
-    Place source;
-    Place target;
+    ResolvedPath source;
+    ResolvedPath target;
 
-    Relocation(const Context& context, const kvxclient::MoveOrCopyRequest& request)
-        : source(locate(context, request.getSource())),
-          target(locate(context, request.getTarget())) {
+    Relocation(const Context& context, const MoveOrCopyRequest& request)
+        : source(resolve(context, request.getSource())),
+          target(resolve(context, request.getTarget())) {
         const Node& node = source.node();
         if (target.passesThrough(node)) {
-            refuse(KVXClientErrorCode::CONFLICT);
+            refuse(ErrorCode::CONFLICT);
         }
         target.parent();
         if (target.exists() && (!request.getTargetOverwrite() || target.node().kind != node.kind ||
                                 source.passesThrough(target.node()))) {
-            refuse(KVXClientErrorCode::CONFLICT);
+            refuse(ErrorCode::CONFLICT);
         }
     }
 };
 
 }  // namespace
 
-kvxclient::MoveOrCopyResponse move(const Context& context,
-                                   const kvxclient::MoveOrCopyRequest& request) {
+/// Keeps times and versions.
+MoveOrCopyResponse move(const Context& context, const MoveOrCopyRequest& request) {
     const Relocation relocation(context, request);
-    // A root cannot leave its bucket, nor a shared folder the one who only has that.
+    // Refuses a root, and a shared folder whose parent the caller does not see.
     relocation.source.parent();
     moveTree(context, relocation.source, relocation.target);
     return {};
 }
 
-kvxclient::MoveOrCopyResponse copy(const Context& context,
-                                   const kvxclient::MoveOrCopyRequest& request) {
+/// Makes new files whose version 1 shares the current content.
+MoveOrCopyResponse copy(const Context& context, const MoveOrCopyRequest& request) {
     const Relocation relocation(context, request);
     copyTree(context, relocation.source.node(), relocation.target);
     return {};

@@ -1,4 +1,4 @@
-#include "operations/Sessions.h"
+#include "operations/Operations.h"
 
 #include "core/Secrets.h"
 #include "namespace/Caller.h"
@@ -6,14 +6,13 @@
 namespace storage::kvxstore::operations {
 
 using database::Blob;
-using kvxclient::KVXClientErrorCode;
 
-kvxclient::LoginResponse login(const Context& context, const kvxclient::LoginRequest& request) {
+LoginResponse login(const Context& context, const LoginRequest& request) {
     const std::string tokenHash = hashOf(request.getToken());
     const auto token =
         context.database.query("select owner from tokens where hash = $1", {Blob{tokenHash}});
     if (!token->next()) {
-        refuse(KVXClientErrorCode::INVALID_TOKEN);
+        refuse(ErrorCode::INVALID_TOKEN);
     }
     const std::string sessionId = newSecret();
     const std::string sessionHash = hashOf(sessionId);
@@ -22,11 +21,11 @@ kvxclient::LoginResponse login(const Context& context, const kvxclient::LoginReq
     context.database.execute("insert into sessions(hash, owner, expires) values($1, $2, $3)",
                              {Blob{sessionHash}, token->integer(0), expires});
     const auto minutes = std::chrono::floor<std::chrono::minutes>(lifetime).count();
-    return kvxclient::LoginResponse().withSessionId(sessionId).withMinutesBeforeRelogin(
+    return LoginResponse().withSessionId(sessionId).withMinutesBeforeRelogin(
         static_cast<int>(minutes));
 }
 
-kvxclient::LogoutResponse logout(const Context& context, const kvxclient::LogoutRequest&) {
+LogoutResponse logout(const Context& context, const LogoutRequest&) {
     requireUser(context);
     const std::string hash = hashOf(context.sessionId);
     context.database.execute("delete from sessions where hash = $1", {Blob{hash}});

@@ -1,37 +1,37 @@
-#include "operations/Versions.h"
+#include "operations/Operations.h"
 
 #include "core/Text.h"
 #include "namespace/FileVersions.h"
 
 namespace storage::kvxstore::operations {
 
-kvxclient::VersionListResponse listVersions(const Context& context,
-                                            const kvxclient::VersionListRequest& request) {
-    const Place place = locate(context, request.getResource());
-    Node version = place.node(Kind::FILE);
+/// Lists from the oldest version to the current one.
+VersionListResponse listVersions(const Context& context, const VersionListRequest& request) {
+    const ResolvedPath path = resolve(context, request.getResource());
+    Node version = path.node(Kind::FILE);
     const auto rows = context.database.query(
         "select label, created from versions where node = $1 order by label", {version.id});
-    std::vector<kvxclient::VersionSummary> versions;
+    std::vector<VersionSummary> versions;
     while (rows->next()) {
         version.label = rows->integer(0);
-        versions.push_back(kvxclient::VersionSummary()
+        versions.push_back(VersionSummary()
                                .withVersionId(versionIdOf(version))
                                .withVersionLabel(static_cast<int>(version.label))
                                .withCreated(toTime(rows->integer(1))));
     }
-    return kvxclient::VersionListResponse()
-        .withName(toUtf16(version.name))
-        .withVersions(std::move(versions));
+    return VersionListResponse().withName(toUtf16(version.name)).withVersions(std::move(versions));
 }
 
-kvxclient::VersionRestoreResponse restoreVersion(const Context& context,
-                                                 const kvxclient::VersionRestoreRequest& request) {
-    const Place place = locate(context, request.getResource());
-    const Content content = findVersion(context, place.node(Kind::FILE, Right::WRITE),
+/// Makes an earlier content the current one, without copying a byte. It gets a new label in any
+/// case; createNewVersion decides, as for every write, whether the replaced content is kept.
+VersionRestoreResponse restoreVersion(const Context& context,
+                                      const VersionRestoreRequest& request) {
+    const ResolvedPath path = resolve(context, request.getResource());
+    const Content content = findVersion(context, path.node(Kind::FILE, Right::WRITE),
                                         request.getVersionId(), request.getVersionLabel());
-    const Node file = revise(context, place, content.size, request.getCreateNewVersion());
+    const Node file = revise(context, path, content.size, request.getCreateNewVersion());
     addVersion(context, file, content);
-    return kvxclient::VersionRestoreResponse()
+    return VersionRestoreResponse()
         .withVersionId(versionIdOf(file))
         .withVersionLabel(static_cast<int>(file.label));
 }

@@ -31,7 +31,7 @@ std::exception_ptr asServiceError(std::exception_ptr error);
 template <class Response>
 class Call final : public scheduler::Job {
 public:
-    using Work = std::function<Response(const operations::Context&)>;
+    using Work = std::function<Response(const Context&)>;
 
     Call(CallFrame frame, Work work, kvxclient::CompletionHandler<Response> handler)
         : Job(std::move(frame.traits), std::move(frame.group)),

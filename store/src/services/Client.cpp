@@ -2,7 +2,7 @@
 
 #include <shared_mutex>
 
-#include "operations/Sessions.h"
+#include "operations/Operations.h"
 #include "services/ConfigurationService.h"
 #include "services/FileService.h"
 #include "services/NotificationService.h"
@@ -19,7 +19,7 @@ namespace {
 struct NoRequest {};
 
 /// Answers from within a transaction, and so proves that the database can be read.
-PingResponse answerPing(const operations::Context&, const NoRequest&) {
+PingResponse answerPing(const Context&, const NoRequest&) {
     return PingResponse().withValue("pong");
 }
 

@@ -1,6 +1,6 @@
 #include "services/ConfigurationService.h"
 
-#include "operations/Configuration.h"
+#include "operations/Operations.h"
 
 namespace storage::kvxstore::services {
 

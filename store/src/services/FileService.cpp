@@ -1,10 +1,6 @@
 #include "services/FileService.h"
 
-#include "operations/Attributes.h"
-#include "operations/Files.h"
-#include "operations/Folders.h"
-#include "operations/Handles.h"
-#include "operations/Relocation.h"
+#include "operations/Operations.h"
 
 namespace storage::kvxstore::services {
 

@@ -1,6 +1,6 @@
 #include "services/NotificationService.h"
 
-#include "operations/Changes.h"
+#include "operations/Operations.h"
 
 namespace storage::kvxstore::services {
 

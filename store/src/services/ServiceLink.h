@@ -14,13 +14,13 @@ template <class Request, class Response>
 struct Operation {
     /// As the service interface names it.
     std::string_view name;
-    Response (*run)(const operations::Context&, const Request&);
+    Response (*run)(const Context&, const Request&);
     database::Access access;
 };
 // Clang 14 does not deduce the arguments of aggregates by itself.
 template <class Request, class Response>
-Operation(std::string_view, Response (*)(const operations::Context&, const Request&),
-          database::Access) -> Operation<Request, Response>;
+Operation(std::string_view, Response (*)(const Context&, const Request&), database::Access)
+    -> Operation<Request, Response>;
 
 // Bytes of content that a request carries, or keeps alive at its caller's.
 
@@ -75,8 +75,9 @@ struct ServiceLink {
         }
         auto call = std::make_unique<Call<Response>>(
             std::move(frame),
-            [run = operation.run, request = std::move(request)](
-                const operations::Context& context) { return run(context, request); },
+            [run = operation.run, request = std::move(request)](const Context& context) {
+                return run(context, request);
+            },
             std::move(handler));
         if (fault && fault->error) {
             engine->scheduler().refuse(

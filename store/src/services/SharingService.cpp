@@ -1,8 +1,6 @@
 #include "services/SharingService.h"
 
-#include "operations/Invitations.h"
-#include "operations/InvitedFolders.h"
-#include "operations/Permissions.h"
+#include "operations/Operations.h"
 
 namespace storage::kvxstore::services {
 

@@ -1,6 +1,6 @@
 #include "services/VersioningService.h"
 
-#include "operations/Versions.h"
+#include "operations/Operations.h"
 
 namespace storage::kvxstore::services {
 

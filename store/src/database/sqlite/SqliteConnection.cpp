@@ -13,38 +13,34 @@ namespace storage::kvxstore::database {
 namespace {
 
 DatabaseError failure(sqlite3* database, int code) {
+    const int number = sqlite3_system_errno(database);
     switch (code & 0xff) {
         case SQLITE_BUSY:
         case SQLITE_LOCKED:
-            return {Fault::BUSY, "another program keeps the store locked"};
+            return {StoreErrorCode::IN_USE, "another program keeps the store locked"};
         case SQLITE_FULL:
-            return {Fault::FULL, "the disk is full"};
+            return {StoreErrorCode::FULL, "the disk is full"};
         case SQLITE_CORRUPT:
         case SQLITE_NOTADB:
-            return {Fault::DAMAGED, "the store's file is damaged"};
+            return {StoreErrorCode::DAMAGED, "the store's file is damaged"};
         case SQLITE_READONLY:
         case SQLITE_PERM:
-            return {Fault::NOT_WRITABLE, "the store's file cannot be written"};
+            return {StoreErrorCode::NOT_WRITABLE, "the store's file cannot be written"};
         case SQLITE_CANTOPEN:
-            return {Fault::OTHER, "the store's file cannot be opened"};
+            return {codeOfSystemError(number), "the store's file cannot be opened"};
         case SQLITE_NOMEM:
-            return {Fault::OTHER, "there is not enough memory"};
-        case SQLITE_IOERR: {
-            const int number = sqlite3_system_errno(database);
-            if (number == ENOSPC || number == EDQUOT || number == EFBIG) {
-                return {Fault::FULL, "the disk is full"};
+            return {StoreErrorCode::OTHER, "there is not enough memory"};
+        case SQLITE_IOERR:
+            if (codeOfSystemError(number) == StoreErrorCode::FULL) {
+                return {StoreErrorCode::FULL, "the disk is full"};
             }
-            return {Fault::OTHER, std::string("the store's file cannot be read or written: ") +
-                                      std::strerror(number)};
-        }
-        case SQLITE_CONSTRAINT: {
-            const int detail = sqlite3_extended_errcode(database);
-            const bool unique =
-                detail == SQLITE_CONSTRAINT_UNIQUE || detail == SQLITE_CONSTRAINT_PRIMARYKEY;
-            return {unique ? Fault::UNIQUE : Fault::CONSTRAINT, sqlite3_errmsg(database)};
-        }
+            return {codeOfSystemError(number),
+                    std::string("the store's file cannot be read or written: ") +
+                        std::strerror(number)};
         default:
-            return {Fault::OTHER, std::string("the database failed: ") + sqlite3_errmsg(database)};
+            // The statements are right, so SQLITE_ERROR means tables that are not.
+            return {(code & 0xff) == SQLITE_ERROR ? StoreErrorCode::DAMAGED : StoreErrorCode::OTHER,
+                    std::string("the database failed: ") + sqlite3_errmsg(database)};
     }
 }
 
@@ -70,7 +66,7 @@ struct Binder {
     }
 };
 
-/// A second program gets its turn soon when both poll more often than a commit takes.
+/// Two programs on one file poll more often than a commit takes, so that each soon gets its turn.
 int waitBriefly(void* hadToWait, int tries) {
     *static_cast<bool*>(hadToWait) = true;
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -79,12 +75,32 @@ int waitBriefly(void* hadToWait, int tries) {
 
 }  // namespace
 
+StoreErrorCode codeOfSystemError(int number) {
+    switch (number) {
+        case ENOENT:
+        case ENOTDIR:
+            return StoreErrorCode::NOT_FOUND;
+        case EISDIR:
+            return StoreErrorCode::NOT_A_STORE;
+        case ENOSPC:
+        case EDQUOT:
+        case EFBIG:
+            return StoreErrorCode::FULL;
+        case EACCES:
+        case EPERM:
+        case EROFS:
+            return StoreErrorCode::NOT_WRITABLE;
+        default:
+            return StoreErrorCode::OTHER;
+    }
+}
+
 class SqliteStatement final : public Statement {
 public:
     SqliteStatement(sqlite3* database, std::string_view sql) : database_(database) {
         check(database, sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()),
                                            SQLITE_PREPARE_PERSISTENT, &statement_, nullptr));
-        // SQLite takes $1, $2, ... for names and counts them in the order in which they appear.
+        // SQLite treats $1, $2, ... as names and numbers them in order of appearance.
         for (int number = 1; number <= sqlite3_bind_parameter_count(statement_); ++number) {
             const std::string name = '$' + std::to_string(number);
             indexes_.push_back(sqlite3_bind_parameter_index(statement_, name.c_str()));
@@ -96,7 +112,7 @@ public:
 
     bool isRunning() const { return running_; }
 
-    /// With SQLITE_STATIC the texts must live until the statement is released.
+    /// REQUIRES: with SQLITE_STATIC the texts live until the statement is released.
     void start(std::initializer_list<Value> values, sqlite3_destructor_type lifetime) {
         running_ = true;
         std::size_t number = 0;
@@ -158,11 +174,11 @@ SqliteConnection::SqliteConnection(SqliteLocation location) : location_(std::mov
     check(database, sqlite3_busy_handler(database, waitBriefly, &hadToWait_));
     execute("pragma synchronous = full");
     execute("pragma cache_size = -8192");
-    // Debian's SQLite would write zeros over all that is deleted.
+    // Debian's SQLite overwrites deleted data with zeros by default.
     execute("pragma secure_delete = off");
-    // What each job of a batch would undo: in files it costs more than the commit.
+    // The undo data of a batch's savepoints: writing it to files costs more than the commit.
     execute("pragma temp_store = memory");
-    // A large transaction must not leave its log's size on the disk for good.
+    // The log shrinks again after a large transaction.
     execute("pragma journal_size_limit = 67108864");
 }
 
@@ -198,7 +214,7 @@ std::int64_t SqliteConnection::execute(std::string_view sql, std::initializer_li
     return sqlite3_changes64(database_.get());
 }
 
-// RETURNING would make a temporary table for each row.
+// RETURNING makes a temporary table for each row.
 std::int64_t SqliteConnection::insert(std::string_view sql, std::initializer_list<Value> values) {
     execute(sql, values);
     return sqlite3_last_insert_rowid(database_.get());
@@ -206,7 +222,7 @@ std::int64_t SqliteConnection::insert(std::string_view sql, std::initializer_lis
 
 void SqliteConnection::readChunk(std::int64_t chunk, std::size_t offset, char* into,
                                  std::size_t size) {
-    // A change of its row or a rollback ends the use of an open one.
+    // A change of its row or a rollback makes an open blob useless.
     int code = blob_ ? sqlite3_blob_reopen(blob_.get(), chunk) : SQLITE_ABORT;
     if (code == SQLITE_ABORT || code == SQLITE_ABORT_ROLLBACK) {
         sqlite3_blob* blob = nullptr;
@@ -219,7 +235,7 @@ void SqliteConnection::readChunk(std::int64_t chunk, std::size_t offset, char* i
     }
     if (code != SQLITE_OK) {
         blob_.reset();
-        // A missing row and a range beyond its end are SQLITE_ERROR: rows lost, not a bad call.
+        // SQLITE_ERROR means a missing row or a range beyond its end: lost data.
         throw failure(database_.get(), code == SQLITE_ERROR ? SQLITE_CORRUPT : code);
     }
 }
@@ -235,7 +251,7 @@ void SqliteConnection::begin(Access access) {
             execute("begin immediate");
         } else {
             execute("begin");
-            // The snapshot is taken by the first read.
+            // The first read takes the snapshot.
             execute("select n from schema_version");
         }
     } catch (...) {
@@ -247,7 +263,8 @@ void SqliteConnection::begin(Access access) {
 void SqliteConnection::commit() {
     blob_.reset();
     const unsigned before = fileVersion();
-    execute("commit");
+    // A snapshot has nothing to commit, and SQLite commits nothing once it has met damage.
+    execute(writing_ ? "commit" : "rollback");
     ownCommits_ += fileVersion() - before;
     endTurn();
 }

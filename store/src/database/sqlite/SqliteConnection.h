@@ -15,10 +15,13 @@ namespace storage::kvxstore::database {
 
 class SqliteStatement;
 
-/// Where a database is: a file, or memory shared by the connections that name it alike.
+/// The code for an error of the system's file calls.
+StoreErrorCode codeOfSystemError(int number);
+
+/// A file, or memory that all connections with the same name share.
 struct SqliteLocation {
     std::string name;
-    /// Set for a database in memory, which has no snapshots: its transactions run one by one.
+    /// Set for a database in memory. It has no snapshots, so its transactions take turns.
     std::shared_ptr<std::mutex> turn;
 };
 
@@ -59,13 +62,13 @@ private:
     SqliteLocation location_;
     bool hadToWait_ = false;
     bool writing_ = false;
-    /// What the file's version number counts, but is no change by others.
+    /// How far commits of this connection raised the file's version number.
     unsigned ownCommits_ = 0;
     std::int64_t rollbacks_ = 0;
     std::unique_lock<std::mutex> turn_;
     std::unique_ptr<sqlite3, Close> database_;
     StatementCache statements_;
-    /// Kept open between chunks of one transaction: moving it is cheaper than opening another.
+    /// Stays open for the next chunk: moving it is cheaper than opening another.
     std::unique_ptr<sqlite3_blob, Close> blob_;
 };
 

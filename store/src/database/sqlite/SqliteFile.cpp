@@ -26,23 +26,16 @@ using namespace std::string_view_literals;
 
 constexpr std::uint32_t applicationId = 0x4B565853;  // "KVXS"
 
-/// An error of the system's calls on the file.
-StoreError systemFailure(const std::string& action, const std::string& path, int number) {
-    const bool missing = number == ENOENT || number == ENOTDIR;
-    const bool full = number == ENOSPC || number == EDQUOT;
-    const bool refused = number == EACCES || number == EPERM || number == EROFS;
-    return {missing   ? StoreErrorCode::NOT_FOUND
-            : full    ? StoreErrorCode::FULL
-            : refused ? StoreErrorCode::NOT_WRITABLE
-                      : StoreErrorCode::OTHER,
-            action + ' ' + path + ": " + std::strerror(number)};
+/// The error of a system call on the file, taken from errno.
+StoreError systemFailure(const std::string& action, const std::string& path) {
+    return {codeOfSystemError(errno), action + ' ' + path + ": " + std::strerror(errno)};
 }
 
-/// Makes an empty file that only its owner may read; false when there is one already.
+/// Makes an empty file that only its owner may read; false when the file exists.
 bool makeFile(const std::string& path) {
     const int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (file < 0 && errno != EEXIST) {
-        throw systemFailure("cannot create", path, errno);
+        throw systemFailure("cannot create", path);
     }
     if (file >= 0) {
         ::close(file);
@@ -50,7 +43,7 @@ bool makeFile(const std::string& path) {
     return file >= 0;
 }
 
-/// The file as a URI that reads the bare file: no lock, no recovery, no change.
+/// A URI under which SQLite reads the file without lock, recovery or change.
 std::string bareUri(const std::string& path) {
     std::string uri = "file:";
     for (const char c : path) {
@@ -71,11 +64,11 @@ std::string bareUri(const std::string& path) {
     return uri + "?immutable=1";
 }
 
-/// Whether the file's head is that of a store. Nothing more is looked at: the rest may await the
+/// Whether the file begins like a store. Looks at the head alone, because the rest may still need
 /// recovery from a crash.
 bool hasStoreHead(const std::string& path) {
-    // Not read() on a descriptor of our own: closing it would drop the locks that other
-    // connections of this process hold on the file.
+    // Closing a descriptor of our own would drop the locks that other connections of this process
+    // hold on the file.
     sqlite3* database = nullptr;
     sqlite3_file* file = nullptr;
     std::array<unsigned char, 72> head{};
@@ -92,7 +85,7 @@ bool hasStoreHead(const std::string& path) {
            std::equal(id.begin(), id.end(), head.begin() + 68);
 }
 
-/// Whether a journal waits to undo a transaction that was cut short, as that of making the store.
+/// Whether a journal waits to undo a transaction that was cut short, such as the store's creation.
 bool awaitsRollback(const std::string& path) {
     constexpr std::string_view magic = "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7";
     std::string head(magic.size(), '\0');
@@ -100,12 +93,12 @@ bool awaitsRollback(const std::string& path) {
     return head == magic;
 }
 
-/// Refuses a file that is no store before anything may change it. Returns whether the file is
-/// empty, as one that is just being made.
+/// Refuses a file that is no store, without a change to it. Returns whether the file is empty, as
+/// while another program makes the store.
 bool examineFile(const std::string& path) {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0 || ::access(path.c_str(), R_OK | W_OK) != 0) {
-        throw systemFailure("cannot open", path, errno);
+        throw systemFailure("cannot open", path);
     }
     const bool isFile = S_ISREG(status.st_mode);
     if (isFile && status.st_size == 0) {
@@ -142,7 +135,7 @@ void checkVersion(Connection& connection, const std::string& path) {
 
 SqliteLocation newMemory() {
     static std::atomic<unsigned> count = 0;
-    // The slash lets several connections of this process share the database.
+    // The slash makes the connections of this process share the database.
     return {"/kvxstore-" + std::to_string(++count), std::make_shared<std::mutex>()};
 }
 
@@ -162,7 +155,7 @@ bool claimFile(const std::string& path, CreateMode mode) {
 
 /// Connects to the database, and makes the tables if it has none.
 Connector openLocation(const SqliteLocation& location, const std::string& name) {
-    // Held by the connector, since a database in memory ends with its last connection.
+    // The connector keeps it, because a database in memory ends with its last connection.
     auto first = std::make_shared<SqliteConnection>(location);
     retryWhileBusy([&] {
         makeTables(*first, name);

@@ -7,11 +7,10 @@
 
 namespace storage::kvxstore::database {
 
-/// Opens the store in a file, or makes it as the mode allows. Throws a StoreError or DatabaseError,
-/// and then leaves alone whatever is there.
+/// Opens the store in a file, or makes it as the mode allows. Fails as open() does.
 Connector openSqliteFile(const std::string& path, CreateMode mode);
 
-/// Makes a store in memory, which lasts as long as the connector and its connections.
+/// Makes a store in memory. It lasts as long as the connector and its connections.
 Connector openSqliteMemory();
 
 }  // namespace storage::kvxstore::database
