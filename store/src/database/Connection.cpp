@@ -40,16 +40,6 @@ std::int64_t Connection::number(std::string_view sql, std::initializer_list<Valu
     return row->integer(0);
 }
 
-std::vector<std::pair<std::int64_t, std::int64_t>> Connection::pairs(
-    std::string_view sql, std::initializer_list<Value> values) {
-    const Rows rows = query(sql, values);
-    std::vector<std::pair<std::int64_t, std::int64_t>> found;
-    while (rows->next()) {
-        found.emplace_back(rows->integer(0), rows->integer(1));
-    }
-    return found;
-}
-
 Transaction::Transaction(Connection& connection, Access access) : connection_(connection) {
     retryWhileBusy([&] { connection_.begin(access); });
 }

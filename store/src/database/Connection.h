@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
@@ -53,6 +53,16 @@ struct StatementReleaser {
     void operator()(Statement* statement) const noexcept { statement->release(); }
 };
 using Rows = std::unique_ptr<Statement, StatementReleaser>;
+
+/// Runs the statement to its end and returns what `make` makes of each row.
+template <class Make>
+auto collect(const Rows& rows, Make make) {
+    std::vector<std::invoke_result_t<Make, const Statement&>> all;
+    while (rows->next()) {
+        all.push_back(make(*rows));
+    }
+    return all;
+}
 
 enum class Access { READ, WRITE };
 
@@ -102,10 +112,6 @@ public:
 
     /// The integer in the first row of a query. A query without a row throws DAMAGED.
     std::int64_t number(std::string_view sql, std::initializer_list<Value> values = {});
-
-    /// All rows of a query for two integers.
-    std::vector<std::pair<std::int64_t, std::int64_t>> pairs(
-        std::string_view sql, std::initializer_list<Value> values = {});
 
     /// State that the users of the connection keep between transactions.
     std::any& attachment() { return attachment_; }

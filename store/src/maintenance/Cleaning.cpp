@@ -1,6 +1,7 @@
 #include "maintenance/Cleaning.h"
 
 #include <chrono>
+#include <utility>
 
 #include "maintenance/Leases.h"
 #include "namespace/Deletion.h"
@@ -35,9 +36,11 @@ std::int64_t collectGarbage(Connection& database) {
     const std::int64_t content = first->integer(0);
     std::int64_t work = 1;
     if (!isInUse(database, content)) {
-        for (const auto& [idx, chunk] :
-             database.pairs("select idx, chunk from extents where content = $1 limit $2",
-                            {content, chunksAtOnce})) {
+        const auto extents =
+            collect(database.query("select idx, chunk from extents where content = $1 limit $2",
+                                   {content, chunksAtOnce}),
+                    [](const auto& row) { return std::pair(row.integer(0), row.integer(1)); });
+        for (const auto& [idx, chunk] : extents) {
             database.execute("delete from extents where content = $1 and idx = $2", {content, idx});
             database.execute(
                 "delete from chunks where id = $1"

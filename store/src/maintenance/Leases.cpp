@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <string>
-#include <vector>
 
 namespace storage::kvxstore {
 
@@ -40,17 +39,12 @@ void closeLostHandles(database::Connection& database, std::int64_t instance, std
     if (hasHandles(database, instance)) {
         renewLease(database, instance, now);
     }
-    std::vector<std::string> lost;
-    {
-        const auto rows = database.query(
-            "select hash from handles h where not exists(select 1 from instances i"
-            " where i.id = h.instance and i.heartbeat > $1) or not exists(select 1"
-            " from sessions s where s.owner = h.owner and s.expires > $2)",
-            {now - leaseDuration.count(), now});
-        while (rows->next()) {
-            lost.push_back(rows->text(0));
-        }
-    }
+    const auto lost = collect(
+        database.query("select hash from handles h where not exists(select 1 from instances i"
+                       " where i.id = h.instance and i.heartbeat > $1) or not exists(select 1"
+                       " from sessions s where s.owner = h.owner and s.expires > $2)",
+                       {now - leaseDuration.count(), now}),
+        [](const auto& row) { return row.text(0); });
     for (const std::string& hash : lost) {
         deleteHandle(database, hash);
     }

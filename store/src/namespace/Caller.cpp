@@ -10,9 +10,9 @@ using database::Blob;
 namespace {
 
 SessionRow findSession(const Context& context) {
-    LookupCache& cache = LookupCache::on(context.database);
-    if (const SessionRow* session = cache.session(context.sessionId)) {
-        return *session;
+    auto& known = LookupCache::on(context.database).sessions();
+    if (const auto session = known.find(context.sessionId); session != known.end()) {
+        return session->second;
     }
     const std::string hash = hashOf(context.sessionId);
     const auto row =
@@ -20,9 +20,7 @@ SessionRow findSession(const Context& context) {
     if (!row->next()) {
         refuse(ErrorCode::INVALID_SESSION_ID);
     }
-    const SessionRow session{row->integer(0), row->integer(1)};
-    cache.addSession(context.sessionId, session);
-    return session;
+    return known[context.sessionId] = {row->integer(0), row->integer(1)};
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "namespace/Deletion.h"
 
+#include <utility>
+
 namespace storage::kvxstore {
 
 namespace {
@@ -36,8 +38,10 @@ void softDelete(const Context& context, const Node& node, std::int64_t seq) {
 
 bool purgeTrash(database::Connection& database) {
     std::int64_t left = nodesAtOnce;
-    const auto nodes = database.pairs("select id, bucket from nodes where parent = $1 limit $2",
-                                      {trashParent, nodesAtOnce});
+    const auto nodes =
+        collect(database.query("select id, bucket from nodes where parent = $1 limit $2",
+                               {trashParent, nodesAtOnce}),
+                [](const auto& row) { return std::pair(row.integer(0), row.integer(1)); });
     for (const auto& [node, bucket] : nodes) {
         if (left <= 0) {
             break;

@@ -1,7 +1,5 @@
 #include "namespace/Grants.h"
 
-#include <vector>
-
 #include "namespace/Usage.h"
 
 namespace storage::kvxstore {
@@ -44,16 +42,12 @@ void bindWaiting(const Context& context, std::int64_t user, const std::string& n
 }
 
 void dropSharing(const Context& context, std::int64_t user) {
-    std::vector<std::int64_t> nodes;
-    {
-        const auto rows = context.database.query(
-            "select node from grants where grantee = $1"
-            " union select node from invitations where recipient = $1 or inviter = $1",
-            {user});
-        while (rows->next()) {
-            nodes.push_back(rows->integer(0));
-        }
-    }
+    const auto nodes =
+        collect(context.database.query(
+                    "select node from grants where grantee = $1"
+                    " union select node from invitations where recipient = $1 or inviter = $1",
+                    {user}),
+                [](const auto& row) { return row.integer(0); });
     context.database.execute(
         "delete from grants where grantee = $1"
         " or invitation in (select id from invitations where inviter = $1)",

@@ -7,27 +7,6 @@ namespace storage::kvxstore {
 
 namespace {
 
-const std::string selectInvitation =
-    "select id, node, inviter, recipient, recipient_name, type, level, status, created, origin"
-    " from invitations where ";
-const std::string selectInvitationById = selectInvitation + "id = $1";
-const std::string selectInvitationsByNode = selectInvitation + "node = $1 order by created, id";
-const std::string selectPendingInvitations =
-    selectInvitation + "recipient = $1 and status = 0 order by created, id";
-const std::string selectSentOrReceived =
-    selectInvitation + "inviter = $1 or recipient = $1 order by created, id";
-const std::string selectMadeFrom = selectInvitation + "origin = $1 and recipient = $2";
-
-std::vector<InvitationRow> readRows(const database::Rows& rows) {
-    std::vector<InvitationRow> found;
-    while (rows->next()) {
-        found.push_back({rows->text(0), rows->integer(1), rows->integer(2), rows->integer(3),
-                         rows->text(4), InvitationType(rows->integer(5)), Right(rows->integer(6)),
-                         InvitationStatus(rows->integer(7)), rows->integer(8), rows->text(9)});
-    }
-    return found;
-}
-
 UserProfile profileOf(const Context& context, std::int64_t user, const std::string& name) {
     const auto row = context.database.query(
         "select name, email, first_name, last_name from users where id = $1", {user});
@@ -45,7 +24,7 @@ UserProfile profileOf(const Context& context, std::int64_t user, const std::stri
 }  // namespace
 
 InvitationRow findInvitation(const Context& context, std::int64_t user, const std::string& id) {
-    auto rows = readRows(context.database.query(selectInvitationById, {id}));
+    auto rows = selectInvitations(context, "id = $1", {id});
     if (rows.empty() || (rows.front().inviter != user && rows.front().recipient != user &&
                          rows.front().type != InvitationType::OPEN)) {
         refuse(ErrorCode::RESOURCE_NOT_FOUND);
@@ -53,22 +32,19 @@ InvitationRow findInvitation(const Context& context, std::int64_t user, const st
     return std::move(rows.front());
 }
 
-std::vector<InvitationRow> invitationsTo(const Context& context, std::int64_t node) {
-    return readRows(context.database.query(selectInvitationsByNode, {node}));
-}
-
-std::vector<InvitationRow> pendingInvitations(const Context& context, std::int64_t user) {
-    return readRows(context.database.query(selectPendingInvitations, {user}));
-}
-
-std::vector<InvitationRow> sentOrReceivedInvitations(const Context& context, std::int64_t user) {
-    return readRows(context.database.query(selectSentOrReceived, {user}));
-}
-
-std::optional<InvitationRow> invitationMadeFrom(const Context& context, const InvitationRow& open,
-                                                std::int64_t user) {
-    auto rows = readRows(context.database.query(selectMadeFrom, {open.id, user}));
-    return rows.empty() ? std::nullopt : std::optional(std::move(rows.front()));
+std::vector<InvitationRow> selectInvitations(const Context& context, std::string_view condition,
+                                             std::initializer_list<database::Value> values) {
+    std::string sql =
+        "select id, node, inviter, recipient, recipient_name, type, level, status, created, origin"
+        " from invitations where ";
+    sql.append(condition).append(" order by created, id");
+    return collect(context.database.query(sql, values), [](const auto& row) {
+        return InvitationRow{row.text(0),           row.integer(1),
+                             row.integer(2),        row.integer(3),
+                             row.text(4),           InvitationType(row.integer(5)),
+                             Right(row.integer(6)), InvitationStatus(row.integer(7)),
+                             row.integer(8),        row.text(9)};
+    });
 }
 
 Invitation describe(const Context& context, const InvitationRow& row) {

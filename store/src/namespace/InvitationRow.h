@@ -1,7 +1,8 @@
 #pragma once
 
-#include <optional>
+#include <initializer_list>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "namespace/Node.h"
@@ -28,18 +29,9 @@ struct InvitationRow {
 /// open. Any other is refused with RESOURCE_NOT_FOUND.
 InvitationRow findInvitation(const Context& context, std::int64_t user, const std::string& id);
 
-/// The invitations to a node, the oldest first.
-std::vector<InvitationRow> invitationsTo(const Context& context, std::int64_t node);
-
-/// The unanswered invitations that a user received, the oldest first.
-std::vector<InvitationRow> pendingInvitations(const Context& context, std::int64_t user);
-
-/// The invitations that a user sent or received, the oldest first.
-std::vector<InvitationRow> sentOrReceivedInvitations(const Context& context, std::int64_t user);
-
-/// The invitation that a user made from an open one by answering it.
-std::optional<InvitationRow> invitationMadeFrom(const Context& context, const InvitationRow& open,
-                                                std::int64_t user);
+/// The invitations that meet a condition in SQL, the oldest first.
+std::vector<InvitationRow> selectInvitations(const Context& context, std::string_view condition,
+                                             std::initializer_list<database::Value> values);
 
 /// The invitation as its readers see it. One whose folder was deleted has a tombstone and no
 /// resource.

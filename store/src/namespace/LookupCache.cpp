@@ -1,30 +1,6 @@
 #include "namespace/LookupCache.h"
 
-#include <utility>
-
 namespace storage::kvxstore {
-
-namespace {
-
-constexpr std::size_t mostEntries = 1024;
-/// A resolved path has a node for each level.
-constexpr std::size_t mostLevels = 32;
-
-template <class Map>
-const typename Map::mapped_type* find(const Map& map, const std::string& key) {
-    const auto found = map.find(key);
-    return found == map.end() ? nullptr : &found->second;
-}
-
-template <class Map, class Entry>
-void add(Map& map, std::string key, const Entry& entry) {
-    if (map.size() >= mostEntries) {
-        map.clear();
-    }
-    map.emplace(std::move(key), entry);
-}
-
-}  // namespace
 
 LookupCache& LookupCache::on(database::Connection& connection) {
     std::any& attachment = connection.attachment();
@@ -34,33 +10,22 @@ LookupCache& LookupCache::on(database::Connection& connection) {
     return *std::any_cast<LookupCache>(&attachment);
 }
 
-const SessionRow* LookupCache::session(const std::string& id) {
-    clearAfterWrites();
-    return find(sessions_, id);
-}
+std::unordered_map<std::string, SessionRow>& LookupCache::sessions() { return present(sessions_); }
 
-const ResolvedPath* LookupCache::folder(const std::string& key) {
-    clearAfterWrites();
-    return find(folders_, key);
-}
+std::unordered_map<std::string, ResolvedPath>& LookupCache::folders() { return present(folders_); }
 
-void LookupCache::addSession(const std::string& id, const SessionRow& session) {
-    add(sessions_, id, session);
-}
-
-void LookupCache::addFolder(std::string key, const ResolvedPath& folder) {
-    if (folder.chain.size() <= mostLevels) {
-        add(folders_, std::move(key), folder);
-    }
-}
-
-void LookupCache::clearAfterWrites() {
+template <class Map>
+Map& LookupCache::present(Map& map) {
+    constexpr std::size_t mostEntries = 1024;
     const database::DataVersion version = connection_.version();
     if (version != version_) {
         sessions_.clear();
         folders_.clear();
         version_ = version;
+    } else if (map.size() > mostEntries) {
+        map.clear();
     }
+    return map;
 }
 
 }  // namespace storage::kvxstore

@@ -21,18 +21,17 @@ public:
 
     explicit LookupCache(database::Connection& connection) : connection_(connection) {}
 
-    /// Null for an unknown session, as with folder(). The results are valid until the next call.
-    const SessionRow* session(const std::string& id);
-    const ResolvedPath* folder(const std::string& key);
-    void addSession(const std::string& id, const SessionRow& session);
-    void addFolder(std::string key, const ResolvedPath& folder);
+    /// The present entries, for lookups and additions until the next write.
+    std::unordered_map<std::string, SessionRow>& sessions();
+    std::unordered_map<std::string, ResolvedPath>& folders();
 
     /// Keeps the entries in spite of the writes since the last lookup.
     /// REQUIRES: they moved and removed no folder, changed no right and ended no session.
     void keep() { version_ = connection_.version(); }
 
 private:
-    void clearAfterWrites();
+    template <class Map>
+    Map& present(Map& map);
 
     database::Connection& connection_;
     database::DataVersion version_;

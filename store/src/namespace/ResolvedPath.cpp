@@ -11,6 +11,8 @@ namespace storage::kvxstore {
 
 namespace {
 
+constexpr std::size_t mostLevels = 32;
+
 const std::string selectBucket = "select id, name, root, owner from buckets where ";
 const std::string selectBucketById = selectBucket + "id = $1";
 const std::string selectBucketByName = selectBucket + "name = $1";
@@ -59,7 +61,7 @@ ResolvedPath rootOf(const Context& context, std::int64_t user, const std::string
     return path;
 }
 
-/// Resolves the path of a folder, by way of the cache.
+/// Resolves the path of a folder. The cache keeps it unless it is very deep.
 ResolvedPath folderAt(const Context& context, std::int64_t user, const std::string& bucket,
                       const std::vector<std::string>& names) {
     std::string key = std::to_string(user);
@@ -68,16 +70,16 @@ ResolvedPath folderAt(const Context& context, std::int64_t user, const std::stri
     }
     // No name contains a NUL, but the bucket of a request may contain anything.
     key.append(1, '\0').append(bucket);
-    LookupCache& cache = LookupCache::on(context.database);
-    if (const ResolvedPath* folder = cache.folder(key)) {
-        return *folder;
+    auto& known = LookupCache::on(context.database).folders();
+    if (const auto folder = known.find(key); folder != known.end()) {
+        return folder->second;
     }
     ResolvedPath path = rootOf(context, user, bucket);
     for (const std::string& name : names) {
         descend(context, path, name);
     }
-    if (path.exists() && path.chain.back().kind == Kind::FOLDER) {
-        cache.addFolder(std::move(key), path);
+    if (path.exists() && path.chain.back().kind == Kind::FOLDER && names.size() < mostLevels) {
+        known.emplace(std::move(key), path);
     }
     return path;
 }

@@ -11,18 +11,6 @@ namespace {
 
 bool isRoot(const Node& node) { return node.parent == rootParent; }
 
-/// A permission in the form of an invitation, which says where the folder is.
-Invitation asInvitation(const Context& context, std::int64_t user, std::int64_t owner,
-                        const Node& folder, Right right) {
-    InvitationRow row;
-    row.node = folder.id;
-    row.inviter = owner;
-    row.recipient = user;
-    row.right = right;
-    row.status = InvitationStatus::ACCEPTED;
-    return describe(context, row);
-}
-
 /// Describes how the folder is shared with a user who does not own it.
 void describeGrant(const Context& context, std::int64_t user, const Node& folder,
                    FolderSummary& summary) {
@@ -34,11 +22,17 @@ void describeGrant(const Context& context, std::int64_t user, const Node& folder
     if (!grant->next()) {
         return;
     }
-    const std::string invitation = grant->text(0);
-    summary.withSharedFolder(true).withInvitation(
-        invitation.empty()
-            ? asInvitation(context, user, grant->integer(2), folder, Right(grant->integer(1)))
-            : describe(context, findInvitation(context, user, invitation)));
+    InvitationRow row;
+    if (const std::string invitation = grant->text(0); !invitation.empty()) {
+        row = findInvitation(context, user, invitation);
+    } else {  // A permission in the form of an invitation, which says where the folder is.
+        row.node = folder.id;
+        row.inviter = grant->integer(2);
+        row.recipient = user;
+        row.right = Right(grant->integer(1));
+        row.status = InvitationStatus::ACCEPTED;
+    }
+    summary.withSharedFolder(true).withInvitation(describe(context, row));
 }
 
 void describeSharing(const Context& context, std::int64_t user, const Node& folder,
@@ -51,7 +45,7 @@ void describeSharing(const Context& context, std::int64_t user, const Node& fold
         return;
     }
     summary.withSharedFolder(true);
-    const std::vector<InvitationRow> invitations = invitationsTo(context, folder.id);
+    const auto invitations = selectInvitations(context, "node = $1", {folder.id});
     if (!invitations.empty()) {
         summary.withInvitation(describe(context, invitations.front()));
         summary.withHasActiveLink(
@@ -125,9 +119,8 @@ Listing listChildren(const Context& context, std::int64_t user, const Node& fold
     return listing;
 }
 
-std::vector<FolderSummary> foldersSharedWith(const Context& context, std::int64_t user,
-                                             bool showHidden) {
-    std::vector<FolderSummary> folders;
+void addFoldersSharedWith(const Context& context, std::int64_t user, bool showHidden,
+                          std::vector<FolderSummary>& folders) {
     const auto rows = context.database.query(
         "select n.id from nodes n where n.kind = 0"
         " and n.id in (select node from grants where grantee = $1) order by n.name, n.id",
@@ -139,19 +132,17 @@ std::vector<FolderSummary> foldersSharedWith(const Context& context, std::int64_
             folders.push_back(summarizeElsewhere(context, path));
         }
     }
-    return folders;
 }
 
-std::vector<FolderSummary> foldersOfferedTo(const Context& context, std::int64_t user) {
-    std::vector<FolderSummary> folders;
-    for (const InvitationRow& row : pendingInvitations(context, user)) {
+void addFoldersOfferedTo(const Context& context, std::int64_t user,
+                         std::vector<FolderSummary>& folders) {
+    for (const auto& row : selectInvitations(context, "recipient = $1 and status = 0", {user})) {
         const ResolvedPath path = resolveNode(context, user, row.node);
         if (!path.chain.empty()) {
             folders.push_back(
                 summarizeElsewhere(context, path).withInvitation(describe(context, row)));
         }
     }
-    return folders;
 }
 
 }  // namespace storage::kvxstore

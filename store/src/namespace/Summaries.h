@@ -30,11 +30,12 @@ struct Listing {
 Listing listChildren(const Context& context, std::int64_t user, const Node& folder,
                      bool showHidden);
 
-/// The folders that others share with the user, each with an invitation that says where it is.
-std::vector<FolderSummary> foldersSharedWith(const Context& context, std::int64_t user,
-                                             bool showHidden);
+/// Adds the folders that others share with the user, each with an invitation that says where it is.
+void addFoldersSharedWith(const Context& context, std::int64_t user, bool showHidden,
+                          std::vector<FolderSummary>& folders);
 
-/// The folders of the invitations that the user has not answered.
-std::vector<FolderSummary> foldersOfferedTo(const Context& context, std::int64_t user);
+/// Adds the folders of the invitations that the user has not answered.
+void addFoldersOfferedTo(const Context& context, std::int64_t user,
+                         std::vector<FolderSummary>& folders);
 
 }  // namespace storage::kvxstore

@@ -106,11 +106,13 @@ void copyBelow(const Context& context, const Node& source, const Node& target) {
         Node folder = target;
         folder.id = to;
         copyChildren(context, from, folder);
-        const auto pairs = context.database.pairs(
+        const auto folders = context.database.query(
             "select o.id, n.id from nodes n join nodes o on o.parent = $2 and o.name = n.name"
             " where n.parent = $1 and n.kind = 0",
             {to, from});
-        pending.insert(pending.end(), pairs.begin(), pairs.end());
+        while (folders->next()) {
+            pending.emplace_back(folders->integer(0), folders->integer(1));
+        }
     }
 }
 

@@ -81,18 +81,11 @@ std::vector<User> listUsers(const Context& context) {
         "select u.name, u.email, u.first_name, u.last_name, u.quota,"
         " coalesce(cast(sum(b.used) as bigint), 0) from users u"
         " left join buckets b on b.owner = u.id group by u.id order by u.name");
-    std::vector<User> users;
-    while (rows->next()) {
-        User user;
-        user.name = toUtf16(rows->bytes(0));
-        user.emailAddress = toUtf16(rows->bytes(1));
-        user.firstName = toUtf16(rows->bytes(2));
-        user.lastName = toUtf16(rows->bytes(3));
-        user.quota = static_cast<unsigned long>(rows->integer(4));
-        user.used = static_cast<unsigned long>(rows->integer(5));
-        users.push_back(std::move(user));
-    }
-    return users;
+    return collect(rows, [](const auto& row) {
+        return User{{toUtf16(row.bytes(0)), toUtf16(row.bytes(1)), toUtf16(row.bytes(2)),
+                     toUtf16(row.bytes(3)), static_cast<unsigned long>(row.integer(4))},
+                    static_cast<unsigned long>(row.integer(5))};
+    });
 }
 
 std::string renewToken(const Context& context, const std::u16string& user) {
@@ -126,12 +119,10 @@ std::vector<Bucket> listBuckets(const Context& context) {
     const auto rows = context.database.query(
         "select b.name, u.name, b.used from buckets b join users u on u.id = b.owner"
         " order by b.name");
-    std::vector<Bucket> buckets;
-    while (rows->next()) {
-        buckets.push_back({toUtf16(rows->bytes(0)), toUtf16(rows->bytes(1)),
-                           static_cast<unsigned long>(rows->integer(2))});
-    }
-    return buckets;
+    return collect(rows, [](const auto& row) {
+        return Bucket{toUtf16(row.bytes(0)), toUtf16(row.bytes(1)),
+                      static_cast<unsigned long>(row.integer(2))};
+    });
 }
 
 Statistics countAll(const Context& context) {

@@ -152,12 +152,9 @@ std::vector<VisibleBucket> visibleBuckets(const Context& context, std::int64_t u
         " (select n.bucket from grants g join nodes n on n.id = g.node where g.grantee = $1)"
         " order by id",
         {user});
-    std::vector<VisibleBucket> buckets;
-    while (rows->next()) {
-        buckets.push_back(
-            {rows->integer(0), rows->text(1), rows->integer(2) != 0, rows->integer(3)});
-    }
-    return buckets;
+    return collect(rows, [](const auto& row) {
+        return VisibleBucket{row.integer(0), row.text(1), row.integer(2) != 0, row.integer(3)};
+    });
 }
 
 /// The changes of a bucket after a known one, visible to the user or not.
@@ -172,12 +169,10 @@ std::vector<Change> changesAfter(const Context& context, std::int64_t user,
         " union select node, parent, name, kind, seq from vacated where bucket = $1 and seq > $2"
         " order by seq",
         {bucket.id, known, user});
-    std::vector<Change> changes;
-    while (rows->next()) {
-        changes.push_back({rows->integer(0), rows->integer(1), rows->text(2),
-                           Kind(rows->integer(3)), rows->integer(4)});
-    }
-    return changes;
+    return collect(rows, [](const auto& row) {
+        return Change{row.integer(0), row.integer(1), row.text(2), Kind(row.integer(3)),
+                      row.integer(4)};
+    });
 }
 
 }  // namespace

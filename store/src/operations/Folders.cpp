@@ -1,6 +1,5 @@
 #include "operations/Operations.h"
 
-#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -19,11 +18,6 @@ bool isHome(const Context& context, const ResolvedPath& path) {
     return path.names.empty() && path.bucket.owner == path.user &&
            context.database.number("select name = $2 from users where id = $1",
                                    {path.user, path.bucket.name}) != 0;
-}
-
-template <class Elements>
-void append(Elements& elements, Elements more) {
-    std::move(more.begin(), more.end(), std::back_inserter(elements));
 }
 
 }  // namespace
@@ -67,10 +61,10 @@ FolderListResponse listFolder(const Context& context, const FolderListRequest& r
     Listing listing = listChildren(context, path.user, folder, request.getShowHidden());
     if (isHome(context, path)) {
         if (request.getShowShared()) {
-            append(listing.folders, foldersSharedWith(context, path.user, request.getShowHidden()));
+            addFoldersSharedWith(context, path.user, request.getShowHidden(), listing.folders);
         }
         if (request.getIncludeInvitations()) {
-            append(listing.folders, foldersOfferedTo(context, path.user));
+            addFoldersOfferedTo(context, path.user, listing.folders);
         }
     }
     FolderListResponse response(summarizeFolder(context, path.user, folder));
@@ -97,7 +91,7 @@ MultiFolderListResponse listMultiFolder(const Context& context,
             }
         });
         if (request.getShowShared() && isHome(context, top) && path == u"/") {
-            append(listing.folders, foldersSharedWith(context, top.user, true));
+            addFoldersSharedWith(context, top.user, true, listing.folders);
         }
         ResourceAndFolderList entry(Resource(path, bucket));
         entry.withFolderSummary(summarizeFolder(context, top.user, folder))

@@ -37,8 +37,9 @@ std::int64_t findRecipient(const Context& context, const std::string& text) {
 
 /// The user's own invitation from an open one, which is made now if there is none yet.
 InvitationRow ownFrom(const Context& context, const InvitationRow& open, std::int64_t user) {
-    if (auto existing = invitationMadeFrom(context, open, user)) {
-        return *std::move(existing);
+    auto existing = selectInvitations(context, "origin = $1 and recipient = $2", {open.id, user});
+    if (!existing.empty()) {
+        return std::move(existing.front());
     }
     InvitationRow own = open;
     own.recipient = user;
@@ -170,7 +171,7 @@ InvitationListResponse listInvitations(const Context& context,
     const std::int64_t user = requireUser(context);
     const std::u16string ownBucket = toUtf16(userName(context, user));
     std::vector<Invitation> invitations;
-    for (const auto& row : sentOrReceivedInvitations(context, user)) {
+    for (const auto& row : selectInvitations(context, "inviter = $1 or recipient = $1", {user})) {
         Invitation invitation = describe(context, row);
         if (matches(request, ownBucket, invitation)) {
             invitations.push_back(std::move(invitation));

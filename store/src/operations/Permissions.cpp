@@ -49,17 +49,14 @@ PermissionListResponse listPermissions(const Context& context,
         "select id, name, level, grantee from grants where node = $1 and invitation = ''"
         " order by id",
         {path.node(Right::OWN).id});
-    std::vector<Permission> permissions;
-    while (rows->next()) {
-        const bool writes = Right(rows->integer(2)) == Right::WRITE;
-        permissions.push_back(Permission()
-                                  .withPermissionId(std::to_string(rows->integer(0)))
-                                  .withSubject(toUtf16(rows->bytes(1)))
-                                  .withResource(path.resource())
-                                  .withOperation(writes ? "READ_WRITE" : "READ")
-                                  .withStatus(rows->integer(3) == 0 ? "PENDING" : "ACTIVE"));
-    }
-    return PermissionListResponse().withPermissions(std::move(permissions));
+    return PermissionListResponse().withPermissions(collect(rows, [&](const auto& row) {
+        return Permission()
+            .withPermissionId(std::to_string(row.integer(0)))
+            .withSubject(toUtf16(row.bytes(1)))
+            .withResource(path.resource())
+            .withOperation(Right(row.integer(2)) == Right::WRITE ? "READ_WRITE" : "READ")
+            .withStatus(row.integer(3) == 0 ? "PENDING" : "ACTIVE");
+    }));
 }
 
 }  // namespace storage::kvxstore::operations

@@ -11,15 +11,15 @@ VersionListResponse listVersions(const Context& context, const VersionListReques
     Node version = path.node(Kind::FILE);
     const auto rows = context.database.query(
         "select label, created from versions where node = $1 order by label", {version.id});
-    std::vector<VersionSummary> versions;
-    while (rows->next()) {
-        version.label = rows->integer(0);
-        versions.push_back(VersionSummary()
-                               .withVersionId(versionIdOf(version))
-                               .withVersionLabel(static_cast<int>(version.label))
-                               .withCreated(toTime(rows->integer(1))));
-    }
-    return VersionListResponse().withName(toUtf16(version.name)).withVersions(std::move(versions));
+    return VersionListResponse()
+        .withName(toUtf16(version.name))
+        .withVersions(collect(rows, [&](const auto& row) {
+            version.label = row.integer(0);
+            return VersionSummary()
+                .withVersionId(versionIdOf(version))
+                .withVersionLabel(static_cast<int>(version.label))
+                .withCreated(toTime(row.integer(1)));
+        }));
 }
 
 /// Makes an earlier content the current one, without copying a byte. It gets a new label in any
