@@ -250,19 +250,18 @@ TEST_F(ProcessesTest, NoWriterStarvesBesideAnother) {
                          << worst / 1ms << " ms, mean " << total / calls / 1us << " us\n";
 }
 
-TEST(ProcessesTest, TellsWhenAnotherProgramKeepsTheStoreLocked) {
+TEST_F(ProcessesTest, TellsWhenAnotherProgramKeepsTheStoreLocked) {
     if (!isSoak()) {
         GTEST_SKIP() << "waits for ten seconds: see script/soak";
     }
-    const TemporaryFolder folder;
     const auto store = Store::open(folder.url());
     const RawDatabase other(folder.file("store.db"));
     other.run("begin immediate");
-    const auto error = storeErrorOf([&] { store->createUser({.name = u"main"}); });
+    const auto error = storeErrorOf([&] { store->createUser({.name = u"late"}); });
     ASSERT_TRUE(error);
     EXPECT_EQ(error->code(), StoreErrorCode::IN_USE);
     other.run("rollback");
-    EXPECT_FALSE(storeErrorOf([&] { store->createUser({.name = u"main"}); }));
+    EXPECT_FALSE(storeErrorOf([&] { store->createUser({.name = u"late"}); }));
 }
 
 }  // namespace
