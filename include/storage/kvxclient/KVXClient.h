@@ -10,6 +10,7 @@
 
 #include "storage/kvxclient/CompletionHandler.h"
 #include "storage/kvxclient/Export.h"
+#include "storage/kvxclient/LockLayout.h"
 #include "storage/kvxclient/SessionRecords.h"
 
 namespace storage::kvxclient {
