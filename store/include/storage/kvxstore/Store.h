@@ -27,15 +27,17 @@ class Engine;
 /// file at once. Every member may be called from any thread.
 ///
 /// @par What calls mean here
-/// An empty bucket in a Resource is the caller's own, the one of his name. A path is "/" or names
-/// that each follow a "/": not empty, not "." or "..", at most 255 UTF-16 units, no NUL, no
-/// unpaired surrogate; at most 4,096 units together. Names differ by code units. A name beginning
-/// with "." is hidden; listMultiFolder lists the whole subtree, hidden names included. Attributes
-/// have the type "FILE" or "FOLDER"; the root's name is empty. Every write of a file counts its
-/// version label up by one, from 1. A move keeps times and versions; a copy begins anew at version
-/// 1 with the current content. New content resets the client's time of modification to the epoch.
-/// A download location is good for 15 minutes, for whoever has it, and gives the content it was
-/// made for even when the file has changed or gone.
+/// An empty bucket in a Resource is the bucket of the caller's name. A path is "/" or names that
+/// each follow a "/": not empty, not "." or "..", at most 255 UTF-16 units, no NUL, no unpaired
+/// surrogate; at most 4,096 units together. Names differ by code units. A name beginning with "."
+/// is hidden; listMultiFolder lists the whole subtree, including hidden names. Attributes have the
+/// type "FILE" or "FOLDER"; the root's name is empty. Every write of a file increases its version
+/// label by one, from 1. A move keeps times and versions; a copy starts at version 1 with the
+/// current content. New content resets the client's time of modification to the epoch. Anybody who
+/// has a download location may use it for 15 minutes; it gives the content it was made for, even
+/// if the file has changed or is gone. A read beyond the end of a file gives the bytes that exist,
+/// possibly none. An empty watermark lists everything from the beginning; a text that is no
+/// watermark of this store is refused with RESOURCE_NOT_FOUND.
 ///
 /// @par Threads
 /// Calls run on threads of the store, and every completion handler runs on one of two further
@@ -45,7 +47,8 @@ class Engine;
 /// enough waiting handlers would leave no thread to complete what they wait for. What a handler
 /// throws is dropped. A call made while 1,024 calls or 64 MiB of content wait for their turn waits
 /// for room, but not on a thread of the store. The stream of a downloadFile is made, written and
-/// destroyed on a reading thread, which must not wait for another call of the store either.
+/// destroyed on a reading thread, before the call completes; the stream must not wait for another
+/// call of the store either.
 ///
 /// @par Errors of calls
 /// A call that the store refuses completes with a KVXClientException of the fitting code; UNKNOWN
