@@ -63,8 +63,8 @@ public:
         }
     }
 
-    // A field: it starts at its default; another value makes the setter's round trip through
-    // copies and moves, and makes the record another, unless equality leaves the field out.
+    // A field: it starts at `start`; another value survives copies and moves, and makes the record
+    // unequal, unless equality leaves the field out.
     template <class Setter, class Getter, class Value>
     Check& field(Setter set, Getter get, const Value& value, const Value& start = Value(),
                  bool isLeftOut = false) {
@@ -84,7 +84,7 @@ public:
         return *this;
     }
 
-    // A list, as a field, whose order counts too.
+    // A list: a field whose order counts too.
     template <class Setter, class Getter, class Value>
     Check& list(Setter set, Getter get, const Value& one, const Value& other) {
         field(set, get, std::vector{one, other});
@@ -236,7 +236,7 @@ TEST(Records, ofListings) {
     static_assert(!std::is_default_constructible_v<ResourceAndFolderList>);
 }
 
-// Appending is how content is set.
+// Content is set by appending.
 template <class Record>
 Record& append(Record& record, const std::string& content) {
     record.appendContent(content.data(), content.size());
