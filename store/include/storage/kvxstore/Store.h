@@ -36,7 +36,9 @@ class Engine;
 /// move keeps times and versions; a copy has the current content as its version 1. New content
 /// resets the client's time of modification to the epoch. A download location serves anyone who has
 /// it for 15 minutes, and gives the content it was made for even after the file was changed or
-/// deleted.
+/// deleted. A read beyond the end of a file gives the bytes that exist, possibly none. An empty
+/// watermark lists everything from the beginning; a text that is no watermark of this store is
+/// refused with RESOURCE_NOT_FOUND.
 ///
 /// @par Threads
 /// Calls run on threads of the store. Every completion handler runs exactly once, on one of two
@@ -46,7 +48,7 @@ class Engine;
 /// handlers would leave no thread to complete what they wait for. Exceptions of handlers are
 /// dropped. A call made while 1,024 calls or 64 MiB of content are queued waits for room, except on
 /// a thread of the store. The stream of a downloadFile is made, written and destroyed on a reading
-/// thread, which must not wait for another call of the store either.
+/// thread, before the call completes; it must not wait for another call of the store either.
 ///
 /// @par Errors of calls
 /// A refused call completes with a KVXClientException of the fitting code. UNKNOWN means a value
