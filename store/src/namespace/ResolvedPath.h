@@ -41,8 +41,8 @@ struct ResolvedPath {
     Resource parentResource() const;
 };
 
-/// Resolves the path of a resource with the rights of the caller. A path below which the caller
-/// sees nothing is refused with RESOURCE_NOT_FOUND, whether or not it exists.
+/// Resolves the path of a resource with the rights of the caller. Refused with RESOURCE_NOT_FOUND
+/// when the caller may not see the last node on it, whether or not the path goes on from there.
 ResolvedPath resolve(const Context& context, const Resource& resource);
 
 /// The present path of a node with the rights of a user, who perhaps has none. The chain is empty
