@@ -29,6 +29,8 @@ endfunction()
 
 kvx_install_library(kvxclient client client-dev ${PROJECT_SOURCE_DIR}/include
     "${PROJECT_DESCRIPTION}" "" "-lboost_thread -lboost_system")
+install(DIRECTORY ${PROJECT_BINARY_DIR}/include/
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT client-dev)
 kvx_install_library(kvxtransport client-dev client-dev ${PROJECT_SOURCE_DIR}/transport/include
     "Headers to make transports of kvxclient with" "kvxclient" "")
 if(KVXCLIENT_BUILD_STORE)

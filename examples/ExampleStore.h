@@ -8,7 +8,7 @@
 
 namespace example {
 
-/// A store in memory, so that the examples need nothing else.
+/// A store in memory, so that the examples need no file.
 inline std::shared_ptr<storage::kvxstore::Store> openStore() {
     return storage::kvxstore::Store::open("sqlite::memory:");
 }

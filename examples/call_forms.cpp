@@ -1,4 +1,4 @@
-// The three forms of a call, and where their failures arrive.
+// The three forms of a call, and how each reports a failure.
 
 #include <iostream>
 

@@ -32,7 +32,7 @@ int main() {
         std::cout << utf8(file.getName()) << ' ' << file.getSize() << '\n';
     }
 
-    // The listings come in the order of their paths.
+    // The listings are ordered by path.
     const auto tree = files->listMultiFolder(Resource(u"/music", u"anna"));
     for (const auto& folder : tree.getFolders()) {
         std::cout << utf8(folder.getParentResource().getPath()) << ": " << folder.getFiles().size()

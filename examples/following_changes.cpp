@@ -1,4 +1,4 @@
-// Follows what changes: each answer carries the watermark for the next question.
+// Follows changes: each response carries the watermark for the next request.
 
 #include <iostream>
 

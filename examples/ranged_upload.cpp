@@ -18,7 +18,7 @@ int main() {
                 FileHandleReadWriteCreateRequest(resource).withCreateMode(FileCreateMode::CREATE))
             .getFileHandleId();
 
-    // The bytes stay ours: they live until the calls have completed.
+    // The requests do not copy the bytes: they must live until the calls have completed.
     const std::vector<unsigned char> bytes(10 * 1024 * 1024, 'x');
     std::vector<std::future<FileContentWriteResponse>> writes;
     for (std::size_t start = 0; start < bytes.size(); start += BufferSize::MAX_WRITE_BUFFER_SIZE) {
@@ -45,6 +45,7 @@ int main() {
         std::cout << byte;
     }
     std::cout << '\n';
-    files->closeFileHandle(
-        FileHandleCloseRequest(resource).withFileHandleId(opened.getFileHandleId()));
+    files->closeFileHandle(FileHandleCloseRequest(resource)
+                               .withFileHandleId(opened.getFileHandleId())
+                               .withOperation(FileHandleCloseOperation::COMMIT_CHANGES));
 }

@@ -1,4 +1,4 @@
-// Keeps a session alive: logs in again in time, and when the service says that it is over.
+// Keeps a session alive: logs in again in time, and when the service reports that it has expired.
 
 #include <atomic>
 #include <chrono>
@@ -43,7 +43,7 @@ private:
 }  // namespace
 
 int main() {
-    // The clock of this example is moved by hand.
+    // This example moves its clock by hand.
     const auto now = std::make_shared<std::atomic<Clock::time_point>>(Clock::now());
     const auto clock = [now] { return now->load(); };
     storage::kvxstore::StoreOptions options;

@@ -1,4 +1,4 @@
-// Shares a folder with another user by an invitation, and takes it back.
+// Shares a folder with another user by an invitation, and deletes the invitation.
 
 #include <iostream>
 

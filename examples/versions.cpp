@@ -1,4 +1,4 @@
-// Lists the versions of a file and restores one, through a small transport of one's own.
+// Lists the versions of a file and restores one, through a small transport.
 
 #include <cstdlib>
 #include <fstream>
@@ -31,7 +31,7 @@ int main() {
             std::cout << "version " << version.getVersionLabel() << '\n';
         }
         versions.restoreVersion(
-            VersionRestoreRequest(report).withVersionId("1").withCreateNewVersion(true));
+            VersionRestoreRequest(report).withVersionLabel(1).withCreateNewVersion(true));
         std::cout << versions.listVersions(report).getVersions().size() << " versions\n";
         std::cout << std::ifstream(folder / "report").rdbuf();
 

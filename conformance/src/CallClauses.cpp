@@ -13,7 +13,7 @@ std::u16string numbered(char16_t letter, int number) {
     return letter + std::u16string(digits.begin(), digits.end());
 }
 
-/// Runs an action in several threads at once; what one throws fails the clause.
+/// Runs an action in several threads at once; an exception fails the clause.
 void inThreads(int count, const std::function<void(int)>& action) {
     std::vector<std::thread> threads;
     for (int i = 0; i < count; ++i) {
@@ -40,7 +40,7 @@ FolderCalls startFolders(const Participant& who, const Resource& folder, int cou
     return calls;
 }
 
-/// How many of the calls were cancelled; the others must have succeeded.
+/// Counts the cancelled calls; the others must have succeeded.
 int countCancelled(const FolderCalls& calls) {
     int cancelled = 0;
     for (const auto& call : calls) {
@@ -56,7 +56,7 @@ int countCancelled(const FolderCalls& calls) {
 const Clauses callClauses{
     {"calls.handler.mayStartACall",
      [](Scene& s) {
-         // Each handler starts the next call; the last one tells.
+         // Each handler starts the next call; the last one completes the promise.
          std::promise<void> done;
          std::function<void(int)> step = [&](int depth) {
              if (depth == 30) {
@@ -123,8 +123,8 @@ const Clauses callClauses{
      }},
     {"calls.cancel.endsWhatIsOutstanding",
      [](Scene& s) {
-         // The calls may all complete just before they are cancelled, but not time after time;
-         // where each completes before it returns, there is nothing to cancel.
+         // All calls may complete just before they are cancelled, but not every time. If each
+         // completes before it returns, there is nothing to cancel.
          int cancelled = 0;
          int outstanding = 0;
          for (int attempt = 0; attempt < 10 && cancelled == 0; ++attempt) {

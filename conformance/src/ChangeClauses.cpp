@@ -4,7 +4,7 @@ namespace storage::kvxconformance {
 
 namespace {
 
-/// The caller's changes as far as they lie in the scene's folder.
+/// The caller's changes in the scene's folder.
 class Watcher {
 public:
     Watcher(Scene& s, const Participant& who) : folder_(s.folder), who_(who) { next(); }

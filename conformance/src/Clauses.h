@@ -11,11 +11,11 @@
 
 namespace storage::kvxconformance {
 
-/// One requirement. Beside what it checks, every call it makes must complete exactly once.
+/// One requirement. In addition, every call that a clause makes must complete exactly once.
 struct Clause {
     std::string id;
     std::function<void(Scene&)> check;
-    /// Capabilities beside the one that the id begins with, as in "handles.read.ranges".
+    /// Capabilities in addition to the one that the id begins with, as in "handles.read.ranges".
     std::set<Capability> alsoNeeds = {};
 };
 
@@ -34,7 +34,7 @@ extern const Clauses invitationClauses;
 extern const Clauses configurationClauses;
 extern const Clauses changeClauses;
 
-/// Clauses that hold every operation to the same.
+/// Clauses that apply to every operation.
 Clauses operationClauses();
 /// Clauses about calls that must be refused with one code and change nothing.
 Clauses refusalClauses();

@@ -13,7 +13,7 @@ void setPolicy(Scene& s, const Resource& item, const ResourcePolicy& policy) {
                  ResourcePolicySetRequest().withResource(item).withResourcePolicy(policy));
 }
 
-/// Expects the policy that is set on the item, and the one that holds for it.
+/// Expects the policy that is set on the item, and its effective policy.
 void expectPolicy(Scene& s, const Resource& item, const ResourcePolicy& own,
                   const ResourcePolicy& effective) {
     SCOPED_TRACE(toUtf8(item.getPath()));
@@ -23,7 +23,7 @@ void expectPolicy(Scene& s, const Resource& item, const ResourcePolicy& own,
     EXPECT_EQ(response.getEffectivePolicy(), effective);
 }
 
-const ResourcePolicy nothing = {};
+const ResourcePolicy nothing = policyOf(VersionPolicy::INHERIT, PublicAccessPolicy::INHERIT);
 const ResourcePolicy closed = policyOf(VersionPolicy::DISABLED, PublicAccessPolicy::DENIED);
 const ResourcePolicy open = policyOf(VersionPolicy::ENABLED, PublicAccessPolicy::ALLOWED);
 

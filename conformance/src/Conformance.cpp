@@ -57,7 +57,7 @@ private:
     const Clause& clause_;
 };
 
-/// Ends the report with what was not held against the transport.
+/// Prints the waivers at the end of the report.
 class WaiverReport : public testing::Environment {
 public:
     explicit WaiverReport(const Transport& transport) : transport_(transport) {}
@@ -80,7 +80,7 @@ Clauses allClauses() {
           configurationClauses, changeClauses, refusalClauses(), operationClauses()}) {
         all.insert(all.end(), some.begin(), some.end());
     }
-    // One suite is registered in one go; clauses of one subject keep their order.
+    // GoogleTest wants the tests of a suite together; clauses of one subject keep their order.
     std::stable_sort(all.begin(), all.end(), [](const Clause& a, const Clause& b) {
         return a.id.substr(0, a.id.find('.')) < b.id.substr(0, b.id.find('.'));
     });

@@ -9,7 +9,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Bytes of every value, without a period that a buffer could hide.
+/// Bytes of every value, without a period that would hide a misplaced buffer.
 std::string bytes(std::size_t size) {
     std::string content(size, '\0');
     for (std::size_t i = 0; i < size; ++i) {

@@ -72,8 +72,10 @@ const Clauses folderClauses{
      [](Scene& s) {
          s.owner.makeFolder(s.d);
          s.owner.makeFolder(s.at(u"e"));
-         const auto summary =
-             s.owner.call(&FileAccess::deleteFolder, s.d).getDeletedFolderSummary();
+         const auto summary = s.owner
+                                  .call(&FileAccess::deleteFolder,
+                                        FolderDeleteRequest(s.d).withForceRecursive(false))
+                                  .getDeletedFolderSummary();
          if (summary) {
              EXPECT_EQ(summary->getParentResource(), s.folder);
          }

@@ -147,16 +147,18 @@ const Clauses handleClauses{
     {"handles.write.bytesMayChangeOnCompletion",
      [](Scene& s) {
          const OpenFile open(s, "");
-         // They change but stay, so that a transport that reads them late fails without a crash.
+         // The bytes change but stay alive, so that a transport that reads them late fails without
+         // a crash.
          const auto bytes = std::make_shared<std::vector<unsigned char>>(300'000, 'a');
          s.owner
              .start(&FileAccess::writeFileContent,
                     FileContentWriteRequest(open.file)
                         .withFileHandleId(open.handle)
+                        .withStartLocation(0)
                         .withContent(bytes->data(), bytes->size()),
                     [bytes] { std::fill(bytes->begin(), bytes->end(), 'z'); })
              ->get();
-         // A call has its outcome before its handler is through.
+         // The outcome is set before the handler has returned.
          s.owner.client().waitForPendingCalls();
          open.close();
          EXPECT_TRUE(s.owner.read(open.file) == std::string(300'000, 'a'));
@@ -205,9 +207,10 @@ const Clauses handleClauses{
      }},
     {"handles.contentType.isKept",
      [](Scene& s) {
-         const auto opened =
-             s.owner.call(&FileAccess::createReadWriteFileHandle,
-                          FileHandleReadWriteCreateRequest(s.f).withContentType("image/png"));
+         const auto opened = s.owner.call(&FileAccess::createReadWriteFileHandle,
+                                          FileHandleReadWriteCreateRequest(s.f)
+                                              .withCreateMode(FileCreateMode::CREATE)
+                                              .withContentType("image/png"));
          s.owner.close(s.f, opened.getFileHandleId());
          EXPECT_EQ(s.owner.call(&FileAccess::readFile, s.f).getContentType(), "image/png");
      }},

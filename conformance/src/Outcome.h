@@ -13,7 +13,7 @@
 
 namespace storage::kvxconformance {
 
-/// What has become of one call so far: how often it completed, and whether it still can.
+/// The state of one call: how often it completed, and whether it still can.
 class Pending {
 public:
     explicit Pending(std::chrono::milliseconds patience) : patience_(patience) {}
@@ -24,7 +24,7 @@ public:
     void abandon();
 
 protected:
-    /// Counts a completion, after `keep` for the first one.
+    /// Counts a completion; calls `keep` first if it is the first one.
     template <class Keep>
     void complete(Keep keep) {
         const std::lock_guard lock(mutex_);
@@ -35,7 +35,8 @@ protected:
         changed_.notify_all();
     }
 
-    /// Returns when the call has completed; throws std::runtime_error when it never does.
+    /// Waits for the completion. Throws std::runtime_error if the handler is dropped or patience
+    /// runs out.
     void await() const;
 
 private:
@@ -61,10 +62,10 @@ public:
         return response_;
     }
 
-    /// A handler that completes the outcome and then does what `next` says.
+    /// A handler that completes the outcome and then calls `next`.
     static kvxclient::CompletionHandler<Response> handler(std::shared_ptr<Outcome> outcome,
                                                           std::function<void()> next) {
-        // This deleter runs when the last copy of the handler goes.
+        // This deleter runs when the last copy of the handler is destroyed.
         std::shared_ptr<void> last(nullptr, [outcome](void*) { outcome->abandon(); });
         return [outcome, last = std::move(last), next = std::move(next)](Response response,
                                                                          std::exception_ptr error) {
@@ -83,7 +84,7 @@ private:
     std::exception_ptr error_;
 };
 
-/// Every call that a clause made, for what must hold of each.
+/// Every call that a clause made: each must complete exactly once.
 class Ledger {
 public:
     explicit Ledger(std::chrono::milliseconds patience) : patience_(patience) {}
@@ -96,7 +97,7 @@ public:
         return outcome;
     }
 
-    /// The calls that have not completed exactly once.
+    /// Counts the calls that have not completed exactly once.
     std::size_t violations() const;
 
 private:

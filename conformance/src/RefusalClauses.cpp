@@ -4,8 +4,8 @@ namespace storage::kvxconformance {
 
 namespace {
 
-/// A call that the owner must be refused. At hand are "file", "other", "full/", "full/sub/",
-/// "full/file" and "empty/".
+/// A call of the owner that must be refused. The folder holds "file", "other", "full/",
+/// "full/sub/", "full/file" and "empty/".
 struct Refusal {
     std::string id;
     Code code;
@@ -93,8 +93,9 @@ const Refusal refusals[] = {
     {"versions.list.folder", Code::CONFLICT, [](P p, R r) { p.versions(r / u"full"); }},
     {"versions.restore.unknown", Code::RESOURCE_NOT_FOUND,
      [](P p, R r) {
-         p.call(&IVersioning::restoreVersion,
-                VersionRestoreRequest(r / u"file").withVersionLabel(1'000'000));
+         p.call(&IVersioning::restoreVersion, VersionRestoreRequest(r / u"file")
+                                                  .withVersionLabel(1'000'000)
+                                                  .withCreateNewVersion(true));
      }},
     {"permissions.grant.unknownSubject", Code::RESOURCE_NOT_FOUND,
      [](P p, R r) { p.grant(r, u"no such user at all", Operation::READ); }},

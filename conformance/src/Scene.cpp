@@ -6,7 +6,7 @@ namespace storage::kvxconformance {
 
 namespace {
 
-/// A name that no earlier run has left behind.
+/// A name that no earlier run can have left behind.
 std::u16string newName(const std::string& clause) {
     std::random_device random;
     const std::string name =
@@ -28,7 +28,7 @@ Scene::~Scene() {
     try {
         owner.removeFolder(folder, true);
     } catch (const std::exception&) {
-        // What is left behind has a name of its own.
+        // The name is unique: what is left behind harms no later run.
     }
 }
 

@@ -8,19 +8,19 @@
 
 namespace storage::kvxconformance {
 
-/// What one clause works with: users who are logged in, and a new folder in the first one's bucket.
+/// The fixture of one clause: users who are logged in, and a new folder in the first user's bucket.
 class Scene {
 public:
     Scene(const Transport& transport, const std::string& clause);
-    /// Removes the folder, as far as the transport lets it: no later clause depends on it.
+    /// Removes the folder if the transport can; no later clause depends on it.
     ~Scene();
     Scene(const Scene&) = delete;
     Scene& operator=(const Scene&) = delete;
 
-    /// The second and the third user; logged in when first asked for.
+    /// The second and the third user, logged in on first use.
     const Participant& guest() { return participant(guest_, 1); }
     const Participant& stranger() { return participant(stranger_, 2); }
-    /// One more client of the first user, with a session of its own.
+    /// One more client of the first user, with its own session.
     Participant another() { return {transport, transport.users[0], ledger}; }
 
     bool has(Capability capability) const { return transport.capabilities.contains(capability); }
@@ -30,7 +30,7 @@ public:
     Ledger ledger;
     const Participant owner;
     const Resource folder;
-    /// Places in it for files and a folder; nothing is there at first.
+    /// Paths in it for files and a folder; nothing exists there at first.
     const Resource f = at(u"f"), g = at(u"g"), d = at(u"d");
 
 private:

@@ -4,13 +4,13 @@ namespace storage::kvxconformance {
 
 namespace {
 
-/// True for each of the codes that a call without a valid session may have.
+/// Whether the code is one that a call without a valid session may fail with.
 bool isSessionError(std::optional<Code> code) {
     return code == Code::UNAUTHORIZED || code == Code::INVALID_SESSION_ID ||
            code == Code::SESSION_EXPIRED;
 }
 
-/// A clause that logs in with the token of the first user, where the transport has one.
+/// A clause that logs in with the token of the first user; skipped if there is none.
 std::function<void(Scene&)> withToken(void (*check)(Scene&, const std::string& token)) {
     return [check](Scene& s) {
         const std::string& token = s.owner.user().token;

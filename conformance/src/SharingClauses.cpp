@@ -64,6 +64,7 @@ const Clauses permissionClauses{
          s.owner.call(&AccessControl::grantPermission,
                       PermissionGrantRequest(s.folder)
                           .withSubject(Subject().withSubjectName(u"a user to come"))
+                          .withOperation(Operation::READ)
                           .withAllowNonExistingUser(true));
          const auto granted = permissions(s, s.folder);
          ASSERT_EQ(granted.size(), 1U);
@@ -114,7 +115,7 @@ Invitation readInvitation(const Participant& who, const std::string& id) {
         .getInvitation();
 }
 
-/// Whether the caller's list has the invitation, as far as the request lets it.
+/// Whether the caller's list for the request has the invitation.
 bool lists(const Participant& who, const Invitation& invitation,
            const InvitationListRequest& request = {}) {
     const auto listed = who.call(&AccessControl::listInvitations, request).getInvitations();

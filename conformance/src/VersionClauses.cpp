@@ -84,7 +84,9 @@ const Clauses versionClauses{
      [](Scene& s) {
          s.owner.call(&ConfigurationManagement::setResourcePolicy,
                       ResourcePolicySetRequest().withResource(s.folder).withResourcePolicy(
-                          ResourcePolicy().withVersionPolicy(VersionPolicy::DISABLED)));
+                          ResourcePolicy()
+                              .withVersionPolicy(VersionPolicy::DISABLED)
+                              .withPublicAccessPolicy(PublicAccessPolicy::INHERIT)));
          s.owner.write(s.f, "one", true);
          s.owner.write(s.f, "two", true);
          EXPECT_EQ(s.owner.versions(s.f).size(), 1U);

@@ -7,13 +7,12 @@
 
 namespace storage::kvxclient::detail {
 
-// Most of what is encoded is ASCII, and of that most needs no escape: 32 units at a time are
-// narrowed, tested and stored with the vector instructions that every x86-64 has. What it does is
-// what the scalar loop in PathEncoding.cpp does, unit by unit.
+// Most text is ASCII that needs no escape: the vector instructions of every x86-64 narrow, test and
+// store 32 units at a time. The result is that of the scalar loop in PathEncoding.cpp.
 
 constexpr std::size_t blockUnits = 32;
 
-/// What a block may write beyond the bytes that it returns.
+/// How many bytes a block may write beyond those it returns.
 constexpr std::size_t blockSlack = 32;
 
 /// Thirty-two ASCII units as bytes.
@@ -43,7 +42,7 @@ __m128i load(const char16_t* text) {
 
 constexpr std::size_t shortUnits = 8;
 
-/// Eight units, made a block by bytes that need no escape.
+/// Eight units, padded to a block with bytes that need no escape.
 inline AsciiBlock loadShort(const char16_t* text) {
     const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
     const __m128i beyond = _mm_and_si128(units, _mm_set1_epi16(static_cast<short>(0xFF80)));
@@ -104,9 +103,9 @@ inline void narrowLong(const char16_t* text, std::size_t size, char* out) {
     narrowAt(size - 16);
 }
 
-/// One bit for each of sixteen ASCII bytes that must be escaped.
+/// One bit for each of sixteen ASCII bytes, set if the byte must be escaped.
 inline std::uint32_t escapeBits(__m128i bytes) {
-    // As signed bytes: from '.' to '9', which takes in '/', and from 'a' to 'z' without case.
+    // As signed bytes: '.' to '9', which includes '/', and 'a' to 'z' in either case.
     const __m128i folded = _mm_or_si128(bytes, _mm_set1_epi8(0x20));
     const __m128i digit = _mm_and_si128(_mm_cmpgt_epi8(bytes, _mm_set1_epi8('.' - 1)),
                                         _mm_cmplt_epi8(bytes, _mm_set1_epi8('9' + 1)));
@@ -140,7 +139,7 @@ inline char* writeEscaped(const AsciiBlock& block, std::uint32_t escapes, char* 
     if (escapes == 0) {
         return writePlain(block, out);
     }
-    char bytes[blockUnits + blockSlack];  // The rest is copied along, but never kept.
+    char bytes[blockUnits + blockSlack];  // The rest is copied too, but never kept.
     writePlain(block, bytes);
     std::memset(bytes + blockUnits, 0, blockSlack);
     std::size_t done = 0;
@@ -155,7 +154,7 @@ inline char* writeEscaped(const AsciiBlock& block, std::uint32_t escapes, char* 
 }
 
 /// The same for the block at the beginning of a text of at least two blocks: what follows an escape
-/// is read again from there, which is faster than from bytes that have only just been written.
+/// is read again from the text, which is faster than from bytes just written.
 inline char* writeEscaped(const AsciiBlock& block, std::uint32_t escapes, const char16_t* text,
                           char* out) {
     writePlain(block, out);

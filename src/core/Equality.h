@@ -7,7 +7,7 @@
 namespace storage::kvxclient::detail {
 
 // Fields are compared in two passes: first what the record itself holds, then what it points to,
-// which costs a miss of the cache more. Most records that differ do so in the first.
+// which costs another cache miss. Most records that differ do so in the first pass.
 
 template <class Value>
 constexpr bool isPlain = std::is_trivially_copyable_v<Value>;
@@ -33,7 +33,7 @@ bool sameInDepth(const Value& a, const Value& b) {
     return true;
 }
 
-// The standard compares UTF-16 unit by unit; for equality the bytes do.
+// The standard compares UTF-16 unit by unit; comparing bytes is faster and enough for equality.
 template <class Char>
 bool sameInDepth(const std::basic_string<Char>& a, const std::basic_string<Char>& b) {
     return std::memcmp(a.data(), b.data(), a.size() * sizeof(Char)) == 0;

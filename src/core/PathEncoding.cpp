@@ -35,8 +35,8 @@ constexpr std::array<Escape, 256> escapes = makeEscapes();
 // Latin, Greek and Cyrillic.
 constexpr unsigned smallPoints = 0x530;
 
-// Each of them as it is written, in six characters at most, so that a text that mixes ASCII with
-// other letters goes without a branch.
+// The encoding of each, six characters at most, so that a text that mixes ASCII with other letters
+// takes no branch.
 struct Encoded {
     char text[7];
     std::uint8_t size;
@@ -80,7 +80,7 @@ struct PlainBytes {
     }
 };
 
-// Copies whole entries: cheaper than asking how much of them is needed.
+// Copies whole entries, which is cheaper than copying only what is needed.
 struct EscapedBytes {
     static constexpr std::size_t longest = 3;
     static std::size_t size(const AsciiBlock& block) {
@@ -107,7 +107,7 @@ constexpr unsigned replacement = 0xFFFD;
 
 bool isSurrogate(unsigned unit) { return (unit & 0xF800) == 0xD800; }
 
-// Whether a surrogate and the unit behind it make a pair.
+// Whether a surrogate and the unit after it make a pair.
 bool isPair(unsigned unit, const char16_t* next, const char16_t* end) {
     return unit < 0xDC00 && next != end && (*next & 0xFC00) == 0xDC00;
 }
@@ -164,8 +164,8 @@ std::size_t encodedSize(const char16_t* at, const char16_t* end) {
     return size;
 }
 
-// Encodes the units up to `stop`, and the second half of a surrogate pair behind it; `end` is the
-// end of the text.
+// Encodes the units up to `stop`, and the second half of a surrogate pair that begins before it;
+// `end` is the end of the text.
 template <class Bytes>
 char* encodeUnits(char* out, const char16_t*& position, const char16_t* stop, const char16_t* end) {
     const char16_t* at = position;  // A copy, which can stay in a register.
@@ -214,7 +214,7 @@ std::string encode(std::u16string_view text) {
     // Most texts fit the buffer, so that the result is allocated once, at its exact size; a longer
     // one is measured first for the same reason.
     constexpr std::size_t chunkUnits = 384;
-    // One unit more than a chunk, since a surrogate pair may begin at its last unit.
+    // One unit more than a chunk, since a surrogate pair may begin at the chunk's last unit.
     char buffer[(chunkUnits + 1) * 3 * Bytes::longest + blockSlack];
 
     const char16_t* at = text.data();
@@ -232,12 +232,12 @@ std::string encode(std::u16string_view text) {
     return result;
 }
 
-// Names of buckets are short and plain: their bytes are written where they stay.
+// Names of buckets are short and plain: their bytes are written straight into the result.
 constexpr char zeros[64] = {};
-constexpr std::size_t inPlace = 15;  // As many as a string holds without an allocation.
+constexpr std::size_t inPlace = 15;  // A string holds so many without an allocation.
 
 std::string shortAscii(std::u16string_view text) {
-    std::string result(zeros, inPlace);  // Of a size known here: no call.
+    std::string result(zeros, inPlace);  // The size is a constant: no call.
     narrowShort(text.data(), text.size(), result.data());
     result.erase(text.size());
     return result;

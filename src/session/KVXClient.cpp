@@ -9,7 +9,7 @@
 namespace storage::kvxclient {
 namespace {
 
-// Not the encoding of paths: this one asks the locale about every byte, as a signed char.
+// Unlike the encoding of paths, this one asks the locale about every byte, as a signed char.
 std::string encodeClientText(const std::string& text) {
     constexpr char digits[] = "0123456789ABCDEF";
     std::string result;

@@ -3,15 +3,15 @@
 #include <utility>
 
 #include "database/Open.h"
+#include "maintenance/Cleaning.h"
+#include "maintenance/Verification.h"
 #include "operations/Administration.h"
-#include "operations/Maintenance.h"
 #include "services/AdministrationCall.h"
 #include "services/Client.h"
 
 namespace storage::kvxstore {
 
 using database::Access;
-using operations::Context;
 using services::administer;
 
 StoreError::~StoreError() = default;
@@ -24,8 +24,7 @@ std::shared_ptr<Store> Store::open(const std::string& url, StoreOptions options)
     try {
         return std::shared_ptr<Store>(new Store(services::Engine::start(url, std::move(options))));
     } catch (const database::DatabaseError& error) {
-        throw StoreError(error.storeErrorCode(),
-                         "cannot open the store " + url + ": " + error.what());
+        throw StoreError(error.code(), "cannot open the store " + url + ": " + error.what());
     }
 }
 
@@ -39,63 +38,60 @@ std::unique_ptr<kvxclient::KVXClient> Store::createClient() const {
 
 std::string Store::createUser(const NewUser& user) const {
     return administer(*engine_, Access::WRITE, [&](const Context& context) {
-        return operations::createUser(context.database, user, context.now());
+        return operations::createUser(context, user);
     });
 }
 
 std::vector<User> Store::listUsers() const {
-    return administer(*engine_, Access::READ, [](const Context& context) {
-        return operations::listUsers(context.database);
-    });
+    return administer(*engine_, Access::READ,
+                      [](const Context& context) { return operations::listUsers(context); });
 }
 
 std::string Store::renewToken(const std::u16string& user) const {
     return administer(*engine_, Access::WRITE, [&](const Context& context) {
-        return operations::renewToken(context.database, user);
+        return operations::renewToken(context, user);
     });
 }
 
 void Store::setQuota(const std::u16string& user, unsigned long quota) const {
     administer(*engine_, Access::WRITE, [&](const Context& context) {
-        operations::setQuota(context.database, user, quota);
+        operations::setQuota(context, user, quota);
         return true;
     });
 }
 
 void Store::removeUser(const std::u16string& name) const {
     administer(*engine_, Access::WRITE, [&](const Context& context) {
-        operations::removeUser(context.database, name);
+        operations::removeUser(context, name);
         return true;
     });
 }
 
 void Store::createBucket(const std::u16string& name, const std::u16string& owner) const {
     administer(*engine_, Access::WRITE, [&](const Context& context) {
-        operations::createBucket(context.database, name, owner, context.now());
+        operations::createBucket(context, name, owner);
         return true;
     });
 }
 
 std::vector<Bucket> Store::listBuckets() const {
-    return administer(*engine_, Access::READ, [](const Context& context) {
-        return operations::listBuckets(context.database);
-    });
+    return administer(*engine_, Access::READ,
+                      [](const Context& context) { return operations::listBuckets(context); });
 }
 
 std::vector<std::string> Store::verify() const {
     return administer(*engine_, Access::READ,
-                      [](const Context& context) { return operations::verify(context.database); });
+                      [](const Context& context) { return kvxstore::verify(context.database); });
 }
 
 Statistics Store::statistics() const {
-    return administer(*engine_, Access::READ, [](const Context& context) {
-        return operations::countAll(context.database);
-    });
+    return administer(*engine_, Access::READ,
+                      [](const Context& context) { return operations::countAll(context); });
 }
 
 void Store::sweep() const {
     const auto cleanSome = [](const Context& context) {
-        return operations::clean(context.database, context.instance, context.now());
+        return clean(context.database, context.instance, context.now());
     };
     while (administer(*engine_, Access::WRITE, cleanSome)) {
     }

@@ -3,7 +3,6 @@
 #include <future>
 #include <memory>
 #include <thread>
-#include <tuple>
 #include <vector>
 
 #include "storage/kvxclient.h"
@@ -130,15 +129,6 @@ TEST_F(ReadFrame, movesTheResponseAllTheWay) {
     EXPECT_EQ(large, response.getContentLength());
 }
 
-TEST(CallFrame, allocatesOnlyForPromiseSharedPointerAndHandler) {
-    ScriptedFileAccess files;
-    FolderCreateRequest request(Resource(u"/a", u"b"));
-    allocations::count = 0;
-    auto future = files.createFolderAsync(std::move(request));
-    EXPECT_EQ(4u, allocations::count);  // Two are the promise's own.
-    future.get();
-}
-
 struct Counted {
     int* moves;
     Counted(int* counter) : moves(counter) {}
@@ -180,59 +170,27 @@ TEST(CallFrame, copiesTheResponseOnceWhereTheServiceDoes) {
     EXPECT_THROW(changes.listFileChanges(FileChangeListRequest()), std::future_error);
 }
 
-TEST(Versioning, blockingFormGoesThroughTheFutureFormInForce) {
+template <class Response>
+std::future<Response> ready(Response response) {
+    std::promise<Response> promise;
+    promise.set_value(std::move(response));
+    return promise.get_future();
+}
+
+TEST(Versioning, blockingFormsGoThroughTheFutureFormsInForce) {
     struct Replaced : ScriptedVersioning {
         using ScriptedVersioning::listVersions;
+        using ScriptedVersioning::restoreVersion;
         std::future<VersionListResponse> listVersionsAsync(VersionListRequest) const override {
-            std::promise<VersionListResponse> promise;
-            promise.set_value(VersionListResponse().withName(u"replaced"));
-            return promise.get_future();
+            return ready(VersionListResponse().withName(u"replaced"));
+        }
+        std::future<VersionRestoreResponse> restoreVersionAsync(
+            VersionRestoreRequest) const override {
+            return ready(VersionRestoreResponse().withVersionId("replaced"));
         }
     };
-    EXPECT_EQ(u"replaced", Replaced().listVersions(VersionListRequest(Resource())).getName());
-}
-
-// A request of any type, without fields that matter.
-template <class Request>
-Request anyRequest() {
-    if constexpr (std::is_default_constructible_v<Request>) {
-        return Request();
-    } else if constexpr (std::is_constructible_v<Request, Resource>) {
-        return Request(Resource(u"/a", u"b"));
-    } else if constexpr (std::is_constructible_v<Request, Resource, Resource>) {
-        return Request(Resource(u"/a", u"b"), Resource(u"/c", u"d"));
-    } else {
-        return Request("location/");
-    }
-}
-
-TEST(CallFrame, everyOperationReachesItsCallbackFormFromBothOtherForms) {
-    const ScriptedTransport transport;
-    ScriptedClient client("e", transport);
-    const auto files = client.createFileAccess();
-    const auto sharing = client.createAccessControl();
-    const auto configuration = client.createConfigurationManagement();
-    const auto changes = client.createNotification();
-    const auto versions = client.createVersioning();
-    const std::tuple<const KVXClient&, const FileAccess&, const AccessControl&,
-                     const ConfigurationManagement&, const Notification&, const IVersioning&>
-        services(client, *files, *sharing, *configuration, *changes, *versions);
-#define REACHES(Service, operation, Type, Request, ...)                               \
-    transport.reached().clear();                                                      \
-    std::get<const Service&>(services).operation##Async(anyRequest<Request>()).get(); \
-    std::get<const Service&>(services).operation(anyRequest<Request>());              \
-    EXPECT_EQ((std::vector<std::string_view>{#operation, #operation}), transport.reached());
-    KVXTRANSPORT_SESSION_OPERATIONS(REACHES)
-    KVXTRANSPORT_FILE_OPERATIONS(REACHES)
-    KVXTRANSPORT_SHARING_OPERATIONS(REACHES)
-    KVXTRANSPORT_CONFIGURATION_OPERATIONS(REACHES)
-    KVXTRANSPORT_NOTIFICATION_OPERATIONS(REACHES)
-    KVXTRANSPORT_VERSIONING_OPERATIONS(REACHES)
-#undef REACHES
-    transport.reached().clear();
-    client.pingAsync().get();
-    client.ping();
-    EXPECT_EQ((std::vector<std::string_view>{"ping", "ping"}), transport.reached());
+    EXPECT_EQ(u"replaced", Replaced().listVersions(Resource()).getName());
+    EXPECT_EQ("replaced", Replaced().restoreVersion(Resource()).getVersionId());
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ namespace {
 
 void expectAgreement(std::u16string_view text) {
     const std::string utf8 = referenceUtf8(text);
-    // Plain conditions: a million expectations would cost more than what they check.
+    // Plain conditions: a million expectations would cost more than the encoder.
     if (detail::toUtf8(text) != utf8) {
         ADD_FAILURE() << "UTF-8 of " << testing::PrintToString(std::u16string(text));
     }
@@ -22,7 +22,7 @@ void expectAgreement(std::u16string_view text) {
     }
 }
 
-// In memory of its exact size, so that AddressSanitizer sees a read beyond either end.
+// Uses memory of the exact size, so that AddressSanitizer sees a read beyond either end.
 void expectAgreementAt(std::size_t alignment, const std::u16string& text) {
     std::vector<char16_t> memory(alignment + text.size());
     std::copy(text.begin(), text.end(), memory.begin() + static_cast<std::ptrdiff_t>(alignment));
@@ -92,7 +92,7 @@ TEST(Encoder, agreesWithIcuOnRandomTexts) {
     for (int round = 0; round < RANDOM_TEXTS; ++round) {
         expectAgreement(text(below(24)));
     }
-    // Runs of ASCII, which go through the encoder in blocks, with hardly anything between them.
+    // Runs of ASCII, which the encoder takes in blocks, with hardly anything between them.
     for (int round = 0; round < RANDOM_TEXTS / 5; ++round) {
         std::u16string ascii(below(200), u'\0');
         for (auto& each : ascii) {

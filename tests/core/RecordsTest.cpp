@@ -1,12 +1,15 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <set>
 #include <sstream>
 #include <type_traits>
+#include <typeindex>
 
+#include "core/CallForms.h"
 #include "storage/kvxclient.h"
 
-// Every record of the library, field by field.
+// Every record of the library, field by field, and the calls that take the requests.
 
 using namespace storage::kvxclient;
 
@@ -22,7 +25,11 @@ concept HasWithResource = requires(Record record) {
     record.withResource(Resource());
 };
 
-constexpr bool leftOut = true;  // A field that equality does not look at.
+enum Kind {
+    PLAIN,
+    LEFT_OUT,  // Equality does not look at the field.
+    APPENDED   // Setting the field again adds to it.
+};
 
 template <class Value>
 bool alike(const Value& a, const Value& b) {
@@ -49,12 +56,39 @@ const Value& plain(const std::optional<Value>& value) {
     return *value;
 }
 
+// Another value of the same size, or as present, where the type has one; else the value itself.
+template <class Value>
+Value sibling(Value value) {
+    if constexpr (requires { *value = sibling(*value); }) {
+        *value = sibling(*value);
+    } else if constexpr (std::is_enum_v<Value> || std::is_integral_v<Value>) {
+        value = static_cast<Value>(static_cast<unsigned long>(value) ^ 1);
+    } else if constexpr (requires { value.append(value); }) {
+        value.back() = sibling(value.back());
+    } else if constexpr (requires { value.setPath(value.getPath()); }) {
+        value.setPath(sibling(value.getPath()));
+    } else if constexpr (requires { value.withSharedTrash(true); }) {
+        value.withSharedTrash(!value.getSharedTrash());
+    }
+    return value;
+}
+
+// The records that are checked; filled before any test runs.
+std::set<std::type_index>& checked() {
+    static std::set<std::type_index> types;
+    return types;
+}
+template <class Record>
+const bool listed = checked().insert(typeid(Record)).second;
+
 // Checks the fields of one record, starting from what `arguments` construct.
 template <class Record>
 class Check {
 public:
     template <class... Arguments>
-    explicit Check(Arguments... arguments) : make_([=] { return Record(arguments...); }) {
+    explicit Check(Arguments... arguments)
+        : make_([=] { return Record(arguments...); }), full_(make_()) {
+        EXPECT_TRUE(listed<Record>);
         const Record record = make_();
         const Record copy = record;
         if constexpr (Comparable<Record>) {
@@ -63,12 +97,30 @@ public:
         }
     }
 
-    // A field: it starts at its default; another value makes the setter's round trip through
-    // copies and moves, and makes the record another, unless equality leaves the field out.
+    Check(const Check&) = delete;
+    // No setter touches another field, and the calls deliver a record with all fields set.
+    ~Check() {
+        for (std::size_t field = 0; field < setters_.size(); ++field) {
+            Record changed = make_();
+            setters_[field](changed);
+            for (std::size_t other = 0; other < setters_.size(); ++other) {
+                EXPECT_TRUE(field == other || atStart_[other](changed))
+                    << name() << ": field " << field << " changes field " << other;
+            }
+        }
+        tryOperationsOf(full_);
+    }
+
+    // A field: it starts at `start`; another value survives copies and moves, replaces one of the
+    // same size, and makes the record unequal, unless equality leaves the field out.
     template <class Setter, class Getter, class Value>
     Check& field(Setter set, Getter get, const Value& value, const Value& start = Value(),
-                 bool isLeftOut = false) {
-        Record changed = make_();
+                 Kind kind = PLAIN) {
+        setters_.push_back([=](Record& record) { std::invoke(set, record, plain(value)); });
+        atStart_.push_back(
+            [=](const Record& record) { return alike(std::invoke(get, record), start); });
+        setters_.back()(full_);
+        Record changed = make_(), replaced = make_();
         EXPECT_TRUE(alike(std::invoke(get, changed), start)) << name() << ": the default";
         EXPECT_EQ(&changed, &std::invoke(set, changed, plain(value))) << name() << ": chaining";
         Record copy = changed;
@@ -76,15 +128,21 @@ public:
         copy = make_();
         copy = moved;
         EXPECT_TRUE(alike(std::invoke(get, copy), value)) << name() << ": the value";
+        std::invoke(set, replaced, plain(sibling(value)));
+        const Record similar = replaced;
+        std::invoke(set, replaced, plain(value));
+        EXPECT_EQ(kind != APPENDED, alike(std::invoke(get, replaced), value)) << name();
         if constexpr (Comparable<Record>) {
             EXPECT_TRUE(changed == moved) << name();
-            EXPECT_EQ(isLeftOut, make_() == changed) << name() << ": equality";
-            EXPECT_EQ(isLeftOut, changed == make_()) << name() << ": equality";
+            EXPECT_EQ(kind == LEFT_OUT, make_() == changed) << name() << ": equality";
+            EXPECT_EQ(kind == LEFT_OUT, changed == make_()) << name() << ": equality";
+            EXPECT_EQ(kind == LEFT_OUT || alike(value, sibling(value)), changed == similar)
+                << name() << ": equality of the same size";
         }
         return *this;
     }
 
-    // A list, as a field, whose order counts too.
+    // A list: a field whose order counts too.
     template <class Setter, class Getter, class Value>
     Check& list(Setter set, Getter get, const Value& one, const Value& other) {
         field(set, get, std::vector{one, other});
@@ -107,26 +165,31 @@ public:
 private:
     static std::string name() { return testing::internal::GetTypeName<Record>(); }
     std::function<Record()> make_;
+    std::vector<std::function<void(Record&)>> setters_;
+    std::vector<std::function<bool(const Record&)>> atStart_;
+    Record full_;
 };
 
 #define FIELD(Record, Name, ...) field(&Record::with##Name, &Record::get##Name, __VA_ARGS__)
 #define LIST(Record, Name, ...) list(&Record::with##Name, &Record::get##Name, __VA_ARGS__)
 #define RENAMED(Record, set, get, ...) field(&Record::set, &Record::get, __VA_ARGS__)
 
-const Resource resource(u"/a/b", u"bucket");
+// Long enough to need memory, so that a copy shows.
+const std::u16string wide = u"a text of some length";
+const std::string text = "a text of some length";
+const Resource resource(u"/a/path/of/some/length", u"a bucket with a name of some length");
 const std::chrono::system_clock::time_point aTime{std::chrono::nanoseconds(1)};
-const std::u16string wide = u"wide";
-const std::string text = "text";
 const auto aFolder = FolderSummary(u"folder");
 const auto aFile = FileSummary(u"file");
 const std::vector<FolderSummary> folders{aFolder};
 const std::vector<FileSummary> files{aFile};
 const auto aProfile = UserProfile().withUserId(u"id");
-const auto anInvitation = Invitation().withInvitationId("id");
+const auto anInvitation =
+    Invitation().withInvitationId("id").withAccessType(AccessType::OWNER).withHasActiveLink(true);
 
 template <class Record>
-void checkRequestFor(Check<Record> check) {
-    check.fixed(&Record::getResource, resource);
+void checkRequestFor(const Check<Record>&) {
+    EXPECT_EQ(resource, Record(resource).getResource());
     EXPECT_FALSE(Record(resource) == Record(Resource(u"/a", u"bucket")));
     static_assert(!std::is_default_constructible_v<Record> && !HasWithResource<Record>);
     static_assert(std::is_convertible_v<Resource, Record>);
@@ -139,6 +202,7 @@ TEST(Records, ofTheSession) {
         .FIELD(LoginResponse, MinutesBeforeRelogin, 60);
     Check<PingResponse>().FIELD(PingResponse, Value, text);
     static_assert(!Comparable<PingResponse>);
+    tryOperationsOf(storage::kvxtransport::PingRequest());
 }
 
 TEST(Records, withoutContentAreEqualOnlyToThemselves) {
@@ -226,6 +290,7 @@ TEST(Records, ofListings) {
         .FIELD(ResourceAndFolderList, Files, files)
         .FIELD(ResourceAndFolderList, Folders, folders);
     EXPECT_EQ(1u, MultiFolderListResponse()
+                      .withFolders({ResourceAndFolderList(Resource())})
                       .withFolders({ResourceAndFolderList(resource)})
                       .getFolders()
                       .size());
@@ -236,7 +301,7 @@ TEST(Records, ofListings) {
     static_assert(!std::is_default_constructible_v<ResourceAndFolderList>);
 }
 
-// Appending is how content is set.
+// Content is set by appending.
 template <class Record>
 Record& append(Record& record, const std::string& content) {
     record.appendContent(content.data(), content.size());
@@ -255,14 +320,14 @@ TEST(Records, ofTransfers) {
                             [](const auto& r) {
                                 return std::string(r.getContent().begin(), r.getContent().end());
                             },
-                            text)
+                            text, std::string(), APPENDED)
                         .FIELD(FileCreateRequest, ContentType, text)
                         .FIELD(FileCreateRequest, CreateNewVersion, true));
     checkRequestFor(Check<FileReadRequest>(resource)
                         .FIELD(FileReadRequest, VersionId, text)
                         .FIELD(FileReadRequest, VersionLabel, 0, -1));
     Check<FileReadResponse>()
-        .field(append<FileReadResponse>, body<FileReadResponse>, text)
+        .field(append<FileReadResponse>, body<FileReadResponse>, text, std::string(), APPENDED)
         .FIELD(FileReadResponse, ContentType, text)
         .fixed(&FileReadResponse::getResource, Resource());
     Check<FileWriteResponse>()
@@ -272,11 +337,11 @@ TEST(Records, ofTransfers) {
     checkRequestFor(Check<FileDownloadCreateRequest>(resource));
     Check<FileDownloadCreateResponse>().FIELD(FileDownloadCreateResponse, Location, text);
     const auto factory = [] { return std::make_unique<std::stringstream>(); };
-    Check<FileDownloadRequest>(std::string("a/b"))
-        .fixed(&FileDownloadRequest::getLocation, std::string("a/b"))
+    Check<FileDownloadRequest>(text)
+        .fixed(&FileDownloadRequest::getLocation, text)
         .field(
             [&](auto& r, bool) -> auto& { return r.withStreamFactory(factory); },
-            [](const auto& r) { return r.getStreamFactory() != nullptr; }, true, false, leftOut)
+            [](const auto& r) { return r.getStreamFactory() != nullptr; }, true, false, LEFT_OUT)
         .FIELD(FileDownloadRequest, ReadIntoString, true);
     EXPECT_FALSE(FileDownloadRequest("a/b") == FileDownloadRequest("a/c"));
     static_assert(!std::is_default_constructible_v<FileDownloadRequest>);
@@ -303,13 +368,19 @@ TEST(Records, ofHandles) {
                         .FIELD(FileContentReadRequest, StartLocation, ~0UL)
                         .FIELD(FileContentReadRequest, Length, ~0UL));
     Check<FileContentReadResponse>()
-        .field(append<FileContentReadResponse>, body<FileContentReadResponse>, text)
+        .field(append<FileContentReadResponse>, body<FileContentReadResponse>, text, std::string(),
+               APPENDED)
         .FIELD(FileContentReadResponse, StartLocation, ~0UL)
         .FIELD(FileContentReadResponse, ContentType, text)
         .FIELD(FileContentReadResponse, FileSize, ~0UL);
-    checkRequestFor(Check<FileContentWriteRequest>(resource)
-                        .FIELD(FileContentWriteRequest, FileHandleId, text)
-                        .FIELD(FileContentWriteRequest, StartLocation, ~0UL));
+    const unsigned char byte = 'x';
+    checkRequestFor(
+        Check<FileContentWriteRequest>(resource)
+            .FIELD(FileContentWriteRequest, FileHandleId, text)
+            .FIELD(FileContentWriteRequest, StartLocation, ~0UL)
+            .field(
+                [](auto& r, const unsigned char* data) -> auto& { return r.withContent(data, 1); },
+                &FileContentWriteRequest::getContent, &byte));
     Check<FileContentWriteResponse>().FIELD(FileContentWriteResponse, FileSize, ~0UL);
     checkRequestFor(
         Check<FileHandleCloseRequest>(resource)
@@ -395,8 +466,8 @@ TEST(Records, ofInvitations) {
     Check<InvitationUpdateResponse>().FIELD(InvitationUpdateResponse, Invitation, anInvitation);
     Check<InvitationDetailsResponse>().RENAMED(InvitationDetailsResponse, withInvitation,
                                                getInvitationDetails, anInvitation);
-    Check<InvitationListResponse>().FIELD(InvitationListResponse, Invitations,
-                                          std::vector{anInvitation});
+    Check<InvitationListResponse>().LIST(InvitationListResponse, Invitations, anInvitation,
+                                         Invitation());
     Check<InvitationFolderContentRequest>()
         .FIELD(InvitationFolderContentRequest, Resource, resource)
         .FIELD(InvitationFolderContentRequest, InvitationId, text)
@@ -475,6 +546,14 @@ TEST(Records, ofChangesAndVersions) {
     Check<VersionRestoreResponse>()
         .FIELD(VersionRestoreResponse, VersionId, text)
         .FIELD(VersionRestoreResponse, VersionLabel, 0, -1);
+}
+
+TEST(Records, coverTheRequestOfEveryOperation) {
+    storage::kvxtransport::forEachOperation([](auto operation) {
+        using Request = typename decltype(operation)::Request;
+        EXPECT_TRUE(operation.name == "ping" || checked().contains(typeid(Request)))
+            << operation.name;
+    });
 }
 
 // What else must not exist.

@@ -13,7 +13,7 @@ namespace {
 
 std::string text(const std::vector<char>& bytes) { return {bytes.begin(), bytes.end()}; }
 
-// The record's content, by a copy or by reference, whichever it offers.
+// The record's content, which some records return by reference and some as a copy.
 template <class Record>
 std::vector<char> contentOf(const Record& record) {
     if constexpr (requires { record.getContent(); }) {

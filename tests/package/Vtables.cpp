@@ -1,5 +1,5 @@
-// Classes that override every virtual function, so that the order of their tables, which is that of
-// the interface, can be read from this object.
+// Overrides every virtual function, so that the order of the interface's tables can be read from
+// this object.
 #include "support/ScriptedServices.h"
 
 namespace storage::kvxclient {

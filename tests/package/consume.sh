@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds and runs a consumer of the library as it is installed, or as it is added from source.
+# Builds and runs a consumer of the library as it is installed, or as it is added from source; and
+# builds it with another lock than the library's, which must be refused.
 # usage: consume.sh PACKAGE|PKGCONFIG|SOURCE source-folder build-folder library-folder
 set -euo pipefail
 
@@ -19,3 +20,11 @@ cmake --build "$work/build" >"$work/log" || { cat "$work/log"; exit 1; }
 program=$(find "$work/build" -name consumer -type f)
 output=$("$program")
 [[ $output == "/a%20b" ]]
+
+cmake -S "$source/tests/package/consumer" -B "$work/build" -DDEFINITIONS=BOOST_THREAD_V2_SHARED_MUTEX >"$work/log"
+if cmake --build "$work/build" >"$work/log"; then
+    echo "a lock of another layout is taken"
+    exit 1
+fi
+grep -q "libkvxclient was built with Boost 1\.[0-9.]*, whose boost::shared_mutex" "$work/log" ||
+    { cat "$work/log"; exit 1; }

@@ -61,7 +61,7 @@ public:
         folder_ = mkdtemp(name.data());
         const std::string command = "localedef --no-archive -i en_US -f ISO-8859-1 " +
                                     (folder_ / "latin1").string() + " 2>/dev/null";
-        // localedef's status tells of warnings too; what counts is whether the locale works.
+        // localedef fails for mere warnings too: only whether the locale works counts.
         const int status = std::system(command.c_str());
         setenv("LOCPATH", folder_.c_str(), 1);
         active_ = status != -1 && std::setlocale(LC_CTYPE, "latin1") != nullptr;

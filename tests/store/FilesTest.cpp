@@ -225,25 +225,37 @@ TEST_F(StoreTest, EnforcesQuotaAndSizeLimit) {
 }
 
 TEST_F(StoreTest, RefusesAdministrationInPlainWords) {
-    const auto message = [](const std::function<void()>& action) -> std::string {
-        try {
-            action();
-        } catch (const StoreError& error) {
-            return error.what();
-        }
-        return "done";
+    store->createUser({.name = u"other"});
+    store->createBucket(u"taken", u"other");
+    using enum StoreErrorCode;
+    struct {
+        std::function<void()> action;
+        StoreErrorCode code;
+        std::string message;
+    } const cases[] = {
+        {[&] { store->createUser({.name = u"main"}); }, ALREADY_EXISTS,
+         "there is a user \"main\" already"},
+        {[&] { store->createUser({.name = u"taken"}); }, ALREADY_EXISTS,
+         "there is a bucket \"taken\" already"},
+        {[&] { store->createUser({.name = u"a/b"}); }, ILLEGAL_NAME,
+         "not a name for a user or bucket: \"a/b\""},
+        {[&] { store->createBucket(u"", u"main"); }, ILLEGAL_NAME,
+         "not a name for a user or bucket: \"\""},
+        {[&] { store->createBucket(u"main", u"other"); }, ALREADY_EXISTS,
+         "there is a bucket \"main\" already"},
+        {[&] { store->createBucket(u"b", u"nobody"); }, NOT_FOUND, "there is no user \"nobody\""},
+        {[&] { store->removeUser(u"nobody"); }, NOT_FOUND, "there is no user \"nobody\""},
+        {[&] { store->renewToken(u"taken"); }, NOT_FOUND, "there is no user \"taken\""},
+        {[&] { store->setQuota(u"nobody", 1); }, NOT_FOUND, "there is no user \"nobody\""},
     };
-    EXPECT_EQ(message([&] { store->createUser({.name = u"main"}); }),
-              "there is a user \"main\" already");
-    EXPECT_EQ(message([&] { store->createUser({.name = u"a/b"}); }),
-              "not a name for a user or bucket: \"a/b\"");
-    EXPECT_EQ(message([&] { store->createBucket(u"main", u"main"); }),
-              "there is a bucket \"main\" already");
-    EXPECT_EQ(message([&] { store->createBucket(u"b", u"nobody"); }),
-              "there is no user \"nobody\"");
-    EXPECT_EQ(message([&] { store->removeUser(u"nobody"); }), "there is no user \"nobody\"");
-    EXPECT_EQ(store->listUsers().size(), 1U);
-    EXPECT_EQ(store->listBuckets().size(), 1U);
+    for (const auto& [action, code, message] : cases) {
+        const auto error = storeErrorOf(action);
+        ASSERT_TRUE(error) << message;
+        EXPECT_EQ(error->code(), code) << message;
+        EXPECT_EQ(error->what(), message);
+    }
+    EXPECT_EQ(store->listUsers().size(), 2U);
+    EXPECT_EQ(store->listBuckets().size(), 3U);
 }
 
 }  // namespace

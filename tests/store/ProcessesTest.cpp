@@ -6,6 +6,7 @@
 #include <atomic>
 #include <thread>
 
+#include "RawDatabase.h"
 #include "Soak.h"
 #include "StoreFixture.h"
 
@@ -247,6 +248,20 @@ TEST_F(ProcessesTest, NoWriterStarvesBesideAnother) {
     EXPECT_LT(worst, 2s);
     report("starvation") << calls << " calls beside a process that writes flat out: worst wait "
                          << worst / 1ms << " ms, mean " << total / calls / 1us << " us\n";
+}
+
+TEST_F(ProcessesTest, TellsWhenAnotherProgramKeepsTheStoreLocked) {
+    if (!isSoak()) {
+        GTEST_SKIP() << "waits for ten seconds: see script/soak";
+    }
+    const auto store = Store::open(folder.url());
+    const RawDatabase other(folder.file("store.db"));
+    other.run("begin immediate");
+    const auto error = storeErrorOf([&] { store->createUser({.name = u"late"}); });
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->code(), StoreErrorCode::IN_USE);
+    other.run("rollback");
+    EXPECT_FALSE(storeErrorOf([&] { store->createUser({.name = u"late"}); }));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <iostream>
 #include <iterator>
 
 #include "RawDatabase.h"
@@ -12,13 +13,9 @@
 namespace storage::kvxstore {
 namespace {
 
-std::string openError(const std::string& url, CreateMode mode = CreateMode::CREATE_IF_MISSING) {
-    try {
-        Store::open(url, {.createMode = mode});
-    } catch (const StoreError& error) {
-        return error.what();
-    }
-    return "opened";
+std::optional<StoreError> openError(const std::string& url,
+                                    CreateMode mode = CreateMode::CREATE_IF_MISSING) {
+    return storeErrorOf([&] { Store::open(url, {.createMode = mode}); });
 }
 
 std::string bytesOf(const std::string& path) {
@@ -44,33 +41,49 @@ TEST(StoreFileTest, RefusesWhatItCannotOpenAndLeavesItAlone) {
         .seekp(100)
         .write(std::string(16'000, '!').data(), 16'000);
 
+    Store::open(folder.url("tableless"));
+    RawDatabase(folder.file("tableless")).run("drop table schema_version");
+    Store::open(folder.url("cut"));
+    std::filesystem::resize_file(folder.file("cut"), 40'000);
+    std::filesystem::create_symlink("nowhere", folder.file("dangling"));
+
     using enum CreateMode;
+    using enum StoreErrorCode;
     struct {
         std::string url;
         CreateMode mode;
+        StoreErrorCode code;
         std::string message;
     } const cases[] = {
-        {folder.url("text"), CREATE_IF_MISSING, "not a store file: "},
-        {folder.url("short"), CREATE_IF_MISSING, "not a store file: "},
-        {folder.url("foreign"), CREATE_IF_MISSING, "not a store file: "},
-        {folder.url("empty"), MUST_EXIST, "not a store file: "},
-        {folder.url(""), CREATE_IF_MISSING, "Is a directory"},
-        {folder.url("none"), MUST_EXIST, "No such file or directory"},
-        {folder.url("none/store"), CREATE_IF_MISSING, "No such file or directory"},
-        {folder.url("store"), MUST_BE_NEW, "there is a file already: "},
-        {folder.url("newer"), CREATE_IF_MISSING, "made by a newer version"},
-        {folder.url("damaged"), CREATE_IF_MISSING, "the store's file is damaged"},
-        {"sqlite::memory:", MUST_EXIST, "a store in memory is always new"},
-        {"sqlite:", CREATE_IF_MISSING, "the URL names no file: "},
-        {"sqlite://host/file", CREATE_IF_MISSING, "a file's URL is "},
-        {"postgresql://host/database", CREATE_IF_MISSING, "PostgreSQL is not served yet: "},
-        {"/plain/path", CREATE_IF_MISSING, "a store's URL begins with \"sqlite:\": "},
+        {folder.url("text"), CREATE_IF_MISSING, NOT_A_STORE, "not a store file: "},
+        {folder.url("short"), CREATE_IF_MISSING, NOT_A_STORE, "not a store file: "},
+        {folder.url("foreign"), CREATE_IF_MISSING, NOT_A_STORE, "not a store file: "},
+        {folder.url("empty"), MUST_EXIST, NOT_A_STORE, "not a store file: "},
+        {folder.url(""), CREATE_IF_MISSING, NOT_A_STORE, "Is a directory"},
+        {folder.url("."), CREATE_IF_MISSING, NOT_A_STORE, "not a store file: "},
+        {folder.url("none"), MUST_EXIST, NOT_FOUND, "No such file or directory"},
+        {folder.url("none/store"), CREATE_IF_MISSING, NOT_FOUND, "No such file or directory"},
+        {folder.url("text/store"), CREATE_IF_MISSING, NOT_FOUND, "Not a directory"},
+        {folder.url("dangling"), CREATE_IF_MISSING, NOT_FOUND, "No such file or directory"},
+        {folder.url("store"), MUST_BE_NEW, ALREADY_EXISTS, "there is a file already: "},
+        {folder.url("newer"), CREATE_IF_MISSING, NEWER_VERSION, "made by a newer version"},
+        {folder.url("damaged"), CREATE_IF_MISSING, DAMAGED, "the store's file is damaged"},
+        {folder.url("cut"), CREATE_IF_MISSING, DAMAGED, "the store's file is damaged"},
+        {folder.url("tableless"), CREATE_IF_MISSING, DAMAGED, "no such table"},
+        {"sqlite::memory:", MUST_EXIST, NOT_FOUND, "a store in memory is always new"},
+        {"sqlite:", CREATE_IF_MISSING, ILLEGAL_URL, "the URL names no file: "},
+        {"sqlite://host/file", CREATE_IF_MISSING, ILLEGAL_URL, "a file's URL is "},
+        {"postgresql://host/db", CREATE_IF_MISSING, ILLEGAL_URL, "PostgreSQL is not served yet: "},
+        {"/plain/path", CREATE_IF_MISSING, ILLEGAL_URL, "a store's URL begins with \"sqlite:\": "},
     };
-    for (const auto& [url, mode, message] : cases) {
+    for (const auto& [url, mode, code, message] : cases) {
         const std::string path = url.substr(url.find("//") == url.npos ? 0 : 9);
         const std::string before = bytesOf(path);
-        const std::string error = openError(url, mode);
-        EXPECT_NE(error.find(message), error.npos) << url << ": " << error;
+        const auto error = openError(url, mode);
+        ASSERT_TRUE(error) << url;
+        EXPECT_EQ(error->code(), code) << url;
+        EXPECT_NE(std::string(error->what()).find(message), message.npos)
+            << url << ": " << error->what();
         EXPECT_EQ(bytesOf(path), before) << url;
     }
     EXPECT_FALSE(std::filesystem::exists(folder.file("none")));
@@ -79,23 +92,37 @@ TEST(StoreFileTest, RefusesWhatItCannotOpenAndLeavesItAlone) {
     }
 }
 
-TEST(StoreFileTest, RefusesAPlaceItMayNotWrite) {
+TEST(StoreFileTest, RefusesWhatItMayNotReadOrWrite) {
     const TemporaryFolder folder;
-    Store::open(folder.url());
-    std::filesystem::permissions(folder.file(""), std::filesystem::perms(0555));
-    std::filesystem::permissions(folder.file("store.db"), std::filesystem::perms(0444));
-    const auto tryBoth = [&] {
+    std::filesystem::create_directory(folder.file("secret"));
+    using std::filesystem::perms;
+    const auto protect = [&](const std::string& name, unsigned mode) {
+        std::filesystem::permissions(folder.file(name), perms(mode));
+    };
+    for (const auto& [name, mode] : {std::pair("readable", 0444), std::pair("writable", 0666),
+                                     std::pair("unreadable", 0222), std::pair("secret/s", 0666)}) {
+        Store::open(folder.url(name));
+        protect(name, mode);
+    }
+    protect("secret", 0);
+    protect("", 0555);
+    const auto tryAll = [&] {
         // Nothing is unwritable for root.
         if (::geteuid() == 0 && ::setuid(65534) != 0) {
             ::_exit(1);
         }
-        const bool refused =
-            openError(folder.url()).find("Permission denied") != std::string::npos &&
-            openError(folder.url("new.db")).find("Permission denied") != std::string::npos;
-        ::_exit(refused ? 0 : 2);
+        for (const char* name : {"readable", "writable", "unreadable", "secret/s", "new"}) {
+            const auto error = openError(folder.url(name));
+            if (!error || error->code() != StoreErrorCode::NOT_WRITABLE) {
+                std::cerr << name << ": " << (error ? error->what() : "opened") << '\n';
+                ::_exit(2);
+            }
+        }
+        ::_exit(0);
     };
-    EXPECT_EXIT(tryBoth(), testing::ExitedWithCode(0), "");
-    std::filesystem::permissions(folder.file(""), std::filesystem::perms(0755));
+    EXPECT_EXIT(tryAll(), testing::ExitedWithCode(0), "");
+    protect("", 0755);
+    protect("secret", 0755);
 }
 
 TEST(StoreFileTest, FindsEverythingAgainAfterClosing) {
@@ -213,6 +240,20 @@ TEST_F(StoreTest, ReadsOfDamagedContentFailInPlainWords) {
     EXPECT_EQ(user.get(u"/g"), "sound");
 }
 
+TEST(StoreFileTest, VerifyReportsPagesThatCannotBeRead) {
+    const TemporaryFolder folder;
+    {
+        const auto store = Store::open(folder.url());
+        Account(*store, store->createUser({.name = u"main"})).put(u"/f", std::string(600'000, 'f'));
+    }
+    constexpr int pageSize = 16'384;
+    std::fstream(folder.file("store.db"), std::ios::in | std::ios::out | std::ios::binary)
+        .seekp(5 * pageSize)
+        .write(std::string(pageSize, '!').data(), pageSize);
+    const auto store = Store::open(folder.url());
+    EXPECT_NE(store->verify(), std::vector<std::string>());
+}
+
 constexpr int cannotMount = 77;
 
 /// Lets this process mount what no other sees; also when it is not root's, where that is allowed.
@@ -254,6 +295,15 @@ bool enterOwnMounts() {
         }
         good = good && account.get(u"/kept") == "kept" &&
                account.list(u"/") == "a b c d e f g h i j kept" && store->verify().empty();
+        std::ofstream(mountPoint + "filler") << std::string(4'000'000, 'f');
+        const auto full = [](const std::optional<StoreError>& error) {
+            return error && error->code() == StoreErrorCode::FULL;
+        };
+        good = good && full(openError(url + ".other")) && full(storeErrorOf([&] {
+                   for (char16_t c = u'a';; ++c) {
+                       store->createUser({.name = std::u16string(1, c)});
+                   }
+               }));
     }
     ::_exit(good ? 0 : 2);
 }

@@ -121,6 +121,15 @@ std::optional<Code> codeOf(const std::function<void()>& action) {
     return std::nullopt;
 }
 
+std::optional<StoreError> storeErrorOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const StoreError& error) {
+        return error;
+    }
+    return std::nullopt;
+}
+
 std::string causeOf(const std::function<void()>& action) {
     try {
         action();

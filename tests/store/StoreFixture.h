@@ -21,7 +21,7 @@ namespace storage::kvxstore {
 using namespace kvxclient;
 using Code = KVXClientErrorCode;
 
-/// A folder that goes with the object.
+/// A folder that is removed with the object.
 class TemporaryFolder {
 public:
     TemporaryFolder();
@@ -36,7 +36,7 @@ private:
     std::filesystem::path path_;
 };
 
-/// A user who is logged in, and short words for what he does in his own bucket or another.
+/// A logged-in user with short forms of calls, in the user's own bucket unless another is named.
 struct Account {
     Account(const Store& store, const std::string& token);
 
@@ -78,8 +78,11 @@ struct OpenFile {
 
 FileCreateRequest createRequest(const Resource& resource, const std::string& content);
 
-/// The code that the action fails with; nothing when it succeeds.
+/// The code that a call fails with; nothing when it succeeds.
 std::optional<Code> codeOf(const std::function<void()>& action);
+
+/// The error that opening or administering a store fails with; nothing when it succeeds.
+std::optional<StoreError> storeErrorOf(const std::function<void()>& action);
 
 /// The cause nested in the exception that the action fails with.
 std::string causeOf(const std::function<void()>& action);

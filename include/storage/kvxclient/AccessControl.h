@@ -15,7 +15,7 @@
 
 namespace storage::kvxclient {
 
-/// The sharing of the service: permissions given by name, and invitations to folders.
+/// The sharing of the service: permissions granted by name, and invitations to folders.
 ///
 /// An abstract class: a transport derives from it and implements the callback forms.
 ///
@@ -25,12 +25,12 @@ class KVXCLIENT_EXPORT AccessControl {
 public:
     /// Makes the service for an endpoint.
     ///
-    /// `sessionIdSupplier` is called for each getSessionId(), on the thread of that call; it must
-    /// be safe to call from several threads at once.
+    /// Each getSessionId() calls `sessionIdSupplier` on the calling thread. REQUIRES: several
+    /// threads may call it at once.
     AccessControl(std::string endpoint, std::function<std::string()> sessionIdSupplier,
                   std::string applicationId);
 
-    // Configuration, for the time before the service is shared: not synchronised.
+    // Configuration. REQUIRES: no other thread uses the service yet.
 
     /// Sets the id of the origin of the requests.
     AccessControl& withOriginId(std::string originId);
@@ -49,17 +49,17 @@ public:
     std::string getClientString() const;
     /// Returns the kind of the client. Default: empty.
     std::string getClientType() const;
-    /// Returns what the supplier returns; asks it anew each time.
+    /// Calls the supplier and returns its result. Nothing is cached.
     ///
     /// @throws std::bad_function_call when the supplier is empty; whatever the supplier throws.
     std::string getSessionId() const;
 
     // The destructor is the first slot; the callback forms follow in the order of theirs.
 
-    /// Destroys the service. No operation may be running in it.
+    /// Destroys the service. REQUIRES: no operation is running in it.
     virtual ~AccessControl();
 
-    /// Gives a subject a right on a file or folder and all below it.
+    /// Grants a subject a right on a file or folder and everything below it.
     ///
     /// Errors:
     /// - RESOURCE_NOT_FOUND: the file or folder, or a subject who must exist, does not exist for
@@ -69,7 +69,7 @@ public:
     virtual void grantPermission(PermissionGrantRequest request,
                                  CompletionHandler<PermissionGrantResponse> handler) const = 0;
 
-    /// Takes a permission back.
+    /// Revokes a permission.
     ///
     /// Errors:
     /// - RESOURCE_NOT_FOUND: the file, folder or permission does not exist for the caller.
@@ -87,8 +87,8 @@ public:
     virtual void listPermissions(PermissionListRequest request,
                                  CompletionHandler<PermissionListResponse> handler) const = 0;
 
-    /// Invites to a folder: one recipient, or anyone who holds the invitation when the request
-    /// names none.
+    /// Invites the recipient of the request to a folder or, without one, anybody who holds the
+    /// invitation.
     ///
     /// Errors:
     /// - RESOURCE_NOT_FOUND: the folder does not exist for the caller.
@@ -114,7 +114,7 @@ public:
     virtual void updateInvitation(InvitationUpdateRequest request,
                                   CompletionHandler<InvitationUpdateResponse> handler) const = 0;
 
-    /// Takes an invitation back, and the right it gave with it.
+    /// Deletes an invitation and revokes the right it gave.
     ///
     /// Errors:
     /// - RESOURCE_NOT_FOUND: the invitation does not exist for the caller.
@@ -122,25 +122,25 @@ public:
     virtual void deleteInvitation(InvitationDeleteRequest request,
                                   CompletionHandler<InvitationDeleteResponse> handler) const = 0;
 
-    /// Lists the invitations that the caller sent or received, as far as they match the request.
+    /// Lists the invitations that the caller sent or received and that match the request.
     virtual void listInvitations(InvitationListRequest request,
                                  CompletionHandler<InvitationListResponse> handler) const = 0;
 
-    /// Copies the folder that an invitation offers to a place of the caller's own.
+    /// Copies the folder that an invitation offers into a folder of the caller.
     ///
     /// Errors:
-    /// - RESOURCE_NOT_FOUND: the invitation, the folder, or the bucket or place of the target does
-    ///   not exist for the caller.
-    /// - PARENT_RESOURCE_NOT_FOUND: the folder to hold it does not exist.
+    /// - RESOURCE_NOT_FOUND: the invitation, the folder, the bucket of the target or that part of
+    ///   it does not exist for the caller.
+    /// - PARENT_RESOURCE_NOT_FOUND: the parent folder does not exist.
     /// - CONFLICT: the target exists or lies within the folder, or the path names a file.
-    /// - UNAUTHORIZED: the caller may see the folder to hold it but not change it.
+    /// - UNAUTHORIZED: the caller may see the parent folder but not change it.
     /// - QUOTA_EXCEEDED: the storage quota would be exceeded.
-    /// - ILLEGAL_PATH: a path, or one that would come to lie below it, breaks the rules for names.
+    /// - ILLEGAL_PATH: a path, or one that would result below it, breaks the rules for names.
     virtual void copyFolderFromInvitation(
         InvitationCopyFolderRequest request,
         CompletionHandler<InvitationCopyFolderResponse> handler) const = 0;
 
-    /// Lists the folder that an invitation offers, also before it is accepted.
+    /// Lists the folder that an invitation offers, even before it is accepted.
     ///
     /// Errors:
     /// - RESOURCE_NOT_FOUND: the invitation or the folder does not exist for the caller.
@@ -150,7 +150,7 @@ public:
         InvitationFolderContentRequest request,
         CompletionHandler<InvitationFolderContentResponse> handler) const = 0;
 
-    /// Reads what an invitation offers, also before it is accepted.
+    /// Reads what an invitation offers, even before it is accepted.
     ///
     /// Errors:
     /// - RESOURCE_NOT_FOUND: the invitation does not exist for the caller.

@@ -9,14 +9,14 @@ namespace storage::kvxclient {
 
 /// The process-wide sizes of read and write buffers.
 ///
-/// Plain variables: an application may change them before it creates records. They are not
-/// synchronised, so change them before other threads use the library.
+/// Plain variables: an application may change them before it creates records. REQUIRES: no other
+/// thread uses the library while they change.
 class KVXCLIENT_EXPORT BufferSize {
 public:
-    /// How many bytes a new FileContentReadResponse has room for. Initially 4,194,304.
+    /// The capacity of a new FileContentReadResponse, in bytes. Initially 4,194,304.
     static unsigned long MAX_READ_BUFFER_SIZE;
-    /// How many bytes callers should write at once; the library itself does not read it.
-    /// Initially 4,194,304.
+    /// The most bytes a caller should write at once; the library itself does not use it. Initially
+    /// 4,194,304.
     static unsigned long MAX_WRITE_BUFFER_SIZE;
 };
 

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// What changed after a point in the history of the service.
+/// The changes after a point in the history of the service.
 
 #include <string>
 #include <vector>

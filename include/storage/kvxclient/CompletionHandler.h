@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The callback that completes a call, and the one that completes a promise.
+/// The callback that completes a call, and one that completes a promise.
 
 #include <exception>
 #include <functional>
@@ -22,27 +22,27 @@ namespace storage::kvxclient {
 /// @par Errors
 /// The transport reports a failure to the handler, normally as a KVXClientException. Every
 /// operation but ping and login may fail with UNAUTHORIZED, INVALID_SESSION_ID or SESSION_EXPIRED
-/// for want of a valid session; every one with BAD_NETWORK when the service is not reached or the
-/// call is cancelled, and with INTERNAL_SERVER_ERROR or UNKNOWN when the service fails. A transport
-/// that drops a handler makes the waiting forms throw std::future_error (broken_promise). What the
-/// callback form itself throws leaves all three forms at once.
+/// without a valid session; every operation with BAD_NETWORK if the service is not reached or the
+/// call is cancelled, and with INTERNAL_SERVER_ERROR or UNKNOWN if the service fails. A transport
+/// that drops a handler makes the waiting forms throw std::future_error (broken_promise). An
+/// exception that the callback form itself throws leaves all three forms at once.
 ///
 /// @par Threads
 /// Operations may be called from several threads at once. The handler is invoked exactly once, on a
 /// thread of the transport's choice, possibly before the call has returned. The library starts no
-/// threads. A blocking form called on the very thread that must complete it never returns.
+/// threads. A blocking form must not be called on the thread that has to complete it: it would
+/// never return.
 ///
 /// @par Lifetime
-/// Requests and handlers are taken by value: nothing that was passed needs to outlive the call,
-/// unless the request says so itself. On its way from the handler to the caller of a future or
-/// blocking form the response is moved; ConfigurationManagement, Notification and IVersioning copy
-/// it once.
+/// Requests and handlers are taken by value: nothing that was passed has to outlive the call,
+/// unless its request says so. The response is moved from the handler to the caller of a future or
+/// blocking form; ConfigurationManagement, Notification and IVersioning copy it once.
 
 /// Completes one call of a service: the transport invokes it exactly once, with the response and a
 /// null pointer on success, or with a non-null exception pointer on failure, in which case the
 /// response is ignored and may be a default one.
 ///
-/// It may be copied freely and invoked on any thread, also before the call that was given it has
+/// It may be copied freely and invoked on any thread, even before the call that received it has
 /// returned. It runs on the thread that invokes it.
 template <class T>
 using CompletionHandler = std::function<void(T, std::exception_ptr)>;

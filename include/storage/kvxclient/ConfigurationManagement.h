@@ -24,8 +24,8 @@ class KVXCLIENT_EXPORT ConfigurationManagement {
 public:
     /// Makes the service for an endpoint.
     ///
-    /// `sessionIdSupplier` is called for each getSessionId(), on the thread of that call; it must
-    /// be safe to call from several threads at once.
+    /// Each getSessionId() calls `sessionIdSupplier` on the calling thread. REQUIRES: several
+    /// threads may call it at once.
     ConfigurationManagement(std::string endpoint, std::function<std::string()> sessionIdSupplier,
                             std::string applicationId);
 
@@ -33,17 +33,17 @@ public:
     std::string getEndpoint() const;
     /// Returns the id of the calling application.
     std::string getApplicationId() const;
-    /// Returns what the supplier returns; asks it anew each time.
+    /// Calls the supplier and returns its result. Nothing is cached.
     ///
     /// @throws std::bad_function_call when the supplier is empty; whatever the supplier throws.
     std::string getSessionId() const;
 
     // The destructor is the first slot; the callback forms follow in the order of theirs.
 
-    /// Destroys the service. No operation may be running in it.
+    /// Destroys the service. REQUIRES: no operation is running in it.
     virtual ~ConfigurationManagement();
 
-    /// Sets the policy of a file or folder and, where they inherit, of all below it.
+    /// Sets the policy of a file or folder, and of everything below it that inherits.
     ///
     /// Errors:
     /// - RESOURCE_NOT_FOUND: it does not exist for the caller.
@@ -52,7 +52,7 @@ public:
     virtual void setResourcePolicy(ResourcePolicySetRequest request,
                                    CompletionHandler<ResourcePolicySetResponse> handler) const = 0;
 
-    /// Reads the policy of a file or folder and the one that holds for it.
+    /// Reads the policy of a file or folder and its effective policy.
     ///
     /// Errors:
     /// - RESOURCE_NOT_FOUND: it does not exist for the caller.

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The enumerations that records carry, and the words that the service has for them.
+/// The enumerations of the records, and the service's words for their values.
 
 #include <cstdint>
 #include <string>
@@ -39,9 +39,9 @@ enum class InvitationStatus : std::int32_t {
 
 /// The kind of an invitation.
 enum class InvitationType : std::int32_t {
-    OPEN = 0,              ///< For anyone who holds its id.
+    OPEN = 0,              ///< For anybody who holds its id.
     PERSONAL = 1,          ///< For one recipient.
-    CREATED_FROM_OPEN = 2  ///< A recipient's own, made by accepting an open one.
+    CREATED_FROM_OPEN = 2  ///< A recipient's own, created by accepting an open one.
 };
 
 /// The right that a permission grants. The transport maps it to the service's words.
@@ -64,26 +64,26 @@ enum class PublicAccessPolicy : std::int32_t {
     ALLOWED = 2   ///< Public access is allowed.
 };
 
-/// Returns the service's word for the value, which is the enumerator's name; "UNKNOWN" for a value
-/// that is no enumerator.
+/// Returns the service's word for the value, which is the enumerator's name, or "UNKNOWN" if the
+/// value is no enumerator.
 KVXCLIENT_EXPORT std::string toString(AccessType value);
-/// Returns the word for a FileCreateMode, on the terms of toString(AccessType).
+/// Returns the word for a FileCreateMode, as toString(AccessType) does.
 KVXCLIENT_EXPORT std::string toString(FileCreateMode value);
-/// Returns the word for a FileHandleCloseOperation, on the terms of toString(AccessType).
+/// Returns the word for a FileHandleCloseOperation, as toString(AccessType) does.
 KVXCLIENT_EXPORT std::string toString(FileHandleCloseOperation value);
-/// Returns the word for an InvitationStatus, on the terms of toString(AccessType).
+/// Returns the word for an InvitationStatus, as toString(AccessType) does.
 KVXCLIENT_EXPORT std::string toString(InvitationStatus value);
-/// Returns the word for an InvitationType, on the terms of toString(AccessType).
+/// Returns the word for an InvitationType, as toString(AccessType) does.
 KVXCLIENT_EXPORT std::string toString(InvitationType value);
 
 /// Returns the enumerator whose word is exactly `text`.
 ///
-/// @throws std::runtime_error "Unknown access type!" when there is none. All three readers say so,
-///     whatever they read: callers match on this one text.
+/// @throws std::runtime_error "Unknown access type!" when there is none. All three functions throw
+///     this text, since callers match on it.
 KVXCLIENT_EXPORT AccessType stringToAccessType(const std::string& text);
-/// Reads the word of an InvitationStatus, on the terms of stringToAccessType().
+/// Reads the word of an InvitationStatus, as stringToAccessType() does.
 KVXCLIENT_EXPORT InvitationStatus stringToInvitationStatus(const std::string& text);
-/// Reads the word of an InvitationType, on the terms of stringToAccessType().
+/// Reads the word of an InvitationType, as stringToAccessType() does.
 KVXCLIENT_EXPORT InvitationType stringToInvitationType(const std::string& text);
 
 }  // namespace storage::kvxclient

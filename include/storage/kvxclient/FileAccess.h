@@ -27,12 +27,12 @@ class KVXCLIENT_EXPORT FileAccess {
 public:
     /// Makes the service for an endpoint.
     ///
-    /// `sessionIdSupplier` is called for each getSessionId(), on the thread of that call; it must
-    /// be safe to call from several threads at once.
+    /// Each getSessionId() calls `sessionIdSupplier` on the calling thread. REQUIRES: several
+    /// threads may call it at once.
     FileAccess(std::string endpoint, std::function<std::string()> sessionIdSupplier,
                std::string applicationId);
 
-    // Configuration, for the time before the service is shared: not synchronised.
+    // Configuration. REQUIRES: no other thread uses the service yet.
 
     /// Sets the id of the origin of the requests.
     FileAccess& withOriginId(std::string originId);
@@ -51,19 +51,19 @@ public:
     std::string getClientString() const;
     /// Returns the kind of the client. Default: empty.
     std::string getClientType() const;
-    /// Returns what the supplier returns; asks it anew each time.
+    /// Calls the supplier and returns its result. Nothing is cached.
     ///
     /// @throws std::bad_function_call when the supplier is empty; whatever the supplier throws.
     std::string getSessionId() const;
 
     // Callback forms, in the order of their slots; the destructor is the last slot.
 
-    /// Creates a file with its whole content, or replaces the content of the file that is there.
+    /// Creates a file with its whole content, or replaces the content of an existing file.
     ///
     /// Errors:
-    /// - RESOURCE_NOT_FOUND: the bucket or the place in it does not exist for the caller.
-    /// - PARENT_RESOURCE_NOT_FOUND: the folder to hold it does not exist.
-    /// - CONFLICT: a folder has that path.
+    /// - RESOURCE_NOT_FOUND: the caller has no access to the bucket or to that part of it.
+    /// - PARENT_RESOURCE_NOT_FOUND: the parent folder does not exist.
+    /// - CONFLICT: the path names a folder.
     /// - UNAUTHORIZED: the caller may see the folder but not change it.
     /// - FILE_TOO_LARGE: the file would exceed the size limit.
     /// - QUOTA_EXCEEDED: the storage quota would be exceeded.
@@ -97,35 +97,35 @@ public:
     /// Errors:
     /// - RESOURCE_NOT_FOUND: the location is unknown or no longer good.
     ///
-    /// The transport calls the stream factory on a thread of its own and destroys the stream before
-    /// it completes the call.
+    /// When and on which thread the stream is made, written and destroyed is the service's
+    /// business.
     virtual void downloadFile(FileDownloadRequest request,
                               CompletionHandler<FileDownloadResponse> handler) const = 0;
 
     /// Creates a folder.
     ///
     /// Errors:
-    /// - RESOURCE_NOT_FOUND: the bucket or the place in it does not exist for the caller.
-    /// - PARENT_RESOURCE_NOT_FOUND: the folder to hold it does not exist.
+    /// - RESOURCE_NOT_FOUND: the caller has no access to the bucket or to that part of it.
+    /// - PARENT_RESOURCE_NOT_FOUND: the parent folder does not exist.
     /// - CONFLICT: a file or folder has that path.
-    /// - UNAUTHORIZED: the caller may see the folder to hold it but not change it.
+    /// - UNAUTHORIZED: the caller may see the parent folder but not change it.
     /// - ILLEGAL_PATH: the path breaks the rules for names.
     virtual void createFolder(FolderCreateRequest request,
                               CompletionHandler<FolderCreateResponse> handler) const = 0;
 
-    /// Deletes a folder, with its content where the request forces it.
+    /// Deletes a folder, and its content if forceRecursive is set.
     ///
     /// Errors:
     /// - RESOURCE_NOT_FOUND: the folder does not exist for the caller.
-    /// - FOLDER_NOT_EMPTY: it has content and the request does not force.
+    /// - FOLDER_NOT_EMPTY: it has content and forceRecursive is not set.
     /// - CONFLICT: the path names a file, or the root.
     /// - UNAUTHORIZED: the caller may see the folder but not change it.
     /// - ILLEGAL_PATH: the path breaks the rules for names.
     virtual void deleteFolder(FolderDeleteRequest request,
                               CompletionHandler<FolderDeleteResponse> handler) const = 0;
 
-    /// Opens a file, or one of its versions, for reading. What is read through the handle is the
-    /// content as it was then.
+    /// Opens a file, or one of its versions, for reading. Reads through the handle give the content
+    /// as it was when the file was opened.
     ///
     /// Errors:
     /// - RESOURCE_NOT_FOUND: the file or the version does not exist for the caller.
@@ -140,7 +140,7 @@ public:
     ///
     /// Errors:
     /// - RESOURCE_NOT_FOUND: the file does not exist for the caller.
-    /// - PARENT_RESOURCE_NOT_FOUND: the folder to hold it does not exist.
+    /// - PARENT_RESOURCE_NOT_FOUND: the parent folder does not exist.
     /// - CONFLICT: the path names a folder, or the file exists and must not.
     /// - UNAUTHORIZED: the caller may see the file but not change it.
     /// - ILLEGAL_PATH: the path breaks the rules for names.
@@ -157,7 +157,8 @@ public:
     virtual void readFile(FileReadRequest request,
                           CompletionHandler<FileReadResponse> handler) const = 0;
 
-    /// Reads a range of bytes through an open handle. A range beyond the end gives what there is.
+    /// Reads a range of bytes through an open handle. What a range beyond the end gives is the
+    /// service's business.
     ///
     /// Errors:
     /// - RESOURCE_NOT_FOUND: the handle does not exist for the caller.
@@ -168,27 +169,26 @@ public:
     ///
     /// Errors:
     /// - RESOURCE_NOT_FOUND: the handle does not exist for the caller, or the file is gone.
-    /// - PARENT_RESOURCE_NOT_FOUND: the folder to hold the file is gone.
-    /// - CONFLICT: the handle is open for reading only, or the file had to be new and no longer is.
+    /// - PARENT_RESOURCE_NOT_FOUND: the folder of the file is gone.
+    /// - CONFLICT: the handle is open for reading only, or the file was to be new and now exists.
     /// - UNAUTHORIZED: the caller may no longer change the file.
     /// - FILE_TOO_LARGE: the file would exceed the size limit.
     /// - QUOTA_EXCEEDED: the storage quota would be exceeded.
-    /// - ILLEGAL_PATH: the folder of a new file was moved to where the file's path is too long.
+    /// - ILLEGAL_PATH: the folder of a new file was moved, and the file's path is now too long.
     ///
-    /// The bytes stay the caller's, who keeps them alive and unchanged until the call has
-    /// completed.
+    /// REQUIRES: the caller keeps the bytes alive and unchanged until the call has completed.
     virtual void writeFileContent(FileContentWriteRequest request,
                                   CompletionHandler<FileContentWriteResponse> handler) const = 0;
 
-    /// Closes a handle and keeps or discards what was written through it.
+    /// Closes a handle and commits or discards what was written through it.
     ///
     /// Errors:
     /// - RESOURCE_NOT_FOUND: the handle does not exist for the caller, or the file is gone.
-    /// - PARENT_RESOURCE_NOT_FOUND: the folder to hold the file is gone.
-    /// - CONFLICT: the file had to be new and no longer is.
+    /// - PARENT_RESOURCE_NOT_FOUND: the folder of the file is gone.
+    /// - CONFLICT: the file was to be new and now exists.
     /// - UNAUTHORIZED: the caller may no longer change the file.
     /// - QUOTA_EXCEEDED: the storage quota would be exceeded.
-    /// - ILLEGAL_PATH: the folder of a new file was moved to where the file's path is too long.
+    /// - ILLEGAL_PATH: the folder of a new file was moved, and the file's path is now too long.
     virtual void closeFileHandle(FileHandleCloseRequest request,
                                  CompletionHandler<FileHandleCloseResponse> handler) const = 0;
 
@@ -201,7 +201,7 @@ public:
     virtual void listFolder(FolderListRequest request,
                             CompletionHandler<FolderListResponse> handler) const = 0;
 
-    /// Lists several folders, from one folder on, in one answer.
+    /// Lists several folders, starting from one, in one call.
     ///
     /// Errors:
     /// - RESOURCE_NOT_FOUND: the folder does not exist for the caller.
@@ -213,28 +213,28 @@ public:
     /// Moves a file, or a folder with all its content, to another path.
     ///
     /// Errors:
-    /// - RESOURCE_NOT_FOUND: the source, or the bucket or place of the target, does not exist for
-    ///   the caller.
-    /// - PARENT_RESOURCE_NOT_FOUND: the folder to hold it does not exist.
-    /// - CONFLICT: the target exists and is not to be overwritten or of the other kind, one of the
-    ///   two lies within the other, or the source is a root.
+    /// - RESOURCE_NOT_FOUND: the source, or the bucket of the target or that part of it, does not
+    ///   exist for the caller.
+    /// - PARENT_RESOURCE_NOT_FOUND: the parent folder does not exist.
+    /// - CONFLICT: the target exists and may not be overwritten or is of the other kind, one of
+    ///   source and target contains the other, or the source is a root.
     /// - UNAUTHORIZED: the caller may see source or target but not change it.
     /// - QUOTA_EXCEEDED: the storage quota would be exceeded.
-    /// - ILLEGAL_PATH: a path, or one that would come to lie below it, breaks the rules for names.
+    /// - ILLEGAL_PATH: a path, or one that would result below it, breaks the rules for names.
     virtual void move(MoveOrCopyRequest request,
                       CompletionHandler<MoveOrCopyResponse> handler) const = 0;
 
     /// Copies a file, or a folder with all its content, to another path.
     ///
     /// Errors:
-    /// - RESOURCE_NOT_FOUND: the source, or the bucket or place of the target, does not exist for
-    ///   the caller.
-    /// - PARENT_RESOURCE_NOT_FOUND: the folder to hold it does not exist.
-    /// - CONFLICT: the target exists and is not to be overwritten or of the other kind, or one of
-    ///   the two lies within the other.
+    /// - RESOURCE_NOT_FOUND: the source, or the bucket of the target or that part of it, does not
+    ///   exist for the caller.
+    /// - PARENT_RESOURCE_NOT_FOUND: the parent folder does not exist.
+    /// - CONFLICT: the target exists and may not be overwritten or is of the other kind, or one of
+    ///   source and target contains the other.
     /// - UNAUTHORIZED: the caller may see the target but not change it.
     /// - QUOTA_EXCEEDED: the storage quota would be exceeded.
-    /// - ILLEGAL_PATH: a path, or one that would come to lie below it, breaks the rules for names.
+    /// - ILLEGAL_PATH: a path, or one that would result below it, breaks the rules for names.
     virtual void copy(MoveOrCopyRequest request,
                       CompletionHandler<MoveOrCopyResponse> handler) const = 0;
 
@@ -256,7 +256,7 @@ public:
     virtual void setMetadata(SetMetadataRequest request,
                              CompletionHandler<SetMetadataResponse> handler) const = 0;
 
-    /// Destroys the service. No operation may be running in it.
+    /// Destroys the service. REQUIRES: no operation is running in it.
     virtual ~FileAccess();
 
     // Future forms.

@@ -78,7 +78,7 @@ public:
 
     /// Sets how a file that exists or is missing is treated.
     FileHandleReadWriteCreateRequest& withCreateMode(FileCreateMode createMode);
-    /// Returns how a file that exists or is missing is treated. Default: CREATE.
+    /// Returns how a file that exists or is missing is treated. No default: set it before use.
     FileCreateMode getCreateMode() const;
 
     /// Sets whether the content is cut to zero length on opening.
@@ -214,8 +214,8 @@ private:
 
 /// Asks to write a range of bytes through an open handle.
 ///
-/// It does not own the bytes: the caller keeps them alive and unchanged until the call has
-/// completed. All copies of the request share them.
+/// It does not own the bytes, and all its copies share them. REQUIRES: the caller keeps them alive
+/// and unchanged until the call has completed.
 class KVXCLIENT_EXPORT FileContentWriteRequest {
 public:
     /// Makes the request for the file.
@@ -231,20 +231,20 @@ public:
 
     /// Sets the offset at which the bytes are written.
     FileContentWriteRequest& withStartLocation(unsigned long startLocation);
-    /// Returns the offset at which the bytes are written. Default: 0.
+    /// Returns the offset at which the bytes are written. No default: set it before use.
     unsigned long getStartLocation() const;
 
-    /// Returns the pointer to the bytes, which the caller owns. Default: null.
+    /// Returns the pointer to the bytes, which the caller owns. No default: set it before use.
     const unsigned char* getContent() const;
 
-    /// Returns the number of bytes to write. Default: 0.
+    /// Returns the number of bytes to write. No default: set it before use.
     unsigned long getContentSize() const;
 
     /// Sets pointer and number of the bytes to write, without copying them.
     FileContentWriteRequest& withContent(const unsigned char* data, unsigned long size);
 
     /// Compares resource, fileHandleId, startLocation, the address of the content and contentSize.
-    /// The bytes are left out: they are the caller's and may change.
+    /// The bytes themselves are not compared: the caller owns them and may change them.
     bool operator==(const FileContentWriteRequest& other) const;
 
 private:
@@ -273,7 +273,7 @@ private:
     unsigned long fileSize_ = 0;
 };
 
-/// Asks to close a handle, keeping or discarding what was written through it.
+/// Asks to close a handle, and to commit or discard what was written through it.
 class KVXCLIENT_EXPORT FileHandleCloseRequest {
 public:
     /// Makes the request for the file.
@@ -289,12 +289,12 @@ public:
 
     /// Sets what happens to the changes.
     FileHandleCloseRequest& withOperation(FileHandleCloseOperation operation);
-    /// Returns what happens to the changes. Default: COMMIT_CHANGES.
+    /// Returns what happens to the changes. No default: set it before use.
     FileHandleCloseOperation getOperation() const;
 
-    /// Sets whether keeping the changes makes a new version.
+    /// Sets whether a commit makes a new version.
     FileHandleCloseRequest& withCreateNewVersion(bool createNewVersion);
-    /// Returns whether keeping the changes makes a new version. Default: false.
+    /// Returns whether a commit makes a new version. Default: false.
     bool getCreateNewVersion() const;
 
     /// Compares resource, fileHandleId, operation and createNewVersion.
@@ -307,7 +307,7 @@ private:
     bool createNewVersion_ = false;
 };
 
-/// Says that the handle is closed. Carries nothing, and has no equality.
+/// Confirms that the handle is closed. Has no fields and no equality.
 class KVXCLIENT_EXPORT FileHandleCloseResponse {
 public:
     /// Makes the record.

@@ -24,8 +24,8 @@ public:
     /// Returns the file to create.
     Resource getResource() const;
 
-    /// Returns the content as a reference into the request, which every later append shows.
-    /// Default: empty.
+    /// Returns the content as a reference into the request, in which later appends show. Default:
+    /// empty.
     const std::vector<char>& getContent() const;
 
     /// Sets the content (media) type of the file.
@@ -89,8 +89,8 @@ public:
     /// Makes a record with every field at its default.
     FileReadResponse();
 
-    /// Returns an empty resource: nothing sets it, the request knows the file. Default: a default
-    /// Resource.
+    /// Returns an empty resource: nothing sets it, since the request names the file. Default: a
+    /// default Resource.
     Resource getResource() const;
 
     /// Returns a new copy of the content. Default: empty.
@@ -111,7 +111,7 @@ public:
     /// bytes; the content is unchanged.
     void appendContent(const char* data, unsigned long size);
 
-    /// Compares content and contentType. The resource is left out: it is always empty.
+    /// Compares content and contentType. The resource is not compared: it is always empty.
     bool operator==(const FileReadResponse& other) const;
 
 private:
@@ -173,9 +173,9 @@ public:
     /// Makes a record with every field at its default.
     FileDownloadCreateResponse();
 
-    /// Sets the location, to be given to FileDownloadRequest.
+    /// Sets the location, to be passed to FileDownloadRequest.
     FileDownloadCreateResponse& withLocation(std::string location);
-    /// Returns the location, to be given to FileDownloadRequest. Default: empty.
+    /// Returns the location, to be passed to FileDownloadRequest. Default: empty.
     std::string getLocation() const;
 
     /// Compares location.
@@ -198,7 +198,7 @@ public:
     FileDownloadRequest& withStreamFactory(
         std::function<std::unique_ptr<std::iostream>()> streamFactory);
     /// Returns the callable that makes the stream into which the bytes are written. Default: empty.
-    /// The transport owns the stream it makes.
+    /// The transport owns the stream that it returns.
     std::function<std::unique_ptr<std::iostream>()> getStreamFactory() const;
 
     /// Sets whether the bytes are delivered in the response instead.
@@ -207,10 +207,10 @@ public:
     bool getReadIntoString() const;
 
     /// Returns the end of the location from its last "/" on, the slash included: "/c.bin" for
-    /// "a/b/c.bin". The whole location when it has no slash.
+    /// "a/b/c.bin". The whole location if it has no slash.
     std::string getLocationFilename() const;
 
-    /// Compares location and readIntoString. The stream factory is left out: callables have no
+    /// Compares location and readIntoString. The stream factory is not compared: callables have no
     /// equality.
     bool operator==(const FileDownloadRequest& other) const;
 
@@ -220,7 +220,7 @@ private:
     bool readIntoString_ = false;
 };
 
-/// The downloaded bytes, where they were asked for as a string.
+/// The downloaded bytes, if they were asked for as a string.
 class KVXCLIENT_EXPORT FileDownloadResponse {
 public:
     /// Makes a record with every field at its default.

@@ -46,7 +46,7 @@ private:
     bool includeInvitations_ = false;
 };
 
-/// Asks for the listings of several folders, from one folder on, in one answer.
+/// Asks for the listings of several folders, starting from one, in one response.
 class KVXCLIENT_EXPORT MultiFolderListRequest {
 public:
     /// Makes the request for the folder to start from.
@@ -119,8 +119,8 @@ private:
     std::vector<FileSummary> files_;
 };
 
-/// The listing of one folder within a multi-folder answer. Has no equality, since FolderSummary has
-/// none.
+/// The listing of one folder within a multi-folder response. Has no equality, since FolderSummary
+/// has none.
 class KVXCLIENT_EXPORT ResourceAndFolderList {
 public:
     /// Makes the empty listing of the folder.
@@ -145,7 +145,7 @@ public:
     std::vector<FolderSummary> getFolders() const;
 
     /// Orders listings by the paths of their folders, code unit by code unit, a prefix first. The
-    /// bucket takes no part: an answer holds one listing for a path.
+    /// bucket is not compared: a response holds one listing per path.
     bool operator<(const ResourceAndFolderList& other) const;
 
 private:
@@ -155,8 +155,8 @@ private:
     std::vector<FolderSummary> folders_;
 };
 
-/// The listings of several folders, one for a path, in the order of their paths. Has no equality,
-/// since FolderSummary has none.
+/// The listings of several folders, one per path, ordered by path. Has no equality, since
+/// FolderSummary has none.
 class KVXCLIENT_EXPORT MultiFolderListResponse {
 public:
     /// Makes a record with every field at its default.
@@ -167,8 +167,8 @@ public:
     /// Returns the listings, ordered by path. Default: empty.
     std::set<ResourceAndFolderList> getFolders() const;
 
-    /// Adds a listing. When there is one for its path already, in whatever bucket, that one stays
-    /// and the new one is dropped without a report.
+    /// Adds a listing. If there is already one for its path, in any bucket, the new one is silently
+    /// dropped.
     void add(ResourceAndFolderList folder);
 
 private:

@@ -14,8 +14,8 @@ namespace storage::kvxclient {
 /// The versions of the service's files.
 ///
 /// An abstract class without state: a transport derives from it and implements the callback forms.
-/// All three forms are virtual, so that a transport may replace them too; the blocking form goes
-/// through the future form that is in force.
+/// All three forms are virtual, so that a transport may replace them too; the blocking form calls
+/// the future form through its virtual slot.
 ///
 /// Every operation has the three forms of @ref call_forms, which say what holds for errors, threads
 /// and lifetime; an operation lists the errors of its own.
@@ -23,7 +23,7 @@ class KVXCLIENT_EXPORT IVersioning {
 public:
     // In the order of their slots.
 
-    /// Destroys the service. No operation may be running in it.
+    /// Destroys the service. REQUIRES: no operation is running in it.
     virtual ~IVersioning();
 
     /// Lists the versions of a file.
@@ -35,7 +35,7 @@ public:
     virtual void listVersions(VersionListRequest request,
                               CompletionHandler<VersionListResponse> handler) const = 0;
 
-    /// Makes an earlier version the content of its file again.
+    /// Restores an earlier version as the content of its file.
     ///
     /// Errors:
     /// - RESOURCE_NOT_FOUND: the file or the version does not exist for the caller.

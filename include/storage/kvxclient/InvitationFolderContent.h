@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Looking into a folder before accepting the invitation to it.
+/// Listing a folder before accepting the invitation to it.
 
 #include <string>
 #include <vector>

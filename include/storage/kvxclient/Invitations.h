@@ -59,7 +59,7 @@ private:
 /// Offers access to a folder to a recipient.
 class KVXCLIENT_EXPORT Invitation {
 public:
-    /// Makes a record with every field at its default.
+    /// Makes a record with the defaults of the fields that have one.
     Invitation();
 
     /// Sets the id of the invitation.
@@ -74,12 +74,12 @@ public:
 
     /// Sets the right offered.
     Invitation& withAccessType(AccessType accessType);
-    /// Returns the right offered. Default: READ_ONLY.
+    /// Returns the right offered. No default: set it before use.
     AccessType getAccessType() const;
 
     /// Sets the kind of the invitation.
     Invitation& withInvitationType(InvitationType invitationType);
-    /// Returns the kind of the invitation. Default: OPEN.
+    /// Returns the kind of the invitation. No default: set it before use.
     InvitationType getInvitationType() const;
 
     /// Sets the name of the folder offered.
@@ -104,7 +104,7 @@ public:
 
     /// Sets the state of the invitation.
     Invitation& withInvitationStatus(InvitationStatus status);
-    /// Returns the state of the invitation. Default: PENDING.
+    /// Returns the state of the invitation. No default: set it before use.
     InvitationStatus getStatus() const;
 
     /// Sets when the invitation was made.
@@ -163,10 +163,10 @@ public:
 
     /// Sets the right offered.
     InvitationCreateRequest& withAccessType(AccessType accessType);
-    /// Returns the right offered. Default: READ_ONLY.
+    /// Returns the right offered. No default: set it before use.
     AccessType getAccessType() const;
 
-    /// Returns the recipient as UTF-8 with every byte but ASCII letters, digits, "." and "/"
+    /// Returns the recipient as UTF-8 with every byte except ASCII letters, digits, "." and "/"
     /// written as "%" and two upper-case hexadecimal digits, as Resource encodes its path.
     std::string getPercentEncodedRecipient() const;
 
@@ -185,8 +185,8 @@ public:
     /// Makes a record with every field at its default.
     InvitationReadRequest();
 
-    /// Returns an empty resource: nothing sets it, the id says which invitation is meant. Default:
-    /// a default Resource.
+    /// Returns an empty resource: nothing sets it, since the id names the invitation. Default: a
+    /// default Resource.
     Resource getResource() const;
 
     /// Sets the id of the invitation.
@@ -194,7 +194,7 @@ public:
     /// Returns the id of the invitation. Default: empty.
     std::string getInvitationId() const;
 
-    /// Compares invitationId. The resource is left out: it is always empty.
+    /// Compares invitationId. The resource is not compared: it is always empty.
     bool operator==(const InvitationReadRequest& other) const;
 
 private:
@@ -205,7 +205,7 @@ private:
 /// Asks to accept or decline an invitation.
 class KVXCLIENT_EXPORT InvitationUpdateRequest {
 public:
-    /// Makes a record with every field at its default.
+    /// Makes a record with the defaults of the fields that have one.
     InvitationUpdateRequest();
 
     /// Sets the folder offered.
@@ -220,8 +220,8 @@ public:
 
     /// Sets the new state of the invitation.
     InvitationUpdateRequest& withStatus(InvitationStatus status);
-    /// Returns the new state of the invitation. Default: PENDING. Always holds a value; optional
-    /// only to read like InvitationListRequest.
+    /// Returns the new state of the invitation. No default: set it before use. Never empty:
+    /// optional only to read like InvitationListRequest.
     std::optional<InvitationStatus> getStatus() const;
 
     /// Compares resource, invitationId and status.
@@ -233,7 +233,7 @@ private:
     InvitationStatus status_ = InvitationStatus::PENDING;
 };
 
-/// Asks to take an invitation back.
+/// Asks to delete an invitation.
 class KVXCLIENT_EXPORT InvitationDeleteRequest {
 public:
     /// Makes a record with every field at its default.
@@ -335,7 +335,7 @@ private:
     std::string invitationId_;
 };
 
-/// The invitation that was made.
+/// The invitation that was created.
 class KVXCLIENT_EXPORT InvitationCreateResponse {
 public:
     /// Makes a record with every field at its default.
@@ -425,23 +425,23 @@ private:
     std::vector<Invitation> invitations_;
 };
 
-/// Says that the invitation is taken back. Carries nothing.
+/// Confirms that the invitation is deleted. Has no fields.
 class KVXCLIENT_EXPORT InvitationDeleteResponse {
 public:
     /// Makes the record.
     InvitationDeleteResponse();
 
-    /// True only for the very same object: there is no content by which two could agree.
+    /// Returns true only for the same object: there are no fields to compare.
     bool operator==(const InvitationDeleteResponse& other) const;
 };
 
-/// Says that the folder is copied. Carries nothing.
+/// Confirms that the folder is copied. Has no fields.
 class KVXCLIENT_EXPORT InvitationCopyFolderResponse {
 public:
     /// Makes the record.
     InvitationCopyFolderResponse();
 
-    /// True only for the very same object: there is no content by which two could agree.
+    /// Returns true only for the same object: there are no fields to compare.
     bool operator==(const InvitationCopyFolderResponse& other) const;
 };
 

@@ -10,6 +10,7 @@
 
 #include "storage/kvxclient/CompletionHandler.h"
 #include "storage/kvxclient/Export.h"
+#include "storage/kvxclient/LockLayout.h"
 #include "storage/kvxclient/SessionRecords.h"
 
 namespace storage::kvxclient {
@@ -25,15 +26,15 @@ class Notification;
 ///
 /// An abstract class: a transport derives from it and implements the virtual functions.
 ///
-/// To use the service: set application id, origin id, client string and client type; login();
-/// give the session id of the response to withSessionId(); work with the other services, whose
-/// supplier reads getSessionId(); log in again before the minutes that the response named have
-/// passed and set the new id the same way; logout() at the end.
+/// To use the service: set application id, origin id, client string and client type; login(); pass
+/// the session id of the response to withSessionId(); work with the other services, whose supplier
+/// reads getSessionId(); log in again before the minutes that the response named have passed and
+/// set the new id the same way; logout() at the end.
 ///
 /// The session operations have the three forms of @ref call_forms, which say what holds for errors,
 /// threads and lifetime; an operation lists the errors of its own. Any thread may call any
-/// operation, but of the settings only the session id is guarded: the others are for the time
-/// before the client is shared.
+/// operation. Of the settings, only the session id is guarded: change the others only before the
+/// client is shared.
 class KVXCLIENT_EXPORT KVXClient {
 public:
     /// Makes a client of an endpoint; everything else starts empty.
@@ -53,11 +54,12 @@ public:
     /// Sets the id of the calling application.
     KVXClient& withApplicationId(std::string applicationId);
 
-    /// Sets the text that describes the calling client, in its encoded form: every byte but
-    /// letters, digits, "." and "/" is kept as "%" and two upper-case hexadecimal digits.
+    /// Sets the text that describes the calling client, in its encoded form: every byte except
+    /// letters, digits, "." and "/" becomes "%" and two upper-case hexadecimal digits.
     ///
-    /// What a letter is, the C locale of the process says: bytes of 0x80 and above may be kept in
-    /// another locale, unlike in a Resource's path. Encodes again what is encoded already.
+    /// The C locale of the process decides what a letter is: another locale may keep bytes of 0x80
+    /// and above, which the path of a Resource never does. Text that is already encoded is encoded
+    /// again.
     KVXClient& withClientString(std::string clientString);
 
     /// Sets the kind of the client, encoded as withClientString() does. Read with
@@ -66,7 +68,7 @@ public:
 
     /// Sets the session id, exactly as given; seen at once by every service that asks for it.
     ///
-    /// Safe to call while others read it.
+    /// Other threads may read it at the same time.
     /// @throws boost::lock_error when locking fails; the session id is unchanged.
     KVXClient& withSessionId(std::string sessionId);
 
@@ -83,16 +85,16 @@ public:
 
     /// Returns the session id last set. Default: empty. Neither login() nor logout() changes it.
     ///
-    /// Safe to call from several threads at once, also while another sets it.
+    /// Other threads may read or set it at the same time.
     /// @throws boost::lock_error when locking fails.
     std::string getSessionId() const;
 
     // Virtual functions, in the order of their slots; the destructor is the last slot.
 
-    /// Asks the service for a sign of life.
+    /// Checks that the service answers.
     virtual void ping(CompletionHandler<PingResponse> handler) const = 0;
 
-    /// Opens a session. The client does not keep its id: give it to withSessionId().
+    /// Opens a session. The client does not store its id: pass it to withSessionId().
     ///
     /// Errors:
     /// - INVALID_TOKEN: the token is not accepted.
@@ -106,27 +108,26 @@ public:
 
     /// Makes a service for files and folders.
     ///
-    /// The service takes endpoint and application id of this client as they are now, and reads its
-    /// session id whenever it needs it. It does not keep the client alive: the client must outlive
-    /// it.
+    /// The service copies the endpoint and application id of this client now, and reads its session
+    /// id for each call. It does not keep the client alive: the client must outlive it.
     virtual std::unique_ptr<FileAccess> createFileAccess() const = 0;
-    /// Makes a service for sharing, on the terms of createFileAccess().
+    /// Makes a service for sharing; see createFileAccess().
     virtual std::unique_ptr<AccessControl> createAccessControl() const = 0;
-    /// Makes a service for storage usage and policies, on the terms of createFileAccess().
+    /// Makes a service for storage usage and policies; see createFileAccess().
     virtual std::unique_ptr<ConfigurationManagement> createConfigurationManagement() const = 0;
-    /// Makes a service for changes, on the terms of createFileAccess().
+    /// Makes a service for changes; see createFileAccess().
     virtual std::unique_ptr<Notification> createNotification() const = 0;
-    /// Makes a service for versions, on the terms of createFileAccess().
+    /// Makes a service for versions; see createFileAccess().
     virtual std::unique_ptr<IVersioning> createVersioning() const = 0;
 
     /// Completes every call of this client and its services that has not completed yet, once, with
     /// a KVXClientException of BAD_NETWORK.
     virtual void cancelPendingCalls() const = 0;
-    /// Returns when no call of this client and its services is outstanding. Never returns when
-    /// called on the thread that must complete one.
+    /// Returns when no call of this client and its services is outstanding. REQUIRES: the calling
+    /// thread is not one that must complete a call.
     virtual void waitForPendingCalls() const = 0;
 
-    /// Destroys the client. No operation may be running in it, and its services must be gone.
+    /// Destroys the client. REQUIRES: no operation is running in it, and its services are gone.
     virtual ~KVXClient();
 
     // Future forms.

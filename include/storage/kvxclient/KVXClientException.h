@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The failures that the service reports.
+/// The failures of the service.
 
 #include <cstdint>
 #include <iosfwd>
@@ -11,7 +11,7 @@
 
 namespace storage::kvxclient {
 
-/// Why the service refused or failed a call.
+/// The reason why a call failed.
 ///
 /// Values outside this list are carried unchanged and read as UNKNOWN in text.
 enum class KVXClientErrorCode : std::int32_t {
@@ -20,15 +20,15 @@ enum class KVXClientErrorCode : std::int32_t {
     BAD_NETWORK = 2,                ///< The service could not be reached, or the call was cut off.
     RESOURCE_NOT_FOUND = 3,         ///< What the call is about does not exist for the caller.
     PARENT_RESOURCE_NOT_FOUND = 4,  ///< The folder that should hold the target does not exist.
-    CONFLICT = 5,                   ///< Something in the way: wrong kind, or it exists already.
+    CONFLICT = 5,                   ///< It exists already, or is of the wrong kind.
     FOLDER_NOT_EMPTY = 6,           ///< The folder has content and force was not asked for.
     QUOTA_EXCEEDED = 7,             ///< The storage quota would be exceeded.
     FILE_TOO_LARGE = 8,             ///< The file would exceed the service's size limit.
     ILLEGAL_PATH = 9,               ///< The path breaks the service's rules for names.
-    INVALID_SESSION_ID = 10,        ///< The session id was never given out, or is logged out.
+    INVALID_SESSION_ID = 10,        ///< The session id was never issued, or is logged out.
     SESSION_EXPIRED = 11,           ///< The session is over: log in again.
     UNKNOWN = 12,                   ///< None of the other codes.
-    INTERNAL_SERVER_ERROR = 13      ///< The service failed by its own fault.
+    INTERNAL_SERVER_ERROR = 13      ///< The service itself failed.
 };
 
 /// Writes the code as "KVXClientErrorCode::" and the enumerator's name, nothing else; a value that
@@ -37,8 +37,8 @@ KVXCLIENT_EXPORT std::ostream& operator<<(std::ostream& stream, KVXClientErrorCo
 
 /// A failure of the service, with its code.
 ///
-/// A transport creates it and hands it to the completion handler of the call; the blocking forms
-/// throw it unchanged. what() is "Error: " and the text of the code.
+/// A transport passes it to the completion handler of the call; the blocking forms throw it
+/// unchanged. what() is "Error: " and the text of the code.
 class KVXCLIENT_EXPORT KVXClientException : public std::runtime_error {
 public:
     /// Makes the exception for a code and its message with it.
@@ -50,7 +50,7 @@ public:
     // Defined in the library, so that its type information is one across library borders.
     ~KVXClientException() override;
 
-    /// Returns the code as it was given, also when it is no enumerator.
+    /// Returns the code as it was given, even if it is no enumerator.
     KVXClientErrorCode getErrorCode() const;
 
 private:

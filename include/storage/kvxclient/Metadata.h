@@ -38,13 +38,13 @@ private:
     std::chrono::system_clock::time_point clientLastModified_;
 };
 
-/// Says that the metadata is set. Carries nothing.
+/// Confirms that the metadata is set. Has no fields.
 class KVXCLIENT_EXPORT SetMetadataResponse {
 public:
     /// Makes the record.
     SetMetadataResponse();
 
-    /// True only for the very same object: there is no content by which two could agree.
+    /// Returns true only for the same object: there are no fields to compare.
     bool operator==(const SetMetadataResponse& other) const;
 };
 

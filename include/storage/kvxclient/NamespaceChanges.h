@@ -27,13 +27,13 @@ private:
     Resource resource_;
 };
 
-/// Says that the folder is created. Carries nothing.
+/// Confirms that the folder is created. Has no fields.
 class KVXCLIENT_EXPORT FolderCreateResponse {
 public:
     /// Makes the record.
     FolderCreateResponse();
 
-    /// True only for the very same object: there is no content by which two could agree.
+    /// Returns true only for the same object: there are no fields to compare.
     bool operator==(const FolderCreateResponse& other) const;
 };
 
@@ -48,7 +48,8 @@ public:
 
     /// Sets whether a folder that is not empty is deleted with all its content.
     FolderDeleteRequest& withForceRecursive(bool forceRecursive);
-    /// Returns whether a folder that is not empty is deleted with all its content. Default: false.
+    /// Returns whether a folder that is not empty is deleted with all its content. No default: set
+    /// it before use.
     bool getForceRecursive() const;
 
     /// Compares resource and forceRecursive.
@@ -65,9 +66,9 @@ public:
     /// Makes a record with every field at its default.
     FolderDeleteResponse();
 
-    /// Sets what is left of the folder. From then on there is a summary, even a default one.
+    /// Sets the summary of the deleted folder, which is then present even if it is a default one.
     FolderDeleteResponse& withDeletedFolderSummary(DeletedFolderSummary deletedFolderSummary);
-    /// Returns what is left of the folder, where the service described it. Default: empty.
+    /// Returns the summary of the deleted folder, if the service gave one. Default: empty.
     std::optional<DeletedFolderSummary> getDeletedFolderSummary() const;
 
     /// Compares deletedFolderSummary.
@@ -99,9 +100,9 @@ public:
     /// Makes a record with every field at its default.
     FileDeleteResponse();
 
-    /// Sets what is left of the file. From then on there is a summary, even a default one.
+    /// Sets the summary of the deleted file, which is then present even if it is a default one.
     FileDeleteResponse& withDeletedFileSummary(DeletedFileSummary deletedFileSummary);
-    /// Returns what is left of the file, where the service described it. Default: empty.
+    /// Returns the summary of the deleted file, if the service gave one. Default: empty.
     std::optional<DeletedFileSummary> getDeletedFileSummary() const;
 
     /// Compares deletedFileSummary.
@@ -111,7 +112,7 @@ private:
     std::optional<DeletedFileSummary> deletedFileSummary_;
 };
 
-/// Asks to move or to copy a file or folder: which of the two, the operation called says.
+/// Asks to move or copy a file or folder; the operation called decides which.
 class KVXCLIENT_EXPORT MoveOrCopyRequest {
 public:
     /// Makes the request for what is moved or copied and where it goes.
@@ -125,7 +126,7 @@ public:
 
     /// Sets whether an existing target is overwritten.
     MoveOrCopyRequest& withTargetOverwrite(bool targetOverwrite);
-    /// Returns whether an existing target is overwritten. Default: false.
+    /// Returns whether an existing target is overwritten. No default: set it before use.
     bool getTargetOverwrite() const;
 
     /// Compares source, target and targetOverwrite.
@@ -137,13 +138,13 @@ private:
     bool targetOverwrite_ = false;
 };
 
-/// Says that the item is moved or copied. Carries nothing.
+/// Confirms that the item is moved or copied. Has no fields.
 class KVXCLIENT_EXPORT MoveOrCopyResponse {
 public:
     /// Makes the record.
     MoveOrCopyResponse();
 
-    /// True only for the very same object: there is no content by which two could agree.
+    /// Returns true only for the same object: there are no fields to compare.
     bool operator==(const MoveOrCopyResponse& other) const;
 };
 

@@ -13,7 +13,7 @@
 
 namespace storage::kvxclient {
 
-/// The change list of the service: what happened to files and folders since a caller last asked.
+/// The change list of the service: which files and folders changed since a caller last asked.
 ///
 /// An abstract class: a transport derives from it and implements the callback form.
 ///
@@ -23,12 +23,12 @@ class KVXCLIENT_EXPORT Notification {
 public:
     /// Makes the service for an endpoint.
     ///
-    /// `sessionIdSupplier` is called for each getSessionId(), on the thread of that call; it must
-    /// be safe to call from several threads at once.
+    /// Each getSessionId() calls `sessionIdSupplier` on the calling thread. REQUIRES: several
+    /// threads may call it at once.
     Notification(std::string endpoint, std::function<std::string()> sessionIdSupplier,
                  std::string applicationId);
 
-    // Configuration, for the time before the service is shared: not synchronised.
+    // Configuration. REQUIRES: no other thread uses the service yet.
 
     /// Sets the id of the origin of the requests.
     Notification& withOriginId(std::string originId);
@@ -47,22 +47,19 @@ public:
     std::string getClientString() const;
     /// Returns the kind of the client. Default: empty.
     std::string getClientType() const;
-    /// Returns what the supplier returns; asks it anew each time.
+    /// Calls the supplier and returns its result. Nothing is cached.
     ///
     /// @throws std::bad_function_call when the supplier is empty; whatever the supplier throws.
     std::string getSessionId() const;
 
     // The callback form is the first slot, the destructor the second.
 
-    /// Lists the files and folders that changed after a watermark; with an empty one, from the
-    /// beginning.
-    ///
-    /// Errors:
-    /// - RESOURCE_NOT_FOUND: the text is no watermark of this service.
+    /// Lists the files and folders that changed after a watermark. What an empty watermark gives,
+    /// and one that this service never gave, is the service's business.
     virtual void listFileChanges(FileChangeListRequest request,
                                  CompletionHandler<FileChangeListResponse> handler) const = 0;
 
-    /// Destroys the service. No operation may be running in it.
+    /// Destroys the service. REQUIRES: no operation is running in it.
     virtual ~Notification();
 
     /// Future form of listFileChanges().

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Permissions: rights given to a subject by name, with no invitation to accept.
+/// Permissions: rights granted to a subject by name, without an invitation.
 
 #include <string>
 #include <vector>
@@ -12,7 +12,7 @@
 
 namespace storage::kvxclient {
 
-/// Who is given a permission.
+/// The subject of a permission.
 class KVXCLIENT_EXPORT Subject {
 public:
     /// Makes a record with every field at its default.
@@ -72,7 +72,7 @@ private:
     std::string status_;
 };
 
-/// Asks to give a subject a right on a file or folder.
+/// Asks to grant a subject a right on a file or folder.
 class KVXCLIENT_EXPORT PermissionGrantRequest {
 public:
     /// Makes the request for the file or folder.
@@ -81,19 +81,19 @@ public:
     /// Returns the file or folder.
     Resource getResource() const;
 
-    /// Sets who is given the right.
+    /// Sets who is granted the right.
     PermissionGrantRequest& withSubject(Subject subject);
-    /// Returns who is given the right. Default: a default Subject.
+    /// Returns who is granted the right. Default: a default Subject.
     Subject getSubject() const;
 
     /// Sets the right.
     PermissionGrantRequest& withOperation(Operation operation);
-    /// Returns the right. Default: READ.
+    /// Returns the right. No default: set it before use.
     Operation getOperation() const;
 
-    /// Sets whether the name of no known user is accepted.
+    /// Sets whether a name that no user has is accepted.
     PermissionGrantRequest& withAllowNonExistingUser(bool allowNonExistingUser);
-    /// Returns whether the name of no known user is accepted. Default: false.
+    /// Returns whether a name that no user has is accepted. No default: set it before use.
     bool getAllowNonExistingUser() const;
 
     /// Compares resource, subject, operation and allowNonExistingUser.
@@ -106,7 +106,7 @@ private:
     bool allowNonExistingUser_ = false;
 };
 
-/// The permission that was given.
+/// The permission that was granted.
 class KVXCLIENT_EXPORT PermissionGrantResponse {
 public:
     /// Makes a record with every field at its default.
@@ -124,7 +124,7 @@ private:
     std::string permissionId_;
 };
 
-/// Asks to take a permission back.
+/// Asks to revoke a permission.
 class KVXCLIENT_EXPORT PermissionRevokeRequest {
 public:
     /// Makes the request for the file or folder.
@@ -146,13 +146,13 @@ private:
     std::string permissionId_;
 };
 
-/// Says that the permission is taken back. Carries nothing.
+/// Confirms that the permission is revoked. Has no fields.
 class KVXCLIENT_EXPORT PermissionRevokeResponse {
 public:
     /// Makes the record.
     PermissionRevokeResponse();
 
-    /// True only for the very same object: there is no content by which two could agree.
+    /// Returns true only for the same object: there are no fields to compare.
     bool operator==(const PermissionRevokeResponse& other) const;
 };
 

@@ -13,8 +13,8 @@ class ResourceAndFolderList;
 
 /// Names one file or folder: the bucket that holds it and its path inside that bucket.
 ///
-/// A plain value. Neither string is checked: what a path or bucket may look like is for the
-/// service to say. Distinct objects may be used from several threads at once.
+/// A plain value. Neither string is checked: the service decides which paths and buckets are legal.
+/// Several threads may use distinct objects at once.
 class KVXCLIENT_EXPORT Resource {
 public:
     /// Makes a resource with an empty path and an empty bucket.
@@ -34,7 +34,7 @@ public:
     /// Returns the bucket as UTF-8. An unpaired surrogate becomes U+FFFD.
     std::string getUTF8Bucket() const;
 
-    /// Returns the path as UTF-8 with every byte but ASCII letters, digits, "." and "/" written
+    /// Returns the path as UTF-8 with every byte except ASCII letters, digits, "." and "/" written
     /// as "%" and two upper-case hexadecimal digits.
     ///
     /// The result depends on no locale. An unpaired surrogate becomes U+FFFD ("%EF%BF%BD").

@@ -9,7 +9,7 @@
 
 namespace storage::kvxclient {
 
-/// What login presents.
+/// The credentials for login.
 class KVXCLIENT_EXPORT LoginRequest {
 public:
     /// Makes a record with every field at its default.
@@ -30,7 +30,7 @@ private:
 /// The session that login opened.
 class KVXCLIENT_EXPORT LoginResponse {
 public:
-    /// Makes a record with every field at its default.
+    /// Makes a record with the defaults of the fields that have one.
     LoginResponse();
 
     /// Sets the id of the session; hand it to KVXClient::withSessionId().
@@ -40,8 +40,8 @@ public:
 
     /// Sets how long the session lasts, in minutes.
     LoginResponse& withMinutesBeforeRelogin(int minutesBeforeRelogin);
-    /// Returns how long the session lasts, in minutes. Default: 0. Log in again before they have
-    /// passed.
+    /// Returns how long the session lasts, in minutes: log in again before they have passed. No
+    /// default: set it before use.
     int getMinutesBeforeRelogin() const;
 
     /// Compares sessionId and minutesBeforeRelogin.
@@ -52,23 +52,23 @@ private:
     int minutesBeforeRelogin_ = 0;
 };
 
-/// Asks to end the session. Carries nothing.
+/// Asks to end the session. Has no fields.
 class KVXCLIENT_EXPORT LogoutRequest {
 public:
     /// Makes the record.
     LogoutRequest();
 
-    /// True only for the very same object: there is no content by which two could agree.
+    /// Returns true only for the same object: there are no fields to compare.
     bool operator==(const LogoutRequest& other) const;
 };
 
-/// Says that the session has ended. Carries nothing.
+/// Confirms that the session has ended. Has no fields.
 class KVXCLIENT_EXPORT LogoutResponse {
 public:
     /// Makes the record.
     LogoutResponse();
 
-    /// True only for the very same object: there is no content by which two could agree.
+    /// Returns true only for the same object: there are no fields to compare.
     bool operator==(const LogoutResponse& other) const;
 };
 

@@ -12,17 +12,17 @@ namespace storage::kvxclient {
 /// How versions of a resource are kept and whether it may be reached publicly.
 class KVXCLIENT_EXPORT ResourcePolicy {
 public:
-    /// Makes a record with every field at its default.
+    /// Makes a record whose fields are yet to be set.
     ResourcePolicy();
 
     /// Sets whether versions are kept.
     ResourcePolicy& withVersionPolicy(VersionPolicy versionPolicy);
-    /// Returns whether versions are kept. Default: INHERIT.
+    /// Returns whether versions are kept. No default: set it before use.
     VersionPolicy getVersionPolicy() const;
 
     /// Sets whether public access is allowed.
     ResourcePolicy& withPublicAccessPolicy(PublicAccessPolicy publicAccessPolicy);
-    /// Returns whether public access is allowed. Default: INHERIT.
+    /// Returns whether public access is allowed. No default: set it before use.
     PublicAccessPolicy getPublicAccessPolicy() const;
 
     /// Compares versionPolicy and publicAccessPolicy.
@@ -33,30 +33,30 @@ private:
     PublicAccessPolicy publicAccessPolicy_ = PublicAccessPolicy::INHERIT;
 };
 
-/// Asks for the storage usage of the caller. Carries nothing.
+/// Asks for the storage usage of the caller. Has no fields.
 class KVXCLIENT_EXPORT StorageUsageGetRequest {
 public:
     /// Makes the record.
     StorageUsageGetRequest();
 
-    /// True only for the very same object: there is no content by which two could agree.
+    /// Returns true only for the same object: there are no fields to compare.
     bool operator==(const StorageUsageGetRequest& other) const;
 };
 
 /// How much storage the caller uses, in the service's unit.
 class KVXCLIENT_EXPORT StorageUsageGetResponse {
 public:
-    /// Makes a record with every field at its default.
+    /// Makes a record whose fields are yet to be set.
     StorageUsageGetResponse();
 
     /// Sets how much the caller may use.
     StorageUsageGetResponse& withUsageQuota(unsigned long usageQuota);
-    /// Returns how much the caller may use. Default: 0.
+    /// Returns how much the caller may use. No default: set it before use.
     unsigned long getUsageQuota() const;
 
     /// Sets how much the caller uses.
     StorageUsageGetResponse& withStorageUsage(unsigned long storageUsage);
-    /// Returns how much the caller uses. Default: 0.
+    /// Returns how much the caller uses. No default: set it before use.
     unsigned long getStorageUsage() const;
 
     /// Compares usageQuota and storageUsage.
@@ -114,7 +114,7 @@ private:
 /// Asks to set the policy of a file or folder.
 class KVXCLIENT_EXPORT ResourcePolicySetRequest {
 public:
-    /// Makes a record with every field at its default.
+    /// Makes a record with the defaults of the fields that have one.
     ResourcePolicySetRequest();
 
     /// Sets the file or folder.
@@ -124,7 +124,7 @@ public:
 
     /// Sets the policy to set.
     ResourcePolicySetRequest& withResourcePolicy(ResourcePolicy resourcePolicy);
-    /// Returns the policy to set. Default: a default ResourcePolicy.
+    /// Returns the policy to set. No default: set it before use.
     ResourcePolicy getResourcePolicy() const;
 
     /// Compares resource and resourcePolicy.
@@ -135,13 +135,13 @@ private:
     ResourcePolicy resourcePolicy_;
 };
 
-/// Says that the policy is set. Carries nothing.
+/// Confirms that the policy is set. Has no fields.
 class KVXCLIENT_EXPORT ResourcePolicySetResponse {
 public:
     /// Makes the record.
     ResourcePolicySetResponse();
 
-    /// True only for the very same object: there is no content by which two could agree.
+    /// Returns true only for the same object: there are no fields to compare.
     bool operator==(const ResourcePolicySetResponse& other) const;
 };
 

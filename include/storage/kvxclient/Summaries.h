@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// What the service says of a file or folder, present or deleted.
+/// How the service describes a file or folder, present or deleted.
 
 #include <chrono>
 #include <string>
@@ -75,10 +75,10 @@ private:
 /// Has no equality, and neither has any record that holds one: compare the fields that matter.
 class KVXCLIENT_EXPORT FolderSummary {
 public:
-    /// Makes a record with every field at its default.
+    /// Makes a record with the defaults of the fields that have one.
     FolderSummary();
-    /// Makes a record with the name of the folder within its parent; every other field has its
-    /// default.
+    /// Makes a record with the name of the folder within its parent; the other fields are as in
+    /// FolderSummary().
     FolderSummary(std::u16string name);
 
     /// Sets the name of the folder within its parent.
@@ -118,7 +118,7 @@ public:
 
     /// Sets the caller's right on the folder.
     FolderSummary& withAccessType(AccessType accessType);
-    /// Returns the caller's right on the folder. Default: READ_ONLY.
+    /// Returns the caller's right on the folder. No default: set it before use.
     AccessType getAccessType() const;
 
     /// Sets the invitation that shares the folder, and nothing else: sharedFolder, accessType and
@@ -150,7 +150,7 @@ private:
 /// The full set of attributes of one file or folder.
 class KVXCLIENT_EXPORT FileAttributes {
 public:
-    /// Makes a record with every field at its default.
+    /// Makes a record with the defaults of the fields that have one.
     FileAttributes();
 
     /// Sets the kind of the item, as the service names it.
@@ -201,12 +201,13 @@ public:
 
     /// Sets whether the item is a folder shared with or by the caller.
     FileAttributes& withSharedFolder(bool sharedFolder);
-    /// Returns whether the item is a folder shared with or by the caller. Default: false.
+    /// Returns whether the item is a folder shared with or by the caller. No default: set it before
+    /// use.
     bool isSharedFolder() const;
 
     /// Sets the caller's right on the item.
     FileAttributes& withAccessType(AccessType accessType);
-    /// Returns the caller's right on the item. Default: READ_ONLY.
+    /// Returns the caller's right on the item. No default: set it before use.
     AccessType getAccessType() const;
 
     /// Compares type, name, created, lastModified, clientLastModified, size, writable, watermark,
@@ -227,7 +228,7 @@ private:
     AccessType accessType_ = AccessType::READ_ONLY;
 };
 
-/// What is left of a deleted file: where it was, when it went, and its name in the trash.
+/// A deleted file: where it was, when it was deleted, and its id in the trash.
 class KVXCLIENT_EXPORT DeletedFileSummary {
 public:
     /// Makes a record with every field at its default.
@@ -263,7 +264,7 @@ private:
     bool sharedTrash_ = false;
 };
 
-/// What is left of a deleted folder: where it was, when it went, and its name in the trash.
+/// A deleted folder: where it was, when it was deleted, and its id in the trash.
 class KVXCLIENT_EXPORT DeletedFolderSummary {
 public:
     /// Makes a record with every field at its default.

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The version of the library, written here once; the build reads it from this file.
+/// The version of the library. The build reads it from this file.
 
 /// Increased when the interface changes incompatibly; also the SOVERSION of the shared library.
 #define KVXCLIENT_VERSION_MAJOR 1

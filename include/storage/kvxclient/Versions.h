@@ -82,7 +82,7 @@ private:
     std::vector<VersionSummary> versions_;
 };
 
-/// Asks to make an earlier version the content of a file again.
+/// Asks to restore an earlier version as the content of a file.
 class KVXCLIENT_EXPORT VersionRestoreRequest {
 public:
     /// Makes the request for the file.
@@ -98,12 +98,12 @@ public:
 
     /// Sets the label of the version to restore.
     VersionRestoreRequest& withVersionLabel(int versionLabel);
-    /// Returns the label of the version to restore. Default: -1, none.
+    /// Returns the label of the version to restore. No default: set it before use, -1 for none.
     int getVersionLabel() const;
 
     /// Sets whether the restored content becomes a new version.
     VersionRestoreRequest& withCreateNewVersion(bool createNewVersion);
-    /// Returns whether the restored content becomes a new version. Default: false.
+    /// Returns whether the restored content becomes a new version. No default: set it before use.
     bool getCreateNewVersion() const;
 
     /// Compares resource, versionId, versionLabel and createNewVersion.
@@ -119,7 +119,7 @@ private:
 /// The version that holds the restored content.
 class KVXCLIENT_EXPORT VersionRestoreResponse {
 public:
-    /// Makes a record with every field at its default.
+    /// Makes a record with the defaults of the fields that have one.
     VersionRestoreResponse();
 
     /// Sets the id of the version.
@@ -129,7 +129,7 @@ public:
 
     /// Sets the label of the version.
     VersionRestoreResponse& withVersionLabel(int versionLabel);
-    /// Returns the label of the version. Default: -1, none.
+    /// Returns the label of the version. No default: set it before use, -1 for none.
     int getVersionLabel() const;
 
     /// Compares versionId and versionLabel.

@@ -13,19 +13,8 @@ constexpr auto patience = 10s;
 
 }  // namespace
 
-StoreErrorCode DatabaseError::storeErrorCode() const {
-    switch (fault_) {
-        case Fault::BUSY:
-            return StoreErrorCode::IN_USE;
-        case Fault::FULL:
-            return StoreErrorCode::FULL;
-        case Fault::DAMAGED:
-            return StoreErrorCode::DAMAGED;
-        case Fault::NOT_WRITABLE:
-            return StoreErrorCode::NOT_WRITABLE;
-        default:
-            return StoreErrorCode::OTHER;
-    }
+void throwDamaged(const std::string& damage) {
+    throw DatabaseError(StoreErrorCode::DAMAGED, "the store is damaged: " + damage);
 }
 
 void retryWhileBusy(const std::function<void()>& action) {
@@ -34,7 +23,8 @@ void retryWhileBusy(const std::function<void()>& action) {
         try {
             return action();
         } catch (const DatabaseError& error) {
-            if (error.fault() != Fault::BUSY || std::chrono::steady_clock::now() > deadline) {
+            if (error.code() != StoreErrorCode::IN_USE ||
+                std::chrono::steady_clock::now() > deadline) {
                 throw;
             }
         }
@@ -45,7 +35,7 @@ void retryWhileBusy(const std::function<void()>& action) {
 std::int64_t Connection::number(std::string_view sql, std::initializer_list<Value> values) {
     const Rows row = query(sql, values);
     if (!row->next()) {
-        throw DatabaseError(Fault::DAMAGED, "the store is damaged: a row is missing");
+        throwDamaged("a row is missing");
     }
     return row->integer(0);
 }

@@ -6,44 +6,39 @@
 #include <functional>
 #include <initializer_list>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <variant>
+#include <vector>
 
 #include "storage/kvxstore/StoreError.h"
 
 namespace storage::kvxstore::database {
 
-/// What went wrong, as far as a caller can act on it.
-enum class Fault { BUSY, UNIQUE, CONSTRAINT, LOST, FULL, DAMAGED, NOT_WRITABLE, OTHER };
-
-/// A failed statement; what() is a plain sentence for people.
-class DatabaseError : public std::runtime_error {
+/// A failure of the database. Its code is IN_USE while another program holds a lock.
+class DatabaseError : public StoreError {
 public:
-    DatabaseError(Fault fault, const std::string& cause)
-        : std::runtime_error(cause), fault_(fault) {}
-    Fault fault() const { return fault_; }
-    /// What an administrator is told of it.
-    StoreErrorCode storeErrorCode() const;
-
-private:
-    Fault fault_;
+    using StoreError::StoreError;
 };
 
-/// Bytes to bind; they stay the caller's and must live until the statement has been stepped.
+/// Throws a DatabaseError with DAMAGED; `damage` says what does not fit together.
+[[noreturn]] void throwDamaged(const std::string& damage);
+
+/// Bytes to bind. The caller owns them and keeps them until the statement has been stepped.
 struct Blob {
     std::string_view bytes;
 };
 
 using Value = std::variant<std::int64_t, std::string_view, Blob>;
 
-/// A running statement.
+/// A running statement. Call next() before reading the first row.
 class Statement {
 public:
+    /// Moves to the next row; false when there is none.
     virtual bool next() = 0;
     virtual std::int64_t integer(int column) const = 0;
-    /// Text or blob; valid until the next call of next().
+    /// A text or blob, valid until the next call of next().
     virtual std::string_view bytes(int column) const = 0;
     std::string text(int column) const { return std::string(bytes(column)); }
 
@@ -59,9 +54,19 @@ struct StatementReleaser {
 };
 using Rows = std::unique_ptr<Statement, StatementReleaser>;
 
+/// Runs the statement to its end and returns what `make` makes of each row.
+template <class Make>
+auto collect(const Rows& rows, Make make) {
+    std::vector<std::invoke_result_t<Make, const Statement&>> all;
+    while (rows->next()) {
+        all.push_back(make(*rows));
+    }
+    return all;
+}
+
 enum class Access { READ, WRITE };
 
-/// Tells two states of a database apart, as seen on one connection.
+/// Identifies a state of the database, as one connection sees it.
 struct DataVersion {
     std::int64_t byOthers = 0;
     std::int64_t own = 0;
@@ -69,12 +74,13 @@ struct DataVersion {
     bool operator==(const DataVersion&) const = default;
 };
 
-/// One connection, used by one thread at a time. Statements take parameters as $1, $2, ...
+/// One connection. Statements take parameters as $1, $2, ...
+/// REQUIRES: one thread at a time uses the connection and its statements.
 class Connection {
 public:
     virtual ~Connection() = default;
 
-    /// Starts a statement, prepared once per connection and text; its first row is had by next().
+    /// Starts a statement, which the connection prepares once per text.
     virtual Rows query(std::string_view sql, std::initializer_list<Value> values = {}) = 0;
 
     /// Runs a statement to its end and returns how many rows it changed.
@@ -84,42 +90,44 @@ public:
     /// Inserts a row into a table with an id and returns the id.
     virtual std::int64_t insert(std::string_view sql, std::initializer_list<Value> values = {}) = 0;
 
-    /// Copies a range of a chunk, which must have that many bytes.
+    /// Copies a range of a chunk.
+    /// REQUIRES: the chunk has that many bytes; a shorter one throws DAMAGED.
     virtual void readChunk(std::int64_t chunk, std::size_t offset, char* into,
                            std::size_t size) = 0;
 
     virtual void begin(Access access) = 0;
     virtual void commit() = 0;
     virtual void rollback() noexcept = 0;
-    /// False also when the database itself undid the transaction after a failure.
+    /// False also after a failure that made the database roll back by itself.
     virtual bool inTransaction() const = 0;
-    /// Undoes what was done since the savepoint was set, and lets go of it.
+    /// Undoes the changes since the savepoint, and releases it.
     virtual void rollbackTo(std::string_view savepoint) = 0;
-    /// How many rows were changed on this connection so far, undone or not.
+    /// The number of rows that this connection has changed so far, rolled back or not.
     virtual std::int64_t changes() const = 0;
-    /// Another one after each change, undone or not, here or by another connection; in a
-    /// transaction.
+    /// Differs after every change by any connection, rolled back or not.
+    /// REQUIRES: a transaction.
     virtual DataVersion version() const = 0;
-    /// Whether the latest begin() found another program in its way.
+    /// Whether the latest begin() waited for a lock of another program.
     virtual bool hadToWait() const = 0;
 
-    /// The one integer of the one row of a query that always has one.
+    /// The integer in the first row of a query. A query without a row throws DAMAGED.
     std::int64_t number(std::string_view sql, std::initializer_list<Value> values = {});
 
-    /// What its users keep with it between transactions.
+    /// State that the users of the connection keep between transactions.
     std::any& attachment() { return attachment_; }
 
 private:
     std::any attachment_;
 };
 
-/// Makes one more connection to an opened database; the database lives as long as one of them.
+/// Makes another connection to an opened database. The database stays open as long as one of its
+/// connections.
 using Connector = std::function<std::unique_ptr<Connection>()>;
 
-/// Runs the action, again and again for up to ten seconds while another program is in its way.
+/// Runs the action, and runs it again for up to ten seconds while it fails with IN_USE.
 void retryWhileBusy(const std::function<void()>& action);
 
-/// Undone unless committed. The constructor retries while busy.
+/// Rolls back unless committed. The constructor retries while another program holds the lock.
 class Transaction {
 public:
     Transaction(Connection& connection, Access access);

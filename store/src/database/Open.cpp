@@ -1,6 +1,6 @@
 #include "database/Open.h"
 
-#include "database/SqliteFile.h"
+#include "database/sqlite/SqliteFile.h"
 
 namespace storage::kvxstore::database {
 

@@ -8,12 +8,12 @@
 
 namespace storage::kvxstore::database {
 
-/// The path of the file that a store's URL names, as it stands there; nothing for a store in
+/// The path of the file that a store's URL names, as it stands there, or nothing for a store in
 /// memory. Throws a StoreError with ILLEGAL_URL for any other URL.
 std::optional<std::string> filePath(const std::string& url);
 
-/// Opens the store that a URL names, or makes it as the mode allows. Throws a StoreError or
-/// DatabaseError, and then leaves alone whatever is there.
+/// Opens the store that a URL names, or makes it as the mode allows. A failure throws a StoreError
+/// or DatabaseError and changes nothing that was there.
 Connector open(const std::string& url, CreateMode mode);
 
 }  // namespace storage::kvxstore::database

@@ -7,7 +7,7 @@ namespace {
 // Times are nanoseconds since the epoch, texts UTF-8 compared by bytes.
 constexpr std::string_view statements[] = {
     "create table schema_version(n integer not null)",
-    // Tells the watermarks of this store from those of others.
+    // Distinguishes the watermarks of this store from those of others.
     "create table identity(id text not null)",
 
     "create table users(id integer primary key autoincrement, name text not null unique,"
@@ -23,17 +23,17 @@ constexpr std::string_view statements[] = {
     " owner integer not null, root integer not null, seq integer not null, used integer not null)",
     "create index buckets_owner on buckets(owner)",
 
-    // A root's parent is 0, a deleted node's -1; kind is 0 for a folder, 1 for a file. seq is the
-    // bucket's sequence at the node's last change, label the file's current version, shared whether
-    // grants or invitations name the node.
+    // The parent of a root is 0, that of a deleted node -1. kind is 0 for a folder, 1 for a file;
+    // seq is the bucket's sequence at the node's last change; label is the file's current version;
+    // shared says whether grants or invitations name the node.
     "create table nodes(id integer primary key autoincrement, bucket integer not null,"
     " parent integer not null, name text not null, kind integer not null, seq integer not null,"
     " size integer not null, label integer not null, created integer not null,"
     " modified integer not null, client_modified integer not null,"
     " shared integer not null default 0, unique(parent, name))",
     "create index nodes_change on nodes(bucket, seq)",
-    // The places that were left by a node and taken by no other: what a list of changes cannot tell
-    // from the nodes.
+    // The names that a node left and no other has taken: the list of changes cannot get them from
+    // the nodes.
     "create table vacated(parent integer not null, name text not null, bucket integer not null,"
     " seq integer not null, node integer not null, kind integer not null,"
     " primary key(parent, name)) without rowid",
@@ -43,8 +43,8 @@ constexpr std::string_view statements[] = {
     " primary key(node, label)) without rowid",
     "create index versions_content on versions(content)",
 
-    // A content never changes once it is committed; garbage lists those that may be unused. stored
-    // is the bytes in its chunks: what no chunk covers reads as zeros. Contents share chunks.
+    // A committed content never changes; garbage lists those that may be unused. stored counts the
+    // bytes in the chunks; what no chunk covers reads as zeros. Contents share chunks.
     "create table contents(id integer primary key, size integer not null, stored integer not null)",
     "create table extents(content integer not null, idx integer not null, chunk integer not null,"
     " size integer not null, primary key(content, idx)) without rowid",
@@ -55,10 +55,10 @@ constexpr std::string_view statements[] = {
     " expires integer not null) without rowid",
     "create index downloads_content on downloads(content)",
 
-    // A program with open handles shows by its heartbeat that it is still there.
+    // The heartbeat is when an instance last renewed the lease of its open handles.
     "create table instances(id integer primary key, heartbeat integer not null)",
-    // What was written is in work, over base, each 0 for none. A file yet to be created has node 0;
-    // bucket is where the bytes in work count.
+    // base is the content that was opened, work the one with the changes, 0 for none. node is 0 for
+    // a file that the commit creates. The bytes in work count in bucket.
     "create table handles(hash blob primary key, instance integer not null, owner integer not null,"
     " bucket integer not null, node integer not null, parent integer not null, name text not null,"
     " base integer not null, work integer not null, writable integer not null,"
@@ -66,8 +66,8 @@ constexpr std::string_view statements[] = {
     "create index handles_base on handles(base)",
     "create index handles_work on handles(work)",
 
-    // level is 1 to read, 2 to write as well. A grantee or recipient 0 is a user who is not there
-    // yet. A grant by an invitation names it; seq is the bucket's at the grant.
+    // level is 1 to read, 2 to write as well. A grantee or recipient 0 is a user who does not exist
+    // yet. A grant by an invitation names it; seq is the bucket's sequence at the grant.
     "create table grants(id integer primary key autoincrement, node integer not null,"
     " grantee integer not null, name text not null, level integer not null,"
     " invitation text not null, seq integer not null, unique(node, name, invitation))",

@@ -7,7 +7,8 @@ namespace storage::kvxstore::database {
 /// The version of the schema that this code writes and reads.
 constexpr std::int64_t schemaVersion = 1;
 
-/// Makes all tables in an empty database, inside the caller's transaction.
+/// Makes all tables.
+/// REQUIRES: an empty database and a transaction.
 void createSchema(Connection& connection);
 
 }  // namespace storage::kvxstore::database

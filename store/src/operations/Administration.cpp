@@ -2,17 +2,14 @@
 
 #include <algorithm>
 
-#include "operations/Grants.h"
-#include "operations/Maintenance.h"
-#include "operations/Secrets.h"
-#include "operations/Text.h"
+#include "core/Secrets.h"
+#include "core/Text.h"
+#include "namespace/Grants.h"
 #include "storage/kvxstore/StoreError.h"
 
 namespace storage::kvxstore::operations {
 
 namespace {
-
-using database::Connection;
 
 std::string checkedName(const std::u16string& name) {
     if (!isName(name)) {
@@ -22,125 +19,114 @@ std::string checkedName(const std::u16string& name) {
     return toUtf8(name);
 }
 
-std::int64_t findUser(Connection& database, const std::string& name) {
-    const auto row = database.query("select id from users where name = $1", {name});
+std::int64_t findUser(const Context& context, const std::string& name) {
+    const auto row = context.database.query("select id from users where name = $1", {name});
     if (!row->next()) {
         throw StoreError(StoreErrorCode::NOT_FOUND, "there is no user \"" + name + '"');
     }
     return row->integer(0);
 }
 
-std::string makeToken(Connection& database, std::int64_t user) {
+std::string makeToken(const Context& context, std::int64_t user) {
     std::string token = newSecret();
     const std::string hash = hashOf(token);
-    database.execute("insert into tokens(hash, owner) values($1, $2)",
-                     {database::Blob{hash}, user});
+    context.database.execute("insert into tokens(hash, owner) values($1, $2)",
+                             {database::Blob{hash}, user});
     return token;
 }
 
-void endLogins(Connection& database, std::int64_t user) {
-    database.execute("delete from tokens where owner = $1", {user});
-    database.execute("delete from sessions where owner = $1", {user});
+void endLogins(const Context& context, std::int64_t user) {
+    context.database.execute("delete from tokens where owner = $1", {user});
+    context.database.execute("delete from sessions where owner = $1", {user});
 }
 
 std::int64_t asStored(unsigned long quota) {
     return static_cast<std::int64_t>(std::min(quota, NewUser::UNLIMITED));
 }
 
-void insertBucket(Connection& database, const std::string& name, std::int64_t owner,
-                  std::int64_t now) {
-    if (database.query("select 1 from buckets where name = $1", {name})->next()) {
+void insertBucket(const Context& context, const std::string& name, std::int64_t owner) {
+    if (context.database.query("select 1 from buckets where name = $1", {name})->next()) {
         throw StoreError(StoreErrorCode::ALREADY_EXISTS,
                          "there is a bucket \"" + name + "\" already");
     }
-    const std::int64_t bucket = database.insert(
+    const std::int64_t bucket = context.database.insert(
         "insert into buckets(name, owner, root, seq, used) values($1, $2, 0, 0, 0)", {name, owner});
-    const std::int64_t root = database.insert(
+    const std::int64_t root = context.database.insert(
         "insert into nodes(bucket, parent, name, kind, seq, size, label, created, modified,"
         " client_modified) values($1, $2, $3, 0, 0, 0, 0, $4, $4, 0)",
-        {bucket, rootParent, name, now});
-    database.execute("update buckets set root = $2 where id = $1", {bucket, root});
+        {bucket, rootParent, name, context.now()});
+    context.database.execute("update buckets set root = $2 where id = $1", {bucket, root});
 }
 
 }  // namespace
 
-std::string createUser(Connection& database, const NewUser& user, std::int64_t now) {
+std::string createUser(const Context& context, const NewUser& user) {
     const std::string name = checkedName(user.name);
-    if (database.query("select 1 from users where name = $1", {name})->next()) {
+    if (context.database.query("select 1 from users where name = $1", {name})->next()) {
         throw StoreError(StoreErrorCode::ALREADY_EXISTS,
                          "there is a user \"" + name + "\" already");
     }
-    const std::int64_t id = database.insert(
+    const std::int64_t id = context.database.insert(
         "insert into users(name, email, first_name, last_name, quota)"
         " values($1, $2, $3, $4, $5)",
         {name, toUtf8(user.emailAddress), toUtf8(user.firstName), toUtf8(user.lastName),
          asStored(user.quota)});
-    insertBucket(database, name, id, now);
-    bindWaiting(database, id, name, toUtf8(user.emailAddress));
-    return makeToken(database, id);
+    insertBucket(context, name, id);
+    bindWaiting(context, id, name, toUtf8(user.emailAddress));
+    return makeToken(context, id);
 }
 
-std::vector<User> listUsers(Connection& database) {
-    const auto rows = database.query(
+std::vector<User> listUsers(const Context& context) {
+    const auto rows = context.database.query(
         "select u.name, u.email, u.first_name, u.last_name, u.quota,"
         " coalesce(cast(sum(b.used) as bigint), 0) from users u"
         " left join buckets b on b.owner = u.id group by u.id order by u.name");
-    std::vector<User> users;
-    while (rows->next()) {
-        User user;
-        user.name = toUtf16(rows->bytes(0));
-        user.emailAddress = toUtf16(rows->bytes(1));
-        user.firstName = toUtf16(rows->bytes(2));
-        user.lastName = toUtf16(rows->bytes(3));
-        user.quota = static_cast<unsigned long>(rows->integer(4));
-        user.used = static_cast<unsigned long>(rows->integer(5));
-        users.push_back(std::move(user));
-    }
-    return users;
+    return collect(rows, [](const auto& row) {
+        return User{{toUtf16(row.bytes(0)), toUtf16(row.bytes(1)), toUtf16(row.bytes(2)),
+                     toUtf16(row.bytes(3)), static_cast<unsigned long>(row.integer(4))},
+                    static_cast<unsigned long>(row.integer(5))};
+    });
 }
 
-std::string renewToken(Connection& database, const std::u16string& user) {
-    const std::int64_t id = findUser(database, toUtf8(user));
-    endLogins(database, id);
-    return makeToken(database, id);
+std::string renewToken(const Context& context, const std::u16string& user) {
+    const std::int64_t id = findUser(context, toUtf8(user));
+    endLogins(context, id);
+    return makeToken(context, id);
 }
 
-void setQuota(Connection& database, const std::u16string& user, unsigned long quota) {
-    database.execute("update users set quota = $2 where id = $1",
-                     {findUser(database, toUtf8(user)), asStored(quota)});
+void setQuota(const Context& context, const std::u16string& user, unsigned long quota) {
+    context.database.execute("update users set quota = $2 where id = $1",
+                             {findUser(context, toUtf8(user)), asStored(quota)});
 }
 
-void removeUser(Connection& database, const std::u16string& name) {
-    const std::int64_t user = findUser(database, toUtf8(name));
-    dropSharing(database, user);
-    endLogins(database, user);
-    database.execute(
+void removeUser(const Context& context, const std::u16string& name) {
+    const std::int64_t user = findUser(context, toUtf8(name));
+    dropSharing(context, user);
+    endLogins(context, user);
+    context.database.execute(
         "update nodes set parent = $2, name = cast(id as text)"
         " where id in (select root from buckets where owner = $1)",
         {user, trashParent});
-    database.execute("delete from buckets where owner = $1", {user});
-    database.execute("delete from users where id = $1", {user});
+    context.database.execute("delete from buckets where owner = $1", {user});
+    context.database.execute("delete from users where id = $1", {user});
 }
 
-void createBucket(Connection& database, const std::u16string& name, const std::u16string& owner,
-                  std::int64_t now) {
-    insertBucket(database, checkedName(name), findUser(database, toUtf8(owner)), now);
+void createBucket(const Context& context, const std::u16string& name, const std::u16string& owner) {
+    insertBucket(context, checkedName(name), findUser(context, toUtf8(owner)));
 }
 
-std::vector<Bucket> listBuckets(Connection& database) {
-    const auto rows = database.query(
+std::vector<Bucket> listBuckets(const Context& context) {
+    const auto rows = context.database.query(
         "select b.name, u.name, b.used from buckets b join users u on u.id = b.owner"
         " order by b.name");
-    std::vector<Bucket> buckets;
-    while (rows->next()) {
-        buckets.push_back({toUtf16(rows->bytes(0)), toUtf16(rows->bytes(1)),
-                           static_cast<unsigned long>(rows->integer(2))});
-    }
-    return buckets;
+    return collect(rows, [](const auto& row) {
+        return Bucket{toUtf16(row.bytes(0)), toUtf16(row.bytes(1)),
+                      static_cast<unsigned long>(row.integer(2))};
+    });
 }
 
-Statistics countAll(Connection& database) {
-    const auto row = database.query(
+Statistics countAll(const Context& context) {
+    const auto row = context.database.query(
         "select (select count(*) from users), (select count(*) from buckets),"
         " (select count(*) from nodes where kind = 0 and parent > 0),"
         " (select count(*) from nodes where kind = 1 and parent > 0),"

@@ -3,22 +3,20 @@
 #include <string>
 #include <vector>
 
-#include "database/Connection.h"
+#include "core/Context.h"
 #include "storage/kvxstore/Administration.h"
 
 namespace storage::kvxstore::operations {
 
-// What Store offers under the same names; see there.
+// Store has members of the same names and describes them.
 
-std::string createUser(database::Connection& database, const NewUser& user, std::int64_t now);
-std::vector<User> listUsers(database::Connection& database);
-std::string renewToken(database::Connection& database, const std::u16string& user);
-void setQuota(database::Connection& database, const std::u16string& user, unsigned long quota);
-void removeUser(database::Connection& database, const std::u16string& name);
-void createBucket(database::Connection& database, const std::u16string& name,
-                  const std::u16string& owner, std::int64_t now);
-std::vector<Bucket> listBuckets(database::Connection& database);
-Statistics countAll(database::Connection& database);
-std::vector<std::string> verify(database::Connection& database);
+std::string createUser(const Context& context, const NewUser& user);
+std::vector<User> listUsers(const Context& context);
+std::string renewToken(const Context& context, const std::u16string& user);
+void setQuota(const Context& context, const std::u16string& user, unsigned long quota);
+void removeUser(const Context& context, const std::u16string& name);
+void createBucket(const Context& context, const std::u16string& name, const std::u16string& owner);
+std::vector<Bucket> listBuckets(const Context& context);
+Statistics countAll(const Context& context);
 
 }  // namespace storage::kvxstore::operations

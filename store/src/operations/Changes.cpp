@@ -1,4 +1,4 @@
-#include "operations/Changes.h"
+#include "operations/Operations.h"
 
 #include <algorithm>
 #include <charconv>
@@ -7,19 +7,16 @@
 #include <unordered_map>
 #include <vector>
 
-#include "operations/Maintenance.h"
-#include "operations/Places.h"
-#include "operations/Sessions.h"
-#include "operations/Text.h"
+#include "core/Text.h"
+#include "namespace/Caller.h"
+#include "namespace/Node.h"
 
 namespace storage::kvxstore::operations {
 
 namespace {
 
-using kvxclient::KVXClientErrorCode;
-
-/// The last change known of each bucket. Its text is the store's identity and, for each bucket,
-/// "-<id>.<change>".
+/// The last known change of each bucket. Its text is the store's identity, followed by
+/// "-<id>.<change>" for each bucket.
 class Watermark {
 public:
     Watermark(const Context& context, std::string_view text) {
@@ -40,7 +37,8 @@ public:
         changes_[bucket] = std::max(known(bucket), change);
     }
 
-    /// Forgets buckets that the caller does not see, and which may come back as new ones.
+    /// Forgets the buckets that the caller does not see, so that they are listed whole when they
+    /// come back.
     void keepOnly(const std::set<std::int64_t>& buckets) {
         std::erase_if(changes_, [&](const auto& entry) { return !buckets.contains(entry.first); });
     }
@@ -63,9 +61,9 @@ private:
             text.remove_prefix(std::min<std::size_t>(text.size(), 1));
             changes_[bucket] = readNumber(text);
         }
-        // Writing it again settles every malformed one.
+        // A text that is not written again as it was is malformed.
         if (this->text() != given) {
-            refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
+            refuse(ErrorCode::RESOURCE_NOT_FOUND);
         }
     }
 
@@ -74,7 +72,7 @@ private:
         const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
         text.remove_prefix(static_cast<std::size_t>(end - text.data()));
         if (error != std::errc() || number < 0) {
-            refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
+            refuse(ErrorCode::RESOURCE_NOT_FOUND);
         }
         return number;
     }
@@ -98,7 +96,7 @@ struct Change {
     std::int64_t seq = 0;
 };
 
-/// Where folders are, and whether the user may see them; each looked up once.
+/// The paths of folders, and whether the user may see them. Looks up each folder once.
 class Folders {
 public:
     struct Folder {
@@ -115,7 +113,7 @@ public:
         }
     }
 
-    /// The folder or file that has, or had, the name in the folder `parent`.
+    /// Finds the folder or file that has, or had, a name in a folder.
     Folder within(const VisibleBucket& bucket, const Change& change) {
         if (change.parent == rootParent) {
             return {true, bucket.owned || granted_.contains(change.node), ""};
@@ -131,7 +129,6 @@ private:
         if (found != folders_.end()) {
             return found->second;
         }
-        Folder folder;
         Change self;
         {
             const auto row =
@@ -155,15 +152,12 @@ std::vector<VisibleBucket> visibleBuckets(const Context& context, std::int64_t u
         " (select n.bucket from grants g join nodes n on n.id = g.node where g.grantee = $1)"
         " order by id",
         {user});
-    std::vector<VisibleBucket> buckets;
-    while (rows->next()) {
-        buckets.push_back(
-            {rows->integer(0), rows->text(1), rows->integer(2) != 0, rows->integer(3)});
-    }
-    return buckets;
+    return collect(rows, [](const auto& row) {
+        return VisibleBucket{row.integer(0), row.text(1), row.integer(2) != 0, row.integer(3)};
+    });
 }
 
-/// The changes of a bucket after one, whoever may see them.
+/// The changes of a bucket after a known one, visible to the user or not.
 std::vector<Change> changesAfter(const Context& context, std::int64_t user,
                                  const VisibleBucket& bucket, std::int64_t known) {
     const auto rows = context.database.query(
@@ -175,18 +169,20 @@ std::vector<Change> changesAfter(const Context& context, std::int64_t user,
         " union select node, parent, name, kind, seq from vacated where bucket = $1 and seq > $2"
         " order by seq",
         {bucket.id, known, user});
-    std::vector<Change> changes;
-    while (rows->next()) {
-        changes.push_back({rows->integer(0), rows->integer(1), rows->text(2),
-                           Kind(rows->integer(3)), rows->integer(4)});
-    }
-    return changes;
+    return collect(rows, [](const auto& row) {
+        return Change{row.integer(0), row.integer(1), row.text(2), Kind(row.integer(3)),
+                      row.integer(4)};
+    });
 }
 
 }  // namespace
 
-kvxclient::FileChangeListResponse listFileChanges(const Context& context,
-                                                  const kvxclient::FileChangeListRequest& request) {
+/// Lists the last change of every file and folder, and every path that a node has left, as far as
+/// the caller may see them: bucket by bucket, in the order of commits. Lists everything below a
+/// node that was shared with the caller since the watermark, but nothing below a folder that was
+/// only moved or deleted. Every watermark in the answer may be sent in a request.
+FileChangeListResponse listFileChanges(const Context& context,
+                                       const FileChangeListRequest& request) {
     const std::int64_t user = requireUser(context);
     Watermark watermark(context, request.getWatermark());
     const std::vector<VisibleBucket> buckets = visibleBuckets(context, user);
@@ -194,13 +190,13 @@ kvxclient::FileChangeListResponse listFileChanges(const Context& context,
     for (const VisibleBucket& bucket : buckets) {
         ids.insert(bucket.id);
         if (watermark.known(bucket.id) > bucket.seq) {
-            refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
+            refuse(ErrorCode::RESOURCE_NOT_FOUND);
         }
     }
     watermark.keepOnly(ids);
     Folders folders(context, user);
-    std::vector<kvxclient::FileChangeSummary> files;
-    std::vector<kvxclient::FileChangeSummary> others;
+    std::vector<FileChangeSummary> files;
+    std::vector<FileChangeSummary> others;
     for (const VisibleBucket& bucket : buckets) {
         for (const Change& change :
              changesAfter(context, user, bucket, watermark.known(bucket.id))) {
@@ -211,13 +207,13 @@ kvxclient::FileChangeListResponse listFileChanges(const Context& context,
             watermark.know(bucket.id, change.seq);
             (change.kind == Kind::FILE ? files : others)
                 .push_back(
-                    kvxclient::FileChangeSummary()
+                    FileChangeSummary()
                         .withResource({path.empty() ? u"/" : toUtf16(path), toUtf16(bucket.name)})
                         .withWatermark(watermark.text()));
         }
         watermark.know(bucket.id, bucket.seq);
     }
-    return kvxclient::FileChangeListResponse()
+    return FileChangeListResponse()
         .withCurrentWatermark(watermark.text())
         .withFileChanges(std::move(files))
         .withFolderChanges(std::move(others));

@@ -1,25 +1,25 @@
-#include "operations/Files.h"
+#include "operations/Operations.h"
 
 #include <chrono>
 #include <istream>
 #include <stdexcept>
 
-#include "operations/LookupCache.h"
-#include "operations/Secrets.h"
-#include "operations/Summaries.h"
-#include "operations/Text.h"
-#include "operations/Versions.h"
+#include "core/Secrets.h"
+#include "core/Text.h"
+#include "namespace/Deletion.h"
+#include "namespace/FileVersions.h"
+#include "namespace/LookupCache.h"
+#include "namespace/Summaries.h"
+#include "namespace/Usage.h"
 
 namespace storage::kvxstore::operations {
 
 namespace {
 
-using kvxclient::KVXClientErrorCode;
-
 constexpr std::string_view downloadPrefix = "kvxstore://download/";
 constexpr std::chrono::nanoseconds downloadLifetime = std::chrono::minutes(15);
 
-/// The secret in a download location; whatever else the location says is for people.
+/// The secret in a download location. The rest of the location is for people.
 std::string secretOf(const std::string& location) {
     if (!location.starts_with(downloadPrefix)) {
         return {};
@@ -35,13 +35,13 @@ Content findDownload(const Context& context, const std::string& location) {
         " where d.hash = $1 and d.expires > $2",
         {database::Blob{hash}, context.now()});
     if (!row->next()) {
-        refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
+        refuse(ErrorCode::RESOURCE_NOT_FOUND);
     }
     return {row->integer(0), row->integer(1), row->integer(2), {}};
 }
 
 void readIntoStream(const Context& context, const Content& content,
-                    const kvxclient::FileDownloadRequest& request) {
+                    const FileDownloadRequest& request) {
     const auto factory = request.getStreamFactory();
     const auto stream = factory ? factory() : nullptr;
     if (!stream) {
@@ -59,30 +59,28 @@ void readIntoStream(const Context& context, const Content& content,
 
 }  // namespace
 
-kvxclient::FileWriteResponse createFile(const Context& context,
-                                        const kvxclient::FileCreateRequest& request) {
-    const Place place = locate(context, request.getResource());
+FileWriteResponse createFile(const Context& context, const FileCreateRequest& request) {
+    const ResolvedPath path = resolve(context, request.getResource());
     const std::vector<char>& bytes = request.getContent();
     if (bytes.size() > context.options.fileSizeLimit) {
-        refuse(KVXClientErrorCode::FILE_TOO_LARGE);
+        refuse(ErrorCode::FILE_TOO_LARGE);
     }
     const auto size = static_cast<std::int64_t>(bytes.size());
-    const Node file = revise(context, place, size, request.getCreateNewVersion());
+    const Node file = revise(context, path, size, request.getCreateNewVersion());
     const std::int64_t content = writeContent(context, {bytes.data(), bytes.size()});
     addVersion(context, file, {content, size, size, request.getContentType()});
     LookupCache::on(context.database).keep();
-    return kvxclient::FileWriteResponse()
+    return FileWriteResponse()
         .withFileSummary(summarizeFile(file))
         .withVersionId(versionIdOf(file))
         .withVersionLabel(static_cast<int>(file.label));
 }
 
-kvxclient::FileReadResponse readFile(const Context& context,
-                                     const kvxclient::FileReadRequest& request) {
-    const Place place = locate(context, request.getResource());
-    const Content content = findVersion(context, place.node(Kind::FILE), request.getVersionId(),
+FileReadResponse readFile(const Context& context, const FileReadRequest& request) {
+    const ResolvedPath path = resolve(context, request.getResource());
+    const Content content = findVersion(context, path.node(Kind::FILE), request.getVersionId(),
                                         request.getVersionLabel());
-    kvxclient::FileReadResponse response;
+    FileReadResponse response;
     response.withContentType(content.type);
     readContent(context, content, [&](std::string_view bytes) {
         response.appendContent(bytes.data(), bytes.size());
@@ -90,39 +88,39 @@ kvxclient::FileReadResponse readFile(const Context& context,
     return response;
 }
 
-kvxclient::FileDeleteResponse deleteFile(const Context& context,
-                                         const kvxclient::FileDeleteRequest& request) {
-    const Place place = locate(context, request.getResource());
-    const Node& file = place.node(Kind::FILE);
-    place.parent();
-    moveToTrash(context, file, advance(context, place.bucket.id, 0));
-    return kvxclient::FileDeleteResponse().withDeletedFileSummary(
-        kvxclient::DeletedFileSummary()
-            .withParentResource(place.parentResource())
+FileDeleteResponse deleteFile(const Context& context, const FileDeleteRequest& request) {
+    const ResolvedPath path = resolve(context, request.getResource());
+    const Node& file = path.node(Kind::FILE);
+    path.parent();
+    softDelete(context, file, advance(context, path.bucket.id));
+    return FileDeleteResponse().withDeletedFileSummary(
+        DeletedFileSummary()
+            .withParentResource(path.parentResource())
             .withDeletedDate(toTime(context.now()))
             .withTombstone(std::to_string(file.id))
             .withSharedTrash(file.right != Right::OWN));
 }
 
-kvxclient::FileDownloadCreateResponse createFileDownload(
-    const Context& context, const kvxclient::FileDownloadCreateRequest& request) {
-    const Place place = locate(context, request.getResource());
-    const Node& file = place.node(Kind::FILE);
+/// Makes a location that is a secret: anyone who has it may download the content for a quarter of
+/// an hour, without a session.
+FileDownloadCreateResponse createFileDownload(const Context& context,
+                                              const FileDownloadCreateRequest& request) {
+    const ResolvedPath path = resolve(context, request.getResource());
+    const Node& file = path.node(Kind::FILE);
     const Content content = findVersion(context, file, {}, file.label);
     const std::string secret = newSecret();
     const std::string hash = hashOf(secret);
     context.database.execute(
         "insert into downloads(hash, content, expires) values($1, $2, $3)",
         {database::Blob{hash}, content.id, context.now() + downloadLifetime.count()});
-    const kvxclient::Resource name(toUtf16(file.name), u"");
-    return kvxclient::FileDownloadCreateResponse().withLocation(
-        std::string(downloadPrefix) + secret + '/' + name.getAsciiPercentEncodedPath());
+    const Resource name(toUtf16(file.name), u"");
+    return FileDownloadCreateResponse().withLocation(std::string(downloadPrefix) + secret + '/' +
+                                                     name.getAsciiPercentEncodedPath());
 }
 
-kvxclient::FileDownloadResponse downloadFile(const Context& context,
-                                             const kvxclient::FileDownloadRequest& request) {
+FileDownloadResponse downloadFile(const Context& context, const FileDownloadRequest& request) {
     const Content content = findDownload(context, request.getLocation());
-    kvxclient::FileDownloadResponse response;
+    FileDownloadResponse response;
     if (!request.getReadIntoString()) {
         readIntoStream(context, content, request);
         return response;

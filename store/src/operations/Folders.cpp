@@ -1,135 +1,105 @@
-#include "operations/Folders.h"
+#include "operations/Operations.h"
 
-#include <iterator>
 #include <utility>
 #include <vector>
 
-#include "operations/LookupCache.h"
-#include "operations/Summaries.h"
-#include "operations/Text.h"
+#include "core/Text.h"
+#include "namespace/Deletion.h"
+#include "namespace/LookupCache.h"
+#include "namespace/Summaries.h"
+#include "namespace/Usage.h"
 
 namespace storage::kvxstore::operations {
 
 namespace {
 
-using kvxclient::KVXClientErrorCode;
-
-/// Whether it is the root of the caller's own bucket, where what others share with him is shown.
-bool isHome(const Context& context, const Place& place) {
-    return place.names.empty() && place.bucket.owner == place.user &&
+/// Whether the path is the root of the caller's own bucket, where shared folders are listed.
+bool isHome(const Context& context, const ResolvedPath& path) {
+    return path.names.empty() && path.bucket.owner == path.user &&
            context.database.number("select name = $2 from users where id = $1",
-                                   {place.user, place.bucket.name}) != 0;
-}
-
-template <class Elements>
-void append(Elements& elements, Elements more) {
-    std::move(more.begin(), more.end(), std::back_inserter(elements));
+                                   {path.user, path.bucket.name}) != 0;
 }
 
 }  // namespace
 
-kvxclient::FolderCreateResponse createFolder(const Context& context,
-                                             const kvxclient::FolderCreateRequest& request) {
-    const Place place = locate(context, request.getResource());
-    const Node& parent = place.parent();
-    if (place.exists()) {
-        refuse(KVXClientErrorCode::CONFLICT);
+FolderCreateResponse createFolder(const Context& context, const FolderCreateRequest& request) {
+    const ResolvedPath path = resolve(context, request.getResource());
+    const Node& parent = path.parent();
+    if (path.exists()) {
+        refuse(ErrorCode::CONFLICT);
     }
     Node folder;
-    folder.bucket = place.bucket.id;
+    folder.bucket = path.bucket.id;
     folder.parent = parent.id;
-    folder.name = place.name();
-    folder.seq = advance(context, place.bucket.id, 0);
+    folder.name = path.name();
+    folder.seq = advance(context, path.bucket.id);
     folder.created = folder.modified = context.now();
     insertNode(context, folder);
     LookupCache::on(context.database).keep();
     return {};
 }
 
-kvxclient::FolderDeleteResponse deleteFolder(const Context& context,
-                                             const kvxclient::FolderDeleteRequest& request) {
-    const Place place = locate(context, request.getResource());
-    const Node& folder = place.node(Kind::FOLDER);
-    place.parent();
+FolderDeleteResponse deleteFolder(const Context& context, const FolderDeleteRequest& request) {
+    const ResolvedPath path = resolve(context, request.getResource());
+    const Node& folder = path.node(Kind::FOLDER);
+    path.parent();
     if (!request.getForceRecursive() && hasChildren(context, folder)) {
-        refuse(KVXClientErrorCode::FOLDER_NOT_EMPTY);
+        refuse(ErrorCode::FOLDER_NOT_EMPTY);
     }
-    moveToTrash(context, folder, advance(context, place.bucket.id, 0));
-    return kvxclient::FolderDeleteResponse().withDeletedFolderSummary(
-        kvxclient::DeletedFolderSummary()
-            .withParentResource(place.parentResource())
+    softDelete(context, folder, advance(context, path.bucket.id));
+    return FolderDeleteResponse().withDeletedFolderSummary(
+        DeletedFolderSummary()
+            .withParentResource(path.parentResource())
             .withDeletedDate(toTime(context.now()))
             .withTombstone(std::to_string(folder.id))
             .withSharedTrash(folder.right != Right::OWN));
 }
 
-kvxclient::FolderListResponse listFolder(const Context& context,
-                                         const kvxclient::FolderListRequest& request) {
-    const Place place = locate(context, request.getResource());
-    const Node& folder = place.node(Kind::FOLDER);
-    Listing listing = listChildren(context, place.user, folder, request.getShowHidden());
-    if (isHome(context, place)) {
+FolderListResponse listFolder(const Context& context, const FolderListRequest& request) {
+    const ResolvedPath path = resolve(context, request.getResource());
+    const Node& folder = path.node(Kind::FOLDER);
+    Listing listing = listChildren(context, path.user, folder, request.getShowHidden());
+    if (isHome(context, path)) {
         if (request.getShowShared()) {
-            append(listing.folders,
-                   foldersSharedWith(context, place.user, request.getShowHidden()));
+            addFoldersSharedWith(context, path.user, request.getShowHidden(), listing.folders);
         }
         if (request.getIncludeInvitations()) {
-            append(listing.folders, foldersOfferedTo(context, place.user));
+            addFoldersOfferedTo(context, path.user, listing.folders);
         }
     }
-    kvxclient::FolderListResponse response(summarizeFolder(context, place.user, folder));
+    FolderListResponse response(summarizeFolder(context, path.user, folder));
     response.withFolders(std::move(listing.folders)).withFiles(std::move(listing.files));
     return response;
 }
 
-kvxclient::MultiFolderListResponse listMultiFolder(
-    const Context& context, const kvxclient::MultiFolderListRequest& request) {
-    const Place place = locate(context, request.getResource());
-    const std::u16string bucket = toUtf16(place.bucket.name);
-    kvxclient::MultiFolderListResponse response;
+MultiFolderListResponse listMultiFolder(const Context& context,
+                                        const MultiFolderListRequest& request) {
+    const ResolvedPath top = resolve(context, request.getResource());
+    const std::u16string bucket = toUtf16(top.bucket.name);
+    MultiFolderListResponse response;
     std::vector<std::pair<std::u16string, Node>> pending;
-    pending.emplace_back(request.getResource().getPath(), place.node(Kind::FOLDER));
+    pending.emplace_back(request.getResource().getPath(), top.node(Kind::FOLDER));
     while (!pending.empty()) {
         const auto [path, folder] = std::move(pending.back());
         pending.pop_back();
         Listing listing;
-        forEachChild(context, place.user, folder, [&, &path = path](const Node& node) {
-            listing.add(context, place.user, node);
+        forEachChild(context, top.user, folder, [&, &path = path](const Node& node) {
+            listing.add(context, top.user, node);
             if (node.kind == Kind::FOLDER) {
                 pending.emplace_back((path == u"/" ? path : path + u'/') + toUtf16(node.name),
                                      node);
             }
         });
-        if (request.getShowShared() && isHome(context, place) && path == u"/") {
-            append(listing.folders, foldersSharedWith(context, place.user, true));
+        if (request.getShowShared() && isHome(context, top) && path == u"/") {
+            addFoldersSharedWith(context, top.user, true, listing.folders);
         }
-        kvxclient::ResourceAndFolderList entry(kvxclient::Resource(path, bucket));
-        entry.withFolderSummary(summarizeFolder(context, place.user, folder))
+        ResourceAndFolderList entry(Resource(path, bucket));
+        entry.withFolderSummary(summarizeFolder(context, top.user, folder))
             .withFiles(std::move(listing.files))
             .withFolders(std::move(listing.folders));
         response.add(std::move(entry));
     }
     return response;
-}
-
-kvxclient::FileAttributesReadResponse readFileAttributes(
-    const Context& context, const kvxclient::FileAttributesReadRequest& request) {
-    const Place place = locate(context, request.getResource());
-    return kvxclient::FileAttributesReadResponse().withFileAttributes(
-        attributesOf(context, place.user, place.node()));
-}
-
-kvxclient::SetMetadataResponse setMetadata(const Context& context,
-                                           const kvxclient::SetMetadataRequest& request) {
-    const Place place = locate(context, request.getResource());
-    const Node& node = place.node(Right::WRITE);
-    const std::int64_t time = request.getClientLastModified().time_since_epoch().count();
-    context.database.execute("update nodes set client_modified = $2, seq = $3 where id = $1",
-                             {node.id, time, advance(context, place.bucket.id, 0)});
-    if (node.kind == Kind::FILE) {
-        LookupCache::on(context.database).keep();
-    }
-    return {};
 }
 
 }  // namespace storage::kvxstore::operations

@@ -1,55 +1,49 @@
-#include "operations/Handles.h"
+#include "operations/Operations.h"
 
 #include <algorithm>
 #include <limits>
-#include <vector>
 
-#include "operations/Secrets.h"
-#include "operations/Sessions.h"
-#include "operations/Text.h"
-#include "operations/Versions.h"
+#include "core/Secrets.h"
+#include "core/Text.h"
+#include "maintenance/Leases.h"
+#include "namespace/Caller.h"
+#include "namespace/FileVersions.h"
+#include "namespace/Usage.h"
 
 namespace storage::kvxstore::operations {
+
+// A handle is a secret of the user who opened it. The user may read through it, whatever happens to
+// the file and to their right to it, until it is closed, until their last session ends or until the
+// program that opened it has been gone for a minute. The resource of a request
+// with a handle is ignored.
 
 namespace {
 
 using database::Blob;
-using kvxclient::FileCreateMode;
-using kvxclient::KVXClientErrorCode;
-
-constexpr std::chrono::nanoseconds longestSilence = std::chrono::seconds(60);
 
 struct Handle {
     std::string hash;
     std::int64_t owner = 0;
-    /// Where the bytes of the work content count.
+    /// The bucket in which the bytes of the work content count.
     std::int64_t bucket = 0;
-    /// The file; 0 when it is yet to be created in the folder `parent`.
+    /// The file, or 0 for one that the commit creates in the folder `parent`.
     std::int64_t node = 0;
     std::int64_t parent = 0;
     std::string name;
-    /// The contents as they were opened, and with changes: 0 for none.
+    /// The content that was opened, and the one with the changes; 0 for none.
     std::int64_t base = 0;
     std::int64_t work = 0;
     bool writable = false;
-    /// Whether no other file may have been created meanwhile.
+    /// Whether the commit is refused when its path is taken.
     bool exclusive = false;
     std::string contentType;
 };
 
-/// Shows that the instance is there, so that nobody closes its handles.
-void beat(database::Connection& database, std::int64_t instance, std::int64_t now) {
-    database.execute(
-        "insert into instances(id, heartbeat) values($1, $2)"
-        " on conflict(id) do update set heartbeat = excluded.heartbeat",
-        {instance, now});
-}
-
-/// Stores the handle under a new id, which it returns.
+/// Stores the handle and returns its new id.
 std::string insertHandle(const Context& context, const Handle& handle) {
     std::string id = newSecret();
     const std::string hash = hashOf(id);
-    beat(context.database, context.instance, context.now());
+    renewLease(context.database, context.instance, context.now());
     context.database.execute(
         "insert into handles(hash, instance, owner, bucket, node, parent, name, base, work,"
         " writable, exclusive, content_type)"
@@ -68,14 +62,14 @@ Handle findHandle(const Context& context, const std::string& id) {
         " from handles where hash = $1 and owner = $2",
         {Blob{hash}, user});
     if (!row->next()) {
-        refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
+        refuse(ErrorCode::RESOURCE_NOT_FOUND);
     }
     return {std::move(hash),      row->integer(0),      row->integer(1), row->integer(2),
             row->integer(3),      row->text(4),         row->integer(5), row->integer(6),
             row->integer(7) != 0, row->integer(8) != 0, row->text(9)};
 }
 
-/// What is read through the handle.
+/// The content that is read through the handle.
 Content contentOf(const Context& context, const Handle& handle) {
     const bool changed = handle.work != 0;
     Content content;
@@ -85,15 +79,14 @@ Content contentOf(const Context& context, const Handle& handle) {
     const auto row =
         context.database.query("select size, stored from contents where id = $1", {content.id});
     if (!row->next()) {
-        throw database::DatabaseError(database::Fault::OTHER,
-                                      "the store is damaged: an open content is missing");
+        database::throwDamaged("an open content is missing");
     }
     content.size = row->integer(0);
     content.stored = row->integer(1);
     return content;
 }
 
-/// Gives the handle a content of its own to write to.
+/// Gives the handle a work content, unless it has one.
 Content startWork(const Context& context, Handle& handle, Content content) {
     if (handle.work == 0) {
         handle.work = newContent(context).id;
@@ -106,53 +99,39 @@ Content startWork(const Context& context, Handle& handle, Content content) {
     return content;
 }
 
-/// Forgets a handle; its contents go unless something else uses them.
-void deleteHandle(database::Connection& database, std::string_view hash) {
-    database.execute(
-        "update buckets set used = used - (select c.stored from handles h"
-        " join contents c on c.id = h.work where h.hash = $1)"
-        " where id = (select bucket from handles where hash = $1 and work <> 0)",
-        {Blob{hash}});
-    database.execute(
-        "insert into garbage(content) select base from handles where hash = $1 and base <> 0"
-        " union select work from handles where hash = $1 and work <> 0 on conflict do nothing",
-        {Blob{hash}});
-    database.execute("delete from handles where hash = $1", {Blob{hash}});
-}
-
-/// The place to which the handle's changes go.
-Place targetOf(const Context& context, const Handle& handle) {
+/// The path that a commit writes to.
+ResolvedPath targetOf(const Context& context, const Handle& handle) {
     if (handle.node != 0) {
-        Place place = placeOf(context, handle.owner, handle.node);
-        place.node(Right::WRITE);
-        return place;
+        ResolvedPath path = resolveNode(context, handle.owner, handle.node);
+        path.node(Right::WRITE);
+        return path;
     }
-    Place place = placeOf(context, handle.owner, handle.parent);
-    if (place.chain.empty()) {
-        refuse(KVXClientErrorCode::PARENT_RESOURCE_NOT_FOUND);
+    ResolvedPath path = resolveNode(context, handle.owner, handle.parent);
+    if (path.chain.empty()) {
+        refuse(ErrorCode::PARENT_RESOURCE_NOT_FOUND);
     }
-    place.node(Right::WRITE);
-    enter(context, place, handle.name);
-    if (place.resource().getPath().size() > longestPath) {
-        refuse(KVXClientErrorCode::ILLEGAL_PATH);  // The folder was moved to where it is too long.
+    path.node(Right::WRITE);
+    descend(context, path, handle.name);
+    if (path.resource().getPath().size() > longestPath) {
+        refuse(ErrorCode::ILLEGAL_PATH);  // The folder was moved to a longer path.
     }
-    if (place.exists() && (handle.exclusive || place.node().kind != Kind::FILE)) {
-        refuse(KVXClientErrorCode::CONFLICT);
+    if (path.exists() && (handle.exclusive || path.node().kind != Kind::FILE)) {
+        refuse(ErrorCode::CONFLICT);
     }
-    return place;
+    return path;
 }
 
 void commit(const Context& context, const Handle& handle, bool createNewVersion) {
-    const Place place = targetOf(context, handle);
+    const ResolvedPath path = targetOf(context, handle);
     Content content = contentOf(context, handle);
-    // First, since from here on the bytes count with the version.
+    // First, because from here on the bytes count with the version.
     deleteHandle(context.database, handle.hash);
     detachFromBase(context, content);
-    const Node file = revise(context, place, content.size, createNewVersion);
+    const Node file = revise(context, path, content.size, createNewVersion);
     addVersion(context, file, content);
 }
 
-/// The largest file in a number that can be stored.
+/// The limit as a number that the database can store.
 unsigned long sizeLimit(const Context& context) {
     constexpr unsigned long most = std::numeric_limits<std::int64_t>::max();
     return std::min(context.options.fileSizeLimit, most);
@@ -160,47 +139,48 @@ unsigned long sizeLimit(const Context& context) {
 
 }  // namespace
 
-kvxclient::FileHandleReadOnlyCreateResponse createReadOnlyFileHandle(
-    const Context& context, const kvxclient::FileHandleReadOnlyCreateRequest& request) {
-    const Place place = locate(context, request.getResource());
-    const Node& file = place.node(Kind::FILE);
+FileHandleReadOnlyCreateResponse createReadOnlyFileHandle(
+    const Context& context, const FileHandleReadOnlyCreateRequest& request) {
+    const ResolvedPath path = resolve(context, request.getResource());
+    const Node& file = path.node(Kind::FILE);
     const Content content =
         findVersion(context, file, request.getVersionId(), request.getVersionLabel());
     Handle handle;
-    handle.owner = place.user;
+    handle.owner = path.user;
     handle.bucket = file.bucket;
     handle.node = file.id;
     handle.base = content.id;
     handle.contentType = content.type;
-    return kvxclient::FileHandleReadOnlyCreateResponse()
+    return FileHandleReadOnlyCreateResponse()
         .withFileHandleId(insertHandle(context, handle))
         .withFileSize(static_cast<unsigned long>(content.size));
 }
 
-kvxclient::FileHandleReadWriteCreateResponse createReadWriteFileHandle(
-    const Context& context, const kvxclient::FileHandleReadWriteCreateRequest& request) {
+/// Takes the same time for a file of any size. A new file appears with the commit.
+FileHandleReadWriteCreateResponse createReadWriteFileHandle(
+    const Context& context, const FileHandleReadWriteCreateRequest& request) {
     const FileCreateMode mode = request.getCreateMode();
     requireBetween(mode, FileCreateMode::CREATE, FileCreateMode::CREATE_OR_UPDATE);
-    const Place place = locate(context, request.getResource());
-    const bool creates = !place.exists();
+    const ResolvedPath path = resolve(context, request.getResource());
+    const bool creates = !path.exists();
     Handle handle;
-    handle.owner = place.user;
-    handle.bucket = place.bucket.id;
+    handle.owner = path.user;
+    handle.bucket = path.bucket.id;
     handle.writable = true;
     handle.contentType = request.getContentType();
     Content content;
     if (creates) {
-        const Node& parent = place.parent();
+        const Node& parent = path.parent();
         if (mode == FileCreateMode::UPDATE) {
-            refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
+            refuse(ErrorCode::RESOURCE_NOT_FOUND);
         }
         handle.parent = parent.id;
-        handle.name = place.name();
+        handle.name = path.name();
         handle.exclusive = mode == FileCreateMode::CREATE;
     } else {
-        const Node& file = place.node(Kind::FILE, Right::WRITE);
+        const Node& file = path.node(Kind::FILE, Right::WRITE);
         if (mode == FileCreateMode::CREATE) {
-            refuse(KVXClientErrorCode::CONFLICT);
+            refuse(ErrorCode::CONFLICT);
         }
         content = findVersion(context, file, {}, file.label);
         handle.node = file.id;
@@ -209,24 +189,24 @@ kvxclient::FileHandleReadWriteCreateResponse createReadWriteFileHandle(
             handle.contentType = content.type;
         }
     }
-    // A handle with a work content has something to commit, whether or not anything is written.
+    // The work content makes the commit change something even if nothing is written.
     if (handle.base == 0 || handle.contentType != content.type) {
         content = newContent(context, handle.base == 0 ? 0 : content.size);
         handle.work = content.id;
     }
-    return kvxclient::FileHandleReadWriteCreateResponse()
+    return FileHandleReadWriteCreateResponse()
         .withFileHandleId(insertHandle(context, handle))
         .withFileCreated(creates)
         .withFileSize(static_cast<unsigned long>(content.size));
 }
 
-kvxclient::FileContentReadResponse readFileContent(
-    const Context& context, const kvxclient::FileContentReadRequest& request) {
+FileContentReadResponse readFileContent(const Context& context,
+                                        const FileContentReadRequest& request) {
     const Content content = contentOf(context, findHandle(context, request.getFileHandleId()));
     const auto size = static_cast<unsigned long>(content.size);
     const unsigned long start = std::min(request.getStartLocation(), size);
     const unsigned long length = std::min(request.getLength(), size - start);
-    kvxclient::FileContentReadResponse response;
+    FileContentReadResponse response;
     response.withStartLocation(request.getStartLocation())
         .withContentType(content.type)
         .withFileSize(size);
@@ -235,23 +215,25 @@ kvxclient::FileContentReadResponse readFileContent(
     return response;
 }
 
-kvxclient::FileContentWriteResponse writeFileContent(
-    const Context& context, const kvxclient::FileContentWriteRequest& request) {
+/// Written bytes count in the quota at once, in addition to what they will replace. Refused with
+/// the code of a commit when the file, its folder or the right to change it is gone.
+FileContentWriteResponse writeFileContent(const Context& context,
+                                          const FileContentWriteRequest& request) {
     Handle handle = findHandle(context, request.getFileHandleId());
     if (!handle.writable) {
-        refuse(KVXClientErrorCode::CONFLICT);
+        refuse(ErrorCode::CONFLICT);
     }
-    // What counts in the quota of another must end when he takes the right back.
+    // Written bytes count in the quota of the owner, who may have taken the right back.
     targetOf(context, handle);
     Content content = contentOf(context, handle);
     const unsigned long size = request.getContentSize();
     const unsigned long start = request.getStartLocation();
     const unsigned long limit = sizeLimit(context);
     if (size > limit || start > limit - size) {
-        refuse(KVXClientErrorCode::FILE_TOO_LARGE);
+        refuse(ErrorCode::FILE_TOO_LARGE);
     }
     if (size > 0 && request.getContent() == nullptr) {
-        refuse(KVXClientErrorCode::UNKNOWN);
+        refuse(ErrorCode::UNKNOWN);
     }
     if (size > 0) {
         content = startWork(context, handle, std::move(content));
@@ -260,13 +242,16 @@ kvxclient::FileContentWriteResponse writeFileContent(
                    {reinterpret_cast<const char*>(request.getContent()), size});
         reserve(context, handle.bucket, content.stored - before);
     }
-    return kvxclient::FileContentWriteResponse().withFileSize(
-        static_cast<unsigned long>(content.size));
+    return FileContentWriteResponse().withFileSize(static_cast<unsigned long>(content.size));
 }
 
-kvxclient::FileHandleCloseResponse closeFileHandle(
-    const Context& context, const kvxclient::FileHandleCloseRequest& request) {
-    using kvxclient::FileHandleCloseOperation;
+/// The last commit wins: it replaces the content that the file has by then, wherever the file was
+/// moved. A commit without changes changes nothing; another content type is a change. A refused
+/// commit leaves the handle open: RESOURCE_NOT_FOUND when the file was deleted,
+/// PARENT_RESOURCE_NOT_FOUND when the folder for a new file was deleted, and CONFLICT when the path
+/// of a file that has to be new is taken.
+FileHandleCloseResponse closeFileHandle(const Context& context,
+                                        const FileHandleCloseRequest& request) {
     const auto operation = request.getOperation();
     requireBetween(operation, FileHandleCloseOperation::COMMIT_CHANGES,
                    FileHandleCloseOperation::ABORT_CHANGES);
@@ -277,34 +262,6 @@ kvxclient::FileHandleCloseResponse closeFileHandle(
         deleteHandle(context.database, handle.hash);
     }
     return {};
-}
-
-void closeLostHandles(database::Connection& database, std::int64_t instance, std::int64_t now) {
-    if (hasHandles(database, instance)) {
-        beat(database, instance, now);
-    }
-    std::vector<std::string> lost;
-    {
-        const auto rows = database.query(
-            "select hash from handles h where not exists(select 1 from instances i"
-            " where i.id = h.instance and i.heartbeat > $1) or not exists(select 1"
-            " from sessions s where s.owner = h.owner and s.expires > $2)",
-            {now - longestSilence.count(), now});
-        while (rows->next()) {
-            lost.push_back(rows->text(0));
-        }
-    }
-    for (const std::string& hash : lost) {
-        deleteHandle(database, hash);
-    }
-    database.execute(
-        "delete from instances where heartbeat <= $1"
-        " or not exists(select 1 from handles where instance = instances.id)",
-        {now - longestSilence.count()});
-}
-
-bool hasHandles(database::Connection& database, std::int64_t instance) {
-    return database.query("select 1 from handles where instance = $1 limit 1", {instance})->next();
 }
 
 }  // namespace storage::kvxstore::operations

@@ -1,39 +1,15 @@
-#include "operations/Invitations.h"
+#include "operations/Operations.h"
 
-#include "operations/Grants.h"
-#include "operations/Secrets.h"
-#include "operations/Sessions.h"
-#include "operations/Text.h"
+#include "core/Secrets.h"
+#include "core/Text.h"
+#include "namespace/Caller.h"
+#include "namespace/Grants.h"
+#include "namespace/InvitationRow.h"
+#include "namespace/ResolvedPath.h"
 
 namespace storage::kvxstore::operations {
 
 namespace {
-
-using kvxclient::AccessType;
-using kvxclient::InvitationStatus;
-using kvxclient::InvitationType;
-using kvxclient::KVXClientErrorCode;
-
-const std::string selectInvitation =
-    "select id, node, inviter, recipient, recipient_name, type, level, status, created, origin"
-    " from invitations where ";
-const std::string selectById = selectInvitation + "id = $1";
-const std::string selectByNode = selectInvitation + "node = $1 order by created, id";
-const std::string selectPending =
-    selectInvitation + "recipient = $1 and status = 0 order by created, id";
-const std::string selectSentOrReceived =
-    selectInvitation + "inviter = $1 or recipient = $1 order by created, id";
-const std::string selectMadeFrom = selectInvitation + "origin = $1 and recipient = $2";
-
-std::vector<InvitationRow> readRows(const database::Rows& rows) {
-    std::vector<InvitationRow> found;
-    while (rows->next()) {
-        found.push_back({rows->text(0), rows->integer(1), rows->integer(2), rows->integer(3),
-                         rows->text(4), InvitationType(rows->integer(5)), Right(rows->integer(6)),
-                         InvitationStatus(rows->integer(7)), rows->integer(8), rows->text(9)});
-    }
-    return found;
-}
 
 void insertInvitation(const Context& context, InvitationRow& row) {
     row.id = newSecret();
@@ -42,23 +18,8 @@ void insertInvitation(const Context& context, InvitationRow& row) {
         "insert into invitations(id, node, inviter, recipient, recipient_name, type, level, status,"
         " created, origin) values($1, $2, $3, $4, $5, $6, $7, $8, $9, $10)",
         {row.id, row.node, row.inviter, row.recipient, row.recipientName,
-         static_cast<std::int64_t>(row.type), static_cast<std::int64_t>(row.level),
+         static_cast<std::int64_t>(row.type), static_cast<std::int64_t>(row.right),
          static_cast<std::int64_t>(row.status), row.created, row.origin});
-}
-
-kvxclient::UserProfile profileOf(const Context& context, std::int64_t user,
-                                 const std::string& name) {
-    const auto row = context.database.query(
-        "select name, email, first_name, last_name from users where id = $1", {user});
-    if (!row->next()) {
-        return kvxclient::UserProfile().withUserId(toUtf16(name));
-    }
-    return kvxclient::UserProfile()
-        .withUserId(toUtf16(row->bytes(0)))
-        .withEmailAddress(toUtf16(row->bytes(1)))
-        .withFirstName(toUtf16(row->bytes(2)))
-        .withLastName(toUtf16(row->bytes(3)))
-        .withProfileId(std::to_string(user));
 }
 
 std::string userName(const Context& context, std::int64_t user) {
@@ -66,7 +27,7 @@ std::string userName(const Context& context, std::int64_t user) {
     return row->next() ? row->text(0) : std::string();
 }
 
-/// The user whom a name or else an e-mail address means, 0 when there is none.
+/// The user with that name, or else with that e-mail address; 0 when there is none.
 std::int64_t findRecipient(const Context& context, const std::string& text) {
     const auto row = context.database.query(
         "select id from users where name = $1 or email = $1 order by name = $1 desc, id limit 1",
@@ -74,9 +35,9 @@ std::int64_t findRecipient(const Context& context, const std::string& text) {
     return row->next() ? row->integer(0) : 0;
 }
 
-/// The caller's own invitation, made from an open one unless he has it already.
+/// The user's own invitation from an open one, which is made now if there is none yet.
 InvitationRow ownFrom(const Context& context, const InvitationRow& open, std::int64_t user) {
-    auto existing = readRows(context.database.query(selectMadeFrom, {open.id, user}));
+    auto existing = selectInvitations(context, "origin = $1 and recipient = $2", {open.id, user});
     if (!existing.empty()) {
         return std::move(existing.front());
     }
@@ -94,17 +55,17 @@ void answer(const Context& context, const InvitationRow& row, const Node& folder
                              {row.id, static_cast<std::int64_t>(row.status)});
     if (row.status == InvitationStatus::ACCEPTED) {
         addGrant(context, folder,
-                 {row.node, row.recipient, userName(context, row.recipient), row.level, row.id});
+                 {row.node, row.recipient, userName(context, row.recipient), row.right, row.id});
     } else {
         context.database.execute("delete from grants where invitation = $1", {row.id});
         noteSharing(context, folder);
     }
 }
 
-bool matches(const kvxclient::InvitationListRequest& request, const std::u16string& ownBucket,
-             const kvxclient::Invitation& invitation) {
-    kvxclient::Resource resource = request.getResource();
-    const bool anyResource = resource == kvxclient::Resource();
+bool matches(const InvitationListRequest& request, const std::u16string& ownBucket,
+             const Invitation& invitation) {
+    Resource resource = request.getResource();
+    const bool anyResource = resource == Resource();
     if (resource.getBucket().empty()) {
         resource.setBucket(ownBucket);
     }
@@ -116,62 +77,19 @@ bool matches(const kvxclient::InvitationListRequest& request, const std::u16stri
 
 }  // namespace
 
-InvitationRow findInvitation(const Context& context, std::int64_t user, const std::string& id) {
-    auto rows = readRows(context.database.query(selectById, {id}));
-    if (rows.empty() || (rows.front().inviter != user && rows.front().recipient != user &&
-                         rows.front().type != InvitationType::OPEN)) {
-        refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
-    }
-    return std::move(rows.front());
-}
-
-std::vector<InvitationRow> invitationsTo(const Context& context, std::int64_t node) {
-    return readRows(context.database.query(selectByNode, {node}));
-}
-
-std::vector<InvitationRow> pendingInvitations(const Context& context, std::int64_t user) {
-    return readRows(context.database.query(selectPending, {user}));
-}
-
-kvxclient::Invitation describe(const Context& context, const InvitationRow& row) {
-    const bool isOpen = row.type == InvitationType::OPEN;
-    auto invitation = kvxclient::Invitation()
-                          .withInvitationId(row.id)
-                          .withAccessType(accessTypeOf(row.level))
-                          .withInvitationType(row.type)
-                          .withInitiator(profileOf(context, row.inviter, {}))
-                          .withInvitationStatus(row.status)
-                          .withCreated(toTime(row.created))
-                          .withHasActiveLink(isOpen);
-    if (!isOpen) {
-        invitation.withRecipient(profileOf(context, row.recipient, row.recipientName));
-    }
-    const Place place = placeOf(context, row.recipient, row.node);
-    if (place.chain.empty()) {
-        invitation.withTombstone(std::to_string(row.node));
-    } else {
-        invitation.withResource(place.resource()).withName(toUtf16(place.chain.back().name));
-    }
-    return invitation;
-}
-
-AccessType accessTypeOf(Right right) {
-    return right == Right::OWN     ? AccessType::OWNER
-           : right == Right::WRITE ? AccessType::READ_WRITE
-                                   : AccessType::READ_ONLY;
-}
-
-kvxclient::InvitationCreateResponse createInvitation(
-    const Context& context, const kvxclient::InvitationCreateRequest& request) {
-    const Place place = locate(context, request.getResource());
-    const Node& folder = place.node(Kind::FOLDER, Right::OWN);
-    // Nobody can be invited to own what another has.
+/// Offers a folder that the caller owns. The recipient is the name or e-mail address of a user, who
+/// may be created later.
+InvitationCreateResponse createInvitation(const Context& context,
+                                          const InvitationCreateRequest& request) {
+    const ResolvedPath path = resolve(context, request.getResource());
+    const Node& folder = path.node(Kind::FOLDER, Right::OWN);
+    // An invitation cannot change the owner.
     requireBetween(request.getAccessType(), AccessType::READ_ONLY, AccessType::READ_WRITE);
     InvitationRow row;
     row.node = folder.id;
-    row.inviter = place.user;
+    row.inviter = path.user;
     row.recipientName = toUtf8(request.getRecipient());
-    row.level = request.getAccessType() == AccessType::READ_WRITE ? Right::WRITE : Right::READ;
+    row.right = request.getAccessType() == AccessType::READ_WRITE ? Right::WRITE : Right::READ;
     if (row.recipientName.empty()) {
         row.type = InvitationType::OPEN;
     } else {
@@ -179,54 +97,58 @@ kvxclient::InvitationCreateResponse createInvitation(
     }
     insertInvitation(context, row);
     noteSharing(context, folder);
-    return kvxclient::InvitationCreateResponse().withInvitation(describe(context, row));
+    return InvitationCreateResponse().withInvitation(describe(context, row));
 }
 
-kvxclient::InvitationReadResponse readInvitation(const Context& context,
-                                                 const kvxclient::InvitationReadRequest& request) {
+InvitationReadResponse readInvitation(const Context& context,
+                                      const InvitationReadRequest& request) {
     const std::int64_t user = requireUser(context);
-    return kvxclient::InvitationReadResponse().withInvitation(
+    return InvitationReadResponse().withInvitation(
         describe(context, findInvitation(context, user, request.getInvitationId())));
 }
 
-kvxclient::InvitationDetailsResponse getInvitationDetails(
-    const Context& context, const kvxclient::InvitationDetailsRequest& request) {
+InvitationDetailsResponse getInvitationDetails(const Context& context,
+                                               const InvitationDetailsRequest& request) {
     const std::int64_t user = requireUser(context);
-    return kvxclient::InvitationDetailsResponse().withInvitation(
+    return InvitationDetailsResponse().withInvitation(
         describe(context, findInvitation(context, user, request.getInvitationId())));
 }
 
-kvxclient::InvitationUpdateResponse updateInvitation(
-    const Context& context, const kvxclient::InvitationUpdateRequest& request) {
+/// Accepts an invitation, which grants the right, or declines it, which takes the right back.
+/// Recipients may change their answer, but not to PENDING, which is refused with CONFLICT. The
+/// answer to an open invitation makes one of the caller's own from it.
+InvitationUpdateResponse updateInvitation(const Context& context,
+                                          const InvitationUpdateRequest& request) {
     const std::int64_t user = requireUser(context);
     const InvitationStatus status = request.getStatus().value_or(InvitationStatus::PENDING);
     requireBetween(status, InvitationStatus::PENDING, InvitationStatus::DECLINED);
     InvitationRow row = findInvitation(context, user, request.getInvitationId());
     const bool isOpen = row.type == InvitationType::OPEN;
     if (isOpen ? row.inviter == user : row.recipient != user) {
-        refuse(KVXClientErrorCode::UNAUTHORIZED);
+        refuse(ErrorCode::UNAUTHORIZED);
     }
-    const Place place = placeOf(context, user, row.node);
-    if (place.chain.empty()) {
-        refuse(KVXClientErrorCode::RESOURCE_NOT_FOUND);
+    const ResolvedPath path = resolveNode(context, user, row.node);
+    if (path.chain.empty()) {
+        refuse(ErrorCode::RESOURCE_NOT_FOUND);
     }
     if (status == InvitationStatus::PENDING) {
-        refuse(KVXClientErrorCode::CONFLICT);
+        refuse(ErrorCode::CONFLICT);
     }
     if (isOpen) {
         row = ownFrom(context, row, user);
     }
     row.status = status;
-    answer(context, row, place.chain.back());
-    return kvxclient::InvitationUpdateResponse().withInvitation(describe(context, row));
+    answer(context, row, path.chain.back());
+    return InvitationUpdateResponse().withInvitation(describe(context, row));
 }
 
-kvxclient::InvitationDeleteResponse deleteInvitation(
-    const Context& context, const kvxclient::InvitationDeleteRequest& request) {
+/// Deletes an invitation, those made from it and the rights they gave.
+InvitationDeleteResponse deleteInvitation(const Context& context,
+                                          const InvitationDeleteRequest& request) {
     const std::int64_t user = requireUser(context);
     const InvitationRow row = findInvitation(context, user, request.getInvitationId());
     if (row.inviter != user) {
-        refuse(KVXClientErrorCode::UNAUTHORIZED);
+        refuse(ErrorCode::UNAUTHORIZED);
     }
     context.database.execute(
         "delete from grants where invitation <> '' and invitation in"
@@ -234,27 +156,28 @@ kvxclient::InvitationDeleteResponse deleteInvitation(
         {row.node, row.id});
     context.database.execute("delete from invitations where node = $1 and (id = $2 or origin = $2)",
                              {row.node, row.id});
-    const Place place = placeOf(context, user, row.node);
-    if (place.chain.empty()) {
-        refreshShared(context.database, row.node);
+    const ResolvedPath path = resolveNode(context, user, row.node);
+    if (path.chain.empty()) {
+        refreshShared(context, row.node);
     } else {
-        noteSharing(context, place.chain.back());
+        noteSharing(context, path.chain.back());
     }
     return {};
 }
 
-kvxclient::InvitationListResponse listInvitations(const Context& context,
-                                                  const kvxclient::InvitationListRequest& request) {
+/// Lists from the oldest to the newest.
+InvitationListResponse listInvitations(const Context& context,
+                                       const InvitationListRequest& request) {
     const std::int64_t user = requireUser(context);
     const std::u16string ownBucket = toUtf16(userName(context, user));
-    std::vector<kvxclient::Invitation> invitations;
-    for (const auto& row : readRows(context.database.query(selectSentOrReceived, {user}))) {
-        kvxclient::Invitation invitation = describe(context, row);
+    std::vector<Invitation> invitations;
+    for (const auto& row : selectInvitations(context, "inviter = $1 or recipient = $1", {user})) {
+        Invitation invitation = describe(context, row);
         if (matches(request, ownBucket, invitation)) {
             invitations.push_back(std::move(invitation));
         }
     }
-    return kvxclient::InvitationListResponse().withInvitations(std::move(invitations));
+    return InvitationListResponse().withInvitations(std::move(invitations));
 }
 
 }  // namespace storage::kvxstore::operations

@@ -1,200 +1,45 @@
-#include "operations/Relocation.h"
+#include "operations/Operations.h"
 
-#include <utility>
-#include <vector>
-
-#include "operations/Text.h"
-#include "operations/Versions.h"
+#include "namespace/Trees.h"
 
 namespace storage::kvxstore::operations {
 
 namespace {
 
-using kvxclient::KVXClientErrorCode;
-
-/// Of 255 UTF-16 units in UTF-8.
-constexpr std::int64_t mostNameBytes = 3L * 255;
-
 struct Relocation {
-    Place source;
-    Place target;
+    ResolvedPath source;
+    ResolvedPath target;
 
-    Relocation(const Context& context, const kvxclient::MoveOrCopyRequest& request)
-        : source(locate(context, request.getSource())),
-          target(locate(context, request.getTarget())) {
+    Relocation(const Context& context, const MoveOrCopyRequest& request)
+        : source(resolve(context, request.getSource())),
+          target(resolve(context, request.getTarget())) {
         const Node& node = source.node();
         if (target.passesThrough(node)) {
-            refuse(KVXClientErrorCode::CONFLICT);
+            refuse(ErrorCode::CONFLICT);
         }
         target.parent();
         if (target.exists() && (!request.getTargetOverwrite() || target.node().kind != node.kind ||
                                 source.passesThrough(target.node()))) {
-            refuse(KVXClientErrorCode::CONFLICT);
+            refuse(ErrorCode::CONFLICT);
         }
     }
 };
 
-const std::string belowNode =
-    "with recursive tree(id) as (select cast($1 as bigint)"
-    " union all select n.id from nodes n join tree t on n.parent = t.id) ";
-
-/// The bytes in use below a node, itself included: of all versions, or of the current ones.
-std::int64_t sizeOfTree(const Context& context, const Node& node, bool allVersions) {
-    static const std::string ofAll =
-        belowNode +
-        "select coalesce(cast(sum(c.size) as bigint), 0) from tree t"
-        " join versions v on v.node = t.id join contents c on c.id = v.content";
-    constexpr std::string_view ofCurrent =
-        "with recursive tree(id, size) as (select id, size from nodes where id = $1"
-        " union all select n.id, n.size from nodes n join tree t on n.parent = t.id)"
-        " select cast(sum(size) as bigint) from tree";
-    return context.database.number(allVersions ? std::string_view(ofAll) : ofCurrent, {node.id});
-}
-
-/// Counts all below a node, itself included, in another bucket. Returns the change of that one.
-std::int64_t changeBucket(const Context& context, const Place& source, const BucketRow& target) {
-    const Node& node = source.node();
-    const std::int64_t size = sizeOfTree(context, node, true);
-    leavePlace(context, node, advance(context, node.bucket, -size));
-    const std::int64_t seq = advance(context, target.id, size);
-    const auto run = [&](const std::string& sql, std::initializer_list<database::Value> values) {
-        context.database.execute(belowNode + sql + " in (select id from tree)", values);
-    };
-    run("update nodes set bucket = $2, seq = $3 where id", {node.id, target.id, seq});
-    run("update vacated set bucket = $2, seq = $3 where parent", {node.id, target.id, seq});
-    if (target.owner == source.bucket.owner) {
-        run("update grants set seq = $2 where node", {node.id, seq});
-    } else {
-        // What one user shared is not the other's to have shared.
-        run("delete from grants where node", {node.id});
-        run("delete from invitations where node", {node.id});
-        run("update nodes set shared = 0 where shared <> 0 and id", {node.id});
-    }
-    return seq;
-}
-
-std::size_t pathLength(const Place& place) { return place.resource().getPath().size(); }
-
-/// Refuses with ILLEGAL_PATH when a path below the folder would be too long at the target. Walks
-/// through the folders, and reads the names only where paths are nearly as long as they may be.
-void requireRoomBelow(const Context& context, const Node& folder, const Place& target) {
-    const std::size_t length = pathLength(target);
-    // A path has at least as many bytes, and at most as many code points, as UTF-16 units.
-    const auto rows = context.database.query(
-        "with recursive tree(id, path) as (select cast($1 as bigint), ''"
-        " union all select n.id, t.path || '/' || n.name from nodes n"
-        " join tree t on n.parent = t.id where n.kind = 0 and length(t.path) <= $2)"
-        " select t.path || '/' || n.name from tree t join nodes n on n.parent = t.id"
-        " where length(cast(t.path as blob)) + $3 >= $2",
-        {folder.id, static_cast<std::int64_t>(longestPath - length), mostNameBytes});
-    while (rows->next()) {
-        if (length + toUtf16(rows->bytes(0)).size() > longestPath) {
-            refuse(KVXClientErrorCode::ILLEGAL_PATH);
-        }
-    }
-}
-
-/// Deletes what is to be overwritten. First, so that it counts no longer when room is needed.
-void clearTarget(const Context& context, const Place& target) {
-    if (target.exists()) {
-        moveToTrash(context, target.node(), advance(context, target.bucket.id, 0));
-    }
-}
-
-/// Copies the children of one folder into another, new one.
-void copyChildren(const Context& context, std::int64_t source, const Node& target) {
-    context.database.execute(
-        "insert into nodes(bucket, parent, name, kind, seq, size, label, created, modified,"
-        " client_modified) select $1, $2, name, kind, $3, size, kind, $4, $4, client_modified"
-        " from nodes where parent = $5",
-        {target.bucket, target.id, target.seq, target.created, source});
-    context.database.execute(
-        "insert into versions(node, label, content, content_type, created)"
-        " select n.id, n.label, v.content, v.content_type, n.created from nodes n"
-        " join nodes o on o.parent = $2 and o.name = n.name"
-        " join versions v on v.node = o.id and v.label = o.label where n.parent = $1",
-        {target.id, source});
-}
-
-/// The folders in one folder, each with its namesake in another.
-std::vector<std::pair<std::int64_t, std::int64_t>> folderPairs(const Context& context,
-                                                               std::int64_t source,
-                                                               std::int64_t target) {
-    const auto rows = context.database.query(
-        "select o.id, n.id from nodes n join nodes o on o.parent = $2 and o.name = n.name"
-        " where n.parent = $1 and n.kind = 0",
-        {target, source});
-    std::vector<std::pair<std::int64_t, std::int64_t>> pairs;
-    while (rows->next()) {
-        pairs.emplace_back(rows->integer(0), rows->integer(1));
-    }
-    return pairs;
-}
-
-void copyTree(const Context& context, const Node& source, const Node& target) {
-    std::vector<std::pair<std::int64_t, std::int64_t>> pending{{source.id, target.id}};
-    while (!pending.empty()) {
-        const auto [from, to] = pending.back();
-        pending.pop_back();
-        Node folder = target;
-        folder.id = to;
-        copyChildren(context, from, folder);
-        const auto pairs = folderPairs(context, from, to);
-        pending.insert(pending.end(), pairs.begin(), pairs.end());
-    }
-}
-
 }  // namespace
 
-void copyNode(const Context& context, const Node& source, const Place& target) {
-    if (source.kind == Kind::FOLDER) {
-        requireRoomBelow(context, source, target);
-    }
-    clearTarget(context, target);
-    Node node = source;
-    node.bucket = target.bucket.id;
-    node.parent = target.parent().id;
-    node.name = target.name();
-    node.seq = advance(context, node.bucket, sizeOfTree(context, source, false));
-    node.created = node.modified = context.now();
-    if (node.kind == Kind::FILE) {
-        node.label = 1;
-        insertNode(context, node);
-        addVersion(context, node, findVersion(context, source, {}, source.label));
-    } else {
-        insertNode(context, node);
-        copyTree(context, source, node);
-    }
-}
-
-kvxclient::MoveOrCopyResponse move(const Context& context,
-                                   const kvxclient::MoveOrCopyRequest& request) {
+/// Keeps times and versions.
+MoveOrCopyResponse move(const Context& context, const MoveOrCopyRequest& request) {
     const Relocation relocation(context, request);
-    const Place& target = relocation.target;
-    const Node& node = relocation.source.node();
-    // A root cannot leave its bucket, nor a shared folder the one who only has that.
+    // Refuses a root, and a shared folder whose parent the caller does not see.
     relocation.source.parent();
-    if (node.kind == Kind::FOLDER && pathLength(target) > pathLength(relocation.source)) {
-        requireRoomBelow(context, node, target);
-    }
-    clearTarget(context, target);
-    std::int64_t seq = 0;
-    if (node.bucket == target.bucket.id) {
-        seq = advance(context, node.bucket, 0);
-        leavePlace(context, node, seq);
-    } else {
-        seq = changeBucket(context, relocation.source, target.bucket);
-    }
-    context.database.execute("update nodes set parent = $2, name = $3, seq = $4 where id = $1",
-                             {node.id, target.parent().id, target.name(), seq});
-    takePlace(context, target.parent().id, target.name());
+    moveTree(context, relocation.source, relocation.target);
     return {};
 }
 
-kvxclient::MoveOrCopyResponse copy(const Context& context,
-                                   const kvxclient::MoveOrCopyRequest& request) {
+/// Makes new files whose version 1 shares the current content.
+MoveOrCopyResponse copy(const Context& context, const MoveOrCopyRequest& request) {
     const Relocation relocation(context, request);
-    copyNode(context, relocation.source.node(), relocation.target);
+    copyTree(context, relocation.source.node(), relocation.target);
     return {};
 }
 

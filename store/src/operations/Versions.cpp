@@ -1,125 +1,37 @@
-#include "operations/Versions.h"
+#include "operations/Operations.h"
 
-#include <cstdlib>
-
-#include "operations/Policies.h"
-#include "operations/Text.h"
+#include "core/Text.h"
+#include "namespace/FileVersions.h"
 
 namespace storage::kvxstore::operations {
 
-namespace {
-
-constexpr std::int64_t noLabel = -1;
-
-/// Forgets the version that the file's label names.
-void dropVersion(const Context& context, const Node& file) {
-    context.database.execute(
-        "insert into garbage(content) select content from versions where node = $1 and label = $2"
-        " on conflict do nothing",
-        {file.id, file.label});
-    context.database.execute("delete from versions where node = $1 and label = $2",
-                             {file.id, file.label});
-}
-
-Node newFile(const Place& place) {
-    Node file;
-    file.parent = place.parent().id;
-    file.bucket = place.bucket.id;
-    file.name = place.name();
-    file.kind = Kind::FILE;
-    file.right = place.parent().right;
-    return file;
-}
-
-void updateFile(const Context& context, const Node& file) {
-    context.database.execute(
-        "update nodes set seq = $2, size = $3, label = $4, modified = $5, client_modified = 0"
-        " where id = $1",
-        {file.id, file.seq, file.size, file.label, file.modified});
-}
-
-}  // namespace
-
-std::string versionIdOf(const Node& file) {
-    return std::to_string(file.id) + '-' + std::to_string(file.label);
-}
-
-Content findVersion(const Context& context, const Node& file, const std::string& versionId,
-                    std::int64_t label) {
-    Node version = file;
-    const std::string ownIds = std::to_string(file.id) + '-';
-    if (label != noLabel) {
-        version.label = label;
-    } else if (versionId.starts_with(ownIds)) {
-        version.label = std::strtol(versionId.c_str() + ownIds.size(), nullptr, 10);
-    }
-    const auto row = context.database.query(
-        "select c.id, c.size, c.stored, v.content_type from versions v"
-        " join contents c on c.id = v.content where v.node = $1 and v.label = $2",
-        {version.id, version.label});
-    // Comparing the whole id settles every malformed or contradicting one.
-    if (!row->next() || (!versionId.empty() && versionId != versionIdOf(version))) {
-        refuse(kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND);
-    }
-    return {row->integer(0), row->integer(1), row->integer(2), row->text(3)};
-}
-
-Node revise(const Context& context, const Place& place, std::int64_t size, bool createNewVersion) {
-    const bool replaces = place.exists();
-    Node file = replaces ? place.node(Kind::FILE, Right::WRITE) : newFile(place);
-    const bool keepsOld = replaces && createNewVersion && keepsVersions(context, place);
-    file.seq = advance(context, file.bucket, size - (keepsOld ? 0 : file.size));
-    if (replaces && !keepsOld) {
-        dropVersion(context, file);
-    }
-    file.size = size;
-    file.label += 1;
-    file.modified = context.now();
-    // The client's time was that of the content that is gone.
-    file.clientModified = 0;
-    if (replaces) {
-        updateFile(context, file);
-    } else {
-        file.created = file.modified;
-        insertNode(context, file);
-    }
-    return file;
-}
-
-void addVersion(const Context& context, const Node& file, const Content& content) {
-    context.database.execute(
-        "insert into versions(node, label, content, content_type, created)"
-        " values($1, $2, $3, $4, $5)",
-        {file.id, file.label, content.id, content.type, file.modified});
-}
-
-kvxclient::VersionListResponse listVersions(const Context& context,
-                                            const kvxclient::VersionListRequest& request) {
-    const Place place = locate(context, request.getResource());
-    Node version = place.node(Kind::FILE);
+/// Lists from the oldest version to the current one.
+VersionListResponse listVersions(const Context& context, const VersionListRequest& request) {
+    const ResolvedPath path = resolve(context, request.getResource());
+    Node version = path.node(Kind::FILE);
     const auto rows = context.database.query(
         "select label, created from versions where node = $1 order by label", {version.id});
-    std::vector<kvxclient::VersionSummary> versions;
-    while (rows->next()) {
-        version.label = rows->integer(0);
-        versions.push_back(kvxclient::VersionSummary()
-                               .withVersionId(versionIdOf(version))
-                               .withVersionLabel(static_cast<int>(version.label))
-                               .withCreated(toTime(rows->integer(1))));
-    }
-    return kvxclient::VersionListResponse()
+    return VersionListResponse()
         .withName(toUtf16(version.name))
-        .withVersions(std::move(versions));
+        .withVersions(collect(rows, [&](const auto& row) {
+            version.label = row.integer(0);
+            return VersionSummary()
+                .withVersionId(versionIdOf(version))
+                .withVersionLabel(static_cast<int>(version.label))
+                .withCreated(toTime(row.integer(1)));
+        }));
 }
 
-kvxclient::VersionRestoreResponse restoreVersion(const Context& context,
-                                                 const kvxclient::VersionRestoreRequest& request) {
-    const Place place = locate(context, request.getResource());
-    const Content content = findVersion(context, place.node(Kind::FILE, Right::WRITE),
+/// Makes an earlier content the current one, without copying a byte. It gets a new label in any
+/// case; createNewVersion decides, as for every write, whether the replaced content is kept.
+VersionRestoreResponse restoreVersion(const Context& context,
+                                      const VersionRestoreRequest& request) {
+    const ResolvedPath path = resolve(context, request.getResource());
+    const Content content = findVersion(context, path.node(Kind::FILE, Right::WRITE),
                                         request.getVersionId(), request.getVersionLabel());
-    const Node file = revise(context, place, content.size, request.getCreateNewVersion());
+    const Node file = revise(context, path, content.size, request.getCreateNewVersion());
     addVersion(context, file, content);
-    return kvxclient::VersionRestoreResponse()
+    return VersionRestoreResponse()
         .withVersionId(versionIdOf(file))
         .withVersionLabel(static_cast<int>(file.label));
 }

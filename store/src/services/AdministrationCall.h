@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "operations/Context.h"
+#include "core/Context.h"
 #include "scheduler/Job.h"
 #include "services/Engine.h"
 
@@ -14,7 +14,7 @@ namespace storage::kvxstore::services {
 template <class Work>
 class AdministrationCall final : public scheduler::Job {
 public:
-    using Result = std::invoke_result_t<Work, const operations::Context&>;
+    using Result = std::invoke_result_t<Work, const Context&>;
 
     AdministrationCall(const Engine& engine, database::Access access, Work work)
         : Job({access}), engine_(engine), work_(std::move(work)) {}
@@ -22,7 +22,7 @@ public:
     std::future<Result> result() { return promise_.get_future(); }
 
     void run(database::Connection& connection) override {
-        result_ = work_(operations::Context{connection, engine_.options(), engine_.instance()});
+        result_ = work_(Context{connection, engine_.options(), engine_.instance()});
     }
 
     void finish(std::exception_ptr error) noexcept override {
@@ -50,10 +50,8 @@ auto administer(Engine& engine, database::Access access, Work work) {
     engine.scheduler().submit(std::move(call));
     try {
         return result.get();
-    } catch (const StoreError&) {
-        throw;
-    } catch (const database::DatabaseError& error) {
-        throw StoreError(error.storeErrorCode(), error.what());
+    } catch (const StoreError& error) {
+        throw StoreError(error.code(), error.what());
     } catch (const std::exception& error) {
         throw StoreError(error.what());
     }

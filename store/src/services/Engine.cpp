@@ -5,10 +5,10 @@
 #include <mutex>
 #include <thread>
 
+#include "core/Secrets.h"
 #include "database/Open.h"
-#include "operations/Handles.h"
-#include "operations/Maintenance.h"
-#include "operations/Secrets.h"
+#include "maintenance/Cleaning.h"
+#include "maintenance/Leases.h"
 
 namespace storage::kvxstore::services {
 
@@ -33,11 +33,10 @@ StoreOptions completed(StoreOptions options) {
 /// program is still there while it has open handles.
 std::chrono::milliseconds cleanSome(database::Connection& database, std::int64_t instance,
                                     std::int64_t now) {
-    if (operations::clean(database, instance, now)) {
+    if (clean(database, instance, now)) {
         return std::chrono::milliseconds(50);
     }
-    return operations::hasHandles(database, instance) ? std::chrono::seconds(15)
-                                                      : std::chrono::hours(1);
+    return hasHandles(database, instance) ? std::chrono::seconds(15) : std::chrono::hours(1);
 }
 
 /// The stores that end on threads of their own. The program's end waits for them, since it takes
@@ -93,7 +92,7 @@ std::shared_ptr<Engine> Engine::start(const std::string& url, StoreOptions optio
 Engine::Engine(std::string url, StoreOptions options)
     : url_(std::move(url)),
       options_(completed(std::move(options))),
-      instance_(operations::newNumber()),
+      instance_(newNumber()),
       scheduler_(database::open(url_, options_.createMode), options_.readers,
                  [this](database::Connection& database) {
                      const auto now = options_.clock().time_since_epoch().count();

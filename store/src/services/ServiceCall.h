@@ -4,8 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "operations/Context.h"
-#include "operations/Functions.h"
+#include "operations/Operations.h"
 #include "scheduler/Job.h"
 #include "services/Engine.h"
 #include "services/ServiceError.h"
@@ -29,8 +28,8 @@ public:
           handler_(std::move(handler)) {}
 
     void run(database::Connection& connection) override {
-        const operations::Context context{connection, engine_.options(), engine_.instance(),
-                                          sessionId_, [this] { return isCancelled(); }};
+        const Context context{connection, engine_.options(), engine_.instance(), sessionId_,
+                              [this] { return isCancelled(); }};
         response_ = operations::run(Operation(), context, request_);
     }
 

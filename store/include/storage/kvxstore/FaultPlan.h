@@ -1,13 +1,13 @@
 #pragma once
 
 /// @file
-/// Faults to happen on purpose, for StoreOptions::faults.
+/// The faults of StoreOptions::faults.
 
 #include "storage/kvxtransport/FaultPlan.h"
 
 namespace storage::kvxstore {
 
-// They work on every transport, and so do not belong to the store.
+// A plan works on every transport, and so does not belong to the store.
 using kvxtransport::Fault;
 using kvxtransport::FaultPlan;
 

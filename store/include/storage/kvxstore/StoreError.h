@@ -10,17 +10,17 @@
 
 namespace storage::kvxstore {
 
-/// What went wrong, for programs; the message of the StoreError has the particulars, for people.
+/// The kind of failure, for programs. The message of the StoreError has the details, for people.
 enum class StoreErrorCode {
     OTHER,           ///< None of the others.
-    NOT_FOUND,       ///< There is no such store, folder to hold it, user or bucket.
-    ALREADY_EXISTS,  ///< A store, file, user or bucket of that name exists.
+    NOT_FOUND,       ///< The store, the folder that would hold it or the user does not exist.
+    ALREADY_EXISTS,  ///< A file, user or bucket of that name exists.
     ILLEGAL_NAME,    ///< The name breaks the rules for names of users and buckets.
-    ILLEGAL_URL,     ///< The URL is of no kind that this software opens.
-    NOT_A_STORE,     ///< The file is something else.
+    ILLEGAL_URL,     ///< This software opens no URL of that kind.
+    NOT_A_STORE,     ///< The file is something else, or a folder.
     NEWER_VERSION,   ///< A newer version of this software made the store.
-    DAMAGED,         ///< The store's file does not hold what it should.
-    IN_USE,          ///< Another program kept the store locked for too long.
+    DAMAGED,         ///< The store's file does not contain what it should.
+    IN_USE,          ///< Another program kept the store locked for ten seconds.
     FULL,            ///< The disk is full.
     NOT_WRITABLE,    ///< The file, its folder or its file system may not be written, or not read.
 };

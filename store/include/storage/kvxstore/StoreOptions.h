@@ -11,36 +11,35 @@
 
 namespace storage::kvxstore {
 
-/// What Store::open does about a store that is, or is not, there.
+/// Whether Store::open opens an existing store, makes a new one, or either.
 enum class CreateMode {
-    CREATE_IF_MISSING,  ///< Opens the store, or makes it when there is nothing.
+    CREATE_IF_MISSING,  ///< Opens the store, or makes it when there is no file.
     MUST_EXIST,         ///< Opens the store; fails when there is none.
-    MUST_BE_NEW         ///< Makes the store; fails when there is any file already.
+    MUST_BE_NEW         ///< Makes the store; fails when there is a file of any kind.
 };
 
-/// How a store is opened. A plain value; the defaults suit an application as they are.
+/// How a store is opened. The defaults suit most applications.
 struct StoreOptions {
-    /// What to do when the store is, or is not, there.
+    /// Whether the store has to exist, or must not exist yet.
     CreateMode createMode = CreateMode::CREATE_IF_MISSING;
 
-    /// How long a session lasts from its login, up to 100 years. Kept by no file: each opening
-    /// chooses its own.
+    /// How long a session lasts from its login, up to 100 years. It holds for logins by way of this
+    /// Store object and is not kept in the file.
     std::chrono::seconds sessionLifetime = std::chrono::minutes(60);
 
-    /// The largest file in bytes; a larger one is refused with FILE_TOO_LARGE.
+    /// The size of the largest file in bytes. A larger file is refused with FILE_TOO_LARGE.
     unsigned long fileSizeLimit = 1UL << 40U;
 
-    /// Threads that serve reading calls, each with a database connection of its own. 0 means one
-    /// per processor, at most four.
+    /// The number of threads that serve reading calls, each with its own database connection. 0
+    /// means one per processor, at most four.
     unsigned readers = 0;
 
-    /// The time, for time stamps and for what expires. Called on threads of the store, also
-    /// concurrently. Empty means the system's clock; tests set their own.
+    /// The clock for time stamps and expiry, which tests may replace. Empty means the system's
+    /// clock. The store calls it on several threads at once.
     std::function<std::chrono::system_clock::time_point()> clock = {};
 
-    /// Faults to happen on purpose, for tests of applications; none when empty. Refused and delayed
-    /// calls complete on a thread of their own. kvxtransport::FaultInjector lets them happen on any
-    /// transport.
+    /// The faults to inject, for tests of applications. Empty means none. Refused and delayed calls
+    /// complete on a thread of their own.
     std::shared_ptr<FaultPlan> faults = {};
 };
 

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Faults to happen on purpose, planned.
+/// Faults to inject, planned.
 
 #include <chrono>
 #include <mutex>
@@ -15,29 +15,29 @@
 
 namespace storage::kvxtransport {
 
-/// A fault to happen on purpose, so that an application can test how it copes.
+/// A fault to inject, so that a test can see how an application copes with it.
 struct Fault {
     /// The operation by its name in the service interface, such as "createFile"; empty for any.
     std::string operation = {};
-    /// Which of its calls it happens to, counted from 1 when the fault is planned, over all
-    /// transports that use the plan.
+    /// The call that has the fault: 1 is the first one after the fault was planned, whichever
+    /// client makes it.
     unsigned long call = 1;
-    /// Refuses the call with this code: it takes no effect. Empty lets it take its course.
+    /// The code that refuses the call, which then has no effect. Empty lets the call proceed.
     std::optional<kvxclient::KVXClientErrorCode> error = {};
-    /// Holds the completion back for so long; the call takes effect without delay.
+    /// How long the completion is held back. The call takes effect without delay.
     std::chrono::milliseconds delay = {};
-    /// Lets go of the handler without a call of it, as when an answer is lost; a future form then
+    /// Destroys the handler without calling it, as when an answer is lost. A future form then
     /// reports std::future_errc::broken_promise.
     bool dropHandler = false;
 };
 
-/// The faults of one or several transports. Every member may be called from any thread, also while
+/// The faults to inject into one or several transports. Any thread may call any member, also while
 /// transports use the plan.
 class FaultPlan {
 public:
-    /// Plans nothing yet.
+    /// An empty plan.
     FaultPlan() = default;
-    /// Plans these faults, each counting from now.
+    /// Plans these faults, which count calls from now on.
     explicit FaultPlan(std::vector<Fault> faults) {
         for (Fault& fault : faults) {
             add(std::move(fault));
@@ -46,20 +46,20 @@ public:
     FaultPlan(const FaultPlan&) = delete;
     FaultPlan& operator=(const FaultPlan&) = delete;
 
-    /// Plans one more fault, counting from now.
+    /// Plans another fault, which counts calls from now on.
     void add(Fault fault) {
         const std::lock_guard<std::mutex> lock(mutex_);
         planned_.push_back({std::move(fault)});
     }
 
-    /// The faults that happened, in that order.
+    /// The faults that happened, in the order of their calls.
     std::vector<Fault> fired() const {
         const std::lock_guard<std::mutex> lock(mutex_);
         return fired_;
     }
 
-    /// Counts a call of the operation and returns the fault that happens to it; of several, the
-    /// one planned first, and the others never. For transports.
+    /// Counts a call of the operation and returns its fault, if it has one. Of several faults for
+    /// one call only the one that was planned first happens. For transports.
     std::optional<Fault> meet(std::string_view operation) {
         const std::lock_guard<std::mutex> lock(mutex_);
         std::optional<Fault> met;

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace storage::kvxstore {
+
+/// The most UTF-16 units of a path.
+constexpr std::size_t longestPath = 4096;
+
+std::string toUtf8(const std::u16string& text);
+std::u16string toUtf16(std::string_view text);
+
+/// Whether a file, folder, user or bucket may have the name.
+bool isName(std::u16string_view name);
+
+/// The names on a path from the root down, in UTF-8; none for the root itself. A path that breaks
+/// the rules is refused with ILLEGAL_PATH.
+std::vector<std::string> splitPath(std::u16string_view path);
+
+}  // namespace storage::kvxstore

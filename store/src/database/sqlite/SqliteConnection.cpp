@@ -1,0 +1,310 @@
+#include "database/sqlite/SqliteConnection.h"
+
+#include <sqlite3.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <limits>
+#include <thread>
+
+namespace storage::kvxstore::database {
+
+namespace {
+
+DatabaseError failure(sqlite3* database, int code) {
+    const int number = sqlite3_system_errno(database);
+    switch (code & 0xff) {
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED:
+            return {StoreErrorCode::IN_USE, "another program keeps the store locked"};
+        case SQLITE_FULL:
+            return {StoreErrorCode::FULL, "the disk is full"};
+        case SQLITE_CORRUPT:
+        case SQLITE_NOTADB:
+            return {StoreErrorCode::DAMAGED, "the store's file is damaged"};
+        case SQLITE_READONLY:
+        case SQLITE_PERM:
+            return {StoreErrorCode::NOT_WRITABLE, "the store's file cannot be written"};
+        case SQLITE_CANTOPEN:
+            return {codeOfSystemError(number), "the store's file cannot be opened"};
+        case SQLITE_NOMEM:
+            return {StoreErrorCode::OTHER, "there is not enough memory"};
+        case SQLITE_IOERR:
+            if (codeOfSystemError(number) == StoreErrorCode::FULL) {
+                return {StoreErrorCode::FULL, "the disk is full"};
+            }
+            return {codeOfSystemError(number),
+                    std::string("the store's file cannot be read or written: ") +
+                        std::strerror(number)};
+        default:
+            // The statements are right, so SQLITE_ERROR means tables that are not.
+            return {(code & 0xff) == SQLITE_ERROR ? StoreErrorCode::DAMAGED : StoreErrorCode::OTHER,
+                    std::string("the database failed: ") + sqlite3_errmsg(database)};
+    }
+}
+
+void check(sqlite3* database, int code) {
+    if (code != SQLITE_OK) {
+        throw failure(database, code);
+    }
+}
+
+struct Binder {
+    sqlite3_stmt* statement;
+    int index;
+    sqlite3_destructor_type lifetime;
+
+    int operator()(std::int64_t value) const { return sqlite3_bind_int64(statement, index, value); }
+    int operator()(std::string_view text) const {
+        return sqlite3_bind_text64(statement, index, text.empty() ? "" : text.data(), text.size(),
+                                   lifetime, SQLITE_UTF8);
+    }
+    int operator()(Blob blob) const {
+        return sqlite3_bind_blob64(statement, index, blob.bytes.empty() ? "" : blob.bytes.data(),
+                                   blob.bytes.size(), SQLITE_STATIC);
+    }
+};
+
+/// Two programs on one file poll more often than a commit takes, so that each soon gets its turn.
+int waitBriefly(void* hadToWait, int tries) {
+    *static_cast<bool*>(hadToWait) = true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return tries < 50;
+}
+
+}  // namespace
+
+StoreErrorCode codeOfSystemError(int number) {
+    switch (number) {
+        case ENOENT:
+        case ENOTDIR:
+            return StoreErrorCode::NOT_FOUND;
+        case EISDIR:
+            return StoreErrorCode::NOT_A_STORE;
+        case ENOSPC:
+        case EDQUOT:
+        case EFBIG:
+            return StoreErrorCode::FULL;
+        case EACCES:
+        case EPERM:
+        case EROFS:
+            return StoreErrorCode::NOT_WRITABLE;
+        default:
+            return StoreErrorCode::OTHER;
+    }
+}
+
+class SqliteStatement final : public Statement {
+public:
+    SqliteStatement(sqlite3* database, std::string_view sql) : database_(database) {
+        check(database, sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()),
+                                           SQLITE_PREPARE_PERSISTENT, &statement_, nullptr));
+        // SQLite treats $1, $2, ... as names and numbers them in order of appearance.
+        for (int number = 1; number <= sqlite3_bind_parameter_count(statement_); ++number) {
+            const std::string name = '$' + std::to_string(number);
+            indexes_.push_back(sqlite3_bind_parameter_index(statement_, name.c_str()));
+        }
+    }
+    ~SqliteStatement() { sqlite3_finalize(statement_); }
+    SqliteStatement(const SqliteStatement&) = delete;
+    SqliteStatement& operator=(const SqliteStatement&) = delete;
+
+    bool isRunning() const { return running_; }
+
+    /// REQUIRES: with SQLITE_STATIC the texts live until the statement is released.
+    void start(std::initializer_list<Value> values, sqlite3_destructor_type lifetime) {
+        running_ = true;
+        std::size_t number = 0;
+        for (const Value& value : values) {
+            check(database_,
+                  std::visit(Binder{statement_, indexes_.at(number++), lifetime}, value));
+        }
+    }
+
+    bool next() override {
+        const int code = sqlite3_step(statement_);
+        if (code != SQLITE_ROW && code != SQLITE_DONE) {
+            throw failure(database_, code);
+        }
+        return code == SQLITE_ROW;
+    }
+
+    std::int64_t integer(int column) const override {
+        return sqlite3_column_int64(statement_, column);
+    }
+
+    std::string_view bytes(int column) const override {
+        const void* data = sqlite3_column_blob(statement_, column);
+        return {static_cast<const char*>(data),
+                static_cast<std::size_t>(sqlite3_column_bytes(statement_, column))};
+    }
+
+    void release() noexcept override {
+        sqlite3_reset(statement_);
+        sqlite3_clear_bindings(statement_);
+        running_ = false;
+    }
+
+private:
+    sqlite3* database_;
+    sqlite3_stmt* statement_ = nullptr;
+    std::vector<int> indexes_;
+    bool running_ = false;
+};
+
+void SqliteConnection::Close::operator()(sqlite3* database) const { sqlite3_close(database); }
+void SqliteConnection::Close::operator()(sqlite3_blob* blob) const { sqlite3_blob_close(blob); }
+
+SqliteConnection::SqliteConnection(SqliteLocation location) : location_(std::move(location)) {
+    sqlite3* database = nullptr;
+    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE |
+                      (location_.turn ? SQLITE_OPEN_CREATE : 0);
+    const int code = sqlite3_open_v2(location_.name.c_str(), &database, flags,
+                                     location_.turn ? "memdb" : nullptr);
+    database_.reset(database);
+    check(database, code);
+    if (sqlite3_db_readonly(database, "main") == 1) {
+        throw failure(database, SQLITE_READONLY);
+    }
+    if (location_.turn) {
+        sqlite3_int64 limit = std::numeric_limits<sqlite3_int64>::max();
+        sqlite3_file_control(database, "main", SQLITE_FCNTL_SIZE_LIMIT, &limit);
+    }
+    check(database, sqlite3_busy_handler(database, waitBriefly, &hadToWait_));
+    execute("pragma synchronous = full");
+    execute("pragma cache_size = -8192");
+    // Debian's SQLite overwrites deleted data with zeros by default.
+    execute("pragma secure_delete = off");
+    // The undo data of a batch's savepoints: writing it to files costs more than the commit.
+    execute("pragma temp_store = memory");
+    // The log shrinks again after a large transaction.
+    execute("pragma journal_size_limit = 67108864");
+}
+
+SqliteConnection::~SqliteConnection() { rollback(); }
+
+SqliteStatement& SqliteConnection::idleStatement(std::string_view sql) {
+    auto found = statements_.find(sql);
+    if (found == statements_.end()) {
+        found = statements_.try_emplace(std::string(sql)).first;
+    }
+    for (const auto& statement : found->second) {
+        if (!statement->isRunning()) {
+            return *statement;
+        }
+    }
+    found->second.push_back(std::make_unique<SqliteStatement>(database_.get(), sql));
+    return *found->second.back();
+}
+
+Rows SqliteConnection::query(std::string_view sql, std::initializer_list<Value> values) {
+    SqliteStatement& statement = idleStatement(sql);
+    Rows rows(&statement);
+    statement.start(values, SQLITE_TRANSIENT);
+    return rows;
+}
+
+std::int64_t SqliteConnection::execute(std::string_view sql, std::initializer_list<Value> values) {
+    SqliteStatement& statement = idleStatement(sql);
+    const Rows rows(&statement);
+    statement.start(values, SQLITE_STATIC);
+    while (rows->next()) {
+    }
+    return sqlite3_changes64(database_.get());
+}
+
+// RETURNING makes a temporary table for each row.
+std::int64_t SqliteConnection::insert(std::string_view sql, std::initializer_list<Value> values) {
+    execute(sql, values);
+    return sqlite3_last_insert_rowid(database_.get());
+}
+
+void SqliteConnection::readChunk(std::int64_t chunk, std::size_t offset, char* into,
+                                 std::size_t size) {
+    // A change of its row or a rollback makes an open blob useless.
+    int code = blob_ ? sqlite3_blob_reopen(blob_.get(), chunk) : SQLITE_ABORT;
+    if (code == SQLITE_ABORT || code == SQLITE_ABORT_ROLLBACK) {
+        sqlite3_blob* blob = nullptr;
+        code = sqlite3_blob_open(database_.get(), "main", "chunks", "data", chunk, 0, &blob);
+        blob_.reset(blob);
+    }
+    if (code == SQLITE_OK) {
+        code =
+            sqlite3_blob_read(blob_.get(), into, static_cast<int>(size), static_cast<int>(offset));
+    }
+    if (code != SQLITE_OK) {
+        blob_.reset();
+        // SQLITE_ERROR means a missing row or a range beyond its end: lost data.
+        throw failure(database_.get(), code == SQLITE_ERROR ? SQLITE_CORRUPT : code);
+    }
+}
+
+void SqliteConnection::begin(Access access) {
+    hadToWait_ = false;
+    writing_ = access == Access::WRITE;
+    if (location_.turn) {
+        turn_ = std::unique_lock(*location_.turn);
+    }
+    try {
+        if (access == Access::WRITE) {
+            execute("begin immediate");
+        } else {
+            execute("begin");
+            // The first read takes the snapshot.
+            execute("select n from schema_version");
+        }
+    } catch (...) {
+        rollback();
+        throw;
+    }
+}
+
+void SqliteConnection::commit() {
+    blob_.reset();
+    const unsigned before = fileVersion();
+    // A snapshot has nothing to commit, and SQLite commits nothing once it has met damage.
+    execute(writing_ ? "commit" : "rollback");
+    ownCommits_ += fileVersion() - before;
+    endTurn();
+}
+
+void SqliteConnection::rollback() noexcept {
+    blob_.reset();
+    rollbacks_ += writing_ ? 1 : 0;
+    if (inTransaction()) {
+        sqlite3_exec(database_.get(), "rollback", nullptr, nullptr, nullptr);
+    }
+    endTurn();
+}
+
+bool SqliteConnection::inTransaction() const {
+    return sqlite3_get_autocommit(database_.get()) == 0;
+}
+
+std::int64_t SqliteConnection::changes() const { return sqlite3_total_changes64(database_.get()); }
+
+void SqliteConnection::rollbackTo(std::string_view savepoint) {
+    ++rollbacks_;
+    execute("rollback to " + std::string(savepoint));
+    execute("release " + std::string(savepoint));
+}
+
+DataVersion SqliteConnection::version() const {
+    return {fileVersion() - ownCommits_, changes() + rollbacks_};
+}
+
+unsigned SqliteConnection::fileVersion() const {
+    unsigned version = 0;
+    check(database_.get(),
+          sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_DATA_VERSION, &version));
+    return version;
+}
+
+void SqliteConnection::endTurn() noexcept {
+    if (turn_.owns_lock()) {
+        turn_.unlock();
+    }
+}
+
+}  // namespace storage::kvxstore::database

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "database/Connection.h"
+
+struct sqlite3;
+struct sqlite3_blob;
+
+namespace storage::kvxstore::database {
+
+class SqliteStatement;
+
+/// The code for an error of the system's file calls.
+StoreErrorCode codeOfSystemError(int number);
+
+/// A file, or memory that all connections with the same name share.
+struct SqliteLocation {
+    std::string name;
+    /// Set for a database in memory. It has no snapshots, so its transactions take turns.
+    std::shared_ptr<std::mutex> turn;
+};
+
+class SqliteConnection final : public Connection {
+public:
+    explicit SqliteConnection(SqliteLocation location);
+    ~SqliteConnection() override;
+
+    Rows query(std::string_view sql, std::initializer_list<Value> values = {}) override;
+    std::int64_t execute(std::string_view sql, std::initializer_list<Value> values = {}) override;
+    std::int64_t insert(std::string_view sql, std::initializer_list<Value> values) override;
+    void readChunk(std::int64_t chunk, std::size_t offset, char* into, std::size_t size) override;
+    void begin(Access access) override;
+    void commit() override;
+    void rollback() noexcept override;
+    bool inTransaction() const override;
+    void rollbackTo(std::string_view savepoint) override;
+    std::int64_t changes() const override;
+    DataVersion version() const override;
+    bool hadToWait() const override { return hadToWait_; }
+
+private:
+    struct Close {
+        void operator()(sqlite3* database) const;
+        void operator()(sqlite3_blob* blob) const;
+    };
+    struct TextHash : std::hash<std::string_view> {
+        using is_transparent = void;
+    };
+    using StatementCache =
+        std::unordered_map<std::string, std::vector<std::unique_ptr<SqliteStatement>>, TextHash,
+                           std::equal_to<>>;
+
+    SqliteStatement& idleStatement(std::string_view sql);
+    unsigned fileVersion() const;
+    void endTurn() noexcept;
+
+    SqliteLocation location_;
+    bool hadToWait_ = false;
+    bool writing_ = false;
+    /// How far commits of this connection raised the file's version number.
+    unsigned ownCommits_ = 0;
+    std::int64_t rollbacks_ = 0;
+    std::unique_lock<std::mutex> turn_;
+    std::unique_ptr<sqlite3, Close> database_;
+    StatementCache statements_;
+    /// Stays open for the next chunk: moving it is cheaper than opening another.
+    std::unique_ptr<sqlite3_blob, Close> blob_;
+};
+
+}  // namespace storage::kvxstore::database

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+#include "database/Connection.h"
+#include "storage/kvxstore/StoreOptions.h"
+
+namespace storage::kvxstore::database {
+
+/// Opens the store in a file, or makes it as the mode allows. Fails as open() does.
+Connector openSqliteFile(const std::string& path, CreateMode mode);
+
+/// Makes a store in memory. It lasts as long as the connector and its connections.
+Connector openSqliteMemory();
+
+}  // namespace storage::kvxstore::database

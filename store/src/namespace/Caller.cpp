@@ -1,0 +1,39 @@
+#include "namespace/Caller.h"
+
+#include "core/Secrets.h"
+#include "namespace/LookupCache.h"
+
+namespace storage::kvxstore {
+
+using database::Blob;
+
+namespace {
+
+SessionRow findSession(const Context& context) {
+    auto& known = LookupCache::on(context.database).sessions();
+    if (const auto session = known.find(context.sessionId); session != known.end()) {
+        return session->second;
+    }
+    const std::string hash = hashOf(context.sessionId);
+    const auto row =
+        context.database.query("select owner, expires from sessions where hash = $1", {Blob{hash}});
+    if (!row->next()) {
+        refuse(ErrorCode::INVALID_SESSION_ID);
+    }
+    return known[context.sessionId] = {row->integer(0), row->integer(1)};
+}
+
+}  // namespace
+
+std::int64_t requireUser(const Context& context) {
+    if (context.sessionId.empty()) {
+        refuse(ErrorCode::UNAUTHORIZED);
+    }
+    const SessionRow session = findSession(context);
+    if (session.expires <= context.now()) {
+        refuse(ErrorCode::SESSION_EXPIRED);
+    }
+    return session.owner;
+}
+
+}  // namespace storage::kvxstore

@@ -1,0 +1,101 @@
+#include "namespace/FileVersions.h"
+
+#include <cstdlib>
+
+#include "namespace/Policies.h"
+#include "namespace/Usage.h"
+
+namespace storage::kvxstore {
+
+namespace {
+
+constexpr std::int64_t noLabel = -1;
+
+/// Removes the version with the file's label.
+void dropVersion(const Context& context, const Node& file) {
+    context.database.execute(
+        "insert into garbage(content) select content from versions where node = $1 and label = $2"
+        " on conflict do nothing",
+        {file.id, file.label});
+    context.database.execute("delete from versions where node = $1 and label = $2",
+                             {file.id, file.label});
+}
+
+Node newFile(const ResolvedPath& path) {
+    Node file;
+    file.parent = path.parent().id;
+    file.bucket = path.bucket.id;
+    file.name = path.name();
+    file.kind = Kind::FILE;
+    file.right = path.parent().right;
+    return file;
+}
+
+bool keepsVersions(const Context& context, const ResolvedPath& path) {
+    return effectivePolicy(context, path).getVersionPolicy() != VersionPolicy::DISABLED;
+}
+
+void updateFile(const Context& context, const Node& file) {
+    context.database.execute(
+        "update nodes set seq = $2, size = $3, label = $4, modified = $5, client_modified = 0"
+        " where id = $1",
+        {file.id, file.seq, file.size, file.label, file.modified});
+}
+
+}  // namespace
+
+std::string versionIdOf(const Node& file) {
+    return std::to_string(file.id) + '-' + std::to_string(file.label);
+}
+
+Content findVersion(const Context& context, const Node& file, const std::string& versionId,
+                    std::int64_t label) {
+    Node version = file;
+    const std::string ownIds = std::to_string(file.id) + '-';
+    if (label != noLabel) {
+        version.label = label;
+    } else if (versionId.starts_with(ownIds)) {
+        version.label = std::strtol(versionId.c_str() + ownIds.size(), nullptr, 10);
+    }
+    const auto row = context.database.query(
+        "select c.id, c.size, c.stored, v.content_type from versions v"
+        " join contents c on c.id = v.content where v.node = $1 and v.label = $2",
+        {version.id, version.label});
+    // Comparing the whole id refuses every malformed or contradicting one.
+    if (!row->next() || (!versionId.empty() && versionId != versionIdOf(version))) {
+        refuse(ErrorCode::RESOURCE_NOT_FOUND);
+    }
+    return {row->integer(0), row->integer(1), row->integer(2), row->text(3)};
+}
+
+Node revise(const Context& context, const ResolvedPath& path, std::int64_t size,
+            bool createNewVersion) {
+    const bool replaces = path.exists();
+    Node file = replaces ? path.node(Kind::FILE, Right::WRITE) : newFile(path);
+    const bool keepsOld = replaces && createNewVersion && keepsVersions(context, path);
+    file.seq = advance(context, file.bucket, size - (keepsOld ? 0 : file.size));
+    if (replaces && !keepsOld) {
+        dropVersion(context, file);
+    }
+    file.size = size;
+    file.label += 1;
+    file.modified = context.now();
+    // The client's time belonged to the content that is replaced.
+    file.clientModified = 0;
+    if (replaces) {
+        updateFile(context, file);
+    } else {
+        file.created = file.modified;
+        insertNode(context, file);
+    }
+    return file;
+}
+
+void addVersion(const Context& context, const Node& file, const Content& content) {
+    context.database.execute(
+        "insert into versions(node, label, content, content_type, created)"
+        " values($1, $2, $3, $4, $5)",
+        {file.id, file.label, content.id, content.type, file.modified});
+}
+
+}  // namespace storage::kvxstore

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "namespace/Contents.h"
+#include "namespace/ResolvedPath.h"
+
+namespace storage::kvxstore {
+
+std::string versionIdOf(const Node& file);
+
+/// Finds a version by its id, its label or both; an empty id and the label -1 are left out, and
+/// without either it is the current version. A missing version is refused with RESOURCE_NOT_FOUND.
+Content findVersion(const Context& context, const Node& file, const std::string& versionId,
+                    std::int64_t label);
+
+/// Prepares the file at the path, or a new file, for a new content of that size. Keeps the present
+/// content as an earlier version where that is asked for and the policy allows it. Returns the file
+/// with its new label; the caller adds the version.
+Node revise(const Context& context, const ResolvedPath& path, std::int64_t size,
+            bool createNewVersion);
+
+/// Records the content as the version that the file's label names.
+void addVersion(const Context& context, const Node& file, const Content& content);
+
+}  // namespace storage::kvxstore

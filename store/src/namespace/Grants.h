@@ -1,0 +1,37 @@
+#pragma once
+
+#include "namespace/Node.h"
+
+namespace storage::kvxstore {
+
+/// A user's right to a node and all below it.
+struct Grant {
+    std::int64_t node = 0;
+    /// 0 for a user who does not exist yet.
+    std::int64_t grantee = 0;
+    /// The user's name.
+    std::string name;
+    Right right = Right::READ;
+    /// The invitation behind the grant, empty for a permission.
+    std::string invitation;
+};
+
+/// Adds the grant, or changes the right of the one with the same node, user and invitation. Returns
+/// its id.
+std::int64_t addGrant(const Context& context, const Node& node, const Grant& grant);
+
+/// Records a change in how a node is shared.
+void noteSharing(const Context& context, const Node& node);
+
+/// Updates whether a node is marked as shared, but records no change.
+void refreshShared(const Context& context, std::int64_t node);
+
+/// Gives a new user the permissions and invitations that wait for the user's name or e-mail
+/// address.
+void bindWaiting(const Context& context, std::int64_t user, const std::string& name,
+                 const std::string& email);
+
+/// Removes all grants and invitations to a user and by a user.
+void dropSharing(const Context& context, std::int64_t user);
+
+}  // namespace storage::kvxstore

@@ -1,0 +1,201 @@
+#include "namespace/ResolvedPath.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "core/Text.h"
+#include "namespace/Caller.h"
+#include "namespace/LookupCache.h"
+
+namespace storage::kvxstore {
+
+namespace {
+
+constexpr std::size_t mostLevels = 32;
+
+const std::string selectBucket = "select id, name, root, owner from buckets where ";
+const std::string selectBucketById = selectBucket + "id = $1";
+const std::string selectBucketByName = selectBucket + "name = $1";
+const std::string selectOwnBucket =
+    selectBucket + "owner = $1 and name = (select name from users where id = $1)";
+
+bool readBucket(const database::Rows& row, BucketRow& bucket) {
+    if (!row->next()) {
+        return false;
+    }
+    bucket = {row->integer(0), row->text(1), row->integer(2), row->integer(3)};
+    return true;
+}
+
+/// The user's right to a node in a folder to which they have the right `inherited`.
+Right rightTo(const Context& context, std::int64_t user, const Node& node, Right inherited) {
+    if (inherited == Right::OWN || !node.shared) {
+        return inherited;
+    }
+    const Right granted{context.database.number(
+        "select coalesce(max(level), 0) from grants where node = $1 and grantee = $2",
+        {node.id, user})};
+    return std::max(inherited, granted);
+}
+
+void append(const Context& context, ResolvedPath& path, Node node) {
+    const Right initial = path.bucket.owner == path.user ? Right::OWN : Right::NONE;
+    const Right inherited = path.chain.empty() ? initial : path.chain.back().right;
+    node.right = rightTo(context, path.user, node, inherited);
+    path.chain.push_back(std::move(node));
+}
+
+ResolvedPath rootOf(const Context& context, std::int64_t user, const std::string& bucket) {
+    ResolvedPath path;
+    path.user = user;
+    if (!readBucket(bucket.empty() ? context.database.query(selectOwnBucket, {path.user})
+                                   : context.database.query(selectBucketByName, {bucket}),
+                    path.bucket)) {
+        refuse(ErrorCode::RESOURCE_NOT_FOUND);
+    }
+    std::optional<Node> root = findNode(context, path.bucket.root);
+    if (!root) {
+        database::throwDamaged("a bucket has no root");
+    }
+    append(context, path, *std::move(root));
+    return path;
+}
+
+/// Resolves the path of a folder. The cache keeps it unless it is very deep.
+ResolvedPath folderAt(const Context& context, std::int64_t user, const std::string& bucket,
+                      const std::vector<std::string>& names) {
+    std::string key = std::to_string(user);
+    for (const std::string& name : names) {
+        key.append(1, '/').append(name);
+    }
+    // No name contains a NUL, but the bucket of a request may contain anything.
+    key.append(1, '\0').append(bucket);
+    auto& known = LookupCache::on(context.database).folders();
+    if (const auto folder = known.find(key); folder != known.end()) {
+        return folder->second;
+    }
+    ResolvedPath path = rootOf(context, user, bucket);
+    for (const std::string& name : names) {
+        descend(context, path, name);
+    }
+    if (path.exists() && path.chain.back().kind == Kind::FOLDER && names.size() < mostLevels) {
+        known.emplace(std::move(key), path);
+    }
+    return path;
+}
+
+Resource resourceOf(const ResolvedPath& path, std::size_t depth) {
+    std::string text;
+    for (std::size_t i = 0; i < depth; ++i) {
+        text += '/' + path.names[i];
+    }
+    return {text.empty() ? u"/" : toUtf16(text), toUtf16(path.bucket.name)};
+}
+
+}  // namespace
+
+bool ResolvedPath::passesThrough(const Node& node) const {
+    return std::any_of(chain.begin(), chain.end(),
+                       [&](const Node& step) { return step.id == node.id; });
+}
+
+const Node& ResolvedPath::node(Right needed) const {
+    if (!exists() || chain.back().right == Right::NONE) {
+        refuse(ErrorCode::RESOURCE_NOT_FOUND);
+    }
+    if (chain.back().right < needed) {
+        refuse(ErrorCode::UNAUTHORIZED);
+    }
+    return chain.back();
+}
+
+const Node& ResolvedPath::node(Kind kind, Right needed) const {
+    if (node().kind != kind) {
+        refuse(ErrorCode::CONFLICT);
+    }
+    return node(needed);
+}
+
+const Node& ResolvedPath::parent() const {
+    if (names.empty()) {
+        refuse(ErrorCode::CONFLICT);
+    }
+    if (chain.size() < names.size() || chain[names.size() - 1].kind != Kind::FOLDER) {
+        refuse(ErrorCode::PARENT_RESOURCE_NOT_FOUND);
+    }
+    if (chain[names.size() - 1].right < Right::WRITE) {
+        refuse(ErrorCode::UNAUTHORIZED);
+    }
+    return chain[names.size() - 1];
+}
+
+Resource ResolvedPath::resource() const { return resourceOf(*this, names.size()); }
+
+Resource ResolvedPath::parentResource() const { return resourceOf(*this, names.size() - 1); }
+
+ResolvedPath resolve(const Context& context, const Resource& resource) {
+    const std::int64_t user = requireUser(context);
+    std::vector<std::string> folders = splitPath(resource.getPath());
+    const std::string bucket = resource.getUTF8Bucket();
+    ResolvedPath path;
+    if (folders.empty()) {
+        path = rootOf(context, user, bucket);
+    } else {
+        const std::string name = std::move(folders.back());
+        folders.pop_back();
+        path = folderAt(context, user, bucket, folders);
+        descend(context, path, name);
+    }
+    if (path.chain.back().right == Right::NONE) {
+        refuse(ErrorCode::RESOURCE_NOT_FOUND);
+    }
+    return path;
+}
+
+void descend(const Context& context, ResolvedPath& path, const std::string& name) {
+    if (path.exists() && path.chain.back().kind == Kind::FOLDER) {
+        if (std::optional<Node> child = findChild(context, path.chain.back().id, name)) {
+            append(context, path, *std::move(child));
+        }
+    }
+    path.names.push_back(name);
+}
+
+ResolvedPath resolveNode(const Context& context, std::int64_t user, std::int64_t node) {
+    std::vector<Node> upwards;
+    while (node > 0) {
+        std::optional<Node> step = findNode(context, node);
+        // No path is that deep: the parents of a damaged store form a circle.
+        if (!step || upwards.size() > longestPath) {
+            return {};
+        }
+        node = step->parent;
+        upwards.push_back(*std::move(step));
+    }
+    ResolvedPath path;
+    path.user = user;
+    if (node != rootParent || upwards.empty() ||
+        !readBucket(context.database.query(selectBucketById, {upwards.back().bucket}),
+                    path.bucket)) {
+        return {};
+    }
+    for (auto step = upwards.rbegin(); step != upwards.rend(); ++step) {
+        if (step != upwards.rbegin()) {
+            path.names.push_back(step->name);
+        }
+        append(context, path, std::move(*step));
+    }
+    return path;
+}
+
+void forEachChild(const Context& context, std::int64_t user, const Node& folder,
+                  const std::function<void(const Node&)>& visit) {
+    const auto rows = selectChildren(context, folder.id);
+    while (rows->next()) {
+        Node node = readNode(*rows);
+        node.right = rightTo(context, user, node, folder.right);
+        visit(node);
+    }
+}
+
+}  // namespace storage::kvxstore

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "namespace/Node.h"
+#include "storage/kvxclient/Resource.h"
+
+namespace storage::kvxstore {
+
+struct BucketRow {
+    std::int64_t id = 0;
+    std::string name;
+    std::int64_t root = 0;
+    std::int64_t owner = 0;
+};
+
+/// A path looked up as far as it exists, with a user's rights to each node on it.
+struct ResolvedPath {
+    std::int64_t user = 0;
+    BucketRow bucket;
+    std::vector<std::string> names;
+    /// The root and every node on the path that exists.
+    std::vector<Node> chain;
+
+    bool exists() const { return chain.size() == names.size() + 1; }
+    bool passesThrough(const Node& node) const;
+
+    /// The node at the end of the path. Refused with RESOURCE_NOT_FOUND when the user sees none,
+    /// and with UNAUTHORIZED when the user's right is less than needed.
+    const Node& node(Right needed = Right::READ) const;
+    /// As node(), but a node of the other kind is refused with CONFLICT.
+    const Node& node(Kind kind, Right needed = Right::READ) const;
+    /// The folder that holds the node, or would. Refused with PARENT_RESOURCE_NOT_FOUND when it
+    /// does not exist, with UNAUTHORIZED when the user may not write to it, and with CONFLICT for
+    /// the root, which has none.
+    const Node& parent() const;
+    const std::string& name() const { return names.back(); }
+    Resource resource() const;
+    Resource parentResource() const;
+};
+
+/// Resolves the path of a resource with the rights of the caller. A path below which the caller
+/// sees nothing is refused with RESOURCE_NOT_FOUND, whether or not it exists.
+ResolvedPath resolve(const Context& context, const Resource& resource);
+
+/// The present path of a node with the rights of a user, who perhaps has none. The chain is empty
+/// when the node was deleted.
+ResolvedPath resolveNode(const Context& context, std::int64_t user, std::int64_t node);
+
+/// Extends the path by a name, to a child that may be missing.
+void descend(const Context& context, ResolvedPath& path, const std::string& name);
+
+/// Visits the children of a folder, by name, with the rights of the user.
+void forEachChild(const Context& context, std::int64_t user, const Node& folder,
+                  const std::function<void(const Node&)>& visit);
+
+}  // namespace storage::kvxstore

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "core/Context.h"
+
+namespace storage::kvxstore {
+
+/// Counts a change of the bucket and returns the bucket's new sequence number. The bytes in use
+/// grow by `growth`; growth beyond the owner's quota is refused with QUOTA_EXCEEDED.
+std::int64_t advance(const Context& context, std::int64_t bucket, std::int64_t growth = 0);
+
+/// As advance(), but counts no change.
+void reserve(const Context& context, std::int64_t bucket, std::int64_t growth);
+
+}  // namespace storage::kvxstore
