@@ -1,5 +1,8 @@
-# Settings that every target of this project shares.
+# Settings that every target of this project shares: kvx_target(<target> <standard> [HOT | TEST]).
+# A TEST is never optimised: it would take longer to build than it saves when it runs. With
+# sanitizers only a HOT target is, where the tests spend their time.
 function(kvx_target target standard)
+    cmake_parse_arguments(PARSE_ARGV 2 arg "HOT;TEST" "" "")
     target_compile_features(${target} PUBLIC cxx_std_${standard})
     set_target_properties(${target} PROPERTIES
         CXX_EXTENSIONS OFF
@@ -10,7 +13,31 @@ function(kvx_target target standard)
         -Wundef -Wextra-semi
         # A service's blocking and callback forms share a name on purpose.
         -Wno-overloaded-virtual
+        # A unit of joined sources includes them, and so looks to GCC as if they were headers.
+        $<$<AND:$<BOOL:${CMAKE_UNITY_BUILD}>,$<CXX_COMPILER_ID:GNU>>:-Wno-subobject-linkage>
         $<$<BOOL:${KVXCLIENT_WERROR}>:-Werror>)
+
+    if(arg_TEST OR (KVXCLIENT_SANITIZE AND NOT arg_HOT))
+        target_compile_options(${target} PRIVATE -O0)
+    endif()
+    if(KVXCLIENT_SANITIZE)
+        target_compile_options(${target} PRIVATE
+            -fsanitize=${KVXCLIENT_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+        target_link_options(${target} PRIVATE -fsanitize=${KVXCLIENT_SANITIZE})
+    endif()
+    if(KVXCLIENT_COVERAGE)
+        target_compile_options(${target} PRIVATE --coverage)
+        target_link_options(${target} PRIVATE --coverage)
+    endif()
+
+    # In a unity build, three units a target: more would cost time in headers, fewer leave cores idle.
+    get_target_property(sources ${target} SOURCES)
+    list(LENGTH sources count)
+    math(EXPR batch "(${count} + 2) / 3")
+    if(batch LESS 4)
+        set(batch 4)
+    endif()
+    set_target_properties(${target} PROPERTIES UNITY_BUILD_BATCH_SIZE ${batch})
 endfunction()
 
 # A shared library: its exported name, its version, and of its symbols only the interface's.
@@ -30,16 +57,3 @@ function(kvx_shared_library target)
         target_link_options(${target} PRIVATE LINKER:--no-undefined)
     endif()
 endfunction()
-
-# Instruments every target made after this point.
-set(KVXCLIENT_SANITIZE "" CACHE STRING "Sanitizers to build with, as in -fsanitize=")
-option(KVXCLIENT_COVERAGE "Instrument for coverage" OFF)
-if(KVXCLIENT_SANITIZE)
-    add_compile_options(-fsanitize=${KVXCLIENT_SANITIZE} -fno-omit-frame-pointer
-        -fno-sanitize-recover=all)
-    add_link_options(-fsanitize=${KVXCLIENT_SANITIZE})
-endif()
-if(KVXCLIENT_COVERAGE)
-    add_compile_options(--coverage)
-    add_link_options(--coverage)
-endif()

@@ -11,7 +11,7 @@ using namespace storage::kvxclient;
 
 namespace {
 
-std::string text(const std::vector<char>& bytes) { return {bytes.begin(), bytes.end()}; }
+std::string textOf(const std::vector<char>& bytes) { return {bytes.begin(), bytes.end()}; }
 
 // The record's content, which some records return by reference and some as a copy.
 template <class Record>
@@ -26,11 +26,11 @@ std::vector<char> contentOf(const Record& record) {
 
 template <class Record>
 void expectAppending(Record record) {
-    EXPECT_EQ("", text(contentOf(record)));
+    EXPECT_EQ("", textOf(contentOf(record)));
     record.appendContent(nullptr, 0);
     record.appendContent("abc", 3);
     record.appendContent("defgh-not-this", 5);
-    EXPECT_EQ("abcdefgh", text(contentOf(record)));
+    EXPECT_EQ("abcdefgh", textOf(contentOf(record)));
     const auto limit = static_cast<unsigned long>(std::numeric_limits<std::ptrdiff_t>::max());
     for (const unsigned long size : {limit - 7, limit, limit + 1, ~0UL - 7, ~0UL}) {
         try {
@@ -40,7 +40,7 @@ void expectAppending(Record record) {
             EXPECT_STREQ("vector::_M_range_insert", error.what());
         }
     }
-    EXPECT_EQ("abcdefgh", text(contentOf(record)));
+    EXPECT_EQ("abcdefgh", textOf(contentOf(record)));
 }
 
 TEST(Content, growsByAppendingAndRefusesWhatCannotFit) {
@@ -56,7 +56,7 @@ TEST(Content, ofACreateRequestIsReadByReference) {
     EXPECT_EQ(3u, content.capacity()) << "a first append allocates exactly its size";
     request.appendContent("d", 1);
     EXPECT_EQ(6u, content.capacity()) << "growth at least doubles";
-    EXPECT_EQ("abcd", text(content));
+    EXPECT_EQ("abcd", textOf(content));
 }
 
 // Sets the size of the read buffer for one test.

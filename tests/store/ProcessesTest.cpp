@@ -29,11 +29,6 @@ struct Shared {
     std::atomic<unsigned> checkedReads;
 };
 
-std::u16string numbered(const std::u16string& name, unsigned number) {
-    const std::string digits = std::to_string(number);
-    return name + std::u16string(digits.begin(), digits.end());
-}
-
 /// Content that shows whether it is whole and all of one writing.
 std::string sealed(unsigned number) {
     std::string body(1'000 + number * 7919 % 600'000, static_cast<char>('a' + number % 26));

@@ -15,11 +15,6 @@ constexpr unsigned long mebibyte = 1UL << 20U;
 
 constexpr long mostMebibytes = MOST_MEBIBYTES;
 
-std::u16string numbered(const std::u16string& name, unsigned long number) {
-    const std::string digits = std::to_string(number);
-    return name + std::u16string(digits.begin(), digits.end());
-}
-
 long peakKibibytes() {
     rusage usage{};
     ::getrusage(RUSAGE_SELF, &usage);

@@ -112,6 +112,11 @@ void OpenFile::close(FileHandleCloseOperation operation, bool newVersion) const 
                                        .withCreateNewVersion(newVersion));
 }
 
+std::u16string numbered(const std::u16string& name, unsigned long number) {
+    const std::string digits = std::to_string(number);
+    return name + std::u16string(digits.begin(), digits.end());
+}
+
 std::optional<Code> codeOf(const std::function<void()>& action) {
     try {
         action();

@@ -78,6 +78,9 @@ struct OpenFile {
 
 FileCreateRequest createRequest(const Resource& resource, const std::string& content);
 
+/// The name with the number behind it.
+std::u16string numbered(const std::u16string& name, unsigned long number);
+
 /// The code that a call fails with; nothing when it succeeds.
 std::optional<Code> codeOf(const std::function<void()>& action);
 
