@@ -8,14 +8,14 @@
 #include <sstream>
 #include <thread>
 
-#include "CallWindow.h"
-#include "Download.h"
-#include "Interruption.h"
-#include "SyncPlan.h"
-#include "Text.h"
-#include "Upload.h"
 #include "storage/kvxstore/Store.h"
 #include "support/ScriptedServices.h"
+#include "sync/SyncPlan.h"
+#include "transfer/CallWindow.h"
+#include "transfer/Download.h"
+#include "transfer/Upload.h"
+#include "ui/Interruption.h"
+#include "ui/Text.h"
 
 namespace storage::kvxtool {
 namespace {

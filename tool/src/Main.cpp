@@ -9,10 +9,10 @@
 #include <map>
 #include <memory>
 
-#include "Commands.h"
-#include "Failure.h"
-#include "SignalWatch.h"
-#include "UsageError.h"
+#include "cli/UsageError.h"
+#include "commands/Commands.h"
+#include "ui/Failure.h"
+#include "ui/SignalWatch.h"
 
 namespace storage::kvxtool {
 namespace {

@@ -1,0 +1,70 @@
+#include "local/LocalFile.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <exception>
+#include <system_error>
+
+#include "ui/Failure.h"
+#include "ui/Interruption.h"
+
+namespace storage::kvxtool {
+
+int openFile(const std::filesystem::path& path, int flags) {
+    for (;;) {
+        const int file = open(path.c_str(), flags | O_CLOEXEC);
+        if (file >= 0 || errno != EINTR) {
+            return file;
+        }
+        Interruption::check();
+    }
+}
+
+bool belongsToStore(const std::filesystem::path& file,
+                    const std::optional<std::filesystem::path>& store) {
+    const std::string name = store ? store->filename().string() : "";
+    if (name.empty() || !file.filename().string().starts_with(name)) {
+        return false;
+    }
+    for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
+        std::error_code ignored;
+        if (std::filesystem::equivalent(file, store->string() + suffix, ignored)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void throwFileError(const std::string& name, int error) {
+    throw Failure::of(name,
+                      std::make_exception_ptr(std::system_error(error, std::generic_category())));
+}
+
+void throwCreationError(const std::filesystem::path& path, int error) {
+    if (error != ENOENT) {
+        throwFileError(path.string(), error);
+    }
+    const std::filesystem::path folder = path.parent_path();
+    std::error_code ignored;
+    if (!std::filesystem::is_directory(folder / ".", ignored)) {
+        throw Failure(ExitCode::NOT_FOUND, folder.string(), "no such folder");
+    }
+    throw Failure(ExitCode::FAILED, path.string(),
+                  "it cannot be created: " + std::generic_category().message(error));
+}
+
+std::chrono::system_clock::time_point timeOf(const timespec& time) {
+    using Time = std::chrono::system_clock::time_point;
+    using std::chrono::floor;
+    using std::chrono::seconds;
+    if (time.tv_sec >= floor<seconds>(Time::max()).time_since_epoch().count()) {
+        return Time::max();
+    }
+    if (time.tv_sec <= floor<seconds>(Time::min()).time_since_epoch().count()) {
+        return Time::min();
+    }
+    return Time(seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec));
+}
+
+}  // namespace storage::kvxtool
