@@ -1,4 +1,5 @@
-# What is installed, by component: client, client-dev, store, tool, conformance.
+# What is installed, by component: client, client-dev (with the headers for transports), store,
+# tool, conformance.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kvxclient)
@@ -15,6 +16,10 @@ function(kvx_install_library target component dev_component header_dir descripti
     install(EXPORT ${target}Targets NAMESPACE kvxclient::
         DESTINATION ${package_dir} COMPONENT ${dev_component})
     set(name ${target})
+    get_target_property(type ${target} TYPE)
+    if(NOT type STREQUAL "INTERFACE_LIBRARY")
+        set(libs "-L\${libdir} -l${target} ${libs}")
+    endif()
     file(RELATIVE_PATH to_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
     configure_file(${PROJECT_SOURCE_DIR}/cmake/kvxclient.pc.in
         ${PROJECT_BINARY_DIR}/${target}.pc @ONLY)
@@ -24,9 +29,11 @@ endfunction()
 
 kvx_install_library(kvxclient client client-dev ${PROJECT_SOURCE_DIR}/include
     "${PROJECT_DESCRIPTION}" "" "-lboost_thread -lboost_system")
+kvx_install_library(kvxtransport client-dev client-dev ${PROJECT_SOURCE_DIR}/transport/include
+    "Headers to make transports of kvxclient with" "kvxclient" "")
 if(KVXCLIENT_BUILD_STORE)
     kvx_install_library(kvxstore store store ${PROJECT_SOURCE_DIR}/store/include
-        "Embedded store that serves kvxclient in-process" "kvxclient" "")
+        "Embedded store that serves kvxclient in-process" "kvxtransport" "")
 endif()
 if(KVXCLIENT_BUILD_CONFORMANCE)
     kvx_install_library(kvxconformance conformance conformance

@@ -21,7 +21,10 @@ int main() {
     write(folder / "report.~2~", "review\n");
     write(folder / "report", "final\n");
     {
-        const example::NumberedBackups versions(folder);
+        const storage::kvxtransport::DispatchingClient client(
+            folder, example::BackupTransport(example::NumberedBackups(folder)));
+        const auto service = client.createVersioning();
+        const IVersioning& versions = *service;
         const Resource report(u"/report", u"");
 
         for (const auto& version : versions.listVersions(report).getVersions()) {

@@ -1,13 +1,14 @@
 #include <thread>
 
 #include "Clauses.h"
+#include "storage/kvxtransport/Operations.h"
 
 namespace storage::kvxconformance {
 
 namespace {
 
 /// What a caller must have to be let through.
-enum class Right {
+enum class Requirement {
     NONE,     // Not even a session.
     SESSION,  // A session; what it tells is the caller's own.
     SECRET,   // A session, and an id that the caller was given.
@@ -50,15 +51,17 @@ struct Targets {
 struct OperationCase {
     std::string name;
     std::set<Capability> needs;
-    Right right;
+    Requirement requirement;
     void (*run)(const Participant&, const Targets&);
 };
 
+const std::set<Capability> none;
 const std::set<Capability> handles{Capability::HANDLES};
 const std::set<Capability> sharing{Capability::SHARING};
 const std::set<Capability> versions{Capability::VERSIONS};
 const std::set<Capability> configuration{Capability::CONFIGURATION};
 const std::set<Capability> downloads{Capability::DOWNLOADS};
+const std::set<Capability> changes{Capability::CHANGES};
 
 /// A request for the invitation, whatever is asked about it.
 template <class Request>
@@ -66,96 +69,86 @@ Request about(const Targets& t) {
     return Request().withInvitationId(t.invitation.getInvitationId());
 }
 
-using P = const Participant&;
-using T = const Targets&;
+// What the operations are tried with, a row for each row of the table of operations: without one
+// the kit does not compile.
+#define CASE(Type, needs, required, call)                                                      \
+    OperationCase caseOf(kvxtransport::operations::Type type) {                                \
+        return {std::string(type.name), needs, Requirement::required,                          \
+                []([[maybe_unused]] const Participant& p, [[maybe_unused]] const Targets& t) { \
+                    call;                                                                      \
+                }};                                                                            \
+    }
+CASE(Logout, none, SESSION, p.call(&KVXClient::logout, LogoutRequest()))
+CASE(CreateFile, none, WRITE, p.write(t.newFile, "new"))
+CASE(DeleteFile, none, WRITE, p.remove(t.file))
+CASE(CreateFileDownload, downloads, READ, p.call(&FileAccess::createFileDownload, t.file))
+CASE(DownloadFile, downloads, NONE,
+     p.call(&FileAccess::downloadFile, FileDownloadRequest(t.location).withReadIntoString(true)))
+CASE(CreateFolder, none, WRITE, p.makeFolder(t.newFolder))
+CASE(DeleteFolder, none, WRITE, p.removeFolder(t.subFolder, true))
+CASE(CreateReadOnlyFileHandle, handles, READ, p.openToRead(t.file))
+CASE(CreateReadWriteFileHandle, handles, WRITE, p.openToWrite(t.file, FileCreateMode::UPDATE))
+CASE(ReadFile, none, READ, p.read(t.file))
+CASE(ReadFileContent, handles, SECRET, p.readRange(t.file, t.handle, 0, 1))
+CASE(WriteFileContent, handles, SECRET, p.writeRange(t.file, t.handle, 0, "x"))
+CASE(CloseFileHandle, handles, SECRET, p.close(t.file, t.handle))
+CASE(ListFolder, none, READ, p.list(t.folder))
+CASE(ListMultiFolder, none, READ, p.call(&FileAccess::listMultiFolder, t.folder))
+CASE(Move, none, WRITE, p.move(t.file, t.newFile))
+CASE(Copy, none, WRITE, p.copy(t.file, t.newFile))
+CASE(ReadFileAttributes, none, READ, p.stat(t.file))
+CASE(SetMetadata, none, WRITE, p.call(&FileAccess::setMetadata, t.file))
+CASE(GrantPermission, sharing, OWNERSHIP, p.grant(t.folder, t.subject, Operation::READ))
+CASE(RevokePermission, sharing, OWNERSHIP,
+     p.call(&AccessControl::revokePermission,
+            PermissionRevokeRequest(t.folder).withPermissionId(t.permission)))
+CASE(ListPermissions, sharing, OWNERSHIP, p.call(&AccessControl::listPermissions, t.folder))
+CASE(CreateInvitation, sharing, OWNERSHIP, p.invite(t.folder, u""))
+CASE(ReadInvitation, sharing, SECRET,
+     p.call(&AccessControl::readInvitation, about<InvitationReadRequest>(t)))
+CASE(UpdateInvitation, sharing, SECRET, p.answer(t.invitation, InvitationStatus::ACCEPTED))
+CASE(DeleteInvitation, sharing, SECRET,
+     p.call(&AccessControl::deleteInvitation, about<InvitationDeleteRequest>(t)))
+CASE(ListInvitations, sharing, SESSION,
+     p.call(&AccessControl::listInvitations, InvitationListRequest()))
+CASE(CopyFolderFromInvitation, sharing, SECRET,
+     p.call(&AccessControl::copyFolderFromInvitation,
+            about<InvitationCopyFolderRequest>(t).withTargetResource(t.newFolder)))
+CASE(GetFolderContentFromInvitation, sharing, SECRET,
+     p.call(&AccessControl::getFolderContentFromInvitation,
+            about<InvitationFolderContentRequest>(t)))
+CASE(GetInvitationDetails, sharing, SECRET,
+     p.call(&AccessControl::getInvitationDetails, about<InvitationDetailsRequest>(t)))
+CASE(SetResourcePolicy, configuration, OWNERSHIP,
+     p.call(&ConfigurationManagement::setResourcePolicy,
+            ResourcePolicySetRequest().withResource(t.file)))
+CASE(GetResourcePolicy, configuration, READ,
+     p.call(&ConfigurationManagement::getResourcePolicy,
+            ResourcePolicyGetRequest().withResource(t.file)))
+CASE(GetStorageUsage, configuration, SESSION,
+     p.call(&ConfigurationManagement::getStorageUsage, StorageUsageGetRequest()))
+CASE(ListFileChanges, changes, SESSION,
+     p.call(&Notification::listFileChanges, FileChangeListRequest()))
+CASE(ListVersions, versions, READ, p.versions(t.file))
+CASE(RestoreVersion, versions, WRITE,
+     p.call(&IVersioning::restoreVersion,
+            VersionRestoreRequest(t.file).withVersionLabel(t.version)))
 
-const OperationCase operations[] = {
-    {"logout", {}, Right::SESSION, [](P p, T) { p.call(&KVXClient::logout, LogoutRequest()); }},
-    {"createFile", {}, Right::WRITE, [](P p, T t) { p.write(t.newFile, "new"); }},
-    {"replaceFile", {}, Right::WRITE, [](P p, T t) { p.write(t.file, "new"); }},
-    {"deleteFile", {}, Right::WRITE, [](P p, T t) { p.remove(t.file); }},
-    {"createFileDownload", downloads, Right::READ,
-     [](P p, T t) { p.call(&FileAccess::createFileDownload, t.file); }},
-    {"downloadFile", downloads, Right::NONE,
-     [](P p, T t) {
-         p.call(&FileAccess::downloadFile,
-                FileDownloadRequest(t.location).withReadIntoString(true));
-     }},
-    {"createFolder", {}, Right::WRITE, [](P p, T t) { p.makeFolder(t.newFolder); }},
-    {"deleteFolder", {}, Right::WRITE, [](P p, T t) { p.removeFolder(t.subFolder, true); }},
-    {"createReadOnlyFileHandle", handles, Right::READ, [](P p, T t) { p.openToRead(t.file); }},
-    {"createReadWriteFileHandle", handles, Right::WRITE,
-     [](P p, T t) { p.openToWrite(t.file, FileCreateMode::UPDATE); }},
-    {"readFile", {}, Right::READ, [](P p, T t) { p.read(t.file); }},
-    {"readFileContent", handles, Right::SECRET,
-     [](P p, T t) { p.readRange(t.file, t.handle, 0, 1); }},
-    {"writeFileContent", handles, Right::SECRET,
-     [](P p, T t) { p.writeRange(t.file, t.handle, 0, "x"); }},
-    {"closeFileHandle", handles, Right::SECRET, [](P p, T t) { p.close(t.file, t.handle); }},
-    {"listFolder", {}, Right::READ, [](P p, T t) { p.list(t.folder); }},
-    {"listMultiFolder",
-     {},
-     Right::READ,
-     [](P p, T t) { p.call(&FileAccess::listMultiFolder, t.folder); }},
-    {"move", {}, Right::WRITE, [](P p, T t) { p.move(t.file, t.newFile); }},
-    {"copy", {}, Right::WRITE, [](P p, T t) { p.copy(t.file, t.newFile); }},
-    {"readFileAttributes", {}, Right::READ, [](P p, T t) { p.stat(t.file); }},
-    {"setMetadata", {}, Right::WRITE, [](P p, T t) { p.call(&FileAccess::setMetadata, t.file); }},
-    {"grantPermission", sharing, Right::OWNERSHIP,
-     [](P p, T t) { p.grant(t.folder, t.subject, Operation::READ); }},
-    {"revokePermission", sharing, Right::OWNERSHIP,
-     [](P p, T t) {
-         p.call(&AccessControl::revokePermission,
-                PermissionRevokeRequest(t.folder).withPermissionId(t.permission));
-     }},
-    {"listPermissions", sharing, Right::OWNERSHIP,
-     [](P p, T t) { p.call(&AccessControl::listPermissions, t.folder); }},
-    {"createInvitation", sharing, Right::OWNERSHIP, [](P p, T t) { p.invite(t.folder, u""); }},
-    {"readInvitation", sharing, Right::SECRET,
-     [](P p, T t) { p.call(&AccessControl::readInvitation, about<InvitationReadRequest>(t)); }},
-    {"updateInvitation", sharing, Right::SECRET,
-     [](P p, T t) { p.answer(t.invitation, InvitationStatus::ACCEPTED); }},
-    {"deleteInvitation", sharing, Right::SECRET,
-     [](P p, T t) { p.call(&AccessControl::deleteInvitation, about<InvitationDeleteRequest>(t)); }},
-    {"listInvitations", sharing, Right::SESSION,
-     [](P p, T) { p.call(&AccessControl::listInvitations, InvitationListRequest()); }},
-    {"copyFolderFromInvitation", sharing, Right::SECRET,
-     [](P p, T t) {
-         p.call(&AccessControl::copyFolderFromInvitation,
-                about<InvitationCopyFolderRequest>(t).withTargetResource(t.newFolder));
-     }},
-    {"getFolderContentFromInvitation", sharing, Right::SECRET,
-     [](P p, T t) {
-         p.call(&AccessControl::getFolderContentFromInvitation,
-                about<InvitationFolderContentRequest>(t));
-     }},
-    {"getInvitationDetails", sharing, Right::SECRET,
-     [](P p, T t) {
-         p.call(&AccessControl::getInvitationDetails, about<InvitationDetailsRequest>(t));
-     }},
-    {"setResourcePolicy", configuration, Right::OWNERSHIP,
-     [](P p, T t) {
-         p.call(&ConfigurationManagement::setResourcePolicy,
-                ResourcePolicySetRequest().withResource(t.file));
-     }},
-    {"getResourcePolicy", configuration, Right::READ,
-     [](P p, T t) {
-         p.call(&ConfigurationManagement::getResourcePolicy,
-                ResourcePolicyGetRequest().withResource(t.file));
-     }},
-    {"getStorageUsage", configuration, Right::SESSION,
-     [](P p, T) { p.call(&ConfigurationManagement::getStorageUsage, StorageUsageGetRequest()); }},
-    {"listFileChanges",
-     {Capability::CHANGES},
-     Right::SESSION,
-     [](P p, T) { p.call(&Notification::listFileChanges, FileChangeListRequest()); }},
-    {"listVersions", versions, Right::READ, [](P p, T t) { p.versions(t.file); }},
-    {"restoreVersion", versions, Right::WRITE,
-     [](P p, T t) {
-         p.call(&IVersioning::restoreVersion,
-                VersionRestoreRequest(t.file).withVersionLabel(t.version));
-     }},
-};
+#undef CASE
+
+std::vector<OperationCase> operationCases() {
+    std::vector<OperationCase> cases;
+    kvxtransport::forEachOperation([&](auto operation) {
+        using Type = decltype(operation);
+        if constexpr (!std::is_same_v<Type, kvxtransport::operations::Ping> &&
+                      !std::is_same_v<Type, kvxtransport::operations::Login>) {
+            cases.push_back(caseOf(operation));
+        }
+    });
+    cases.push_back({"replaceFile", none, Requirement::WRITE,
+                     [](const Participant& p, const Targets& t) { p.write(t.file, "new"); }});
+    return cases;
+}
 
 /// The code, with one that says that something does not exist standing for the other.
 std::optional<Code> missingCodeOf(const std::function<void()>& action) {
@@ -179,7 +172,7 @@ void completesOnce(Scene& s, const OperationCase& operation) {
             s.owner.call(&FileAccess::createFileDownload, targets.file).getLocation();
     }
     const auto code = codeOf([&] { operation.run(caller, targets); });
-    if (operation.right != Right::SECRET) {
+    if (operation.requirement != Requirement::SECRET) {
         EXPECT_EQ(code, std::nullopt);
     }
     codeOf([&] { operation.run(caller, Targets(s.at(u"gone") / u"x")); });
@@ -230,6 +223,7 @@ void expectForGuest(Scene& s, const OperationCase& operation, std::optional<Oper
 }  // namespace
 
 Clauses operationClauses() {
+    static const std::vector<OperationCase> operations = operationCases();
     Clauses clauses;
     for (const OperationCase& operation : operations) {
         const auto add = [&](const std::string& id, auto check, auto... arguments) {
@@ -238,11 +232,11 @@ Clauses operationClauses() {
                                operation.needs});
         };
         add("calls.completesOnce.", completesOnce);
-        const Right right = operation.right;
-        if (right != Right::NONE) {
+        const Requirement required = operation.requirement;
+        if (required != Requirement::NONE) {
             add("session.neededBy.", needsSession);
         }
-        if (right < Right::READ) {
+        if (required < Requirement::READ) {
             continue;
         }
         add("paths.illegal.", refusesIllegalPaths);
@@ -251,9 +245,10 @@ Clauses operationClauses() {
         const auto unless = [](bool allowed) {
             return allowed ? std::nullopt : std::optional(Code::UNAUTHORIZED);
         };
-        add("sharing.reader.", expectForGuest, Operation::READ, unless(right == Right::READ));
+        add("sharing.reader.", expectForGuest, Operation::READ,
+            unless(required == Requirement::READ));
         add("sharing.writer.", expectForGuest, Operation::READ_WRITE,
-            unless(right != Right::OWNERSHIP));
+            unless(required != Requirement::OWNERSHIP));
     }
     return clauses;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <storage/kvxclient.h>
+#include <storage/kvxtransport/Services.h>
 #include <algorithm>
 #include <filesystem>
 
@@ -9,46 +9,44 @@
 namespace example {
 
 using namespace storage::kvxclient;
+namespace operations = kvxtransport::operations;
 
-/// Serves the versions of local files from the numbered backups beside them, as
-/// `cp --backup=numbered` makes them: "report.~1~" is the first version of "report".
-class NumberedBackups : public IVersioning {
+/// The numbered backups beside local files, as `cp --backup=numbered` makes them: "report.~1~" is
+/// the first version of "report". A function for each operation that they serve.
+class NumberedBackups {
 public:
     explicit NumberedBackups(const std::filesystem::path& root) : root_(canonical(root)) {}
 
-    // Without these, overriding the callback forms would hide the blocking ones.
-    using IVersioning::listVersions;
-    using IVersioning::restoreVersion;
-
-    void listVersions(VersionListRequest request,
-                      CompletionHandler<VersionListResponse> handler) const override {
-        worker_.call(std::move(handler), [this, request = std::move(request)] {
-            const auto file = locate(request.getResource());
-            std::vector<VersionSummary> versions;
-            for (int label = 1; label <= newest(file); ++label) {
-                versions.push_back(describe(file, label));
-            }
-            return VersionListResponse()
-                .withName(file.filename().u16string())
-                .withVersions(std::move(versions));
-        });
+    /// Every operation but those below.
+    template <class Operation>
+    typename Operation::Response serve(Operation, const typename Operation::Request&) const {
+        fail(KVXClientErrorCode::UNKNOWN);
     }
 
-    void restoreVersion(VersionRestoreRequest request,
-                        CompletionHandler<VersionRestoreResponse> handler) const override {
-        worker_.call(std::move(handler), [this, request = std::move(request)] {
-            const auto file = locate(request.getResource());
-            const int label = find(file, request);
-            int restored = label;
-            if (request.getCreateNewVersion()) {
-                restored = newest(file) + 1;
-                copy_file(backup(file, label), backup(file, restored));
-            }
-            copy_file(backup(file, label), file, std::filesystem::copy_options::overwrite_existing);
-            return VersionRestoreResponse()
-                .withVersionId(std::to_string(restored))
-                .withVersionLabel(restored);
-        });
+    VersionListResponse serve(operations::ListVersions, const VersionListRequest& request) const {
+        const auto file = locate(request.getResource());
+        std::vector<VersionSummary> versions;
+        for (int label = 1; label <= newest(file); ++label) {
+            versions.push_back(describe(file, label));
+        }
+        return VersionListResponse()
+            .withName(file.filename().u16string())
+            .withVersions(std::move(versions));
+    }
+
+    VersionRestoreResponse serve(operations::RestoreVersion,
+                                 const VersionRestoreRequest& request) const {
+        const auto file = locate(request.getResource());
+        const int label = find(file, request);
+        int restored = label;
+        if (request.getCreateNewVersion()) {
+            restored = newest(file) + 1;
+            copy_file(backup(file, label), backup(file, restored));
+        }
+        copy_file(backup(file, label), file, std::filesystem::copy_options::overwrite_existing);
+        return VersionRestoreResponse()
+            .withVersionId(std::to_string(restored))
+            .withVersionLabel(restored);
     }
 
 private:
@@ -100,8 +98,28 @@ private:
         return file;
     }
 
-    const std::filesystem::path root_;
-    mutable Worker worker_;  // Last, so that it ends before what its calls use.
+    std::filesystem::path root_;
+};
+
+/// The transport: it has each call served on its worker.
+class BackupTransport {
+public:
+    explicit BackupTransport(NumberedBackups backups) : backups_(std::move(backups)) {}
+
+    template <class Operation>
+    void call(const kvxtransport::Caller&, typename Operation::Request request,
+              typename Operation::Handler handler) const {
+        worker_->start(std::move(handler), [backups = backups_, request = std::move(request)] {
+            return backups.serve(Operation(), request);
+        });
+    }
+
+    void cancelPendingCalls() const { worker_->cancel(); }
+    void waitForPendingCalls() const { worker_->wait(); }
+
+private:
+    NumberedBackups backups_;
+    std::shared_ptr<Worker> worker_ = std::make_shared<Worker>();
 };
 
 }  // namespace example

@@ -1,61 +1,28 @@
 #include "storage/kvxstore/Store.h"
 
-#include <future>
 #include <utility>
 
-#include "Engine.h"
 #include "database/Open.h"
 #include "operations/Administration.h"
 #include "operations/Maintenance.h"
-#include "services/Call.h"
+#include "services/AdministrationCall.h"
 #include "services/Client.h"
 
 namespace storage::kvxstore {
 
-namespace {
-
 using database::Access;
 using operations::Context;
-
-/// Runs administrative work as a call of its own and waits for it.
-template <class Work>
-auto administer(Engine& engine, Access access, Work work) {
-    using Result = std::invoke_result_t<Work, const Context&>;
-    std::promise<Result> promise;
-    auto future = promise.get_future();
-    engine.scheduler().submit(std::make_unique<services::Call<Result>>(
-        services::CallFrame{{access},
-                            std::make_shared<scheduler::CallGroup>(),
-                            engine.options(),
-                            engine.instance()},
-        std::move(work), kvxclient::promiseCompletingHandler(std::move(promise))));
-    try {
-        return future.get();
-    } catch (const kvxclient::KVXClientException& error) {
-        try {
-            std::rethrow_if_nested(error);
-        } catch (const StoreError&) {
-            throw;
-        } catch (const database::DatabaseError& cause) {
-            throw StoreError(cause.storeErrorCode(), cause.what());
-        } catch (const std::exception& cause) {
-            throw StoreError(cause.what());
-        }
-        throw;
-    }
-}
-
-}  // namespace
+using services::administer;
 
 StoreError::~StoreError() = default;
 
-Store::Store(std::shared_ptr<Engine> engine) : engine_(std::move(engine)) {}
+Store::Store(std::shared_ptr<services::Engine> engine) : engine_(std::move(engine)) {}
 
 Store::~Store() = default;
 
 std::shared_ptr<Store> Store::open(const std::string& url, StoreOptions options) {
     try {
-        return std::shared_ptr<Store>(new Store(Engine::start(url, std::move(options))));
+        return std::shared_ptr<Store>(new Store(services::Engine::start(url, std::move(options))));
     } catch (const database::DatabaseError& error) {
         throw StoreError(error.storeErrorCode(),
                          "cannot open the store " + url + ": " + error.what());
@@ -67,7 +34,7 @@ std::optional<std::string> Store::filePath(const std::string& url) {
 }
 
 std::unique_ptr<kvxclient::KVXClient> Store::createClient() const {
-    return std::make_unique<services::Client>(engine_);
+    return services::makeClient(engine_);
 }
 
 std::string Store::createUser(const NewUser& user) const {

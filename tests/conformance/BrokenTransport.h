@@ -6,8 +6,8 @@
 
 namespace storage::kvxconformance {
 
-/// The transport, with clients that misbehave as the fault says; an empty fault changes nothing,
-/// and so does one that is not known.
-Transport breakTransport(Transport transport, const std::string& fault);
+/// The transport, with clients that misbehave in the way that is named; an empty name changes
+/// nothing, and so does one that is not known.
+Transport breakTransport(Transport transport, const std::string& misbehaviour);
 
 }  // namespace storage::kvxconformance

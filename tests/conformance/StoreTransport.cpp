@@ -5,7 +5,7 @@
 #include "storage/kvxstore/Store.h"
 
 // The embedded store as the kit sees it; in memory unless CONFORMANCE_STORE is "file",
-// behind a decorator that misbehaves as CONFORMANCE_FAULT says, if that is set.
+// behind a decorator that misbehaves as CONFORMANCE_MISBEHAVIOUR says, if that is set.
 
 namespace storage::kvxconformance {
 
@@ -39,8 +39,8 @@ Transport transport() {
             client->login(kvxclient::LoginRequest().withToken(user.token)).getSessionId());
         return client;
     };
-    const char* fault = std::getenv("CONFORMANCE_FAULT");
-    return fault == nullptr ? transport : breakTransport(std::move(transport), fault);
+    const char* misbehaviour = std::getenv("CONFORMANCE_MISBEHAVIOUR");
+    return misbehaviour == nullptr ? transport : breakTransport(std::move(transport), misbehaviour);
 }
 
 }  // namespace storage::kvxconformance

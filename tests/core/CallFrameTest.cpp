@@ -3,6 +3,7 @@
 #include <future>
 #include <memory>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "storage/kvxclient.h"
@@ -10,6 +11,7 @@
 #include "support/ScriptedServices.h"
 
 using namespace storage::kvxclient;
+namespace operations = storage::kvxtransport::operations;
 
 namespace {
 
@@ -29,13 +31,18 @@ protected:
 
     template <class Outcome>
     void forBothForms(std::function<void(Handler)> script, Outcome outcome) {
-        files_.onRead = std::move(script);
+        files_.transport.on<operations::ReadFile>(
+            [this, script = std::move(script)](FileReadRequest request, Handler handler) {
+                lastRead_ = std::move(request);
+                script(std::move(handler));
+            });
         outcome([this] { return files_.readFile(request_); });
         outcome([this] { return files_.readFileAsync(request_).get(); });
     }
 
     const FileReadRequest request_ = FileReadRequest(Resource(u"/a", u"b"));
     ScriptedFileAccess files_;
+    FileReadRequest lastRead_{Resource()};
 };
 
 const auto conflict = [] {
@@ -47,7 +54,7 @@ TEST_F(ReadFrame, deliversAnInlineCompletion) {
                  [](auto call) { EXPECT_EQ("x", call().getContentType()); });
     EXPECT_EQ(std::future_status::ready,
               files_.readFileAsync(request_).wait_for(std::chrono::seconds(0)));
-    EXPECT_EQ(request_, files_.lastRead.value());
+    EXPECT_EQ(request_, lastRead_);
 }
 
 TEST_F(ReadFrame, deliversACompletionFromAnotherThread) {
@@ -113,11 +120,11 @@ TEST_F(ReadFrame, letsThroughWhatTheCallbackFormThrows) {
 }
 
 TEST_F(ReadFrame, movesTheResponseAllTheWay) {
-    files_.onRead = [](Handler handler) {
+    files_.transport.on<operations::ReadFile>([](FileReadRequest, Handler handler) {
         FileReadResponse response = largeResponse();
         allocations::countLarge = 0;
         handler(std::move(response), nullptr);
-    };
+    });
     const FileReadResponse response = files_.readFile(request_);
     EXPECT_EQ(0u, allocations::countLarge);
     EXPECT_EQ(large, response.getContentLength());
@@ -151,22 +158,25 @@ TEST(CallFrame, movesTheResponseOnceIntoThePromiseAndOnceOutOfTheFuture) {
 
 TEST(CallFrame, copiesTheResponseOnceWhereTheServiceDoes) {
     const std::string watermark(large, 'w');
-    ScriptedNotification changes;
-    changes.onList = [&](CompletionHandler<FileChangeListResponse> handler) {
+    const ScriptedNotification changes;
+    using Handler = CompletionHandler<FileChangeListResponse>;
+    const auto script = [&](auto complete) {
+        changes.transport.on<operations::ListFileChanges>(
+            [complete](FileChangeListRequest, Handler handler) { complete(std::move(handler)); });
+    };
+    script([&](Handler handler) {
         FileChangeListResponse response;
         response.withCurrentWatermark(watermark);
         allocations::countLarge = 0;
         handler(std::move(response), nullptr);
         EXPECT_EQ(1u, allocations::countLarge);
         EXPECT_THROW(handler({}, nullptr), std::future_error);
-    };
+    });
     const auto response = changes.listFileChanges(FileChangeListRequest());
     EXPECT_EQ(watermark, response.getCurrentWatermark());
-    changes.onList = [&](CompletionHandler<FileChangeListResponse> handler) {
-        handler(response, conflict());
-    };
+    script([&](Handler handler) { handler(response, conflict()); });
     EXPECT_THROW(changes.listFileChanges(FileChangeListRequest()), KVXClientException);
-    changes.onList = [](CompletionHandler<FileChangeListResponse>) {};
+    script([](Handler) {});
     EXPECT_THROW(changes.listFileChanges(FileChangeListRequest()), std::future_error);
 }
 
@@ -182,56 +192,47 @@ TEST(Versioning, blockingFormGoesThroughTheFutureFormInForce) {
     EXPECT_EQ(u"replaced", Replaced().listVersions(VersionListRequest(Resource())).getName());
 }
 
-// Both other forms of an operation reach its own callback form.
-#define REACHES(service, operation, ...)         \
-    service.reached.clear();                     \
-    service.operation##Async(__VA_ARGS__).get(); \
-    service.operation(__VA_ARGS__);              \
-    EXPECT_EQ((std::vector<std::string>{#operation, #operation}), service.reached)
+// A request of any type, without fields that matter.
+template <class Request>
+Request anyRequest() {
+    if constexpr (std::is_default_constructible_v<Request>) {
+        return Request();
+    } else if constexpr (std::is_constructible_v<Request, Resource>) {
+        return Request(Resource(u"/a", u"b"));
+    } else if constexpr (std::is_constructible_v<Request, Resource, Resource>) {
+        return Request(Resource(u"/a", u"b"), Resource(u"/c", u"d"));
+    } else {
+        return Request("location/");
+    }
+}
 
-TEST(CallFrame, everyOperationReachesItsCallbackForm) {
-    const Resource resource(u"/a", u"b");
-    const ScriptedFileAccess files;
-    REACHES(files, createFile, FileCreateRequest(resource));
-    REACHES(files, deleteFile, FileDeleteRequest(resource));
-    REACHES(files, createFileDownload, FileDownloadCreateRequest(resource));
-    REACHES(files, downloadFile, FileDownloadRequest("l/"));
-    REACHES(files, createFolder, FolderCreateRequest(resource));
-    REACHES(files, deleteFolder, FolderDeleteRequest(resource));
-    REACHES(files, createReadOnlyFileHandle, FileHandleReadOnlyCreateRequest(resource));
-    REACHES(files, createReadWriteFileHandle, FileHandleReadWriteCreateRequest(resource));
-    REACHES(files, readFile, FileReadRequest(resource));
-    REACHES(files, readFileContent, FileContentReadRequest(resource));
-    REACHES(files, writeFileContent, FileContentWriteRequest(resource));
-    REACHES(files, closeFileHandle, FileHandleCloseRequest(resource));
-    REACHES(files, listFolder, FolderListRequest(resource));
-    REACHES(files, listMultiFolder, MultiFolderListRequest(resource));
-    REACHES(files, move, MoveOrCopyRequest(resource, resource));
-    REACHES(files, copy, MoveOrCopyRequest(resource, resource));
-    REACHES(files, readFileAttributes, FileAttributesReadRequest(resource));
-    REACHES(files, setMetadata, SetMetadataRequest(resource));
-
-    const ScriptedAccessControl sharing;
-    REACHES(sharing, grantPermission, PermissionGrantRequest(resource));
-    REACHES(sharing, revokePermission, PermissionRevokeRequest(resource));
-    REACHES(sharing, listPermissions, PermissionListRequest(resource));
-    REACHES(sharing, createInvitation, InvitationCreateRequest(resource));
-    REACHES(sharing, readInvitation, InvitationReadRequest());
-    REACHES(sharing, updateInvitation, InvitationUpdateRequest());
-    REACHES(sharing, deleteInvitation, InvitationDeleteRequest());
-    REACHES(sharing, listInvitations, InvitationListRequest());
-    REACHES(sharing, copyFolderFromInvitation, InvitationCopyFolderRequest());
-    REACHES(sharing, getFolderContentFromInvitation, InvitationFolderContentRequest());
-    REACHES(sharing, getInvitationDetails, InvitationDetailsRequest());
-
-    const ScriptedConfigurationManagement configuration;
-    REACHES(configuration, setResourcePolicy, ResourcePolicySetRequest());
-    REACHES(configuration, getResourcePolicy, ResourcePolicyGetRequest());
-    REACHES(configuration, getStorageUsage, StorageUsageGetRequest());
-
-    const ScriptedVersioning versions;
-    REACHES(versions, listVersions, VersionListRequest(resource));
-    REACHES(versions, restoreVersion, VersionRestoreRequest(resource));
+TEST(CallFrame, everyOperationReachesItsCallbackFormFromBothOtherForms) {
+    const ScriptedTransport transport;
+    ScriptedClient client("e", transport);
+    const auto files = client.createFileAccess();
+    const auto sharing = client.createAccessControl();
+    const auto configuration = client.createConfigurationManagement();
+    const auto changes = client.createNotification();
+    const auto versions = client.createVersioning();
+    const std::tuple<const KVXClient&, const FileAccess&, const AccessControl&,
+                     const ConfigurationManagement&, const Notification&, const IVersioning&>
+        services(client, *files, *sharing, *configuration, *changes, *versions);
+#define REACHES(Service, operation, Type, Request, ...)                               \
+    transport.reached().clear();                                                      \
+    std::get<const Service&>(services).operation##Async(anyRequest<Request>()).get(); \
+    std::get<const Service&>(services).operation(anyRequest<Request>());              \
+    EXPECT_EQ((std::vector<std::string_view>{#operation, #operation}), transport.reached());
+    KVXTRANSPORT_SESSION_OPERATIONS(REACHES)
+    KVXTRANSPORT_FILE_OPERATIONS(REACHES)
+    KVXTRANSPORT_SHARING_OPERATIONS(REACHES)
+    KVXTRANSPORT_CONFIGURATION_OPERATIONS(REACHES)
+    KVXTRANSPORT_NOTIFICATION_OPERATIONS(REACHES)
+    KVXTRANSPORT_VERSIONING_OPERATIONS(REACHES)
+#undef REACHES
+    transport.reached().clear();
+    client.pingAsync().get();
+    client.ping();
+    EXPECT_EQ((std::vector<std::string_view>{"ping", "ping"}), transport.reached());
 }
 
 }  // namespace

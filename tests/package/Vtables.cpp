@@ -4,22 +4,32 @@
 
 namespace storage::kvxclient {
 
-struct ScriptedException : KVXClientException {
+struct TableOfException : KVXClientException {
     using KVXClientException::KVXClientException;
-    ~ScriptedException() override;
+    ~TableOfException() override;
     const char* what() const noexcept override;
 };
 
-ScriptedException::~ScriptedException() = default;
-const char* ScriptedException::what() const noexcept { return ""; }
+TableOfException::~TableOfException() = default;
+const char* TableOfException::what() const noexcept { return ""; }
+
+// Names that the object's tables are found by.
+struct TableOfClient : ScriptedClient {
+    using ScriptedClient::ScriptedClient;
+};
+struct TableOfFileAccess : ScriptedFileAccess {};
+struct TableOfAccessControl : ScriptedAccessControl {};
+struct TableOfConfigurationManagement : ScriptedConfigurationManagement {};
+struct TableOfNotification : ScriptedNotification {};
+struct TableOfVersioning : ScriptedVersioning {};
 
 void useTables() {
-    ScriptedClient client("");
-    ScriptedFileAccess files;
-    ScriptedAccessControl sharing;
-    ScriptedConfigurationManagement configuration;
-    ScriptedNotification notification;
-    ScriptedVersioning versions;
+    TableOfClient client("");
+    TableOfFileAccess files;
+    TableOfAccessControl sharing;
+    TableOfConfigurationManagement configuration;
+    TableOfNotification notification;
+    TableOfVersioning versions;
 }
 
 }  // namespace storage::kvxclient

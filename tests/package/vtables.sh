@@ -9,20 +9,21 @@ actual() { # class
     echo "$1:" $(objdump -rC -j ".data.rel.ro._ZTVN7storage9kvxclient${#1}${1}E" \
         -j ".data.rel.ro.local._ZTVN7storage9kvxclient${#1}${1}E" "$object" 2>/dev/null |
         sed -nE 's/^.* R_X86_64_64 +//p' | grep -v typeinfo |
-        sed -E 's/^(storage::kvxclient::|std::)?(\w+::)*(~?\w+)(\[abi:cxx11\])?\((.*)\).*$/\3(\5)/
+        sed -E 's/<storage::kvxclient::ScriptedTransport>//
+                s/^(storage::kvxclient::|std::)?(\w+::)*(~?\w+)(\[abi:cxx11\])?\((.*)\).*$/\3(\5)/
                 s/~\w+\(.*/~/; s/\(.*std::function.*/.../; s/\(.*//')
 }
 
 object=$1
-diff - <(for class in ScriptedClient ScriptedFileAccess ScriptedAccessControl \
-    ScriptedConfigurationManagement ScriptedNotification ScriptedVersioning ScriptedException; do
+diff - <(for class in TableOfClient TableOfFileAccess TableOfAccessControl \
+    TableOfConfigurationManagement TableOfNotification TableOfVersioning TableOfException; do
     actual $class
 done) <<'END'
-ScriptedClient: ping... login... logout... createFileAccess createAccessControl createConfigurationManagement createNotification createVersioning cancelPendingCalls waitForPendingCalls ~ ~
-ScriptedFileAccess: createFile... deleteFile... createFileDownload... downloadFile... createFolder... deleteFolder... createReadOnlyFileHandle... createReadWriteFileHandle... readFile... readFileContent... writeFileContent... closeFileHandle... listFolder... listMultiFolder... move... copy... readFileAttributes... setMetadata... ~ ~
-ScriptedAccessControl: ~ ~ grantPermission... revokePermission... listPermissions... createInvitation... readInvitation... updateInvitation... deleteInvitation... listInvitations... copyFolderFromInvitation... getFolderContentFromInvitation... getInvitationDetails...
-ScriptedConfigurationManagement: ~ ~ setResourcePolicy... getResourcePolicy... getStorageUsage...
-ScriptedNotification: listFileChanges... ~ ~
-ScriptedVersioning: ~ ~ listVersions... restoreVersion... listVersions restoreVersion listVersionsAsync restoreVersionAsync
-ScriptedException: ~ ~ what
+TableOfClient: ping... login... logout... createFileAccess createAccessControl createConfigurationManagement createNotification createVersioning cancelPendingCalls waitForPendingCalls ~ ~
+TableOfFileAccess: createFile... deleteFile... createFileDownload... downloadFile... createFolder... deleteFolder... createReadOnlyFileHandle... createReadWriteFileHandle... readFile... readFileContent... writeFileContent... closeFileHandle... listFolder... listMultiFolder... move... copy... readFileAttributes... setMetadata... ~ ~
+TableOfAccessControl: ~ ~ grantPermission... revokePermission... listPermissions... createInvitation... readInvitation... updateInvitation... deleteInvitation... listInvitations... copyFolderFromInvitation... getFolderContentFromInvitation... getInvitationDetails...
+TableOfConfigurationManagement: ~ ~ setResourcePolicy... getResourcePolicy... getStorageUsage...
+TableOfNotification: listFileChanges... ~ ~
+TableOfVersioning: ~ ~ listVersions... restoreVersion... listVersions restoreVersion listVersionsAsync restoreVersionAsync
+TableOfException: ~ ~ what
 END

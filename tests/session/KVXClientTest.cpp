@@ -88,7 +88,18 @@ TEST(Client, encodingAsksTheLocaleWherePathsDoNot) {
 }
 
 TEST(Client, leavesTheSessionIdToTheCaller) {
+    using namespace storage::kvxtransport::operations;
     ScriptedClient client("e");
+    client.transport.on<Ping>(
+        [](auto, auto handler) { handler(PingResponse().withValue("alive"), nullptr); });
+    client.transport.on<Login>([](LoginRequest request, auto handler) {
+        if (request == LoginRequest().withToken("good")) {
+            handler(LoginResponse().withSessionId("s1").withMinutesBeforeRelogin(60), nullptr);
+        } else {
+            handler({},
+                    std::make_exception_ptr(KVXClientException(KVXClientErrorCode::INVALID_TOKEN)));
+        }
+    });
     EXPECT_EQ("alive", client.ping().getValue());
     EXPECT_EQ("alive", client.pingAsync().get().getValue());
     client.withSessionId("old");

@@ -11,6 +11,8 @@
 
 namespace storage::kvxstore::operations {
 
+inline const std::string noSession;
+
 /// What an operation works with: the transaction it is part of, and who is calling.
 struct Context {
     database::Connection& database;
@@ -18,9 +20,10 @@ struct Context {
     const StoreOptions& options;
     /// Names this opening of the store among all programs that have it open.
     std::int64_t instance;
-    std::string sessionId;
+    /// Empty in administration, which has no session.
+    const std::string& sessionId = noSession;
     /// Asked by operations that may take long.
-    std::function<bool()> isCancelled;
+    std::function<bool()> isCancelled = [] { return false; };
 
     /// Nanoseconds since the epoch.
     std::int64_t now() const { return options.clock().time_since_epoch().count(); }

@@ -28,6 +28,10 @@ SessionRow findSession(const Context& context) {
 
 }  // namespace
 
+kvxclient::PingResponse ping(const Context&, const kvxtransport::PingRequest&) {
+    return kvxclient::PingResponse().withValue("pong");
+}
+
 kvxclient::LoginResponse login(const Context& context, const kvxclient::LoginRequest& request) {
     const std::string tokenHash = hashOf(request.getToken());
     const auto token =

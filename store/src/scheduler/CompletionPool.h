@@ -1,11 +1,9 @@
 #pragma once
 
 #include <array>
-#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <exception>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -19,15 +17,12 @@ namespace storage::kvxstore::scheduler {
 class CompletionPool {
 public:
     CompletionPool();
-    /// Returns when everything posted is finished, held back or not.
+    /// Returns when everything posted is finished.
     ~CompletionPool();
     CompletionPool(const CompletionPool&) = delete;
     CompletionPool& operator=(const CompletionPool&) = delete;
 
     void post(std::unique_ptr<Job> job, std::exception_ptr error);
-
-    /// Holds back no longer what was cancelled.
-    void hurryCancelled();
 
 private:
     struct Completion {
@@ -41,7 +36,6 @@ private:
     std::mutex mutex_;
     std::condition_variable changed_;
     std::deque<Completion> completions_;
-    std::multimap<std::chrono::steady_clock::time_point, Completion> delayed_;
     bool stopping_ = false;
     std::array<std::thread, 2> threads_;
 };

@@ -1,39 +1,30 @@
 #pragma once
 
-#include <atomic>
-#include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <exception>
-#include <memory>
-#include <mutex>
 #include <string>
-#include <unordered_set>
+#include <utility>
 
 #include "database/Connection.h"
 
 namespace storage::kvxstore::scheduler {
-
-class CallGroup;
 
 /// What the scheduler must know of a job.
 struct JobTraits {
     database::Access access = database::Access::READ;
     /// Bytes of content that the job carries.
     std::size_t weight = 0;
-    /// Jobs with the same text run in the order in which they came; an empty one binds nothing.
-    std::string sequence = {};
-    /// How long its completion is held back.
-    std::chrono::milliseconds delay = {};
+    /// Jobs of the same strand take effect in the order in which they came; an empty one binds
+    /// nothing.
+    std::string strand = {};
 };
 
-/// One call on its way: run by a worker, then finished on a completion thread. It has one owner at
-/// a time, which is why it is finished exactly once.
+/// A piece of work: run by a worker, then finished on a completion thread. It has one owner at a
+/// time, which is why it is finished exactly once.
 class Job {
 public:
-    Job(JobTraits traits, std::shared_ptr<CallGroup> group);
-    /// Takes the call out of its group: by then the handler and what it holds are gone.
-    virtual ~Job();
+    explicit Job(JobTraits traits) : traits_(std::move(traits)) {}
+    virtual ~Job() = default;
     Job(const Job&) = delete;
     Job& operator=(const Job&) = delete;
 
@@ -41,38 +32,16 @@ public:
     /// transaction when the first one is undone.
     virtual void run(database::Connection& connection) = 0;
 
-    /// Hands over the outcome; BAD_NETWORK if the job was cancelled.
-    void finish(std::exception_ptr error) noexcept;
+    /// Hands over the outcome of the last run, or the error.
+    virtual void finish(std::exception_ptr error) noexcept = 0;
 
-    void cancel() { cancelled_ = true; }
-    bool isCancelled() const { return cancelled_; }
+    /// Whether nobody wants the outcome any more.
+    virtual bool isCancelled() const { return false; }
 
     const JobTraits& traits() const { return traits_; }
 
-protected:
-    virtual void deliver(std::exception_ptr error) = 0;
-
 private:
-    JobTraits traits_;
-    std::shared_ptr<CallGroup> group_;
-    std::atomic<bool> cancelled_ = false;
+    const JobTraits traits_;
 };
-
-/// The outstanding calls of one client and its services.
-class CallGroup {
-public:
-    void cancelAll() const;
-    void waitUntilEmpty() const;
-
-private:
-    friend class Job;
-
-    mutable std::mutex mutex_;
-    mutable std::condition_variable emptied_;
-    std::unordered_set<Job*> jobs_;
-};
-
-/// The error of a call that was given up before it was done.
-std::exception_ptr badNetwork();
 
 }  // namespace storage::kvxstore::scheduler

@@ -1,5 +1,7 @@
 #include "scheduler/Scheduler.h"
 
+#include "storage/kvxtransport/PendingCalls.h"
+
 namespace storage::kvxstore::scheduler {
 
 namespace {
@@ -22,39 +24,39 @@ JobQueue::WhenFull whenFull() {
 
 }  // namespace
 
-Scheduler::Scheduler(const database::Connector& connect, unsigned readers, Chore chore)
-    : sequencer_([this](std::unique_ptr<Job> job) {
-          // The queue is open: the sequencer is closed before it, and then holds nothing.
+Scheduler::Scheduler(const database::Connector& connect, unsigned readers, BackgroundTask task)
+    : strands_([this](std::unique_ptr<Job> job) {
+          // The queue is open: the strands are closed before it, and then hold nothing.
           queueFor(*job).push(job, JobQueue::WhenFull::EXCEED);
       }) {
     std::vector<std::unique_ptr<database::Connection>> connections;
     for (unsigned i = 0; i < readers; ++i) {
         connections.push_back(connect());
     }
-    writer_.emplace(
+    writeThread_.emplace(
         connect(), writes_,
         [this](std::unique_ptr<Job> job, std::exception_ptr error) {
             finish(std::move(job), std::move(error));
         },
-        std::move(chore));
+        std::move(task));
     for (auto& connection : connections) {
         readers_.emplace_back([this, own = std::move(connection)] { read(*own); });
     }
 }
 
 Scheduler::~Scheduler() {
-    for (std::unique_ptr<Job>& job : sequencer_.close()) {
-        completions_.post(std::move(job), badNetwork());
+    for (std::unique_ptr<Job>& job : strands_.close()) {
+        completions_.post(std::move(job), kvxtransport::badNetwork());
     }
     for (JobQueue* queue : {&writes_, &reads_}) {
         for (std::unique_ptr<Job>& job : queue->close()) {
-            completions_.post(std::move(job), badNetwork());
+            completions_.post(std::move(job), kvxtransport::badNetwork());
         }
     }
     for (std::thread& reader : readers_) {
         reader.join();
     }
-    writer_.reset();
+    writeThread_.reset();
 }
 
 void Scheduler::read(database::Connection& connection) {
@@ -68,8 +70,8 @@ void Scheduler::read(database::Connection& connection) {
 }
 
 void Scheduler::submit(std::unique_ptr<Job> job) {
-    if (sequencer_.admit(job, whenFull()) && !queueFor(*job).push(job, whenFull())) {
-        finish(std::move(job), badNetwork());
+    if (strands_.admit(job, whenFull()) && !queueFor(*job).push(job, whenFull())) {
+        finish(std::move(job), kvxtransport::badNetwork());
     }
 }
 
@@ -77,26 +79,20 @@ JobQueue& Scheduler::queueFor(const Job& job) {
     return job.traits().access == database::Access::WRITE ? writes_ : reads_;
 }
 
-void Scheduler::refuse(std::unique_ptr<Job> job, std::exception_ptr error) {
-    completions_.post(std::move(job), std::move(error));
-}
-
 void Scheduler::finish(std::unique_ptr<Job> job, std::exception_ptr error) {
-    sequencer_.leave(*job);
+    strands_.leave(*job);
     completions_.post(std::move(job), std::move(error));
 }
 
-void Scheduler::cancel(const CallGroup& group) {
-    group.cancelAll();
-    for (std::unique_ptr<Job>& job : sequencer_.takeCancelled()) {
-        refuse(std::move(job), nullptr);
+void Scheduler::finishCancelled() {
+    for (std::unique_ptr<Job>& job : strands_.takeCancelled()) {
+        completions_.post(std::move(job), nullptr);
     }
     for (JobQueue* queue : {&writes_, &reads_}) {
         for (std::unique_ptr<Job>& job : queue->takeCancelled()) {
             finish(std::move(job), nullptr);
         }
     }
-    completions_.hurryCancelled();
 }
 
 }  // namespace storage::kvxstore::scheduler

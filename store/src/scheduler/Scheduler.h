@@ -6,15 +6,15 @@
 #include <vector>
 
 #include "scheduler/CompletionPool.h"
-#include "scheduler/Sequencer.h"
-#include "scheduler/Writer.h"
+#include "scheduler/Strands.h"
+#include "scheduler/WriteThread.h"
 
 namespace storage::kvxstore::scheduler {
 
 /// Brings jobs to the threads that run them, and their outcomes to the threads that finish them.
 class Scheduler {
 public:
-    Scheduler(const database::Connector& connect, unsigned readers, Chore chore);
+    Scheduler(const database::Connector& connect, unsigned readers, BackgroundTask task);
     /// Jobs that have not begun are finished with BAD_NETWORK.
     ~Scheduler();
     Scheduler(const Scheduler&) = delete;
@@ -23,25 +23,22 @@ public:
     /// Queues a job; waits for room, but not on a thread of a store.
     void submit(std::unique_ptr<Job> job);
 
-    /// Finishes a job that was not submitted.
-    void refuse(std::unique_ptr<Job> job, std::exception_ptr error);
-
-    /// Has everything outstanding in the group finished with BAD_NETWORK.
-    void cancel(const CallGroup& group);
+    /// Finishes the cancelled jobs that have not begun.
+    void finishCancelled();
 
 private:
     void read(database::Connection& connection);
     JobQueue& queueFor(const Job& job);
-    /// Finishes a job that was submitted.
+    /// Finishes a job that was in a queue.
     void finish(std::unique_ptr<Job> job, std::exception_ptr error);
 
     // In this order: the completions must outlive the workers.
     CompletionPool completions_;
     JobQueue writes_;
     JobQueue reads_;
-    Sequencer sequencer_;
+    Strands strands_;
     std::vector<std::thread> readers_;
-    std::optional<Writer> writer_;
+    std::optional<WriteThread> writeThread_;
 };
 
 }  // namespace storage::kvxstore::scheduler

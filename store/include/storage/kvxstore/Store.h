@@ -16,7 +16,9 @@
 
 namespace storage::kvxstore {
 
+namespace services {
 class Engine;
+}
 
 /// A file store inside the process, kept in an SQLite database. It serves every service interface
 /// of kvxclient through the clients it makes.
@@ -155,9 +157,9 @@ public:
     void sweep() const;
 
 private:
-    explicit Store(std::shared_ptr<Engine> engine);
+    explicit Store(std::shared_ptr<services::Engine> engine);
 
-    std::shared_ptr<Engine> engine_;
+    std::shared_ptr<services::Engine> engine_;
 };
 
 }  // namespace storage::kvxstore

@@ -30,10 +30,12 @@ class KVXSTORE_EXPORT StoreError : public std::runtime_error {
 public:
     /// An error with the code OTHER.
     explicit StoreError(const std::string& message) : StoreError(StoreErrorCode::OTHER, message) {}
+    /// An error with a code, and the sentence for people.
     StoreError(StoreErrorCode code, const std::string& message)
         : std::runtime_error(message), code_(code) {}
     ~StoreError() override;
 
+    /// What went wrong.
     StoreErrorCode code() const { return code_; }
 
 private:

@@ -38,7 +38,9 @@ struct StoreOptions {
     /// concurrently. Empty means the system's clock; tests set their own.
     std::function<std::chrono::system_clock::time_point()> clock = {};
 
-    /// Faults to happen on purpose, for tests of applications; none when empty.
+    /// Faults to happen on purpose, for tests of applications; none when empty. Refused and delayed
+    /// calls complete on a thread of their own. kvxtransport::FaultInjector lets them happen on any
+    /// transport.
     std::shared_ptr<FaultPlan> faults = {};
 };
 

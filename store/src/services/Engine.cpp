@@ -1,4 +1,4 @@
-#include "Engine.h"
+#include "services/Engine.h"
 
 #include <algorithm>
 #include <condition_variable>
@@ -10,7 +10,7 @@
 #include "operations/Maintenance.h"
 #include "operations/Secrets.h"
 
-namespace storage::kvxstore {
+namespace storage::kvxstore::services {
 
 namespace {
 
@@ -100,4 +100,4 @@ Engine::Engine(std::string url, StoreOptions options)
                      return cleanSome(database, instance_, now);
                  }) {}
 
-}  // namespace storage::kvxstore
+}  // namespace storage::kvxstore::services

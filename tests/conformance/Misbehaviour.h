@@ -13,11 +13,11 @@ namespace storage::kvxconformance {
 
 using namespace kvxclient;
 
-/// What is wrong with the transport, and what it has to remember to be wrong. Each fault is an
+/// What is wrong with the transport, and what it has to remember to be wrong. Each kind is an
 /// overload of alter(), for a request on its way, or of spoil(), for a response on its way back.
-class Fault {
+class Misbehaviour {
 public:
-    explicit Fault(std::string name) : name_(std::move(name)) {}
+    explicit Misbehaviour(std::string name) : name_(std::move(name)) {}
 
     bool is(const char* name) const { return name_ == name; }
     template <class Action>

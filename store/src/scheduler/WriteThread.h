@@ -14,21 +14,21 @@ namespace storage::kvxstore::scheduler {
 
 /// A little work for an idle moment, in the transaction that the connection is in; returns after
 /// how long there is more, even if nothing was written.
-using Chore = std::function<std::chrono::milliseconds(database::Connection&)>;
+using BackgroundTask = std::function<std::chrono::milliseconds(database::Connection&)>;
 
 /// Takes a job that has run.
 using Finish = std::function<void(std::unique_ptr<Job>, std::exception_ptr)>;
 
 /// The one thread that writes. It commits what waits in its queue together, since a commit costs
 /// far more than the work in it.
-class Writer {
+class WriteThread {
 public:
-    Writer(std::unique_ptr<database::Connection> connection, JobQueue& queue, Finish finish,
-           Chore chore);
+    WriteThread(std::unique_ptr<database::Connection> connection, JobQueue& queue, Finish finish,
+                BackgroundTask task);
     /// Returns when the thread has seen that the queue is closed.
-    ~Writer();
-    Writer(const Writer&) = delete;
-    Writer& operator=(const Writer&) = delete;
+    ~WriteThread();
+    WriteThread(const WriteThread&) = delete;
+    WriteThread& operator=(const WriteThread&) = delete;
 
 private:
     void work();
@@ -38,15 +38,15 @@ private:
     void beginBatch(std::optional<database::Transaction>& transaction);
     std::exception_ptr commitAlone(Job& job);
     std::exception_ptr runInSavepoint(Job& job);
-    void doChore();
+    void runTask();
     void letOthersWrite();
 
     std::unique_ptr<database::Connection> connection_;
     JobQueue& queue_;
     Finish finish_;
-    Chore chore_;
-    std::chrono::steady_clock::time_point choreDue_;
-    std::chrono::steady_clock::time_point choreDone_;
+    BackgroundTask task_;
+    std::chrono::steady_clock::time_point taskDue_;
+    std::chrono::steady_clock::time_point taskDone_;
     std::chrono::steady_clock::time_point contended_{};
     std::thread thread_;
 };

@@ -1,4 +1,4 @@
-#include "scheduler/Writer.h"
+#include "scheduler/WriteThread.h"
 
 #include <algorithm>
 
@@ -15,30 +15,30 @@ using database::Transaction;
 constexpr std::size_t batchJobs = 256;
 constexpr std::size_t batchWeight = 4UL << 20U;
 constexpr auto idleTime = 50ms;
-/// How long a chore waits for an idle moment.
-constexpr auto chorePatience = 10s;
+/// How long the background task waits for an idle moment.
+constexpr auto taskPatience = 10s;
 /// When to try again what failed, perhaps since another program kept the store locked.
-constexpr auto choreRetry = 10s;
+constexpr auto taskRetry = 10s;
 
 }  // namespace
 
-Writer::Writer(std::unique_ptr<database::Connection> connection, JobQueue& queue, Finish finish,
-               Chore chore)
+WriteThread::WriteThread(std::unique_ptr<database::Connection> connection, JobQueue& queue,
+                         Finish finish, BackgroundTask task)
     : connection_(std::move(connection)),
       queue_(queue),
       finish_(std::move(finish)),
-      chore_(std::move(chore)),
-      choreDue_(std::chrono::steady_clock::now() + idleTime),
-      choreDone_(choreDue_),
+      task_(std::move(task)),
+      taskDue_(std::chrono::steady_clock::now() + idleTime),
+      taskDone_(taskDue_),
       thread_([this] { work(); }) {}
 
-Writer::~Writer() { thread_.join(); }
+WriteThread::~WriteThread() { thread_.join(); }
 
-void Writer::work() {
+void WriteThread::work() {
     onStoreThread() = true;
     for (;;) {
         const auto idle = std::chrono::ceil<std::chrono::milliseconds>(
-            choreDue_ - std::chrono::steady_clock::now());
+            taskDue_ - std::chrono::steady_clock::now());
         Jobs jobs = queue_.pop(batchJobs, batchWeight, std::max(idle, 0ms));
         const auto now = std::chrono::steady_clock::now();
         if (!jobs.empty()) {
@@ -48,18 +48,18 @@ void Writer::work() {
             }
             // Whoever got an answer is likely to call again, and a commit costs the same for all.
             queue_.gather(jobs.size(), batchJobs, (std::chrono::steady_clock::now() - now) / 4);
-            choreDue_ = std::min(now + idleTime, choreDone_ + chorePatience);
+            taskDue_ = std::min(now + idleTime, taskDone_ + taskPatience);
         } else if (queue_.isClosed()) {
             return;
         }
-        if (now >= choreDue_) {
-            doChore();
+        if (now >= taskDue_) {
+            runTask();
         }
         letOthersWrite();
     }
 }
 
-std::vector<std::exception_ptr> Writer::commitTogether(const Jobs& jobs) {
+std::vector<std::exception_ptr> WriteThread::commitTogether(const Jobs& jobs) {
     std::vector<std::exception_ptr> errors(jobs.size());
     std::optional<Transaction> transaction;
     try {
@@ -88,7 +88,7 @@ std::vector<std::exception_ptr> Writer::commitTogether(const Jobs& jobs) {
     return errors;
 }
 
-bool Writer::runAll(const Jobs& jobs, std::vector<std::exception_ptr>& errors) {
+bool WriteThread::runAll(const Jobs& jobs, std::vector<std::exception_ptr>& errors) {
     for (std::size_t i = 0; i < jobs.size(); ++i) {
         const std::int64_t before = connection_->changes();
         try {
@@ -108,14 +108,14 @@ bool Writer::runAll(const Jobs& jobs, std::vector<std::exception_ptr>& errors) {
     return true;
 }
 
-void Writer::beginBatch(std::optional<Transaction>& transaction) {
+void WriteThread::beginBatch(std::optional<Transaction>& transaction) {
     transaction.emplace(*connection_, Access::WRITE);
     if (connection_->hadToWait()) {
         contended_ = std::chrono::steady_clock::now();
     }
 }
 
-std::exception_ptr Writer::commitAlone(Job& job) {
+std::exception_ptr WriteThread::commitAlone(Job& job) {
     try {
         Transaction transaction(*connection_, Access::WRITE);
         if (!job.isCancelled()) {
@@ -128,7 +128,7 @@ std::exception_ptr Writer::commitAlone(Job& job) {
     }
 }
 
-std::exception_ptr Writer::runInSavepoint(Job& job) {
+std::exception_ptr WriteThread::runInSavepoint(Job& job) {
     if (job.isCancelled()) {
         return nullptr;
     }
@@ -147,20 +147,20 @@ std::exception_ptr Writer::runInSavepoint(Job& job) {
     }
 }
 
-void Writer::doChore() {
+void WriteThread::runTask() {
     std::chrono::milliseconds wait{};
     try {
         Transaction transaction(*connection_, Access::WRITE);
-        wait = chore_(*connection_);
+        wait = task_(*connection_);
         transaction.commit();
     } catch (...) {
-        wait = choreRetry;
+        wait = taskRetry;
     }
-    choreDone_ = std::chrono::steady_clock::now();
-    choreDue_ = choreDone_ + wait;
+    taskDone_ = std::chrono::steady_clock::now();
+    taskDue_ = taskDone_ + wait;
 }
 
-void Writer::letOthersWrite() {
+void WriteThread::letOthersWrite() {
     // A second program can only poll: without the pause some of its calls would wait for long.
     if (std::chrono::steady_clock::now() - contended_ < 1s) {
         std::this_thread::sleep_for(2ms);

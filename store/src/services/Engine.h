@@ -7,7 +7,7 @@
 #include "scheduler/Scheduler.h"
 #include "storage/kvxstore/StoreOptions.h"
 
-namespace storage::kvxstore {
+namespace storage::kvxstore::services {
 
 /// What a store, its clients and their services share: the database and the threads.
 class Engine {
@@ -32,4 +32,4 @@ private:
     scheduler::Scheduler scheduler_;
 };
 
-}  // namespace storage::kvxstore
+}  // namespace storage::kvxstore::services

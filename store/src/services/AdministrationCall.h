@@ -1,0 +1,62 @@
+#pragma once
+
+#include <future>
+#include <stdexcept>
+#include <utility>
+
+#include "operations/Context.h"
+#include "scheduler/Job.h"
+#include "services/Engine.h"
+
+namespace storage::kvxstore::services {
+
+/// A piece of administration on its way through the scheduler. Its result is waited for.
+template <class Work>
+class AdministrationCall final : public scheduler::Job {
+public:
+    using Result = std::invoke_result_t<Work, const operations::Context&>;
+
+    AdministrationCall(const Engine& engine, database::Access access, Work work)
+        : Job({access}), engine_(engine), work_(std::move(work)) {}
+
+    std::future<Result> result() { return promise_.get_future(); }
+
+    void run(database::Connection& connection) override {
+        result_ = work_(operations::Context{connection, engine_.options(), engine_.instance()});
+    }
+
+    void finish(std::exception_ptr error) noexcept override {
+        if (error) {
+            promise_.set_exception(std::move(error));
+        } else {
+            promise_.set_value(std::move(result_));
+        }
+    }
+
+private:
+    const Engine& engine_;
+    Work work_;
+    Result result_{};
+    std::promise<Result> promise_;
+};
+
+/// Does the work in a transaction of its own and returns its result. Throws a StoreError.
+///
+/// REQUIRES: not called on a thread of a store.
+template <class Work>
+auto administer(Engine& engine, database::Access access, Work work) {
+    auto call = std::make_unique<AdministrationCall<Work>>(engine, access, std::move(work));
+    auto result = call->result();
+    engine.scheduler().submit(std::move(call));
+    try {
+        return result.get();
+    } catch (const StoreError&) {
+        throw;
+    } catch (const database::DatabaseError& error) {
+        throw StoreError(error.storeErrorCode(), error.what());
+    } catch (const std::exception& error) {
+        throw StoreError(error.what());
+    }
+}
+
+}  // namespace storage::kvxstore::services

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "operations/Context.h"
+#include "operations/Functions.h"
+#include "scheduler/Job.h"
+#include "services/Engine.h"
+#include "services/ServiceError.h"
+#include "storage/kvxtransport/PendingCalls.h"
+
+namespace storage::kvxstore::services {
+
+/// A call of an operation on its way through the scheduler.
+template <class Operation>
+class ServiceCall final : public scheduler::Job, public kvxtransport::PendingCall {
+public:
+    ServiceCall(const Engine& engine, std::shared_ptr<kvxtransport::PendingCalls> group,
+                std::string sessionId, typename Operation::Request request,
+                typename Operation::Handler handler)
+        : Job({accessOf(Operation::access), kvxtransport::contentBytesOf(request),
+               kvxtransport::orderOf(request)}),
+          PendingCall(std::move(group)),
+          engine_(engine),
+          sessionId_(std::move(sessionId)),
+          request_(std::move(request)),
+          handler_(std::move(handler)) {}
+
+    void run(database::Connection& connection) override {
+        const operations::Context context{connection, engine_.options(), engine_.instance(),
+                                          sessionId_, [this] { return isCancelled(); }};
+        response_ = operations::run(Operation(), context, request_);
+    }
+
+    void finish(std::exception_ptr error) noexcept override {
+        try {
+            if (isCancelled()) {
+                error = kvxtransport::badNetwork();
+            }
+            if (error) {
+                handler_({}, asServiceError(std::move(error)));
+            } else {
+                handler_(std::move(response_), nullptr);
+            }
+        } catch (...) {
+            // The caller's handler threw: there is nobody left to tell.
+        }
+    }
+
+    bool isCancelled() const override { return PendingCall::isCancelled(); }
+
+private:
+    static constexpr database::Access accessOf(kvxtransport::Access access) {
+        return access == kvxtransport::Access::WRITE ? database::Access::WRITE
+                                                     : database::Access::READ;
+    }
+
+    const Engine& engine_;
+    const std::string sessionId_;
+    const typename Operation::Request request_;
+    typename Operation::Response response_{};
+    typename Operation::Handler handler_;
+};
+
+}  // namespace storage::kvxstore::services
