@@ -3,44 +3,24 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
-
-#include "remote/RemoteName.h"
+#include <utility>
 
 namespace storage::kvxtool {
 namespace {
 
-// What arguments and values of options are called that are local names, or local or remote ones.
+// How the help calls arguments and values that are local names, or local or remote ones.
 constexpr std::array<std::string_view, 3> LOCAL{"LOCAL", "FILE", "URL"};
 constexpr std::array<std::string_view, 3> EITHER{"NAMES", "SOURCE", "TARGET"};
 
-bool takesValue(const CLI::Option& option) { return option.get_items_expected_max() > 0; }
-
-bool isHidden(const CLI::App& command) { return command.get_group().empty(); }
-
-/// The values that an option is limited to: its type reads "{a,b}" then.
-std::vector<std::string> valuesOf(const CLI::Option& option) {
-    const std::string type = option.get_type_name();
-    const std::size_t open = type.find('{');
-    const std::size_t close = type.find('}');
-    if (open == std::string::npos || close == std::string::npos) {
-        return {};
-    }
-    return CLI::detail::split(type.substr(open + 1, close - open - 1), ',');
-}
-
-Completion::Names namesOf(const CLI::Option& option, const std::string& typed) {
-    const std::string name =
-        option.get_positional() ? option.get_name(true) : option.get_type_name();
-    if (name == "REMOTE") {
-        return Completion::Names::REMOTE;
-    }
-    const auto isOneOf = [&](const auto& words) {
-        return std::find(words.begin(), words.end(), name) != words.end();
+Completion::Names namesOf(const Option& option) {
+    const std::string& kind = option.isArgument() ? option.names : option.value;
+    const auto isOneOf = [&](const auto& kinds) {
+        return std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
     };
-    if (isOneOf(EITHER)) {
-        return RemoteName::isRemote(typed) ? Completion::Names::REMOTE : Completion::Names::LOCAL;
-    }
-    return isOneOf(LOCAL) ? Completion::Names::LOCAL : Completion::Names::NONE;
+    return kind == "REMOTE"  ? Completion::Names::REMOTE
+           : isOneOf(EITHER) ? Completion::Names::EITHER
+           : isOneOf(LOCAL)  ? Completion::Names::LOCAL
+                             : Completion::Names::NONE;
 }
 
 }  // namespace
@@ -76,7 +56,8 @@ TypedLine::TypedLine(const std::string& line, const std::string& breaks) : words
     }
 }
 
-Completion::Completion(const CLI::App& program, const TypedLine& line) : command_(&program) {
+Completion::Completion(const Command& program, const TypedLine& line)
+    : program_(program), command_(&program) {
     for (std::size_t i = 1; i + 1 < line.words.size(); ++i) {
         readWord(line.words[i]);
     }
@@ -90,7 +71,7 @@ void Completion::readWord(const std::string& word) {
         optionsEnded_ = true;
     } else if (!optionsEnded_ && word.size() > 1 && word.starts_with('-')) {
         readOption(word);
-    } else if (const CLI::App* command = findCommand(word)) {
+    } else if (const Command* command = positionals_ > 0 ? nullptr : command_->find(word)) {
         command_ = command;
     } else {
         ++positionals_;
@@ -100,8 +81,8 @@ void Completion::readWord(const std::string& word) {
 void Completion::readOption(const std::string& word) {
     if (word.starts_with("--")) {
         const std::size_t equals = word.find('=');
-        const CLI::Option* option = findOption(word.substr(2, equals - 2), true);
-        if (option != nullptr && takesValue(*option)) {
+        const Option* option = findOption(word.substr(0, equals));
+        if (option != nullptr && !option->isFlag()) {
             if (equals == std::string::npos) {
                 awaitsValue_ = option;
             } else {
@@ -111,52 +92,34 @@ void Completion::readOption(const std::string& word) {
         return;
     }
     for (std::size_t i = 1; i < word.size(); ++i) {
-        const CLI::Option* option = findOption(word.substr(i, 1), false);
-        if (option != nullptr && takesValue(*option)) {
+        const Option* option = findOption({'-', word[i]});
+        if (option != nullptr && !option->isFlag()) {
             awaitsValue_ = i + 1 == word.size() ? option : nullptr;
             return;
         }
     }
 }
 
-const CLI::Option* Completion::findOption(const std::string& name, bool isLong) const {
-    for (const CLI::App* app = command_; app != nullptr; app = app->get_parent()) {
-        const auto found = app->get_options([&](const CLI::Option* option) {
-            return isLong ? option->check_lname(name) : option->check_sname(name);
-        });
-        if (!found.empty()) {
-            return found.front();
-        }
-    }
-    return nullptr;
+const Option* Completion::findOption(const std::string& name) const {
+    const Option* own = command_->findOption(name);
+    return own != nullptr ? own : program_.findOption(name);
 }
 
-const CLI::App* Completion::findCommand(const std::string& name) const {
-    if (positionals_ > 0) {
-        return nullptr;
-    }
-    const auto found = command_->get_subcommands(
-        [&](const CLI::App* command) { return command->check_name(name); });
-    return found.empty() ? nullptr : found.front();
-}
-
-const CLI::Option* Completion::nextPositional() const {
+const Option* Completion::nextPositional() const {
     std::size_t before = positionals_;
-    for (const CLI::Option* option : command_->get_options()) {
-        if (!option->get_positional()) {
-            continue;
+    for (const Option& option : command_->options) {
+        if (option.isArgument()) {
+            if (before < option.count.most) {
+                return &option;
+            }
+            before -= option.count.most;
         }
-        const auto most = static_cast<std::size_t>(option->get_items_expected_max());
-        if (before < most) {
-            return option;
-        }
-        before -= most;
     }
     return nullptr;
 }
 
-void Completion::setValue(const CLI::Option& option, const std::string& value) {
-    if (option.check_lname("store")) {
+void Completion::setValue(const Option& option, const std::string& value) {
+    if (option.names == "--store") {
         store_ = value;
     }
 }
@@ -166,54 +129,58 @@ void Completion::complete(const std::string& word) {
     if (awaitsValue_ != nullptr) {
         completeValue(*awaitsValue_, word, "");
     } else if (!optionsEnded_ && word.starts_with("--") && equals != std::string::npos) {
-        if (const CLI::Option* option = findOption(word.substr(2, equals - 2), true)) {
+        if (const Option* option = findOption(word.substr(0, equals))) {
             completeValue(*option, word.substr(equals + 1), word.substr(0, equals + 1));
         }
     } else if (!optionsEnded_ && word.starts_with('-')) {
-        for (const CLI::App* app = command_; app != nullptr; app = app->get_parent()) {
-            addOptions(*app, word);
+        add("--help", "Show this help", word);
+        if (command_ != &program_) {
+            addOptions(*command_, word);
         }
-    } else if (const CLI::Option* positional = nextPositional()) {
+        add("--version", "Show the version", word);
+        addOptions(program_, word);
+    } else if (const Option* positional = nextPositional()) {
         completeValue(*positional, word, "");
-        if (positional->get_name(true) == "COMMAND" && positionals_ == 0) {
-            addCommands(*command_->get_parent(), word);
+        if (positional->names == "COMMAND" && positionals_ == 0) {
+            addCommands(program_, word);
         }
     } else if (positionals_ == 0) {
         addCommands(*command_, word);
     }
 }
 
-void Completion::completeValue(const CLI::Option& option, const std::string& typed,
+void Completion::completeValue(const Option& option, const std::string& typed,
                                const std::string& before) {
-    for (const std::string& value : valuesOf(option)) {
+    for (const std::string& value : option.words) {
         if (value.starts_with(typed)) {
             candidates_.push_back({before + value, ""});
         }
     }
-    names_ = namesOf(option, typed);
+    names_ = namesOf(option);
 }
 
-void Completion::addOptions(const CLI::App& command, const std::string& typed) {
-    for (const CLI::Option* option : command.get_options()) {
-        const auto& longNames = option->get_lnames();
-        const auto& shortNames = option->get_snames();
-        const std::string name = !longNames.empty()    ? "--" + longNames.front()
-                                 : !shortNames.empty() ? "-" + shortNames.front()
-                                                       : "";
-        // A command's own option hides the program's.
-        const bool hidden = std::any_of(candidates_.begin(), candidates_.end(),
-                                        [&](const auto& known) { return known.text == name; });
-        if (!name.empty() && !hidden && !option->get_group().empty() && name.starts_with(typed)) {
-            candidates_.push_back({name, option->get_description()});
+void Completion::add(const std::string& text, const std::string& description,
+                     const std::string& typed) {
+    // A command's own option hides the program's.
+    const bool hidden = std::any_of(candidates_.begin(), candidates_.end(),
+                                    [&](const auto& known) { return known.text == text; });
+    if (!hidden && text.starts_with(typed)) {
+        candidates_.push_back({text, description});
+    }
+}
+
+void Completion::addOptions(const Command& command, const std::string& typed) {
+    for (const Option& option : command.options) {
+        if (!option.isArgument()) {
+            add(option.shownName(), option.help, typed);
         }
     }
 }
 
-void Completion::addCommands(const CLI::App& parent, const std::string& typed) {
-    for (const CLI::App* command :
-         parent.get_subcommands([](const CLI::App* each) { return !isHidden(*each); })) {
-        if (command->get_name().starts_with(typed)) {
-            candidates_.push_back({command->get_name(), command->get_description()});
+void Completion::addCommands(const Command& parent, const std::string& typed) {
+    for (const Command& command : parent.commands) {
+        if (!command.isHidden()) {
+            add(command.name, command.summary, typed);
         }
     }
 }

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <CLI/App.hpp>
 #include <string>
 #include <vector>
+
+#include "cli/Command.h"
 
 namespace storage::kvxtool {
 
@@ -16,16 +17,16 @@ struct TypedLine {
     std::size_t cut = 0;
 };
 
-/// What is to be completed, as the parser of the command line knows it.
+/// What can complete a command line, as the records of the commands say.
 class Completion {
 public:
     struct Candidate {
         std::string text;
         std::string description;
     };
-    enum class Names { NONE, LOCAL, REMOTE };
+    enum class Names { NONE, LOCAL, REMOTE, EITHER };
 
-    Completion(const CLI::App& program, const TypedLine& line);
+    Completion(const Command& program, const TypedLine& line);
 
     /// The commands, options or values that fit.
     const std::vector<Candidate>& candidates() const { return candidates_; }
@@ -37,19 +38,19 @@ public:
 private:
     void readWord(const std::string& word);
     void readOption(const std::string& word);
-    const CLI::Option* findOption(const std::string& name, bool isLong) const;
-    const CLI::App* findCommand(const std::string& name) const;
-    const CLI::Option* nextPositional() const;
-    void setValue(const CLI::Option& option, const std::string& value);
+    const Option* findOption(const std::string& name) const;
+    const Option* nextPositional() const;
+    void setValue(const Option& option, const std::string& value);
 
     void complete(const std::string& word);
-    void completeValue(const CLI::Option& option, const std::string& typed,
-                       const std::string& before);
-    void addOptions(const CLI::App& command, const std::string& typed);
-    void addCommands(const CLI::App& parent, const std::string& typed);
+    void completeValue(const Option& option, const std::string& typed, const std::string& before);
+    void add(const std::string& text, const std::string& description, const std::string& typed);
+    void addOptions(const Command& command, const std::string& typed);
+    void addCommands(const Command& parent, const std::string& typed);
 
-    const CLI::App* command_;
-    const CLI::Option* awaitsValue_ = nullptr;
+    const Command& program_;
+    const Command* command_;
+    const Option* awaitsValue_ = nullptr;
     bool optionsEnded_ = false;
     std::size_t positionals_ = 0;
     std::string store_;

@@ -1,11 +1,8 @@
 #include "cli/UsageError.h"
 
 #include <algorithm>
-#include <sstream>
 #include <utility>
 #include <vector>
-
-#include "ui/Text.h"
 
 namespace storage::kvxtool {
 namespace {
@@ -52,7 +49,7 @@ std::string suggestion(const std::string& typed, const Words& known) {
         }
     }
     std::string nearest;
-    std::size_t least = typed.size() < 5 ? 2 : 3;  // All that is as far is too far.
+    std::size_t least = typed.size() < 5 ? 2 : 3;  // The smallest distance that is too far.
     for (const std::string& word : known) {
         if (const std::size_t distance = editDistance(typed, word); distance < least) {
             least = distance;
@@ -62,20 +59,20 @@ std::string suggestion(const std::string& typed, const Words& known) {
     return nearest;
 }
 
-Words commandsOf(const CLI::App& command) {
+Words commandsOf(const Command& command) {
     Words names;
-    for (const CLI::App* each : command.get_subcommands(nullptr)) {
-        if (!each->get_group().empty()) {
-            names.push_back(each->get_name());
+    for (const Command& each : command.commands) {
+        if (!each.isHidden()) {
+            names.push_back(each.name);
         }
     }
     return names;
 }
 
 /// ": get or set", for the few commands that are in another one.
-std::string choice(const CLI::App& command) {
+std::string choice(const Command& program, const Command& command) {
     std::string text;
-    if (command.get_parent() != nullptr) {
+    if (&command != &program) {
         for (const std::string& name : commandsOf(command)) {
             text += (text.empty() ? ": " : " or ") + name;
         }
@@ -83,12 +80,12 @@ std::string choice(const CLI::App& command) {
     return text;
 }
 
-std::string noSuchOption(const CLI::App& command, const std::string& option) {
-    Words known;
-    for (const CLI::App* app = &command; app != nullptr; app = app->get_parent()) {
-        for (const CLI::Option* each : app->get_options()) {
-            for (const std::string& name : each->get_lnames()) {
-                known.push_back("--" + name);
+std::string noSuchOption(const RefusedLine& line, const std::string& option) {
+    Words known{"--help"};
+    for (const Command* command : {&line.command, &line.program}) {
+        for (const Option& each : command->options) {
+            if (const std::string name = each.shownName(); name.starts_with("--")) {
+                known.push_back(name);
             }
         }
     }
@@ -97,123 +94,106 @@ std::string noSuchOption(const CLI::App& command, const std::string& option) {
            (isShort ? "" : suggestion(option.substr(0, option.find('=')), known));
 }
 
-/// The command that was parsed with those that it is a part of.
-std::vector<const CLI::App*> parsedCommands(const CLI::App& program) {
-    std::vector<const CLI::App*> commands{&program};
-    while (!commands.back()->get_subcommands().empty()) {
-        commands.push_back(commands.back()->get_subcommands().front());
+/// What is wrong with the values of the words that are options: "--jobs" and "-rj" at the end,
+/// "--quiet=x". Empty when nothing is.
+std::string wrongValue(const RefusedLine& line) {
+    for (const std::string& word : line.words) {
+        if (word.size() < 2 || !word.starts_with('-')) {
+            continue;
+        }
+        const bool isLong = word.starts_with("--");
+        const std::size_t equals = isLong ? word.find('=') : std::string::npos;
+        const std::string name = isLong ? word.substr(0, equals) : std::string{'-', word.back()};
+        const Option* own = line.command.findOption(name);
+        const Option* option = own != nullptr ? own : line.program.findOption(name);
+        if (option != nullptr && option->isFlag() && equals != std::string::npos) {
+            return option->shownName() + " takes no value";
+        }
+        if (option != nullptr && !option->isFlag() && &word == &line.words.back() &&
+            (equals == std::string::npos || equals + 1 == word.size())) {
+            return option->shownName() + " needs a value";
+        }
     }
-    return commands;
+    return {};
 }
 
-/// The parser's words for a value that it refuses, in ours: "--name: Value x not in range 0.010000
-/// to 9.000000", "--name: x not in {a,b}".
-std::string refusedValue(const std::string& what) {
-    const std::string notInRange = " not in range ";
-    const std::string notInSet = " not in {";
-    const std::string value = ": Value ";
-    const std::size_t range = what.rfind(notInRange);
-    const std::size_t set = what.rfind(notInSet);
-    std::ostringstream text;
-    if (range != std::string::npos) {
-        double first = 0;
-        double last = 0;
-        std::string to;
-        std::istringstream(what.substr(range + notInRange.size())) >> first >> to >> last;
-        const std::size_t typed = what.find(value);
-        text << what.substr(0, typed) << ": "
-             << what.substr(typed + value.size(), range - typed - value.size())
-             << " is not a number from " << first << " to " << last;
-    } else if (set != std::string::npos) {
-        const std::size_t names = set + notInSet.size();
-        text << what.substr(0, set) << " is none of "
-             << what.substr(names, what.size() - names - 1);
-    } else {
-        text << what;
+/// What is wrong with how often the options are given.
+std::string wrongCount(const RefusedLine& line) {
+    if (const std::string reason = wrongValue(line); !reason.empty()) {
+        return reason;
     }
-    return text.str();
+    for (std::size_t i = 0; i < line.counts.size(); ++i) {
+        const Option& option = line.command.options[i];
+        if (line.counts[i] < option.count.least) {
+            const bool isMissing = line.kind == RefusedLine::Kind::MISSING;
+            if (option.count.least > 1) {
+                return "a source and a target are needed";
+            }
+            if (isMissing) {
+                return option.shownName() + " is missing";
+            }
+        }
+        if (line.counts[i] > option.count.most && !option.isFlag()) {
+            return option.shownName() + " is given more than once";
+        }
+    }
+    return line.otherwise;
 }
 
-std::string reasonFor(const CLI::App& command, const Words& unexpected, const CLI::Error& error) {
-    const bool needsCommand = !command.get_subcommands(nullptr).empty();
-    const std::string what = error.what();
-    const std::string kind = error.get_name();
-    if (kind == "ValidationError") {
-        return refusedValue(what);
+/// "-t does not go with -S", "--interval needs --watch"
+std::string wrongCombination(const RefusedLine& line) {
+    const std::vector<Option>& options = line.command.options;
+    const auto isGiven = [&](const std::string& name) {
+        const Option* option = line.command.findOption(name);
+        return line.counts[static_cast<std::size_t>(option - options.data())] > 0;
+    };
+    for (std::size_t i = 0; i < options.size(); ++i) {
+        const Option& option = options[i];
+        if (line.counts[i] == 0) {
+            continue;
+        }
+        if (!option.needed.empty() && !isGiven(option.needed)) {
+            return option.shownName() + " needs " +
+                   line.command.findOption(option.needed)->shownName();
+        }
+        if (!option.excluded.empty() && isGiven(option.excluded)) {
+            return line.command.findOption(option.excluded)->shownName() + " does not go with " +
+                   option.shownName();
+        }
     }
+    return line.otherwise;
+}
+
+}  // namespace
+
+std::string reasonFor(const RefusedLine& line) {
+    using Kind = RefusedLine::Kind;
+    const bool needsCommand = !line.command.commands.empty();
+    const Words& unexpected = line.unexpected;
     if (needsCommand && !unexpected.empty() && !unexpected.front().starts_with('-')) {
-        return noSuchCommand(command, unexpected.front());
+        return noSuchCommand(line.program, line.command, unexpected.front());
     }
     const auto option = std::find_if(unexpected.begin(), unexpected.end(), [](const auto& word) {
         return word.starts_with('-') && word != "--";
     });
     if (option != unexpected.end()) {
-        return noSuchOption(command, *option);
+        return noSuchOption(line, *option);
     }
-    if (kind == "RequiredError" && needsCommand) {
-        return "a command is needed" + choice(command);
+    if (line.kind == Kind::MISSING && needsCommand) {
+        return "a command is needed" + choice(line.program, line.command);
     }
-    const auto isSeveral = [](const CLI::Option* each) {
-        return each->get_positional() && each->get_expected_min() > 1;
-    };
-    const auto several = command.get_options(isSeveral);
-    if (!several.empty() && what.starts_with(several.front()->get_name(true))) {
-        return "a source and a target are needed";
+    if (line.kind == Kind::MISSING || line.kind == Kind::COUNT) {
+        return wrongCount(line);
     }
-    if (kind == "RequiredError") {
-        return what.substr(0, what.find(' ')) + " is missing";
+    if (line.kind == Kind::NEEDED || line.kind == Kind::EXCLUDED) {
+        return wrongCombination(line);
     }
-    if (kind == "ArgumentMismatch") {
-        const bool tooMany = what.find(": At Most") != std::string::npos;
-        return what.substr(0, what.find(':')) +
-               (tooMany ? " is given more than once" : " needs a value");
-    }
-    if (kind == "RequiresError") {
-        return what.substr(0, what.find(' ')) + " needs " + what.substr(what.rfind(' ') + 1);
-    }
-    if (kind == "ExcludesError") {
-        return what.substr(0, what.find(' ')) + " does not go with " +
-               what.substr(what.rfind(' ') + 1);
-    }
-    return unexpected.empty() ? what : unexpected.front() + ": one argument too many";
+    return unexpected.empty() ? line.otherwise : unexpected.front() + ": one argument too many";
 }
 
-}  // namespace
-
-std::string commandName(const CLI::App& program) {
-    std::string name;
-    for (const CLI::App* command : parsedCommands(program)) {
-        name += (name.empty() ? "" : " ") + (command == &program ? "" : command->get_name());
-    }
-    return name;
-}
-
-void requireArguments(const CLI::App& program) {
-    for (const CLI::App* command : parsedCommands(program)) {
-        if (command->get_group().empty()) {
-            continue;  // The shell asks what completes an empty line.
-        }
-        for (const CLI::Option* option : command->get_options()) {
-            const Words& values = option->results();
-            if (std::find(values.begin(), values.end(), "") != values.end()) {
-                throw CLI::ValidationError(
-                    (option->get_positional() ? "an argument" : option->get_name()) + " is empty");
-            }
-        }
-    }
-}
-
-std::string noSuchCommand(const CLI::App& command, const std::string& name) {
+std::string noSuchCommand(const Command& program, const Command& command, const std::string& name) {
     const std::string meant = suggestion(name, commandsOf(command));
-    return name + ": there is no such command" + (meant.empty() ? choice(command) : meant);
-}
-
-std::string usageError(const CLI::App* program, const CLI::Error& error) {
-    const std::string reason =
-        reasonFor(*parsedCommands(*program).back(), program->remaining(true), error);
-    const std::string command = commandName(*program);
-    return "kvx:" + (command.empty() ? "" : " " + command + ":") + " " + escaped(reason) + "\n" +
-           "Try: kvx" + (command.empty() ? "" : " " + command) + " --help\n";
+    return name + ": there is no such command" + (meant.empty() ? choice(program, command) : meant);
 }
 
 }  // namespace storage::kvxtool

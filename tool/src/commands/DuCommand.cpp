@@ -1,26 +1,16 @@
-#include <iostream>
 #include <limits>
-#include <memory>
+#include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
 
 #include "commands/Commands.h"
+#include "commands/Running.h"
 #include "remote/RemoteTree.h"
-#include "ui/Json.h"
 #include "ui/Terminal.h"
 #include "ui/Text.h"
 
 namespace storage::kvxtool {
 namespace {
-
-struct UsageOptions {
-    std::vector<std::string> names;
-    std::size_t depth = std::numeric_limits<std::size_t>::max();
-    bool summarize = false;
-    bool human = false;
-    bool total = false;
-    bool json = false;
-};
 
 struct Usage {
     unsigned long bytes = 0;
@@ -35,22 +25,29 @@ struct Usage {
     }
 };
 
-void print(const std::string& name, const Usage& usage, const UsageOptions& options) {
-    if (options.json) {
-        printJson({{"name", name},
-                   {"size", usage.bytes},
-                   {"files", usage.files},
-                   {"folders", usage.folders}});
-    } else {
-        std::cout << (options.human ? humanSize(usage.bytes) : std::to_string(usage.bytes)) << '\t'
-                  << shown(name) << '\n';
-    }
+void print(const Invocation& invocation, const std::string& name, const Usage& usage) {
+    invocation.out.print(
+        [&] {
+            return Json{{"name", name},
+                        {"size", usage.bytes},
+                        {"files", usage.files},
+                        {"folders", usage.folders}};
+        },
+        [&] {
+            const bool human = invocation.has("-h");
+            return (human ? humanSize(usage.bytes) : std::to_string(usage.bytes)) + '\t' +
+                   shown(name);
+        });
 }
 
 /// Adds up folders that come one by one, each before those below it, and prints each after those.
 class UsageCount {
 public:
-    explicit UsageCount(const UsageOptions& options) : options_(options) {}
+    explicit UsageCount(const Invocation& invocation)
+        : invocation_(invocation),
+          depth_(invocation.has("-s")   ? 0
+                 : invocation.has("-d") ? static_cast<std::size_t>(invocation.number("-d"))
+                                        : std::numeric_limits<std::size_t>::max()) {}
 
     void visit(const RemoteName& folder, const std::vector<RemoteEntry>& entries) {
         while (!open_.empty() && !folder.isBelow(open_.back().name)) {
@@ -79,79 +76,63 @@ private:
     void leaveFolder() {
         const Folder folder = std::move(open_.back());
         open_.pop_back();
-        if (open_.size() <= options_.depth) {
-            print(folder.name.text(), folder.usage, options_);
+        if (open_.size() <= depth_) {
+            print(invocation_, folder.name.text(), folder.usage);
         }
         (open_.empty() ? total_ : open_.back().usage) += folder.usage;
     }
 
-    const UsageOptions& options_;
+    const Invocation& invocation_;
+    const std::size_t depth_;
     std::vector<Folder> open_;
     Usage total_;
 };
 
-Usage usageOf(const kvxclient::FileAccess& files, Diagnostics& diagnostics, const RemoteName& name,
-              const UsageOptions& options) {
-    const RemoteEntry entry = readEntry(files, name);
+Usage usageOf(const Session& session, Invocation& invocation, const RemoteName& name) {
+    const RemoteEntry entry = readEntry(session.files(), name);
     if (!entry.folder) {
         const Usage usage{entry.size, 1, 0};
-        print(name.text(), usage, options);
+        print(invocation, name.text(), usage);
         return usage;
     }
-    UsageCount count(options);
-    walkFolders(files, diagnostics, name, true,
+    UsageCount count(invocation);
+    walkFolders(session.files(), invocation.diagnostics, name, true,
                 [&](const RemoteName& folder, const std::vector<RemoteEntry>& entries) {
                     count.visit(folder, entries);
                 });
     return count.finish();
 }
 
-void du(const kvxclient::FileAccess& files, Diagnostics& diagnostics, const UsageOptions& options) {
+void du(const Session& session, Invocation& invocation) {
     Usage total;
-    for (const std::string& name : options.names) {
-        diagnostics.guard(
-            name, [&] { total += usageOf(files, diagnostics, RemoteName::parse(name), options); });
+    for (const std::string& name : namesOrRoot(invocation)) {
+        invocation.diagnostics.guard(
+            name, [&] { total += usageOf(session, invocation, RemoteName::parse(name)); });
     }
-    if (options.total) {
-        print("total", total, options);
+    if (invocation.has("-c")) {
+        print(invocation, "total", total);
     }
 }
 
 }  // namespace
 
-void addDu(CLI::App& program, Invocation& invocation) {
-    auto options = std::make_shared<UsageOptions>();
-    CLI::App* command = program.add_subcommand("du", "Show how many bytes folders have");
-    command
-        ->add_option("REMOTE", options->names,
-                     "Folders and files; the root of your bucket by default")
-        ->type_name("");
-    CLI::Option* summarize =
-        command->add_flag("-s", options->summarize, "Show what was named, no folders below");
-    command->add_option("-d", options->depth, "Show folders to this depth; all are counted")
-        ->type_name("DEPTH")
-        ->check(CLI::Range(0, 9999))
-        ->excludes(summarize);
-    command->add_flag("-h", options->human, "Show sizes for people, as 1.5M");
-    command->add_flag("-c", options->total, "Show the total of all names in the end");
-    command->footer(
-        "Shows every folder below, unless -s or -d 1 says how few are enough.\n"
-        "Counts the bytes of all files below, hidden ones as well, as they are now: what older\n"
-        "versions and removed files take is not in it.\n"
-        "\n"
-        "Examples:\n"
-        "  kvx du -sh\n"
-        "  kvx du -d 1 team:/ | sort -n");
-    command->callback([options, &invocation] {
-        options->json = invocation.json;
-        options->depth = options->summarize ? 0 : options->depth;
-        if (options->names.empty()) {
-            options->names.push_back(":/");
-        }
-        invocation.runInSession([options](const Session& session, Diagnostics& diagnostics) {
-            du(session.files(), diagnostics, *options);
-        });
-    });
+Command duCommand() {
+    return {.name = "du",
+            .summary = "Show how many bytes folders have",
+            .group = "Files",
+            .options = {argument("REMOTE", "Folders and files; the root of your bucket by default",
+                                 ANY_NUMBER),
+                        flag("-s", "Show what was named, no folders below"),
+                        option("-d", "DEPTH", "Show folders to this depth; all are counted")
+                            .inRange(0, 9999)
+                            .without("-s"),
+                        flag("-h", "Show sizes for people, as 1.5M"),
+                        flag("-c", "Show the total of all names at the end")},
+            .notes = R"(Shows every folder below, unless -s or -d 1 says how few are enough.
+Counts the bytes of all files below, hidden ones as well, as they are now: what older
+versions and removed files take is not in it.)",
+            .examples = {"kvx du -sh", "kvx du -d 1 team:/ | sort -n"},
+            .run = inSession(du)};
 }
 
 }  // namespace storage::kvxtool

@@ -1,10 +1,10 @@
 #include <pwd.h>
 #include <unistd.h>
 
-#include <iostream>
+#include <optional>
 
 #include "commands/Commands.h"
-#include "session/OpenStore.h"
+#include "commands/Running.h"
 #include "session/TokenOutput.h"
 
 namespace storage::kvxtool {
@@ -18,22 +18,15 @@ std::string loginName() {
     return user->pw_name;
 }
 
-struct InitOptions {
-    std::string user;
-    std::string tokenFile;
-};
-
-void init(const StoreLocation& location, const InitOptions& options, const Invocation& invocation) {
-    const std::string user = options.user.empty() ? loginName() : options.user;
+void init(const StoreLocation& location, Invocation& invocation) {
+    const std::string user = invocation.has("--user") ? invocation.text("--user") : loginName();
     std::optional<TokenOutput> output;
-    if (!options.tokenFile.empty()) {
-        output.emplace(options.tokenFile);
+    if (invocation.has("--token-file")) {
+        output.emplace(invocation.text("--token-file"));
     }
     const std::string token = createStore(location, newBucketArgument(user));
-    if (!invocation.quiet && !invocation.json) {
-        std::cout << "created the store " << location.text() << " for " << user
-                  << "; the token is kept in " << LoginFile(location.url()).path().string() << '\n';
-    }
+    invocation.out.remark("created the store " + location.text() + " for " + user +
+                          "; the token is kept in " + LoginFile(location.url()).path().string());
     if (output) {
         output->write(token);
     }
@@ -41,31 +34,21 @@ void init(const StoreLocation& location, const InitOptions& options, const Invoc
 
 }  // namespace
 
-void addInit(CLI::App& program, Invocation& invocation) {
-    auto options = std::make_shared<InitOptions>();
-    CLI::App* command = program.add_subcommand("init", "Create a store and its first user");
-    command
-        ->add_option("--user", options->user,
-                     "The user's name and bucket; your login name by default")
-        ->type_name("NAME");
-    command
-        ->add_option("--token-file", options->tokenFile,
-                     "Write the token to this new file too, readable for you only")
-        ->type_name("FILE");
-    command->footer(
-        "The user is logged in: token and session are kept in the state folder, readable for you\n"
-        "only. Nobody can tell the token again: --token-file makes a copy. A store that exists is\n"
-        "left alone.\n"
-        "\n"
-        "Examples:\n"
-        "  kvx init\n"
-        "  kvx init --store /srv/team.db --user ada");
-    command->callback([options, &invocation] {
-        invocation.run = [options, &invocation](const StoreLocation& location,
-                                                Diagnostics& diagnostics) {
-            diagnostics.guard(location.text(), [&] { init(location, *options, invocation); });
-        };
-    });
+Command initCommand() {
+    return {
+        .name = "init",
+        .summary = "Create a store and its first user",
+        .group = "Administration",
+        .options = {option("--user", "NAME",
+                           "The user's name and bucket; your login name by default"),
+                    option("--token-file", "FILE",
+                           "Write the token to this new file too, readable for you only")},
+        .notes =
+            R"(The user is logged in: token and session are kept in the state folder, readable for you
+only. The token is never shown again: --token-file makes a copy. A store that exists is
+left alone.)",
+        .examples = {"kvx init", "kvx init --store /srv/team.db --user ada"},
+        .run = withStore(init)};
 }
 
 }  // namespace storage::kvxtool

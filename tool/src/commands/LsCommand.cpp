@@ -1,50 +1,35 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
-#include <memory>
+#include <nlohmann/json.hpp>
 #include <utility>
-#include <vector>
 
 #include "commands/Commands.h"
+#include "commands/Running.h"
 #include "remote/RemoteTree.h"
 #include "storage/kvxclient/KVXClientException.h"
-#include "ui/Json.h"
 #include "ui/Terminal.h"
 #include "ui/Text.h"
 
 namespace storage::kvxtool {
 namespace {
 
-struct ListOptions {
-    std::vector<std::string> names;
-    bool details = false;
-    bool human = false;
-    bool all = false;
-    bool recursive = false;
-    bool byTime = false;
-    bool bySize = false;
-    bool reversed = false;
-    bool onePerLine = false;
-    std::string color = "auto";
-    bool json = false;
-};
-
-bool wantsColor(const std::string& option) {
+bool wantsColor(const std::string& when) {
     const char* none = std::getenv("NO_COLOR");
     const bool unwanted = none != nullptr && *none != '\0';
-    return option == "always" || (option == "auto" && onTerminal() && !unwanted);
+    return when == "always" || (when != "never" && onTerminal() && !unwanted);
 }
 
-void sort(std::vector<RemoteEntry>& entries, const ListOptions& options) {
+void sort(std::vector<RemoteEntry>& entries, const Invocation& invocation) {
     const auto sortBy = [&](auto isBefore) {
         std::stable_sort(entries.begin(), entries.end(), isBefore);
     };
-    if (options.byTime) {
+    if (invocation.has("-t")) {
         sortBy([](const auto& a, const auto& b) { return a.modified > b.modified; });
-    } else if (options.bySize) {
+    } else if (invocation.has("-S")) {
         sortBy([](const auto& a, const auto& b) { return a.size > b.size; });
     }
-    if (options.reversed) {
+    if (invocation.has("-r")) {
         std::reverse(entries.begin(), entries.end());
     }
 }
@@ -65,13 +50,13 @@ std::string colored(const RemoteEntry& entry, std::string text, bool color) {
     return faintOrBold + (entry.folder ? std::string(";34m") : "m") + text + "\x1b[0m";
 }
 
-void printDetails(const std::vector<RemoteEntry>& entries, const ListOptions& options, bool color) {
+void printDetails(const std::vector<RemoteEntry>& entries, bool human, bool color) {
     std::size_t width = 0;
     for (const RemoteEntry& entry : entries) {
-        width = std::max(width, sizeOf(entry, options.human).size());
+        width = std::max(width, sizeOf(entry, human).size());
     }
     for (const RemoteEntry& entry : entries) {
-        const std::string size = sizeOf(entry, options.human);
+        const std::string size = sizeOf(entry, human);
         std::cout << (entry.folder ? 'd' : '-') << 'r' << (entry.writable ? 'w' : '-') << "  "
                   << std::string(width - size.size(), ' ') << size << "  "
                   << shortTime(entry.modified) << "  "
@@ -98,16 +83,16 @@ void printNames(const std::vector<RemoteEntry>& entries, bool inColumns, bool co
 /// Prints listings one after the other, under headings when there may be several.
 class Listing {
 public:
-    Listing(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
-            const ListOptions& options)
+    Listing(const kvxclient::FileAccess& files, Invocation& invocation, bool severalNames)
         : files_(files),
-          diagnostics_(diagnostics),
-          options_(options),
-          color_(wantsColor(options.color)) {}
+          invocation_(invocation),
+          all_(invocation.has("-a")),
+          headings_(invocation.has("-R") || severalNames),
+          color_(wantsColor(invocation.text("--color"))) {}
 
     void list(const RemoteName& name) {
         try {
-            options_.recursive ? listTree(name) : listFolder(name);
+            invocation_.has("-R") ? listTree(name) : listFolder(name);
         } catch (const kvxclient::KVXClientException& error) {
             if (error.getErrorCode() != kvxclient::KVXClientErrorCode::CONFLICT) {
                 throw;
@@ -121,102 +106,90 @@ private:
         const auto visit = [this](const RemoteName& folder, std::vector<RemoteEntry>& entries) {
             printFolder(folder, entries);
         };
-        walkFolders(files_, diagnostics_, name, options_.all, visit);
+        walkFolders(files_, invocation_.diagnostics, name, all_, visit);
     }
 
     void listFolder(const RemoteName& name) {
-        kvxclient::FolderListRequest request(name.resource());
-        request.withShowHidden(options_.all);
-        std::vector<RemoteEntry> entries = entriesOf(files_.listFolder(std::move(request)));
+        std::vector<RemoteEntry> entries = entriesOf(files_.listFolder(listRequest(name, all_)));
         printFolder(name, entries);
     }
 
     void listFile(const RemoteName& name) {
         RemoteEntry entry = readEntry(files_, name);
-        if (options_.json) {
-            printJson(jsonOf(name, entry));
+        if (invocation_.out.isJson()) {
+            printJson(name, entry);
             return;
         }
         entry.name = *toUtf16(name.text());
-        print({entry});
+        printText({entry});
         first_ = false;
     }
 
     void printFolder(const RemoteName& name, std::vector<RemoteEntry>& entries) {
-        sort(entries, options_);
-        if (options_.json) {
+        sort(entries, invocation_);
+        if (invocation_.out.isJson()) {
             for (const RemoteEntry& entry : entries) {
-                printJson(jsonOf(name.child(entry.name), entry));
+                printJson(name.child(entry.name), entry);
             }
             return;
         }
-        if (options_.recursive || options_.names.size() > 1) {
+        if (headings_) {
             std::cout << (first_ ? "" : "\n") << shown(name.text()) << ":\n";
         }
-        print(entries);
+        printText(entries);
         first_ = false;
     }
 
-    void print(const std::vector<RemoteEntry>& entries) {
-        options_.details ? printDetails(entries, options_, color_)
-                         : printNames(entries, onTerminal() && !options_.onePerLine, color_);
+    void printJson(const RemoteName& name, const RemoteEntry& entry) {
+        invocation_.out.print(jsonOf(name, entry), {});
+    }
+
+    void printText(const std::vector<RemoteEntry>& entries) {
+        invocation_.has("-l") ? printDetails(entries, invocation_.has("-h"), color_)
+                              : printNames(entries, onTerminal() && !invocation_.has("-1"), color_);
     }
 
     const kvxclient::FileAccess& files_;
-    Diagnostics& diagnostics_;
-    const ListOptions& options_;
+    Invocation& invocation_;
+    const bool all_;
+    const bool headings_;
     const bool color_;
     bool first_ = true;
 };
 
-void ls(const kvxclient::FileAccess& files, Diagnostics& diagnostics, const ListOptions& options) {
-    Listing listing(files, diagnostics, options);
-    for (const std::string& name : options.names) {
-        diagnostics.guard(name, [&] { listing.list(RemoteName::parse(name)); });
+void ls(const Session& session, Invocation& invocation) {
+    const std::vector<std::string> names = namesOrRoot(invocation);
+    Listing listing(session.files(), invocation, names.size() > 1);
+    for (const std::string& name : names) {
+        invocation.diagnostics.guard(name, [&] { listing.list(RemoteName::parse(name)); });
     }
 }
 
 }  // namespace
 
-void addLs(CLI::App& program, Invocation& invocation) {
-    auto options = std::make_shared<ListOptions>();
-    CLI::App* command = program.add_subcommand("ls", "List folders");
-    command
-        ->add_option("REMOTE", options->names,
-                     "Folders and files; the root of your bucket by default")
-        ->type_name("");
-    command->add_flag("-l", options->details, "Show kind, access, size and modification time");
-    command->add_flag("-h", options->human, "Show sizes for people, as 1.5M");
-    command->add_flag("-a", options->all, "Show hidden names too, which begin with a dot");
-    command->add_flag("-R", options->recursive, "List the folders in folders too");
-    CLI::Option* byTime =
-        command->add_flag("-t", options->byTime, "Sort by modification time, the newest first");
-    command->add_flag("-S", options->bySize, "Sort by size, the largest first")->excludes(byTime);
-    command->add_flag("-r", options->reversed, "Sort the other way round");
-    command->add_flag("-1", options->onePerLine, "Show one name a line");
-    command
-        ->add_option("--color", options->color,
-                     "Colour folders and hidden names: always, never, or auto, on a terminal "
-                     "without NO_COLOR")
-        ->type_name("WHEN")
-        ->check(CLI::IsMember({"auto", "always", "never"}));
-    command->footer(
-        "Names stand in columns on a terminal, and one a line in a pipe. Control characters in\n"
-        "names are escaped on a terminal, and are as they are in a pipe.\n"
-        "\n"
-        "Examples:\n"
-        "  kvx ls\n"
-        "  kvx ls -lh team:/docs\n"
-        "  kvx ls -lt /docs | head");
-    command->callback([options, &invocation] {
-        options->json = invocation.json;
-        if (options->names.empty()) {
-            options->names.push_back(":/");
-        }
-        invocation.runInSession([options](const Session& session, Diagnostics& diagnostics) {
-            ls(session.files(), diagnostics, *options);
-        });
-    });
+Command lsCommand() {
+    return {
+        .name = "ls",
+        .summary = "List folders",
+        .group = "Files",
+        .options = {argument("REMOTE", "Folders and files; the root of your bucket by default",
+                             ANY_NUMBER),
+                    flag("-l", "Show kind, access, size and modification time"),
+                    flag("-h", "Show sizes for people, as 1.5M"),
+                    flag("-a", "Show hidden names too, which begin with a dot"),
+                    flag("-R", "List the folders in folders too"),
+                    flag("-t", "Sort by modification time, the newest first"),
+                    flag("-S", "Sort by size, the largest first").without("-t"),
+                    flag("-r", "Sort the other way round"), flag("-1", "Show one name a line"),
+                    option("--color", "WHEN",
+                           "Colour folders and hidden names: always, never, or auto, on a terminal "
+                           "without NO_COLOR")
+                        .oneOf({"auto", "always", "never"})},
+        .notes =
+            R"(Names stand in columns on a terminal, and one a line in a pipe. Control characters in
+names are escaped on a terminal, and are as they are in a pipe.)",
+        .examples = {"kvx ls", "kvx ls -lh team:/docs", "kvx ls -lt /docs | head"},
+        .run = inSession(ls)};
 }
 
 }  // namespace storage::kvxtool

@@ -95,73 +95,67 @@ void printText(const std::string& text) {
     std::cout << (verbatim ? ".fi\n.RE\n" : "");
 }
 
-std::string usageOf(const CLI::Option& positional) {
-    const std::string name =
-        positional.get_name(true) + (positional.get_items_expected_max() > 1 ? "..." : "");
-    return positional.get_required() ? name : "[" + name + "]";
+std::string usageOf(const Option& argument) {
+    const std::string name = argument.names + (argument.count.most > 1 ? "..." : "");
+    return argument.count.least > 0 ? name : "[" + name + "]";
 }
 
-void printOptions(const CLI::App& command) {
-    for (const CLI::Option* option : command.get_options()) {
-        const bool repeated = option == command.get_help_ptr() && command.get_parent() != nullptr;
-        if (option->get_group().empty() || repeated) {
-            continue;
-        }
-        std::string name = option->get_name(option->get_positional(), true);
-        for (std::size_t comma = 0; (comma = name.find(',', comma)) != std::string::npos;) {
-            name.insert(++comma, " ");
-        }
-        const bool valued = !option->get_positional() && option->get_items_expected_max() > 0;
-        // What follows the colon says what a value is checked for.
-        std::string value = valued ? " " + option->get_type_name() : "";
-        value = value.substr(0, value.find(':'));
-        std::cout << ".TP\n.B " << roff(name + value) << '\n'
-                  << roff(option->get_description()) << '\n';
+void printOption(const Option& option) {
+    std::string names = option.names;
+    for (std::size_t comma = 0; (comma = names.find(',', comma)) != std::string::npos;) {
+        names.insert(++comma, " ");
+    }
+    const std::string value = option.value.empty() ? "" : " " + option.value;
+    std::cout << ".TP\n.B " << roff(names + value) << '\n' << roff(option.help) << '\n';
+}
+
+void printOptions(const Command& command) {
+    for (const Option& option : command.options) {
+        printOption(option);
     }
 }
 
-void printCommand(const CLI::App& command, const std::string& before) {
-    const std::string name = before + " " + command.get_name();
+void printCommand(const Command& command, const std::string& before) {
+    const std::string name = before + " " + command.name;
     std::string usage = name;
-    for (const CLI::Option* option : command.get_options()) {
-        usage += option->get_positional() ? " " + usageOf(*option) : "";
+    for (const Option& option : command.options) {
+        usage += option.isArgument() ? " " + usageOf(option) : "";
     }
-    std::cout << ".SS \"" << roff(usage) << "\"\n" << roff(command.get_description()) << ".\n";
+    std::cout << ".SS \"" << roff(usage) << "\"\n" << roff(command.summary) << ".\n";
     printOptions(command);
-    printText("\n" + command.get_footer());
-    for (const CLI::App* each : command.get_subcommands(nullptr)) {
-        printCommand(*each, name);
+    printText("\n" + command.footer());
+    for (const Command& each : command.commands) {
+        printCommand(each, name);
     }
 }
 
-void printManual(const CLI::App& program) {
-    std::cout << ".TH KVX 1 \"\" \"" << roff(program.version()) << "\" \"User Commands\"\n"
+void manual(Invocation& invocation) {
+    const Command& program = invocation.program;
+    std::cout << ".TH KVX 1 \"\" \"" << roff(program.version) << "\" \"User Commands\"\n"
               << ".SH NAME\nkvx \\- work with the files of a store\n"
               << ".SH SYNOPSIS\n.B kvx\n.RI [ OPTIONS ]\n.I COMMAND\n.RI [ ARGUMENTS ]\n"
               << ".SH DESCRIPTION\n";
     printText(DESCRIPTION);
     std::cout << ".SH OPTIONS\nThese may stand before or after any command.\n";
+    printOption(flag("--help", "Show this help"));
+    printOption(flag("--version", "Show the version"));
     printOptions(program);
     std::cout << ".SH COMMANDS\n";
-    for (const CLI::App* command :
-         program.get_subcommands([](const CLI::App* each) { return !each->get_group().empty(); })) {
-        printCommand(*command, "kvx");
+    for (const Command& command : program.commands) {
+        if (!command.isHidden()) {
+            printCommand(command, program.name);
+        }
     }
     std::cout << ".SH \"NAMES, STORES AND EXIT CODES\"\n";
-    printText(program.get_footer());
+    printText(program.footer());
     std::cout << FILES_AND_ENVIRONMENT;
 }
 
 }  // namespace
 
-void addManual(CLI::App& program, Invocation& invocation) {
-    program.add_subcommand("manual", "Print the manual page in roff")
-        ->group("")
-        ->callback([&program, &invocation] {
-            invocation.run = [&program](const StoreLocation&, Diagnostics&) {
-                printManual(program);
-            };
-        });
+Command manualCommand() {
+    return {
+        .name = "manual", .summary = "Print the manual page in roff", .group = "", .run = manual};
 }
 
 }  // namespace storage::kvxtool

@@ -1,8 +1,7 @@
-#include <memory>
 #include <set>
-#include <vector>
 
 #include "commands/Commands.h"
+#include "commands/Running.h"
 #include "remote/RemoteTree.h"
 
 namespace storage::kvxtool {
@@ -10,23 +9,17 @@ namespace {
 
 using kvxclient::FileAccess;
 
-struct MoveOptions {
-    bool copy = false;
-    std::vector<std::string> names;
-    bool recursive = false;
-    bool overwrite = false;
-    bool keepExisting = false;
-};
-
-/// The name by which two names of one place are equal.
+/// The name without its bucket, where that is the user's own: by it two names of one place are
+/// equal.
 RemoteName plainName(const FileAccess& files, const RemoteName& name) {
     return isOwnBucket(files, name.resource().getBucket()) ? name.inOwnBucket() : name;
 }
 
 /// Throws Failure where a source would go onto or into itself.
 void requireElsewhere(const FileAccess& files, const RemoteName& source, const RemoteName& target) {
-    const RemoteName from = plainName(files, source);
-    const RemoteName to = plainName(files, target);
+    const bool mixed = source.isInOwnBucket() != target.isInOwnBucket();
+    const RemoteName from = mixed ? plainName(files, source) : source;
+    const RemoteName to = mixed ? plainName(files, target) : target;
     if (to == from) {
         throw Failure(ExitCode::CONFLICT, source.text(), "source and target are the same");
     }
@@ -35,95 +28,82 @@ void requireElsewhere(const FileAccess& files, const RemoteName& source, const R
     }
 }
 
-void moveOne(const FileAccess& files, const RemoteName& source, const RemoteTarget& into,
-             const MoveOptions& options, const Invocation& invocation) {
+void moveOrCopy(const FileAccess& files, const Invocation& invocation, bool copy,
+                const RemoteName& source, const RemoteTarget& into) {
     const RemoteEntry entry = readEntry(files, source);
-    if (options.copy && entry.folder && !options.recursive) {
+    if (copy && entry.folder && !invocation.has("--recursive")) {
         throw Failure(ExitCode::CONFLICT, source.text(),
                       "it is a folder: -r copies it with all it has");
     }
     const RemoteName target = into.nameFor(source.name());
     requireElsewhere(files, source, target);
-    if (const std::optional<RemoteEntry> existing = findEntry(files, target)) {
-        if (options.keepExisting) {
-            invocation.report("skipped", source, target);
+    if (const std::optional<RemoteEntry> existing = into.find(files, target)) {
+        if (invocation.has("--no-clobber")) {
+            reportAction(invocation.out, "skipped", source, target);
             return;
         }
         if (existing->folder || entry.folder) {
             throw Failure(ExitCode::CONFLICT, target.text(),
                           "it exists already, and only a file can replace a file");
         }
-        if (!options.overwrite) {
+        if (!invocation.has("--force")) {
             throw Failure(ExitCode::CONFLICT, target.text(), "it exists already: -f replaces it");
         }
     }
     kvxclient::MoveOrCopyRequest request(source.resource(), target.resource());
-    request.withTargetOverwrite(options.overwrite);
-    options.copy ? files.copy(std::move(request)) : files.move(std::move(request));
-    invocation.report(options.copy ? "copied" : "moved", source, target);
+    request.withTargetOverwrite(invocation.has("--force"));
+    copy ? files.copy(std::move(request)) : files.move(std::move(request));
+    reportAction(invocation.out, copy ? "copied" : "moved", source, target);
 }
 
-void moveAll(const FileAccess& files, Diagnostics& diagnostics, const MoveOptions& options,
-             const Invocation& invocation) {
-    const RemoteName name = RemoteName::parse(options.names.back());
-    diagnostics.guard(name.text(), [&] {
-        const RemoteTarget target(files, name, options.names.size() > 2);
-        const std::vector<std::string> sources(options.names.begin(), options.names.end() - 1);
+void moveOrCopyAll(const FileAccess& files, Invocation& invocation, bool copy) {
+    std::vector<std::string> sources = invocation.texts("REMOTE");
+    const RemoteName name = RemoteName::parse(sources.back());
+    sources.pop_back();
+    invocation.diagnostics.guard(name.text(), [&] {
+        const RemoteTarget target(files, name, sources.size() > 1);
         std::set<std::u16string> taken;
-        forEachName(sources, diagnostics, [&](const std::string& source) {
+        forEachName(sources, invocation.diagnostics, [&](const std::string& source) {
             const RemoteName from = RemoteName::parse(source);
             const std::u16string path = target.nameFor(from.name()).path();
-            if (options.overwrite && taken.contains(path)) {
+            if (invocation.has("--force") && taken.contains(path)) {
                 throw Failure(ExitCode::CONFLICT, source, "another source has this name");
             }
-            moveOne(files, from, target, options, invocation);
+            moveOrCopy(files, invocation, copy, from, target);
             taken.insert(path);
         });
     });
 }
 
-CLI::App* addCommand(CLI::App& program, Invocation& invocation, const std::string& name,
-                     const std::string& description, const std::shared_ptr<MoveOptions>& options) {
-    CLI::App* command = program.add_subcommand(name, description);
-    command->add_option("REMOTE", options->names, "The sources, then the target")
-        ->type_name("")
-        ->required()
-        ->expected(-2);
-    CLI::Option* force = command->add_flag("-f,--force", options->overwrite,
-                                           "Replace a file that exists, and its versions");
-    command->add_flag("-n,--no-clobber", options->keepExisting, "Leave out what exists already")
-        ->excludes(force);
-    command->callback([options, &invocation] {
-        invocation.runInSession(
-            [options, &invocation](const Session& session, Diagnostics& diagnostics) {
-                moveAll(session.files(), diagnostics, *options, invocation);
-            });
-    });
-    return command;
+/// What mv and cp have in common.
+Command command(bool copy) {
+    return {.group = "Files",
+            .options = {argument("REMOTE", "The sources, then the target", SOURCES_AND_TARGET),
+                        flag("-f,--force", "Replace a file that exists, and its versions"),
+                        flag("-n,--no-clobber", "Leave out what exists already").without("-f")},
+            .notes = "A target that is a folder takes each source under its own name.",
+            .run = inSession([copy](const Session& session, Invocation& invocation) {
+                moveOrCopyAll(session.files(), invocation, copy);
+            })};
 }
 
 }  // namespace
 
-void addMvAndCp(CLI::App& program, Invocation& invocation) {
-    addCommand(program, invocation, "mv", "Move or rename files and folders",
-               std::make_shared<MoveOptions>())
-        ->footer(
-            "A target that is a folder takes each source under its own name.\n"
-            "\n"
-            "Examples:\n"
-            "  kvx mv /draft.txt /final.txt\n"
-            "  kvx mv /a.txt /b.txt team:/docs/");
-    const auto copying = std::make_shared<MoveOptions>();
-    copying->copy = true;
-    CLI::App* copy =
-        addCommand(program, invocation, "cp", "Copy files and folders within the store", copying);
-    copy->add_flag("-r,--recursive", copying->recursive, "Copy folders with all they have");
-    copy->footer(
-        "A target that is a folder takes each source under its own name.\n"
-        "\n"
-        "Examples:\n"
-        "  kvx cp /docs/a.txt /docs/b.txt\n"
-        "  kvx cp -r /docs team:/archive/");
+Command mvCommand() {
+    Command mv = command(false);
+    mv.name = "mv";
+    mv.summary = "Move or rename files and folders";
+    mv.examples = {"kvx mv /draft.txt /final.txt", "kvx mv /a.txt /b.txt team:/docs/"};
+    return mv;
+}
+
+Command cpCommand() {
+    Command cp = command(true);
+    cp.name = "cp";
+    cp.summary = "Copy files and folders within the store";
+    cp.options.push_back(flag("-r,--recursive", "Copy folders with all they have"));
+    cp.examples = {"kvx cp /docs/a.txt /docs/b.txt", "kvx cp -r /docs team:/archive/"};
+    return cp;
 }
 
 }  // namespace storage::kvxtool

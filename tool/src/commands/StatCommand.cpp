@@ -1,28 +1,38 @@
-#include <iostream>
+#include <iomanip>
+#include <nlohmann/json.hpp>
+#include <sstream>
 #include <utility>
 
 #include "commands/Commands.h"
+#include "commands/Running.h"
 #include "remote/RemoteTree.h"
-#include "ui/Json.h"
 #include "ui/Terminal.h"
 #include "ui/Text.h"
 
 namespace storage::kvxtool {
 namespace {
 
-void printAttributes(const RemoteName& name, const kvxclient::FileAttributes& attributes) {
+std::string textOf(const RemoteName& name, const kvxclient::FileAttributes& attributes) {
     const auto yesOrNo = [](bool value) { return value ? "yes" : "no"; };
-    std::cout << "name:             " << shown(name.text()) << '\n'
-              << "type:             " << readable(attributes.getType()) << '\n'
-              << "size:             " << attributes.getSize() << '\n'
-              << "created:          " << exactTime(attributes.getCreated()) << '\n'
-              << "stored:           " << exactTime(attributes.getLastModified()) << '\n'
-              << "modified:         " << exactTime(entryOf(attributes).modified) << '\n'
-              << "access:           " << readable(toString(attributes.getAccessType())) << '\n'
-              << "writable:         " << yesOrNo(attributes.getWritable()) << '\n'
-              << "shareable:        " << yesOrNo(attributes.getShareable()) << '\n'
-              << "shared folder:    " << yesOrNo(attributes.isSharedFolder()) << '\n'
-              << "watermark:        " << shown(attributes.getWatermark()) << '\n';
+    const std::pair<const char*, std::string> lines[] = {
+        {"name:", shown(name.text())},
+        {"type:", readable(attributes.getType())},
+        {"size:", std::to_string(attributes.getSize())},
+        {"created:", exactTime(attributes.getCreated())},
+        {"stored:", exactTime(attributes.getLastModified())},
+        {"modified:", exactTime(entryOf(attributes).modified)},
+        {"access:", readable(toString(attributes.getAccessType()))},
+        {"writable:", yesOrNo(attributes.getWritable())},
+        {"shareable:", yesOrNo(attributes.getShareable())},
+        {"shared folder:", yesOrNo(attributes.isSharedFolder())},
+        {"watermark:", shown(attributes.getWatermark())}};
+    static bool first = true;
+    std::ostringstream text;
+    const char* separator = std::exchange(first, false) ? "" : "\n";
+    for (const auto& [label, value] : lines) {
+        text << std::exchange(separator, "\n") << std::setw(18) << std::left << label << value;
+    }
+    return text.str();
 }
 
 Json jsonOf(const RemoteName& name, const kvxclient::FileAttributes& attributes) {
@@ -36,36 +46,30 @@ Json jsonOf(const RemoteName& name, const kvxclient::FileAttributes& attributes)
     return object;
 }
 
-void stat(const kvxclient::FileAccess& files, const RemoteName& name, bool json) {
-    if (name.hasTrailingSlash()) {
-        requireFolder(files, name);
-    }
+void stat(const Session& session, Invocation& invocation, const RemoteName& name) {
     kvxclient::FileAttributesReadRequest request(name.resource());
     request.withSharingMetadata(true);
-    const auto response = files.readFileAttributes(std::move(request));
-    if (json) {
-        printJson(jsonOf(name, response.getFileAttributes()));
-        return;
-    }
-    static bool first = true;
-    std::cout << (std::exchange(first, false) ? "" : "\n");
-    printAttributes(name, response.getFileAttributes());
+    const kvxclient::FileAttributes attributes =
+        session.files().readFileAttributes(std::move(request)).getFileAttributes();
+    requireKind(name, entryOf(attributes));
+    invocation.out.print([&] { return jsonOf(name, attributes); },
+                         [&] { return textOf(name, attributes); });
 }
 
 }  // namespace
 
-void addStat(CLI::App& program, Invocation& invocation) {
-    addForEachName(program, invocation, "stat", "Show all attributes of files and folders",
-                   [&](const Session& session, Diagnostics&, const RemoteName& name) {
-                       stat(session.files(), name, invocation.json);
-                   })
-        ->footer(
-            "Modified is when the content was made, as who put it said, or else when it was\n"
-            "stored: the time that ls -l shows and get keeps. Shareable is a folder of yours: you\n"
-            "can invite to it, while a file can only be granted.\n"
-            "\n"
-            "Examples:\n"
-            "  kvx stat /docs/a.txt");
+Command statCommand() {
+    return {
+        .name = "stat",
+        .summary = "Show all attributes of files and folders",
+        .group = "Files",
+        .options = {remoteNames()},
+        .notes =
+            R"(Modified is the time of the content as the program that put it reported it, or else the time
+when it was stored: ls -l shows it and get keeps it. A folder of yours is shareable: you can
+invite others to it. A file can only be granted.)",
+        .examples = {"kvx stat /docs/a.txt"},
+        .run = forEachRemoteName(stat)};
 }
 
 }  // namespace storage::kvxtool

@@ -4,12 +4,13 @@
 #include <chrono>
 #include <filesystem>
 #include <iostream>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "commands/Commands.h"
+#include "commands/Transferring.h"
 #include "local/LocalWatch.h"
 #include "remote/ChangeFeed.h"
 #include "sync/Sync.h"
@@ -17,23 +18,8 @@
 namespace storage::kvxtool {
 namespace {
 
-struct WatchOptions {
-    bool watch = false;
-    double interval = 2;
-};
-
-SyncReport::Lines summaryLinesFor(const Invocation& invocation, bool dryRun) {
-    if (invocation.json) {
-        return SyncReport::Lines::JSON;
-    }
-    if (invocation.verbose || dryRun) {
-        return SyncReport::Lines::ACTIONS;
-    }
-    return invocation.quiet ? SyncReport::Lines::NONE : SyncReport::Lines::SUMMARY;
-}
-
-/// Compares and transfers once more. Returns whether it came to its end. The first time it throws
-/// when a folder cannot be read: it may be a wrong name, for which nobody wants to wait.
+/// Compares and transfers once more, and returns whether that succeeded. The first time, throws
+/// when a folder cannot be read: its name may be wrong.
 bool runPass(Sync& sync, Diagnostics& diagnostics, bool isFirst) {
     diagnostics.beginPass();
     if (isFirst) {
@@ -80,7 +66,7 @@ void followLocal(Sync& sync, Diagnostics& diagnostics, std::chrono::milliseconds
 
 void followRemote(const Session& session, Sync& sync, Diagnostics& diagnostics,
                   std::chrono::milliseconds interval) {
-    ChangeFeed feed(session, {sync.remote()}, "");
+    ChangeFeed feed(session.notifications(), session.files(), {sync.remote()}, "");
     feed.read();
     bool first = true;
     while (std::cout.flush()) {
@@ -93,11 +79,18 @@ void followRemote(const Session& session, Sync& sync, Diagnostics& diagnostics,
     }
 }
 
-void sync(const Session& session, Diagnostics& diagnostics, const SyncOptions& options,
-          SyncReport::Lines lines, const WatchOptions& watching) {
-    Sync sync(session.files(), diagnostics, options, lines);
-    const auto interval = std::chrono::milliseconds(static_cast<long>(watching.interval * 1000));
-    if (!watching.watch) {
+void sync(const Session& session, Invocation& invocation) {
+    Diagnostics& diagnostics = invocation.diagnostics;
+    SyncOptions options;
+    options.source = invocation.text("SOURCE");
+    options.target = invocation.text("TARGET");
+    options.rules = {invocation.has("--delete"), invocation.has("--checksum")};
+    options.dryRun = invocation.has("--dry-run");
+    options.transfer = transferOptions(session, invocation);
+    Sync sync(session.files(), invocation.out, diagnostics, options);
+    const std::chrono::milliseconds interval(
+        static_cast<long>(invocation.number("--interval") * 1000));
+    if (!invocation.has("--watch")) {
         sync.run();
     } else if (sync.isUp()) {
         followLocal(sync, diagnostics, interval);
@@ -106,68 +99,39 @@ void sync(const Session& session, Diagnostics& diagnostics, const SyncOptions& o
     }
 }
 
-void addOptions(CLI::App& command, SyncOptions& options, WatchOptions& watching) {
-    command.add_option("SOURCE", options.source, "The folder to be like")
-        ->type_name("")
-        ->required();
-    command.add_option("TARGET", options.target, "The folder to change")->type_name("")->required();
-    command.add_flag("--delete", options.rules.deletes,
-                     "Delete in the target what the source does not have");
-    command.add_flag("--checksum", options.rules.byContent,
-                     "Compare contents, not modification times");
-    CLI::Option* dryRun = command.add_flag("-n,--dry-run", options.dryRun,
-                                           "Print what there is to do, and do nothing");
-    addJobsOption(command, options.transfer);
-    CLI::Option* watch =
-        command.add_flag("--watch", watching.watch, "Go on with every change, until Ctrl-C")
-            ->excludes(dryRun);
-    command
-        .add_option("--interval", watching.interval,
-                    "With --watch, the seconds between looks for changes in the store")
-        ->type_name("SECONDS")
-        ->check(CLI::Range(0.01, 86400.0))
-        ->needs(watch)
-        ->capture_default_str();
-}
-
 }  // namespace
 
-void addSync(CLI::App& program, Invocation& invocation) {
-    auto options = std::make_shared<SyncOptions>();
-    auto watching = std::make_shared<WatchOptions>();
-    CLI::App* command = program.add_subcommand(
-        "sync", "Make a folder like another one: in the store, or out of it");
-    addOptions(*command, *options, *watching);
-    command->footer(
-        "One folder is local and one in the store. The target is created where it is missing. "
-        "Files\n"
-        "that differ in size or modification time are transferred; what only the target has "
-        "stays,\n"
-        "unless --delete is given, and so does what is a file here and a folder there. Links and\n"
-        "special files are left out on both sides, with a warning in the source. A file that\n"
-        "changes while it is read is not stored. A folder that is named on the command line may\n"
-        "be a link. Permissions are not kept.\n"
-        "\n"
-        "-v prints each action: put, get, delete or mkdir, with the path below the folder. --json\n"
-        "prints {\"action\", \"path\", \"size\"}, with \"dryRun\": true in a dry run, and at the "
-        "end\n"
-        "{\"action\": \"summary\", \"files\", \"size\", \"folders\", \"deleted\", \"unchanged\", "
-        "\"failed\",\n"
-        "\"dryRun\"}.\n"
-        "\n"
-        "Examples:\n"
-        "  kvx sync ./photos :/photos\n"
-        "  kvx sync -n --delete team:/docs ./docs\n"
-        "  kvx sync --watch ./notes :/notes");
-    command->callback([options, watching, &invocation] {
-        options->verbose = invocation.verbose && !invocation.quiet;
-        const SyncReport::Lines lines = summaryLinesFor(invocation, options->dryRun);
-        invocation.runInSession(
-            [options, watching, lines](const Session& session, Diagnostics& diagnostics) {
-                options->transfer.store = session.storeFile();
-                sync(session, diagnostics, *options, lines, *watching);
-            });
-    });
+Command syncCommand() {
+    return {
+        .name = "sync",
+        .summary = "Make a folder like another one: in the store, or out of it",
+        .group = "Sync",
+        .options = {argument("SOURCE", "The folder to be like"),
+                    argument("TARGET", "The folder to change"),
+                    flag("--delete", "Delete in the target what the source does not have"),
+                    flag("--checksum", "Compare contents, not modification times"),
+                    flag("-n,--dry-run", "Print what there is to do, and do nothing"), jobsOption(),
+                    flag("--watch", "Go on with every change, until Ctrl-C").without("--dry-run"),
+                    option("--interval", "SECONDS",
+                           "With --watch, the seconds between looks for changes in the store")
+                        .inRange(0.01, 86400.0)
+                        .together("--watch")
+                        .withInitial("2")},
+        .notes =
+            R"(One folder is local and one in the store. The target is created where it is missing. Files
+that differ in size or modification time are transferred; what only the target has stays,
+unless --delete is given, and so does what is a file here and a folder there. Links and
+special files are left out on both sides, with a warning in the source. A file that
+changes while it is read is not stored. A folder that is named on the command line may
+be a link. Permissions are not kept.
+
+-v prints each action: put, get, delete or mkdir, with the path below the folder. --json
+prints {"action", "path", "size"}, with "dryRun": true in a dry run, and at the end
+{"action": "summary", "files", "size", "folders", "deleted", "unchanged", "failed",
+"dryRun"}.)",
+        .examples = {"kvx sync ./photos :/photos", "kvx sync -n --delete team:/docs ./docs",
+                     "kvx sync --watch ./notes :/notes"},
+        .run = inSession(sync)};
 }
 
 }  // namespace storage::kvxtool

@@ -1,44 +1,38 @@
 #include <algorithm>
 #include <iostream>
-#include <memory>
-#include <utility>
+#include <nlohmann/json.hpp>
+#include <optional>
 #include <vector>
 
 #include "commands/Commands.h"
+#include "commands/Running.h"
 #include "remote/RemoteTree.h"
-#include "ui/Json.h"
 #include "ui/Terminal.h"
 #include "ui/Text.h"
 
 namespace storage::kvxtool {
 namespace {
 
-struct TreeOptions {
-    std::vector<std::string> names;
-    bool all = false;
-    bool foldersOnly = false;
-    std::size_t depth = 0;  // 0 is without a limit.
-    bool json = false;
-};
-
 /// Prints a tree whose folders come one by one, each before those below it.
 class TreePrinter {
 public:
-    explicit TreePrinter(const TreeOptions& options) : options_(options) {}
+    /// A depth of 0 is without a limit.
+    TreePrinter(const Output& out, bool foldersOnly, std::size_t depth)
+        : out_(out), foldersOnly_(foldersOnly), depth_(depth) {}
 
     /// Takes what `folder` has, and leaves in `entries` what is to be visited.
     void visit(const RemoteName& folder, std::vector<RemoteEntry>& entries) {
-        if (open_.empty()) {
-            printRoot(folder);
-        } else {
+        if (!open_.empty()) {
             printUpTo(folder);
+        } else if (!out_.isJson()) {
+            std::cout << shown(folder.text()) << '\n';
         }
         const auto isFile = [](const RemoteEntry& entry) { return !entry.folder; };
-        if (options_.foldersOnly) {
+        if (foldersOnly_) {
             entries.erase(std::remove_if(entries.begin(), entries.end(), isFile), entries.end());
         }
         open_.push_back({folder, entries, 0});
-        if (open_.size() == options_.depth) {
+        if (open_.size() == depth_) {
             entries.clear();
         }
     }
@@ -48,12 +42,12 @@ public:
         while (!open_.empty()) {
             printNext();
         }
-        if (!options_.json) {
+        if (!out_.isJson()) {
             const auto counted = [](unsigned long count, const char* what) {
                 return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
             };
             std::cout << '\n' << counted(folders_, "folder");
-            if (!options_.foldersOnly) {
+            if (!foldersOnly_) {
                 std::cout << ", " << counted(files_, "file");
             }
             std::cout << '\n';
@@ -66,12 +60,6 @@ private:
         std::vector<RemoteEntry> entries;
         std::size_t next;
     };
-
-    void printRoot(const RemoteName& folder) const {
-        if (!options_.json) {
-            std::cout << shown(folder.text()) << '\n';
-        }
-    }
 
     void printUpTo(const RemoteName& folder) {
         std::optional<RemoteName> printed;
@@ -90,38 +78,38 @@ private:
         const RemoteEntry& entry = folder.entries[folder.next++];
         (entry.folder ? folders_ : files_) += 1;
         RemoteName name = folder.name.child(entry.name);
-        if (options_.json) {
-            printJson(jsonOf(name, entry));
-        } else {
-            printLine(entry);
-        }
+        out_.print([&] { return jsonOf(name, entry); }, [&] { return lineOf(entry); });
         return name;
     }
 
-    void printLine(const RemoteEntry& entry) const {
+    std::string lineOf(const RemoteEntry& entry) const {
         const auto hasMore = [](const Folder& folder) {
             return folder.next < folder.entries.size();
         };
+        std::string line;
         for (std::size_t i = 0; i + 1 < open_.size(); ++i) {
-            std::cout << (hasMore(open_[i]) ? "│   " : "    ");
+            line += hasMore(open_[i]) ? "│   " : "    ";
         }
-        std::cout << (hasMore(open_.back()) ? "├── " : "└── ") << shown(toUtf8(entry.name)) << '\n';
+        return line + (hasMore(open_.back()) ? "├── " : "└── ") + shown(toUtf8(entry.name));
     }
 
-    const TreeOptions& options_;
+    const Output& out_;
+    const bool foldersOnly_;
+    const std::size_t depth_;
     std::vector<Folder> open_;
     unsigned long folders_ = 0;
     unsigned long files_ = 0;
 };
 
-void tree(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
-          const TreeOptions& options) {
-    for (const std::string& argument : options.names) {
-        diagnostics.guard(argument, [&] {
+void tree(const Session& session, Invocation& invocation) {
+    const std::size_t depth =
+        invocation.has("-L") ? static_cast<std::size_t>(invocation.number("-L")) : 0;
+    for (const std::string& argument : namesOrRoot(invocation)) {
+        invocation.diagnostics.guard(argument, [&] {
             const RemoteName name = RemoteName::parse(argument);
-            requireFolder(files, name);
-            TreePrinter printer(options);
-            walkFolders(files, diagnostics, name, options.all,
+            requireFolder(session.files(), name);
+            TreePrinter printer(invocation.out, invocation.has("-d"), depth);
+            walkFolders(session.files(), invocation.diagnostics, name, invocation.has("-a"),
                         [&](const RemoteName& folder, std::vector<RemoteEntry>& entries) {
                             printer.visit(folder, entries);
                         });
@@ -132,29 +120,17 @@ void tree(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
 
 }  // namespace
 
-void addTree(CLI::App& program, Invocation& invocation) {
-    auto options = std::make_shared<TreeOptions>();
-    CLI::App* command = program.add_subcommand("tree", "Show folders with all below them");
-    command->add_option("REMOTE", options->names, "Folders; the root of your bucket by default")
-        ->type_name("");
-    command->add_flag("-a", options->all, "Show hidden names too, which begin with a dot");
-    command->add_flag("-d", options->foldersOnly, "Show folders only");
-    command->add_option("-L", options->depth, "Show no more than so many levels")
-        ->type_name("DEPTH")
-        ->check(CLI::Range(1, 9999));
-    command->footer(
-        "Examples:\n"
-        "  kvx tree\n"
-        "  kvx tree -d -L 2 team:/");
-    command->callback([options, &invocation] {
-        options->json = invocation.json;
-        if (options->names.empty()) {
-            options->names.push_back(":/");
-        }
-        invocation.runInSession([options](const Session& session, Diagnostics& diagnostics) {
-            tree(session.files(), diagnostics, *options);
-        });
-    });
+Command treeCommand() {
+    return {
+        .name = "tree",
+        .summary = "Show folders with all below them",
+        .group = "Files",
+        .options = {argument("REMOTE", "Folders; the root of your bucket by default", ANY_NUMBER),
+                    flag("-a", "Show hidden names too, which begin with a dot"),
+                    flag("-d", "Show folders only"),
+                    option("-L", "DEPTH", "Show no more than so many levels").inRange(1, 9999)},
+        .examples = {"kvx tree", "kvx tree -d -L 2 team:/"},
+        .run = inSession(tree)};
 }
 
 }  // namespace storage::kvxtool

@@ -1,42 +1,23 @@
 #include <chrono>
 #include <functional>
 #include <iostream>
-#include <memory>
+#include <nlohmann/json.hpp>
 #include <thread>
 
 #include "commands/Commands.h"
+#include "commands/Running.h"
 #include "remote/ChangeFeed.h"
 #include "storage/kvxclient/KVXClientException.h"
-#include "ui/Json.h"
 #include "ui/Text.h"
 
 namespace storage::kvxtool {
 namespace {
 
-struct WatchOptions {
-    std::vector<std::string> names;
-    std::string since;
-    bool all = false;
-    bool once = false;
-    double interval = 1;
-};
-
-void print(const Change& change, bool json) {
+void print(const Output& out, const Change& change) {
     const std::string name =
         change.resource.getUTF8Bucket() + ":" + toUtf8(change.resource.getPath());
-    if (json) {
-        printJson({{"name", name}, {"type", change.folder ? "folder" : "file"}});
-    } else {
-        std::cout << escaped(name) << (change.folder && !name.ends_with('/') ? "/\n" : "\n");
-    }
-}
-
-void printWatermark(const std::string& watermark, bool json) {
-    if (json) {
-        printJson({{"watermark", watermark}});
-    } else {
-        std::cout << "watermark " << watermark << '\n';
-    }
+    out.print({{"name", name}, {"type", change.folder ? "folder" : "file"}},
+              escaped(name) + (change.folder && !name.ends_with('/') ? "/" : ""));
 }
 
 /// Calls `read`, and says so when the store does not know the watermark.
@@ -49,74 +30,60 @@ void readSince(const std::string& watermark, const std::function<void()>& read) 
     throw Failure(ExitCode::NOT_FOUND, watermark, "no watermark of this store");
 }
 
-void watch(const Session& session, Diagnostics& diagnostics, const WatchOptions& options,
-           bool json) {
+void watch(const Session& session, Invocation& invocation) {
     std::vector<RemoteName> names;
-    for (const std::string& name : options.names) {
+    for (const std::string& name : invocation.texts("REMOTE")) {
         names.push_back(RemoteName::parse(name));
     }
-    ChangeFeed feed(session, names, options.since);
+    ChangeFeed feed(session.notifications(), session.files(), names, invocation.text("--since"));
     const auto printChanges = [&] {
         for (const Change& change : feed.read()) {
-            print(change, json);
+            print(invocation.out, change);
         }
     };
-    if (!options.since.empty()) {
-        readSince(options.since, printChanges);
-    } else if (options.all) {
+    if (invocation.has("--since")) {
+        readSince(invocation.text("--since"), printChanges);
+    } else if (invocation.has("--all")) {
         printChanges();
     } else {
         feed.read();
     }
-    if (options.once) {
-        printWatermark(feed.watermark(), json);
+    if (invocation.has("--once")) {
+        invocation.out.print({{"watermark", feed.watermark()}}, "watermark " + feed.watermark());
         return;
     }
+    const std::chrono::duration<double> interval(invocation.number("--interval"));
     while (std::cout.flush()) {
-        std::this_thread::sleep_for(std::chrono::duration<double>(options.interval));
-        diagnostics.guard("", printChanges);
+        std::this_thread::sleep_for(interval);
+        invocation.diagnostics.guard("", printChanges);
     }
 }
 
 }  // namespace
 
-void addWatch(CLI::App& program, Invocation& invocation) {
-    auto options = std::make_shared<WatchOptions>();
-    CLI::App* command =
-        program.add_subcommand("watch", "Print the names of files and folders as they change");
-    command->add_option("REMOTE", options->names, "Names in the store; everything by default")
-        ->type_name("");
-    CLI::Option* since = command->add_option("--since", options->since,
-                                             "Begin where a watermark was printed, not now");
-    since->type_name("WATERMARK");
-    command->add_flag("--all", options->all, "Begin with all there is")->excludes(since);
-    command->add_flag("--once", options->once,
-                      "Print what there is and a watermark to go on from, and end");
-    command->add_option("--interval", options->interval, "Seconds from one look to the next")
-        ->type_name("SECONDS")
-        ->check(CLI::Range(0.01, 86400.0))
-        ->capture_default_str();
-    command->footer(
-        "A name stands for itself, all that is below it, and the folders above it, which may take "
-        "it\n"
-        "along when they are moved or removed. Names are printed as bucket:/path, folders with a "
-        "/\n"
-        "at the end, control characters escaped. What was moved or removed is printed too, and is "
-        "no\n"
-        "longer there. With --json each is {\"name\", \"type\"}, and the watermark "
-        "{\"watermark\"}.\n"
-        "Ends with Ctrl-C.\n"
-        "\n"
-        "Examples:\n"
-        "  kvx watch team:/docs\n"
-        "  kvx watch --once                      # prints a watermark\n"
-        "  kvx watch --once --since WATERMARK    # what has changed since, and the next watermark");
-    command->callback([options, &invocation] {
-        invocation.runInSession(
-            [options, &invocation](const Session& session, Diagnostics& diagnostics) {
-                watch(session, diagnostics, *options, invocation.json);
-            });
-    });
+Command watchCommand() {
+    return {
+        .name = "watch",
+        .summary = "Print the names of files and folders as they change",
+        .group = "Sync",
+        .options = {argument("REMOTE", "Names in the store; everything by default", ANY_NUMBER),
+                    option("--since", "WATERMARK", "Begin where a watermark was printed, not now"),
+                    flag("--all", "Begin with all there is").without("--since"),
+                    flag("--once", "Print what there is and a watermark to go on from, and end"),
+                    option("--interval", "SECONDS", "Seconds from one look to the next")
+                        .inRange(0.01, 86400.0)
+                        .withInitial("1")},
+        .notes =
+            R"(A name stands for itself, all that is below it, and the folders above it, which may take it
+along when they are moved or removed. Names are printed as bucket:/path, folders with a /
+at the end, control characters escaped. What was moved or removed is printed too, and is no
+longer there. With --json each is {"name", "type"}, and the watermark {"watermark"}.
+Ends with Ctrl-C.)",
+        .examples = {"kvx watch team:/docs",
+                     "kvx watch --once                      # prints a watermark",
+                     "kvx watch --once --since WATERMARK    # what has changed since, and the next "
+                     "watermark"},
+        .run = inSession(watch)};
 }
 
 }  // namespace storage::kvxtool

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <exception>
 #include <system_error>
@@ -22,18 +23,13 @@ int openFile(const std::filesystem::path& path, int flags) {
 }
 
 bool belongsToStore(const std::filesystem::path& file,
-                    const std::optional<std::filesystem::path>& store) {
-    const std::string name = store ? store->filename().string() : "";
-    if (name.empty() || !file.filename().string().starts_with(name)) {
-        return false;
-    }
-    for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
-        std::error_code ignored;
-        if (std::filesystem::equivalent(file, store->string() + suffix, ignored)) {
-            return true;
-        }
-    }
-    return false;
+                    const std::vector<std::filesystem::path>& storeFiles) {
+    return !storeFiles.empty() &&
+           file.filename().string().starts_with(storeFiles.front().filename().string()) &&
+           std::any_of(storeFiles.begin(), storeFiles.end(), [&](const auto& storeFile) {
+               std::error_code ignored;
+               return std::filesystem::equivalent(file, storeFile, ignored);
+           });
 }
 
 void throwFileError(const std::string& name, int error) {

@@ -3,20 +3,22 @@
 #include <chrono>
 #include <ctime>
 #include <filesystem>
-#include <optional>
 #include <string>
+#include <vector>
 
 namespace storage::kvxtool {
 
 /// Opens a file as open() does. A pipe waits for its other end, until a signal interrupts it.
 int openFile(const std::filesystem::path& path, int flags);
 
-/// The nearest time that can be told: of those before 1677 and after 2262 the first and the last.
+/// The nearest time that system_clock can hold: a time before 1677 or after 2262 becomes the first
+/// or the last one.
 std::chrono::system_clock::time_point timeOf(const timespec& time);
 
-/// Whether a file is the store's, or its log. Without a store in a file none is.
+/// Whether a file is one of the store's files. REQUIRES: the names of all begin with the first
+/// one's.
 bool belongsToStore(const std::filesystem::path& file,
-                    const std::optional<std::filesystem::path>& store);
+                    const std::vector<std::filesystem::path>& storeFiles);
 
 /// Throws an error of the system as a Failure with the file's name.
 [[noreturn]] void throwFileError(const std::string& name, int error);

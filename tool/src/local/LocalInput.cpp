@@ -41,7 +41,7 @@ bool LocalInput::hasChanged() const {
 }
 
 std::size_t LocalInput::read(char* data, std::size_t size) {
-    // What tells no size, as a pipe or a file of /proc, is read to its end.
+    // A file without a size, as a pipe or a file of /proc, is read to its end.
     const std::size_t wanted = size_ > 0 ? std::min(size, size_ - position_) : size;
     std::size_t filled = 0;
     while (filled < wanted) {

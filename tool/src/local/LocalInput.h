@@ -20,9 +20,9 @@ public:
     LocalInput& operator=(const LocalInput&) = delete;
 
     const std::string& name() const { return name_; }
-    /// The size in bytes; 0 for what has none, as a pipe.
+    /// The size in bytes; 0 for a pipe or another file without a size.
     unsigned long size() const { return size_; }
-    /// When it was last modified; empty for what is no regular file.
+    /// When it was last modified; empty unless it is a regular file.
     std::optional<std::chrono::system_clock::time_point> modified() const { return modified_; }
 
     /// Whether a regular file is no longer what it was when it was opened.

@@ -99,9 +99,9 @@ void LocalOutput::commit(std::optional<std::chrono::system_clock::time_point> mo
         times[0].tv_nsec = UTIME_OMIT;
         times[1].tv_sec = seconds.time_since_epoch().count();
         times[1].tv_nsec = std::chrono::nanoseconds(*modified - seconds).count();
-        futimens(file_, times);  // A file system without it has the file all the same.
+        futimens(file_, times);  // A failure is ignored: some file systems keep no times.
     }
-    // Some file systems tell of a full disk only here.
+    // Some file systems report a full disk only here.
     const int file = std::exchange(file_, -1);
     if (close(file) != 0) {
         throwFileError(name_, errno);

@@ -11,7 +11,7 @@
 namespace storage::kvxtool {
 
 /// A local file that receives a download: written under a temporary name in its folder, it takes
-/// its own name with commit(), and never exists by halves. A device or pipe is written directly.
+/// its own name with commit(), and is never there in part. A device or pipe is written directly.
 /// What fails is thrown as a Failure with its name.
 class LocalOutput {
 public:

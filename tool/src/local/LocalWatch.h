@@ -5,8 +5,8 @@
 
 namespace storage::kvxtool {
 
-/// Sees changes in a local folder and the folders below it that were there when it was made. What
-/// came before it was made is seen by whoever reads the folders after that.
+/// Sees changes in a local folder and the folders below it that were there when it was made. Read
+/// the folders after it is made: earlier changes are not reported.
 class LocalWatch {
 public:
     explicit LocalWatch(const std::filesystem::path& top);
@@ -20,8 +20,7 @@ public:
 
     static constexpr std::chrono::milliseconds FOREVER{-1};
 
-    /// Waits until something has changed and the changes have settled, or for the time that is
-    /// given.
+    /// Waits until something has changed and the changes have settled, but no longer than `atMost`.
     void wait(std::chrono::milliseconds atMost) const;
 
 private:

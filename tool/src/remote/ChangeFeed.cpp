@@ -15,13 +15,18 @@ bool isWithin(const std::u16string& path, const std::u16string& folder) {
 
 }  // namespace
 
-ChangeFeed::ChangeFeed(const Session& session, std::vector<RemoteName> names, std::string watermark)
-    : session_(session), names_(std::move(names)), watermark_(std::move(watermark)) {}
+ChangeFeed::ChangeFeed(const kvxclient::Notification& notifications,
+                       const kvxclient::FileAccess& files, std::vector<RemoteName> names,
+                       std::string watermark)
+    : notifications_(notifications),
+      files_(files),
+      names_(std::move(names)),
+      watermark_(std::move(watermark)) {}
 
 std::vector<Change> ChangeFeed::read() {
     kvxclient::FileChangeListRequest request;
     const kvxclient::FileChangeListResponse response =
-        session_.notifications().listFileChanges(std::move(request.withWatermark(watermark_)));
+        notifications_.listFileChanges(std::move(request.withWatermark(watermark_)));
     std::vector<Change> changes;
     for (const kvxclient::FileChangeSummary& folder : response.getFolderChanges()) {
         changes.push_back({folder.getResource(), true});
@@ -45,14 +50,13 @@ bool ChangeFeed::isWanted(const Change& change) {
     return names_.empty() || std::any_of(names_.begin(), names_.end(), concerns);
 }
 
-/// The list gives every bucket by its name, and the caller's own one may have been asked for
-/// without it.
+/// The list names every bucket, while the user's own bucket may be asked for without its name.
 bool ChangeFeed::isOwn(const std::u16string& bucket) {
     const auto known = ownBuckets_.find(bucket);
     if (known != ownBuckets_.end()) {
         return known->second;
     }
-    return ownBuckets_[bucket] = isOwnBucket(session_.files(), bucket);
+    return ownBuckets_[bucket] = isOwnBucket(files_, bucket);
 }
 
 }  // namespace storage::kvxtool

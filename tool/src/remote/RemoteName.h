@@ -13,13 +13,13 @@ public:
     /// slash.
     static bool isRemote(const std::string& argument);
 
-    /// For who is told that nothing has this name: empty unless it has wildcards.
+    /// A hint to add where nothing has this name; empty unless it has wildcards.
     static std::string wildcardHint(const std::string& argument);
 
     enum class Form { ANY, WITH_COLON };
 
     /// Reads "bucket:/path", ":/path" or, where only a remote name can be meant, "/path". A bucket
-    /// alone, "bucket:", is its root. Trailing slashes are taken off and remembered. Throws Failure
+    /// alone, "bucket:", is its root. Trailing slashes are removed and remembered. Throws Failure
     /// for anything else, and for what is not UTF-8.
     static RemoteName parse(const std::string& argument, Form form = Form::ANY);
 
@@ -31,11 +31,13 @@ public:
     std::u16string name() const;
     const std::u16string& path() const { return path_; }
     bool isRoot() const { return path_ == u"/"; }
+    /// Whether it names no bucket, and so means the caller's own.
+    bool isInOwnBucket() const { return bucket_.empty(); }
     /// Whether it was written with a trailing slash, and so can only mean a folder.
     bool hasTrailingSlash() const { return trailingSlash_; }
 
     kvxclient::Resource resource() const { return {path_, bucket_}; }
-    /// As every command takes it: ":/path", or "bucket:/path".
+    /// As every command reads it: ":/path", or "bucket:/path".
     std::string text() const;
 
     /// Whether it names something below `folder`.

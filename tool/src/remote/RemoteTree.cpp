@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <future>
+#include <nlohmann/json.hpp>
 
 #include "storage/kvxclient/KVXClientException.h"
 #include "ui/Failure.h"
@@ -15,7 +16,7 @@ using kvxclient::FolderListResponse;
 
 constexpr std::size_t LISTINGS_AHEAD = 16;
 
-/// Files and folders, and what reads their attributes, have these in common.
+/// For the summaries of files and folders and for attributes.
 template <class Summary>
 bool isModifiedByClient(const Summary& summary) {
     return summary.getClientLastModified().time_since_epoch().count() != 0;
@@ -34,8 +35,13 @@ struct Pending {
 
 std::future<FolderListResponse> startListing(const FileAccess& files, const RemoteName& folder,
                                              bool showHidden) {
-    kvxclient::FolderListRequest request(folder.resource());
-    return files.listFolderAsync(std::move(request.withShowHidden(showHidden)));
+    return files.listFolderAsync(listRequest(folder, showHidden));
+}
+
+kvxclient::FileAttributes readAttributes(const FileAccess& files, kvxclient::Resource resource) {
+    kvxclient::FileAttributesReadRequest request(std::move(resource));
+    return files.readFileAttributes(std::move(request.withSharingMetadata(false)))
+        .getFileAttributes();
 }
 
 }  // namespace
@@ -46,13 +52,15 @@ RemoteEntry entryOf(const kvxclient::FileAttributes& attributes) {
 }
 
 RemoteEntry readEntry(const FileAccess& files, const RemoteName& name) {
-    const kvxclient::FileAttributes attributes =
-        files.readFileAttributes({name.resource()}).getFileAttributes();
-    RemoteEntry entry = entryOf(attributes);
+    RemoteEntry entry = entryOf(readAttributes(files, name.resource()));
+    requireKind(name, entry);
+    return entry;
+}
+
+void requireKind(const RemoteName& name, const RemoteEntry& entry) {
     if (name.hasTrailingSlash() && !entry.folder) {
         throw Failure(ExitCode::CONFLICT, name.text(), "it is a file, not a folder");
     }
-    return entry;
 }
 
 std::optional<RemoteEntry> findEntry(const FileAccess& files, const RemoteName& name) {
@@ -64,6 +72,12 @@ std::optional<RemoteEntry> findEntry(const FileAccess& files, const RemoteName& 
         }
         return std::nullopt;
     }
+}
+
+kvxclient::FolderListRequest listRequest(const RemoteName& folder, bool showHidden) {
+    kvxclient::FolderListRequest request(folder.resource());
+    request.withShowHidden(showHidden).withShowShared(false).withIncludeInvitations(false);
+    return request;
 }
 
 Json jsonOf(const RemoteName& name, const RemoteEntry& entry) {
@@ -93,17 +107,20 @@ void requireBucket(const FileAccess& files, RemoteName name) {
     }
 }
 
-// The same root was made at the same moment.
+// Two names of one root have the same time of creation.
 bool isOwnBucket(const FileAccess& files, const std::u16string& bucket) {
+    if (bucket.empty()) {
+        return true;
+    }
     const auto root = [&](const std::u16string& name) {
-        return files.readFileAttributes({kvxclient::Resource(u"/", name)}).getFileAttributes();
+        return readAttributes(files, kvxclient::Resource(u"/", name));
     };
     try {
         const kvxclient::FileAttributes attributes = root(bucket);
         return attributes.getAccessType() == kvxclient::AccessType::OWNER &&
                attributes.getCreated() == root(u"").getCreated();
     } catch (const kvxclient::KVXClientException& error) {
-        // Of a bucket with a shared folder the caller may not see the root.
+        // A user with whom only a folder is shared may not see the root.
         if (error.getErrorCode() != kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND &&
             error.getErrorCode() != kvxclient::KVXClientErrorCode::UNAUTHORIZED) {
             throw;
@@ -190,20 +207,20 @@ void walkFolders(const FileAccess& files, Diagnostics& diagnostics, const Remote
 }
 
 RemoteTarget::RemoteTarget(const FileAccess& files, const RemoteName& target, bool severalSources)
-    : target_(target), folder_(target.hasTrailingSlash()) {
-    const std::optional<RemoteEntry> entry = findEntry(files, target);
-    if (!entry) {
-        requireBucket(files, target);
-    }
-    folder_ = folder_ || (entry && entry->folder);
-    if (severalSources && !(entry && entry->folder)) {
-        throw Failure(entry ? ExitCode::CONFLICT : ExitCode::NOT_FOUND, target.text(),
-                      entry ? "it is a file, and several sources need a folder"
-                            : "no such folder, and several sources need one");
-    }
-    const RemoteName holder = folder_ ? target : target.parent();
-    if (!entry && !findEntry(files, holder)) {
-        throw Failure(ExitCode::NOT_FOUND, holder.text(), "no such folder");
+    : target_(target), entry_(findEntry(files, target)) {
+    folder_ = target.hasTrailingSlash() || (entry_ && entry_->folder);
+    if (!entry_) {
+        const RemoteName holder = folder_ ? target : target.parent();
+        const bool isSure = holder.isRoot() && holder.isInOwnBucket();
+        if (severalSources || holder == target || !(isSure || findEntry(files, holder))) {
+            requireBucket(files, target);
+            throw Failure(
+                ExitCode::NOT_FOUND, severalSources ? target.text() : holder.text(),
+                severalSources ? "no such folder, and several sources need one" : "no such folder");
+        }
+    } else if (severalSources && !entry_->folder) {
+        throw Failure(ExitCode::CONFLICT, target.text(),
+                      "it is a file, and several sources need a folder");
     }
 }
 

@@ -9,7 +9,7 @@
 #include "remote/RemoteName.h"
 #include "storage/kvxclient/FileAccess.h"
 #include "ui/Diagnostics.h"
-#include "ui/Json.h"
+#include "ui/Output.h"
 
 namespace storage::kvxtool {
 
@@ -19,15 +19,18 @@ struct RemoteEntry {
     bool folder = false;
     bool writable = false;
     unsigned long size = 0;
-    /// As a client reported it, else by the store's clock.
+    /// As a client reported it, otherwise by the store's clock.
     std::chrono::system_clock::time_point modified;
     bool modifiedByClient = false;
 };
 
 RemoteEntry entryOf(const kvxclient::FileAttributes& attributes);
 
-/// Reads what a name stands for. Throws when there is nothing, or a file where the name has a
-/// trailing slash.
+/// Throws Failure where the name has a trailing slash and is that of a file.
+void requireKind(const RemoteName& name, const RemoteEntry& entry);
+
+/// Reads what has the name. Throws when there is nothing, or when the name has a trailing slash and
+/// is that of a file.
 RemoteEntry readEntry(const kvxclient::FileAccess& files, const RemoteName& name);
 /// The same, but empty when there is nothing.
 std::optional<RemoteEntry> findEntry(const kvxclient::FileAccess& files, const RemoteName& name);
@@ -35,11 +38,14 @@ std::optional<RemoteEntry> findEntry(const kvxclient::FileAccess& files, const R
 /// The entry as commands list it for programs, with its whole name.
 Json jsonOf(const RemoteName& name, const RemoteEntry& entry);
 
+/// Asks for the content of a folder that is the user's to see, without what others share.
+kvxclient::FolderListRequest listRequest(const RemoteName& folder, bool showHidden);
+
 /// Throws Failure unless `name` is a folder that exists.
 void requireFolder(const kvxclient::FileAccess& files, const RemoteName& name);
 
-/// Throws Failure when neither `name` nor a folder above it is there for the caller: what is
-/// missing is the bucket then.
+/// Throws Failure when the user can see neither `name` nor a folder above it: the bucket is missing
+/// then.
 void requireBucket(const kvxclient::FileAccess& files, RemoteName name);
 
 /// Whether a bucket is the one that a name without a bucket means.
@@ -66,8 +72,15 @@ void walkFolders(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
 /// Where a source goes: into a target that is a folder, or takes its place or name.
 class RemoteTarget {
 public:
-    /// Throws Failure when there are several sources and the target is no folder.
+    /// Looks the target up, and the folder to hold it where it is new. Throws Failure when that is
+    /// missing, or when there are several sources and the target is no folder.
     RemoteTarget(const kvxclient::FileAccess& files, const RemoteName& target, bool severalSources);
+
+    /// What has the name that nameFor() gave, as it was when the target was looked up or is now.
+    std::optional<RemoteEntry> find(const kvxclient::FileAccess& files,
+                                    const RemoteName& name) const {
+        return name == target_ ? entry_ : findEntry(files, name);
+    }
 
     /// Whether sources go into it under their own names.
     bool isFolder() const { return folder_; }
@@ -78,6 +91,7 @@ public:
 
 private:
     RemoteName target_;
+    std::optional<RemoteEntry> entry_;
     bool folder_;
 };
 

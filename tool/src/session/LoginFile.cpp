@@ -68,7 +68,7 @@ void LoginFile::write(const Login& login) const {
     const std::string text = login.token + "\n" + login.sessionId + "\n" +
                              std::to_string(system_clock::to_time_t(login.renewal)) + "\n" +
                              storeUrl_;
-    // On disk before it takes its name: the store itself cannot give the token again.
+    // Synced before it takes its name: nobody, not even the store, can restore a lost token.
     const bool written =
         ::write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
         fsync(file) == 0;

@@ -7,7 +7,7 @@
 
 namespace storage::kvxtool {
 
-/// What lets a user work with a store.
+/// A token and the session that it opened.
 struct Login {
     std::string token;
     std::string sessionId;
@@ -29,7 +29,7 @@ public:
     /// Keeps the login in place of the one that is there. Throws when it cannot.
     void write(const Login& login) const;
     const std::filesystem::path& path() const { return path_; }
-    /// Forgets what is kept. Throws when it cannot.
+    /// Removes what is kept. Throws when it cannot.
     void remove() const { std::filesystem::remove(path_); }
 
 private:

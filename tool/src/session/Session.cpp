@@ -27,7 +27,7 @@ Login logIn(const kvxclient::KVXClient& client, const std::string& token) {
 }
 
 std::unique_ptr<kvxclient::KVXClient> makeClient(const StoreLocation& location) {
-    auto client = openStore(location);
+    auto client = openStore(location)->createClient();
     client->withApplicationId("kvx");
     return client;
 }
@@ -72,9 +72,9 @@ void dropLogin(const StoreLocation& location) {
 }
 
 Session::Session(const StoreLocation& location) try
-    : storeFile_(location.file()), client_(makeClient(location)) {
+    : storeFiles_(location.files()), client_(makeClient(location)) {
     files_ = client_->createFileAccess();
-    rights_ = client_->createAccessControl();
+    sharing_ = client_->createAccessControl();
     configuration_ = client_->createConfigurationManagement();
     notifications_ = client_->createNotification();
     versions_ = client_->createVersioning();

@@ -6,6 +6,7 @@
 #include <stop_token>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "session/LoginFile.h"
 #include "session/StoreLocation.h"
@@ -34,11 +35,11 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    /// The store's file, where it is one.
-    const std::optional<std::filesystem::path>& storeFile() const { return storeFile_; }
+    /// The files of the store, where it is kept in files.
+    const std::vector<std::filesystem::path>& storeFiles() const { return storeFiles_; }
 
     const kvxclient::FileAccess& files() const { return *files_; }
-    const kvxclient::AccessControl& rights() const { return *rights_; }
+    const kvxclient::AccessControl& sharing() const { return *sharing_; }
     const kvxclient::ConfigurationManagement& configuration() const { return *configuration_; }
     const kvxclient::Notification& notifications() const { return *notifications_; }
     const kvxclient::IVersioning& versions() const { return *versions_; }
@@ -50,10 +51,10 @@ private:
     void renew();
     void keepAlive(const std::stop_token& stop);
 
-    std::optional<std::filesystem::path> storeFile_;
+    std::vector<std::filesystem::path> storeFiles_;
     std::unique_ptr<kvxclient::KVXClient> client_;
     std::unique_ptr<kvxclient::FileAccess> files_;
-    std::unique_ptr<kvxclient::AccessControl> rights_;
+    std::unique_ptr<kvxclient::AccessControl> sharing_;
     std::unique_ptr<kvxclient::ConfigurationManagement> configuration_;
     std::unique_ptr<kvxclient::Notification> notifications_;
     std::unique_ptr<kvxclient::IVersioning> versions_;

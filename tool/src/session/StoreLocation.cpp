@@ -4,8 +4,8 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <string_view>
 
+#include "storage/kvxstore/Store.h"
 #include "ui/Failure.h"
 
 namespace storage::kvxtool {
@@ -16,17 +16,11 @@ std::string environment(const char* variable) {
     return value != nullptr ? value : "";
 }
 
-/// The path within an SQLite URL, or the path that is given instead of a URL.
-std::optional<std::filesystem::path> fileOf(std::string_view urlOrPath) {
-    constexpr std::string_view ABSOLUTE = "sqlite://";
-    constexpr std::string_view PLAIN = "sqlite:";
-    if (urlOrPath.starts_with("sqlite:///")) {
-        return urlOrPath.substr(ABSOLUTE.size());
-    }
-    if (urlOrPath == "sqlite::memory:" || urlOrPath.find("://") != std::string_view::npos) {
-        return std::nullopt;
-    }
-    return urlOrPath.starts_with(PLAIN) ? urlOrPath.substr(PLAIN.size()) : urlOrPath;
+/// The file of a URL, or the path that is given instead of a URL.
+std::optional<std::filesystem::path> fileOf(const std::string& urlOrPath) {
+    const bool isUrl =
+        urlOrPath.starts_with("sqlite:") || urlOrPath.find("://") != std::string::npos;
+    return isUrl ? kvxstore::Store::filePath(urlOrPath) : urlOrPath;
 }
 
 }  // namespace
@@ -52,6 +46,16 @@ StoreLocation::StoreLocation(const std::string& urlOrPath)
         file_ = unresolved ? absolute : resolved;
         url_ = "sqlite://" + file_->string();
     }
+}
+
+std::vector<std::filesystem::path> StoreLocation::files() const {
+    std::vector<std::filesystem::path> files;
+    for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
+        if (file_) {
+            files.emplace_back(file_->string() + suffix);
+        }
+    }
+    return files;
 }
 
 std::filesystem::path userFolder(const char* variable, const char* fallback) {

@@ -4,10 +4,10 @@
 
 namespace storage::kvxtool {
 
-/// A new file, readable for its owner only, to which a token goes.
+/// A new file for a token, readable for its owner only.
 class TokenOutput {
 public:
-    /// Throws Failure when there is such a file already, or there cannot be one.
+    /// Throws Failure when the file exists already or cannot be created.
     explicit TokenOutput(const std::string& path);
     /// Removes a file to which nothing was written.
     ~TokenOutput();

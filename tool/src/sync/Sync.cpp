@@ -50,7 +50,7 @@ std::size_t depthOf(const SyncStep& step) {
     return step.path.empty() ? 0 : 1 + std::count(step.path.begin(), step.path.end(), '/');
 }
 
-/// The steps of one depth after those of another: no call depends on one that is on its way.
+/// The steps by depth: those of one depth do not depend on each other.
 std::map<std::size_t, std::vector<const SyncStep*>> byDepth(const std::vector<SyncStep>& steps,
                                                             Kind kind) {
     std::map<std::size_t, std::vector<const SyncStep*>> result;
@@ -70,8 +70,8 @@ void throwUnlessZero(int result) {
 
 }  // namespace
 
-Sync::Sync(const kvxclient::FileAccess& files, Diagnostics& diagnostics, const SyncOptions& options,
-           SyncReport::Lines lines)
+Sync::Sync(const kvxclient::FileAccess& files, const Output& out, Diagnostics& diagnostics,
+           const SyncOptions& options)
     : files_(files),
       diagnostics_(diagnostics),
       options_(options),
@@ -79,7 +79,7 @@ Sync::Sync(const kvxclient::FileAccess& files, Diagnostics& diagnostics, const S
       local_(up_ ? options.source : options.target),
       remote_(
           RemoteName::parse(up_ ? options.target : options.source, RemoteName::Form::WITH_COLON)),
-      report_(diagnostics, lines, up_, options.dryRun) {}
+      report_(out, diagnostics, up_, options.dryRun) {}
 
 fs::path Sync::localPath(const std::string& path) const {
     return path.empty() ? local_ : local_ / path;
@@ -109,7 +109,7 @@ void Sync::run() {
 }
 
 SyncPlan Sync::makePlan() {
-    SyncTree local = readLocalTree(local_, options_.transfer.store, diagnostics_);
+    SyncTree local = readLocalTree(local_, options_.transfer.storeFiles, diagnostics_);
     SyncTree remote = readRemoteTree(files_, remote_, diagnostics_);
     SyncTree& source = up_ ? local : remote;
     if (source.empty()) {
@@ -122,7 +122,7 @@ SyncPlan Sync::makePlan() {
     return planSync(source, up_ ? remote : local, options_.rules);
 }
 
-/// The store cannot have had what it cannot name, so that nothing says that it was deleted there.
+/// Names that are not UTF-8 were never in the store, so that they were not deleted there either.
 void Sync::keepUnnameable(SyncTree& target) {
     for (auto& [path, entry] : target) {
         entry.complete = entry.complete && toUtf16(path).has_value();
@@ -132,7 +132,7 @@ void Sync::keepUnnameable(SyncTree& target) {
 void Sync::leaveOut(SyncTree& source) {
     for (auto item = source.begin(); item != source.end();) {
         const auto& [path, entry] = *item;
-        const bool told = entry.kind != Kind::TEMPORARY || options_.verbose;
+        const bool told = entry.kind != Kind::TEMPORARY || report_.isVerbose();
         if (entry.isLeftOut() && told && warned_.insert(path).second) {
             diagnostics_.leaveOut(localPath(path).string(), wordFor(entry.kind));
         }
@@ -140,7 +140,7 @@ void Sync::leaveOut(SyncTree& source) {
             ++item;
             continue;
         }
-        if (toUtf16(parentPath(path))) {  // Once for all that is below it.
+        if (toUtf16(parentPath(path))) {  // Once for a folder and all its content.
             diagnostics_.fail(
                 {ExitCode::REFUSED, localPath(path).string(), "the name is not valid UTF-8"});
         }
@@ -238,7 +238,8 @@ void Sync::removeRemote(const std::vector<SyncStep>& steps) {
          ++level) {
         for (const SyncStep* step : level->second) {
             folderCalls.makeRoom();
-            folderCalls.add(files_.deleteFolderAsync({remoteName(step->path).resource()}),
+            kvxclient::FolderDeleteRequest request(remoteName(step->path).resource());
+            folderCalls.add(files_.deleteFolderAsync(std::move(request.withForceRecursive(false))),
                             [&complete, step](auto& call) { complete(*step, call); });
         }
         folderCalls.drain();
@@ -326,6 +327,7 @@ void Sync::download(const std::vector<SyncStep>& steps) {
 
 TransferOptions Sync::transferOptions() {
     TransferOptions options = options_.transfer;
+    options.hasSummary = true;
     const std::size_t prefix = localPath("x").native().size() - 1;
     options.done = [this, prefix](const std::string& source, const std::string& target,
                                   unsigned long bytes) {

@@ -19,7 +19,6 @@ struct SyncOptions {
     std::string target;
     SyncRules rules;
     bool dryRun = false;
-    bool verbose = false;
     TransferOptions transfer;
 };
 
@@ -27,8 +26,8 @@ struct SyncOptions {
 class Sync {
 public:
     /// Throws Failure unless one of the names is local and the other one remote.
-    Sync(const kvxclient::FileAccess& files, Diagnostics& diagnostics, const SyncOptions& options,
-         SyncReport::Lines lines);
+    Sync(const kvxclient::FileAccess& files, const Output& out, Diagnostics& diagnostics,
+         const SyncOptions& options);
 
     /// Compares the folders as they are now and does, or in a dry run prints, what there is to do.
     /// Throws when one of them cannot be read; what else fails is reported and stops nothing.
@@ -70,7 +69,7 @@ private:
     const std::filesystem::path local_;
     const RemoteName remote_;
     SyncReport report_;
-    std::set<std::string> warned_;   // Once is enough, however often it runs.
+    std::set<std::string> warned_;   // What has been reported in an earlier run.
     std::set<std::string> blocked_;  // What could not be created, or not be deleted.
 };
 

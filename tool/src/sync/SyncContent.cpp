@@ -30,7 +30,7 @@ bool isSame(const kvxclient::FileAccess& files, const ContentPair& pair) {
     if (!local) {
         throw std::system_error(errno != 0 ? errno : EIO, std::generic_category());
     }
-    if (pair.size <= RemoteHandle::RANGE_SIZE) {  // As put and get have it: one call, no handle.
+    if (pair.size <= RemoteHandle::RANGE_SIZE) {  // As in put and get: one call, no handle.
         const std::vector<char> whole = files.readFile({pair.remote.resource()}).getResponseBody();
         return readPart(local, whole.size() + 1) == whole;
     }

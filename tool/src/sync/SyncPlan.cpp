@@ -18,7 +18,7 @@ bool differInKind(const SyncEntry* source, const SyncEntry* target) {
            source->kind != target->kind;
 }
 
-/// A time of zero cannot be reported to a store, which then has its own.
+/// A time of zero cannot be reported to a store: it uses its own time then.
 bool isSameTime(const SyncEntry& a, const SyncEntry& b) {
     const auto isUnreported = [](const SyncEntry& one, const SyncEntry& other) {
         return !one.modifiedByClient && other.modified.time_since_epoch().count() == 0;
@@ -43,7 +43,7 @@ Paths findSuperfluous(const SyncTree& source, const SyncTree& target) {
     return result;
 }
 
-/// Takes out what cannot go, and the folders that therefore cannot go either.
+/// Takes out what must stay, and with it the folders that hold it.
 void keepWhatIsLeftOut(Paths& superfluous, const SyncTree& source, const SyncTree& target) {
     Paths kept;
     for (auto entry = target.rbegin(); entry != target.rend(); ++entry) {
@@ -52,7 +52,7 @@ void keepWhatIsLeftOut(Paths& superfluous, const SyncTree& source, const SyncTre
         const bool stays = (item.isLeftOut() && !inTheWay) || !item.complete || kept.contains(path);
         if (stays && superfluous.erase(path) != 0) {
             kept.insert(parentPath(path));
-            if (inTheWay) {  // It keeps its place, and so all that it has.
+            if (inTheWay) {  // It stays, with all its content.
                 const auto below = superfluous.lower_bound(path + '/');
                 superfluous.erase(below, superfluous.lower_bound(path + char('/' + 1)));
             }

@@ -15,9 +15,9 @@ struct SyncEntry {
     Kind kind = Kind::FILE;
     unsigned long size = 0;
     std::chrono::system_clock::time_point modified;
-    /// Whether a client reported the time: the store has its own for what none was reported for.
+    /// Whether a client reported the time; otherwise it is the store's own.
     bool modifiedByClient = true;
-    /// Of a folder: whether all that it has is known.
+    /// For a folder: whether all its content is known.
     bool complete = true;
 
     bool isLeftOut() const { return kind != Kind::FILE && kind != Kind::FOLDER; }
@@ -43,7 +43,7 @@ struct SyncPlan {
     std::vector<SyncStep> deletions;  ///< What a folder has comes before the folder.
     std::vector<SyncStep> folders;    ///< To create: a folder comes before what it has.
     std::vector<SyncStep> transfers;
-    /// Files that only their content can tell apart. Only by SyncRules::byContent.
+    /// Files that may differ in content only. Empty without SyncRules::byContent.
     std::vector<SyncStep> comparisons;
     std::vector<SyncConflict> conflicts;
     std::size_t unchanged = 0;  ///< Files.
@@ -54,9 +54,9 @@ struct SyncRules {
     bool byContent = false;
 };
 
-/// Compares two trees. Links and special files are left out on both sides: their like is not
-/// deleted in the target, and they are not either, unless something of the source takes their very
-/// place. Nor is anything deleted of which the source could not tell whether it has it.
+/// Compares two trees. Links and special files are left out on both sides: where the source has
+/// one, nothing is deleted in the target; one in the target stays unless the source has a file or
+/// folder of that path. Nothing is deleted in a folder that could not be listed in the source.
 SyncPlan planSync(const SyncTree& source, const SyncTree& target, const SyncRules& rules);
 
 /// The path of the folder that has `path`.

@@ -1,9 +1,9 @@
 #include "sync/SyncReport.h"
 
-#include <iostream>
+#include <nlohmann/json.hpp>
+#include <sstream>
 #include <utility>
 
-#include "ui/Json.h"
 #include "ui/Text.h"
 
 namespace storage::kvxtool {
@@ -32,17 +32,16 @@ void SyncReport::transferred(const std::string& path, unsigned long bytes) {
 
 void SyncReport::print(const char* action, const std::string& path, unsigned long bytes) {
     const std::string name = path.empty() ? "." : path;
-    diagnostics_.progress().printAround([&] {
-        if (lines_ == Lines::JSON) {
-            Json object{{"action", action}, {"path", name}, {"size", bytes}};
-            if (dryRun_) {
-                object["dryRun"] = true;
-            }
-            printJson(object);
-        } else if (lines_ == Lines::ACTIONS) {
-            std::cout << action << ' ' << escaped(name) << '\n';
+    const auto object = [&] {
+        Json fields{{"action", action}, {"path", name}, {"size", bytes}};
+        if (dryRun_) {
+            fields["dryRun"] = true;
         }
-    });
+        return fields;
+    };
+    const auto text = [&] { return std::string(action) + ' ' + escaped(name); };
+    diagnostics_.progress().printAround(
+        [&] { dryRun_ ? out_.print(object, text) : out_.detail(object, text); });
 }
 
 void SyncReport::end(std::size_t unchanged) {
@@ -51,32 +50,29 @@ void SyncReport::end(std::size_t unchanged) {
     if (idle && !std::exchange(first_, false)) {
         return;
     }
-    if (lines_ == Lines::JSON) {
-        Json object{{"action", "summary"}, {"files", transferred_}, {"size", bytes_},
-                    {"folders", created_}, {"deleted", deleted_},   {"unchanged", unchanged},
-                    {"failed", failed},    {"dryRun", dryRun_}};
-        printJson(object);
-    } else if (lines_ != Lines::NONE) {
-        printSummary(unchanged, failed);
-    }
+    const Json object{{"action", "summary"}, {"files", transferred_}, {"size", bytes_},
+                      {"folders", created_}, {"deleted", deleted_},   {"unchanged", unchanged},
+                      {"failed", failed},    {"dryRun", dryRun_}};
+    const std::string text = summary(unchanged, failed);
+    dryRun_ ? out_.print(object, text) : out_.remark(object, text);
 }
 
 /// "12 files sent, 3 deleted, 40 unchanged"
-void SyncReport::printSummary(std::size_t unchanged, std::size_t failed) const {
-    const std::string to = dryRun_ ? "to " : "";
-    const char* transferred =
-        up_ ? (dryRun_ ? "send" : "sent") : (dryRun_ ? "receive" : "received");
-    std::cout << transferred_ << (transferred_ == 1 ? " file " : " files ") << to << transferred;
+std::string SyncReport::summary(std::size_t unchanged, std::size_t failed) const {
+    const char* const to = dryRun_ ? "to " : "";
+    std::ostringstream text;
+    text << transferred_ << (transferred_ == 1 ? " file " : " files ") << to
+         << (up_ ? (dryRun_ ? "send" : "sent") : (dryRun_ ? "receive" : "received"));
     if (created_ != 0) {
-        std::cout << ", " << created_ << (created_ == 1 ? " folder " : " folders ") << to
-                  << (dryRun_ ? "create" : "created");
+        text << ", " << created_ << (created_ == 1 ? " folder " : " folders ") << to
+             << (dryRun_ ? "create" : "created");
     }
-    std::cout << ", " << deleted_ << ' ' << to << (dryRun_ ? "delete" : "deleted") << ", "
-              << unchanged << " unchanged";
+    text << ", " << deleted_ << ' ' << to << (dryRun_ ? "delete" : "deleted") << ", " << unchanged
+         << " unchanged";
     if (failed != 0) {
-        std::cout << ", " << failed << " failed";
+        text << ", " << failed << " failed";
     }
-    std::cout << '\n';
+    return text.str();
 }
 
 }  // namespace storage::kvxtool

@@ -4,18 +4,17 @@
 
 #include "sync/SyncPlan.h"
 #include "ui/Diagnostics.h"
+#include "ui/Output.h"
 
 namespace storage::kvxtool {
 
 /// Counts and prints what a sync does or, in a dry run, would do.
 class SyncReport {
 public:
-    /// What goes to standard output: nothing, a summary for people, each action too, or all of it
-    /// for programs.
-    enum class Lines { NONE, SUMMARY, ACTIONS, JSON };
+    SyncReport(const Output& out, Diagnostics& diagnostics, bool up, bool dryRun)
+        : out_(out), diagnostics_(diagnostics), up_(up), dryRun_(dryRun) {}
 
-    SyncReport(Diagnostics& diagnostics, Lines lines, bool up, bool dryRun)
-        : diagnostics_(diagnostics), lines_(lines), up_(up), dryRun_(dryRun) {}
+    bool isVerbose() const { return out_.isVerbose(); }
 
     void begin();
     void deleted(const SyncStep& step);
@@ -26,10 +25,10 @@ public:
 
 private:
     void print(const char* action, const std::string& path, unsigned long bytes);
-    void printSummary(std::size_t unchanged, std::size_t failed) const;
+    std::string summary(std::size_t unchanged, std::size_t failed) const;
 
+    const Output out_;
     Diagnostics& diagnostics_;
-    const Lines lines_;
     const bool up_;
     const bool dryRun_;
     bool first_ = true;

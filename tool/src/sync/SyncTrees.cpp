@@ -44,14 +44,14 @@ std::optional<SyncEntry> readLocalEntry(const fs::path& path) {
     entry.kind = kindOf(status.st_mode);
     entry.size = entry.kind == Kind::FILE ? static_cast<unsigned long>(status.st_size) : 0;
     entry.modified = timeOf(status.st_mtim);
-    entry.complete = entry.kind != Kind::FOLDER;  // Not before it is listed.
+    entry.complete = entry.kind != Kind::FOLDER;  // Until it is listed.
     return entry;
 }
 
 /// Adds what a folder has, and returns the paths of its folders.
 std::vector<std::string> readLocalFolder(SyncTree& tree, const fs::path& top,
                                          const std::string& folder,
-                                         const std::optional<fs::path>& store) {
+                                         const std::vector<fs::path>& storeFiles) {
     std::vector<std::string> folders;
     for (const fs::directory_entry& item : fs::directory_iterator(top / folder)) {
         const std::string name = item.path().filename().string();
@@ -59,7 +59,7 @@ std::vector<std::string> readLocalFolder(SyncTree& tree, const fs::path& top,
         if (std::optional<SyncEntry> entry = readLocalEntry(item.path())) {
             if (entry->kind == Kind::FILE && LocalOutput::isTemporaryName(name)) {
                 entry->kind = Kind::TEMPORARY;
-            } else if (belongsToStore(item.path(), store)) {
+            } else if (belongsToStore(item.path(), storeFiles)) {
                 entry->kind = Kind::STORE;
             }
             tree.emplace(path, *entry);
@@ -80,7 +80,7 @@ SyncEntry makeFolderEntry(bool complete) {
 
 }  // namespace
 
-SyncTree readLocalTree(const fs::path& top, const std::optional<fs::path>& store,
+SyncTree readLocalTree(const fs::path& top, const std::vector<fs::path>& storeFiles,
                        Diagnostics& diagnostics) {
     SyncTree tree;
     const fs::file_status status = fs::status(top);
@@ -91,12 +91,12 @@ SyncTree readLocalTree(const fs::path& top, const std::optional<fs::path>& store
         throw Failure(ExitCode::CONFLICT, top.string(), "it is a file, not a folder");
     }
     tree.emplace("", makeFolderEntry(true));
-    std::vector<std::string> pending = readLocalFolder(tree, top, "", store);
+    std::vector<std::string> pending = readLocalFolder(tree, top, "", storeFiles);
     while (!pending.empty()) {
         const std::string folder = std::move(pending.back());
         pending.pop_back();
         tree.at(folder).complete = diagnostics.guard((top / folder).string(), [&] {
-            for (std::string& path : readLocalFolder(tree, top, folder, store)) {
+            for (std::string& path : readLocalFolder(tree, top, folder, storeFiles)) {
                 pending.push_back(std::move(path));
             }
         });

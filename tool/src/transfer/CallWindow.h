@@ -14,9 +14,9 @@ template <class Response>
 class CallWindow {
 public:
     /// Takes the future of a completed call: get() gives its response or throws its error.
-    using Completion = std::function<void(std::future<Response>&)>;
+    using WhenDone = std::function<void(std::future<Response>&)>;
 
-    /// Several times what a store commits together: while it does, the next lot gathers.
+    /// Several times what a store commits together, so that the next batch gathers meanwhile.
     static constexpr std::size_t MAX_CALLS = 1024;
     static constexpr std::size_t MAX_BYTES = std::size_t{16} << 20U;
 
@@ -39,12 +39,12 @@ public:
         }
     }
 
-    /// A call that uses what its completion holds is to be started after makeRoom(): should
-    /// completing another one throw here, nothing waits for it.
-    void add(std::future<Response> future, Completion completion, std::size_t bytes = 0) {
+    /// REQUIRES: makeRoom() was called before the call was started, if the call uses what its
+    /// completion holds. Completing another call may throw here, and nothing would wait for it.
+    void add(std::future<Response> future, WhenDone whenDone, std::size_t bytes = 0) {
         makeRoom(bytes);
         bytes_ += bytes;
-        calls_.push_back({std::move(future), std::move(completion), bytes});
+        calls_.push_back({std::move(future), std::move(whenDone), bytes});
     }
 
     /// Completes every call.
@@ -57,7 +57,7 @@ public:
 private:
     struct Call {
         std::future<Response> future;
-        Completion completion;
+        WhenDone whenDone;
         std::size_t bytes;
     };
 
@@ -66,7 +66,7 @@ private:
         Call call = std::move(calls_.front());
         calls_.pop_front();
         bytes_ -= call.bytes;
-        call.completion(call.future);
+        call.whenDone(call.future);
     }
 
     const std::size_t maxCalls_;

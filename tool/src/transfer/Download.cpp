@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Of an old version nobody says the size.
+/// The size of an old version is unknown.
 bool isSentWhole(unsigned long size, const std::string& versionId) {
     return size <= RemoteHandle::RANGE_SIZE && versionId.empty();
 }

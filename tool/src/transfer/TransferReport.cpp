@@ -1,12 +1,5 @@
 #include "transfer/TransferReport.h"
 
-#include <unistd.h>
-
-#include <CLI/CLI.hpp>
-#include <iostream>
-
-#include "commands/Commands.h"
-#include "ui/Json.h"
 #include "ui/Text.h"
 
 namespace storage::kvxtool {
@@ -24,23 +17,6 @@ std::string sizeText(unsigned long bytes) {
 
 }  // namespace
 
-TransferOptions::Lines linesFor(const Invocation& invocation) {
-    if (invocation.json) {
-        return TransferOptions::Lines::JSON;
-    }
-    return invocation.verbose && !invocation.quiet ? TransferOptions::Lines::TEXT
-                                                   : TransferOptions::Lines::NONE;
-}
-
-void addJobsOption(CLI::App& command, TransferOptions& options) {
-    command
-        .add_option(
-            "-j,--jobs", options.jobs,
-            "Small files on their way at once (default: 1024); pieces of a large one, up to 4")
-        ->type_name("N")
-        ->check(CLI::Range(1, 1024));
-}
-
 void TransferReport::expect(unsigned long bytes) {
     ++expectedFiles_;
     expectedBytes_ += bytes;
@@ -55,19 +31,6 @@ void TransferReport::done(const std::string& source, const std::string& target,
     if (done_) {
         done_(source, target, bytes);
     }
-    if (lines_ == TransferOptions::Lines::NONE) {
-        return;
-    }
-    static const bool terminal = isatty(STDOUT_FILENO) != 0;
-    diagnostics_.progress().printAround([&] {
-        if (lines_ == TransferOptions::Lines::JSON) {
-            printJson({{"source", source}, {"target", target}, {"size", bytes}});
-        } else if (terminal) {
-            std::cout << escaped(source) << " -> " << escaped(target) << std::endl;
-        } else {
-            std::cout << source << " -> " << target << '\n';
-        }
-    });
 }
 
 void TransferReport::interrupted(const std::string& participle) {
@@ -76,7 +39,7 @@ void TransferReport::interrupted(const std::string& participle) {
 
 void TransferReport::end(const std::string& participle) {
     constexpr unsigned long FEW = 10;
-    if (expectedFiles_ > files_ + FEW && !done_) {  // A sync has a summary of its own.
+    if (expectedFiles_ > files_ + FEW && !hasSummary_) {
         sayHowFar("in all", participle);
     }
 }

@@ -2,48 +2,34 @@
 
 #include <filesystem>
 #include <functional>
-#include <optional>
 #include <string>
+#include <vector>
 
-#include "remote/RemoteName.h"
 #include "transfer/CallWindow.h"
 #include "ui/Diagnostics.h"
-
-// Most users of this header have nothing to do with the command line.
-namespace CLI {
-class App;
-}
 
 namespace storage::kvxtool {
 
 /// Takes source, target and size of a file that is done.
 using TransferDone = std::function<void(const std::string&, const std::string&, unsigned long)>;
 
-/// How the command line wants files to be transferred.
+/// How files are transferred.
 struct TransferOptions {
-    /// The calls at once.
+    /// How many calls are on their way at once.
     std::size_t jobs = CallWindow<int>::MAX_CALLS;
-    /// A line of standard output for each file done: none, one for people or one for programs.
-    enum class Lines { NONE, TEXT, JSON } lines = Lines::NONE;
     /// Called for each file done, where it is not empty.
     TransferDone done = {};
-    /// Left out of trees: the file of the store that they go into.
-    std::optional<std::filesystem::path> store = {};
+    /// Whether the caller says at the end how many failed.
+    bool hasSummary = false;
+    /// Left out of trees: the files of the store that they go into.
+    std::vector<std::filesystem::path> storeFiles = {};
 };
 
-struct Invocation;
-
-/// The lines that -q, -v and --json ask for.
-TransferOptions::Lines linesFor(const Invocation& invocation);
-
-/// Adds -j to a command.
-void addJobsOption(CLI::App& command, TransferOptions& options);
-
-/// Counts the files of a transfer, and says of each that it is done.
+/// Counts the files of a transfer and reports each one that is done.
 class TransferReport {
 public:
     TransferReport(Diagnostics& diagnostics, const TransferOptions& options)
-        : diagnostics_(diagnostics), lines_(options.lines), done_(options.done) {}
+        : diagnostics_(diagnostics), done_(options.done), hasSummary_(options.hasSummary) {}
 
     void expect(unsigned long bytes);
     /// Shows the progress of what is expected.
@@ -51,15 +37,15 @@ public:
     void done(const std::string& source, const std::string& target, unsigned long bytes);
     /// Says how far it came, as in "12 of 40 files were sent".
     void interrupted(const std::string& participle);
-    /// The same where so many failed that it cannot be seen from what was said of each.
+    /// The same where so many failed that not each was named.
     void end(const std::string& participle);
 
 private:
     void sayHowFar(const char* subject, const std::string& participle);
 
     Diagnostics& diagnostics_;
-    TransferOptions::Lines lines_;
     TransferDone done_;
+    bool hasSummary_;
     unsigned long expectedFiles_ = 0;
     unsigned long expectedBytes_ = 0;
     unsigned long files_ = 0;

@@ -22,7 +22,7 @@ Upload::Upload(const kvxclient::FileAccess& files, Diagnostics& diagnostics,
     : files_(files),
       diagnostics_(diagnostics),
       report_(diagnostics, options),
-      store_(options.store),
+      storeFiles_(options.storeFiles),
       folderCalls_(options.jobs),
       fileCalls_(options.jobs),
       timeCalls_(options.jobs) {
@@ -47,7 +47,7 @@ void Upload::addTree(const fs::path& source, const RemoteName& target) {
         folders_.push_back(folder);
         diagnostics_.guard(folder.source.string(), [&] {
             std::vector<fs::directory_entry> entries(fs::directory_iterator(folder.source), {});
-            // In one folder their texts are in the order of the paths, and compared much faster.
+            // Within one folder the order of texts is that of paths, and much faster to compare.
             std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) {
                 return a.path().native() < b.path().native();
             });
@@ -67,7 +67,7 @@ void Upload::addEntry(const fs::directory_entry& entry, const Folder& parent,
                               entry.is_symlink() ? "a symbolic link" : "a special file");
         return;
     }
-    if (belongsToStore(source, store_)) {
+    if (belongsToStore(source, storeFiles_)) {
         diagnostics_.leaveOut(source.string(), "the store itself");
         return;
     }
@@ -168,8 +168,7 @@ void Upload::folderCreated(const Folder& folder,
 
 void Upload::checkEnd(const LocalInput& source) {
     if (!source.modified()) {
-        // Ctrl-C also ends a program that writes into a pipe, and then this is no end of its
-        // output.
+        // Ctrl-C also ends the program that writes into a pipe: its output may be incomplete.
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
         Interruption::check();
     } else if (source.hasChanged()) {
@@ -179,7 +178,7 @@ void Upload::checkEnd(const LocalInput& source) {
 }
 
 void Upload::start(LocalInput& source, const RemoteName& target) {
-    // Room is made before the file is read: what waits for room is not in memory.
+    // Room is made before the file is read, so that nothing in memory waits for room.
     fileCalls_.makeRoom(std::min(source.size(), RemoteHandle::RANGE_SIZE));
     const std::size_t filled = source.read(buffers_.front().get(), RemoteHandle::RANGE_SIZE);
     Sending file{source.name(), target, source.modified(), filled};

@@ -53,7 +53,7 @@ private:
 
     void addEntry(const std::filesystem::directory_entry& entry, const Folder& parent,
                   std::vector<Folder>& folders);
-    /// Does the work, and on its interruption says what was done.
+    /// Calls `action`, and reports how far it came when it is interrupted.
     template <class Action>
     void interruptibly(Action&& action);
     void createFolders();
@@ -73,7 +73,7 @@ private:
     const kvxclient::FileAccess& files_;
     Diagnostics& diagnostics_;
     TransferReport report_;
-    const std::optional<std::filesystem::path> store_;
+    const std::vector<std::filesystem::path> storeFiles_;
     std::vector<Folder> folders_;
     std::vector<File> filesToSend_;
     std::set<std::u16string> missingFolders_;  // Those that could not be created.

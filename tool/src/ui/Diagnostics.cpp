@@ -17,7 +17,7 @@ void Diagnostics::fail(const Failure& reported) {
     const Failure failure = explain_ ? explain_(reported) : reported;
     const std::string text = failure.subject() + ": " + failure.what();
     const bool again = inPasses_ && (!told_.insert(text).second || toldBefore_.contains(text));
-    // Who closed the pipe has seen enough, and wants no message.
+    // A reader that closed the pipe has seen enough and wants no message.
     if (!again && failure.code() != ExitCode::READER_GONE && !isOneOfMany(failure)) {
         print(failure.subject(), failure.what());
     }
@@ -26,7 +26,7 @@ void Diagnostics::fail(const Failure& reported) {
     exitCode_ = first || exitCode_ == failure.code() ? failure.code() : ExitCode::FAILED;
 }
 
-/// Where there is no room, most of the files that follow in a transfer fail alike.
+/// Once there is no room, most of the files that follow in a transfer fail in the same way.
 bool Diagnostics::isOneOfMany(const Failure& failure) {
     if (failure.code() != ExitCode::NO_ROOM || verbose_ ||
         ++withoutRoom_[failure.what()] <= NAMED_WITHOUT_ROOM) {
@@ -64,7 +64,7 @@ void Diagnostics::endLeavingOut() {
 }
 
 void Diagnostics::print(const std::string& subject, const std::string& text) {
-    // Escaped wherever it goes: a message is one line.
+    // Escaped also in a pipe: a message is one line.
     const std::string line = "kvx: " + command_ + ": " + escaped(subject) +
                              (subject.empty() ? "" : ": ") + escaped(text) + "\n";
     progress_.printAround([&] { std::fputs(line.c_str(), stderr); });

@@ -18,38 +18,40 @@ public:
     Diagnostics(std::string command, bool quiet, bool verbose = false)
         : command_(std::move(command)), progress_(!quiet), verbose_(verbose) {}
 
-    /// Has `explain` look at each failure before it is reported; it may return a better one. An
-    /// empty one ends that.
+    /// Passes each failure through `explain`, which may return a better one, before it is
+    /// reported. An empty function ends that.
     void explainWith(std::function<Failure(const Failure&)> explain) {
         explain_ = std::move(explain);
     }
 
     /// Reports a failure and remembers its exit code: the code of all failures when they agree,
     /// else ExitCode::FAILED. Of many that have no room for the same reason, only the first few are
-    /// printed unless all is to be told.
+    /// printed unless -v is given.
     void fail(const Failure& reported);
 
-    /// Begins work that is done again and again: from here on a failure that the last pass had too
-    /// counts, but is not printed again.
+    /// Begins one pass of repeated work: a failure that the last pass had too counts, but is not
+    /// printed again.
     void beginPass();
 
-    /// Reports what is worth knowing and no failure.
+    /// Prints a warning, which is no failure.
     void warn(const std::string& subject, const std::string& text);
 
-    /// Reports that something is left out because it is `kind`, as "a symbolic link". Unless all
-    /// is to be told, only the first few of a kind are named.
+    /// Reports that something is left out because it is `kind`, as "a symbolic link". Without -v
+    /// only the first few of a kind are named.
     void leaveOut(const std::string& subject, const std::string& kind);
     /// Reports how many were not named.
     void endLeavingOut();
 
     /// Calls `action`, and reports what it throws as a failure with `subject`. Returns whether
-    /// nothing was thrown. Lets Interrupted pass.
+    /// nothing was thrown. Lets Interrupted and SessionEnded pass.
     template <class Action>
     bool guard(const std::string& subject, Action&& action) {
         try {
             action();
             return true;
         } catch (const Interrupted&) {
+            throw;
+        } catch (const SessionEnded&) {
             throw;
         } catch (...) {
             fail(Failure::of(subject, std::current_exception()));

@@ -4,7 +4,7 @@
 #include <system_error>
 
 #include "storage/kvxclient/KVXClientException.h"
-#include "storage/kvxstore/Store.h"
+#include "storage/kvxstore/StoreError.h"
 
 namespace storage::kvxtool {
 
@@ -26,6 +26,7 @@ const char* const EXIT_CODES =
 namespace {
 
 using kvxclient::KVXClientErrorCode;
+using kvxstore::StoreErrorCode;
 
 struct Meaning {
     ExitCode code;
@@ -66,7 +67,33 @@ Meaning meaningOf(KVXClientErrorCode code) {
     return {ExitCode::STORE_FAILED, "the store failed for an unknown reason"};
 }
 
-/// Without words, the system has its own.
+/// Where there are no words here, the message of the error names its subject itself.
+Meaning meaningOf(StoreErrorCode code) {
+    switch (code) {
+        case StoreErrorCode::NOT_FOUND:
+            return {ExitCode::NOT_FOUND, "there is no such user"};
+        case StoreErrorCode::ALREADY_EXISTS:
+            return {ExitCode::CONFLICT, "a user or bucket of this name exists already"};
+        case StoreErrorCode::ILLEGAL_NAME:
+            return {ExitCode::REFUSED, "the name breaks the rules for names"};
+        case StoreErrorCode::NOT_WRITABLE:
+            return {ExitCode::REFUSED, "permission denied"};
+        case StoreErrorCode::ILLEGAL_URL:
+            return {ExitCode::USAGE, nullptr};
+        case StoreErrorCode::NOT_A_STORE:
+        case StoreErrorCode::NEWER_VERSION:
+            return {ExitCode::STORE_DAMAGED, nullptr};
+        case StoreErrorCode::FULL:
+            return {ExitCode::NO_ROOM, nullptr};
+        case StoreErrorCode::DAMAGED:
+        case StoreErrorCode::IN_USE:
+        case StoreErrorCode::OTHER:
+            break;
+    }
+    return {ExitCode::STORE_FAILED, nullptr};
+}
+
+/// Where there are no words here, the system has its own.
 Meaning meaningOf(const std::error_code& error) {
     switch (static_cast<std::errc>(error.default_error_condition().value())) {
         case std::errc::no_such_file_or_directory:
@@ -114,7 +141,9 @@ Failure Failure::of(const std::string& subject, const std::exception_ptr& error)
         const Meaning meaning = meaningOf(exception.getErrorCode());
         return {meaning.code, subject, meaning.words + nestedCause(exception)};
     } catch (const kvxstore::StoreError& exception) {
-        return {ExitCode::STORE_FAILED, "", exception.what()};  // It names what it is about.
+        const Meaning meaning = meaningOf(exception.code());
+        return meaning.words == nullptr ? Failure(meaning.code, "", exception.what())
+                                        : Failure(meaning.code, subject, meaning.words);
     } catch (const std::system_error& exception) {
         const Meaning meaning = meaningOf(exception.code());
         return {meaning.code, subject,

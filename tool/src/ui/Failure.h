@@ -42,4 +42,11 @@ private:
     std::string subject_;
 };
 
+/// Thrown where the session is over and cannot be renewed, so that nothing else can be done.
+class SessionEnded : public Failure {
+public:
+    using Failure::Failure;
+    explicit SessionEnded(const Failure& failure) : Failure(failure) {}
+};
+
 }  // namespace storage::kvxtool

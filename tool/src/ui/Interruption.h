@@ -25,13 +25,13 @@ public:
     Interruption(const Interruption&) = delete;
     Interruption& operator=(const Interruption&) = delete;
 
-    /// Throws Interrupted once a signal has asked for it.
+    /// Throws Interrupted once a signal has asked the work to end.
     static void check();
 
-    /// Whether a signal has asked for it.
+    /// Whether a signal has asked the work to end.
     static bool isRequested();
 
-    /// Asks for it, and returns true, where one lives.
+    /// Asks the work to end and returns true; false where no Interruption lives.
     static bool request(int signal);
 };
 

@@ -1,11 +1,11 @@
 #include "ui/Progress.h"
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 
+#include "ui/Terminal.h"
 #include "ui/Text.h"
 
 namespace storage::kvxtool {
@@ -13,12 +13,6 @@ namespace {
 
 constexpr std::chrono::milliseconds DELAY(500);
 constexpr std::chrono::milliseconds INTERVAL(100);
-
-std::size_t terminalWidth() {
-    winsize size{};
-    const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return known ? size.ws_col : 80;
-}
 
 /// "9 s", "1:05", "2:00:00".
 std::string timeText(double time) {
@@ -76,7 +70,7 @@ void Progress::printAround(const std::function<void()>& print) {
 }
 
 void Progress::draw() {
-    std::fprintf(stderr, "\r%s\x1b[K", line(terminalWidth() - 1).c_str());
+    std::fprintf(stderr, "\r%s\x1b[K", line(terminalWidth(STDERR_FILENO) - 1).c_str());
     drawn_ = true;
 }
 
@@ -93,10 +87,10 @@ std::string Progress::line(std::size_t width) const {
     const double rate = static_cast<double>(bytes) / elapsed.count();
     const std::string rateText =
         bytes == 0 ? timeText(elapsed.count()) : humanSize(static_cast<unsigned long>(rate)) + "/s";
-    if (totalBytes_ == 0 && totalFiles_ <= 1) {  // A pipe, whose end nobody knows.
+    if (totalBytes_ == 0 && totalFiles_ <= 1) {  // A pipe, whose size is unknown.
         return (humanSize(bytes) + "  " + rateText).substr(0, width);
     }
-    // Empty files count as well: a tree of nothing else still moves.
+    // Empty files count as well, so that a tree of empty files shows progress.
     const double all = static_cast<double>(totalBytes_ + totalFiles_);
     const double part = std::min(1.0, static_cast<double>(bytes + files_) / all);
 

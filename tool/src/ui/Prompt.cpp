@@ -16,7 +16,7 @@ namespace {
 
 std::atomic<bool> echoIsOff = false;
 
-/// Standard input keeps all other settings.
+/// Changes no other setting of standard input.
 void setEcho(bool echo) {
     termios settings{};
     if (tcgetattr(STDIN_FILENO, &settings) == 0) {
@@ -33,7 +33,7 @@ bool confirm(const std::string& question) {
     }
     std::cerr << escaped(question) << " [y/N] " << std::flush;
     pollfd terminal{STDIN_FILENO, POLLIN, 0};
-    while (poll(&terminal, 1, -1) < 0 && errno == EINTR) {  // The stream would go on reading.
+    while (poll(&terminal, 1, -1) < 0 && errno == EINTR) {  // The stream would retry the read.
         Interruption::check();
     }
     std::string answer;

@@ -2,7 +2,6 @@
 
 #include <ctime>
 
-#include "local/LocalOutput.h"
 #include "ui/Interruption.h"
 #include "ui/Prompt.h"
 
@@ -14,7 +13,8 @@ constexpr int END_SYSTEM_CALL = SIGUSR2;
 
 }  // namespace
 
-SignalWatch::SignalWatch(Progress& progress) : progress_(progress), mainThread_(pthread_self()) {
+SignalWatch::SignalWatch(Progress& progress, void (*exitNow)(int))
+    : progress_(progress), exitNow_(exitNow), mainThread_(pthread_self()) {
     struct sigaction nothing {};  // Without SA_RESTART.
     nothing.sa_handler = [](int) {};
     sigaction(END_SYSTEM_CALL, &nothing, nullptr);
@@ -39,8 +39,8 @@ SignalWatch::~SignalWatch() {
     thread_.join();
 }
 
-// A thread that waits for signals may do what a signal handler may not. The store needs no
-// farewell: what it acknowledged is on disk, and the rest never happened.
+// A thread that waits for signals may do what a signal handler may not. The store need not be
+// closed: what it acknowledged is on disk, and the rest never happened.
 void SignalWatch::watch() {
     int signal = 0;
     sigwait(&signals_, &signal);
@@ -49,16 +49,16 @@ void SignalWatch::watch() {
     }
     if (!ended_) {
         restoreEcho();
-        progress_.printAround([signal] { LocalOutput::removeTemporaryFilesAndExit(128 + signal); });
+        progress_.printAround([&] { exitNow_(128 + signal); });
     }
 }
 
-/// Returns when the main thread has come to its end, has had its time, or the user insists.
+/// Returns when the main thread has ended, after ten seconds, or at a second signal.
 void SignalWatch::awaitEnd() {
     constexpr int TURNS = 500;
     const timespec pause{0, 20'000'000};
     for (int turn = 0; turn < TURNS && sigtimedwait(&signals_, nullptr, &pause) < 0; ++turn) {
-        // Again and again: the first may come just before the call that is to end.
+        // Repeated, since a signal may arrive just before the call that it is to end.
         pthread_kill(mainThread_, END_SYSTEM_CALL);
     }
 }

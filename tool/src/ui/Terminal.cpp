@@ -9,15 +9,12 @@
 #include "ui/Text.h"
 
 namespace storage::kvxtool {
-namespace {
 
-std::size_t terminalWidth() {
+std::size_t terminalWidth(int file) {
     winsize size{};
-    const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    const bool known = ioctl(file, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
     return known ? size.ws_col : 80;
 }
-
-}  // namespace
 
 bool onTerminal() {
     static const bool terminal = isatty(STDOUT_FILENO) != 0;
@@ -45,7 +42,8 @@ void printColumns(const std::vector<Cell>& cells) {
     for (const Cell& cell : cells) {
         widest = std::max(widest, cell.width);
     }
-    const std::size_t columns = std::max<std::size_t>(1, (terminalWidth() + GAP) / (widest + GAP));
+    const std::size_t columns =
+        std::max<std::size_t>(1, (terminalWidth(STDOUT_FILENO) + GAP) / (widest + GAP));
     const std::size_t rows = (cells.size() + columns - 1) / columns;
     for (std::size_t row = 0; row < rows; ++row) {
         for (std::size_t i = row; i < cells.size(); i += rows) {

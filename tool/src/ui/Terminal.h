@@ -5,6 +5,9 @@
 
 namespace storage::kvxtool {
 
+/// The width of the terminal behind a file descriptor; 80 when it is unknown.
+std::size_t terminalWidth(int file);
+
 /// Whether standard output is a terminal.
 bool onTerminal();
 
