@@ -12,6 +12,8 @@
 #include "cli/Command.h"
 #include "cli/Values.h"
 #include "remote/RemoteTree.h"
+#include "session/RenewingDispatcher.h"
+#include "session/Session.h"
 #include "storage/kvxstore/Store.h"
 #include "support/ScriptedServices.h"
 #include "sync/SyncPlan.h"
@@ -201,6 +203,51 @@ TEST(Option, RefusesValuesInItsOwnWords) {
     for (const auto& [option, typed, words] : cases) {
         EXPECT_EQ(option->refusal(typed), words);
     }
+}
+
+TEST(SessionRenewal, LogsInOnceForAllCallsThatFindTheSessionOver) {
+    const fs::path root = fs::temp_directory_path() / ("kvx-session-" + std::to_string(getpid()));
+    fs::create_directories(root);
+    setenv("XDG_STATE_HOME", root.c_str(), 1);
+    unsetenv("KVX_TOKEN");
+    const StoreLocation location = StoreLocation::find(root / "store.db");
+    const LoginFile file(location.url());
+    kvxstore::StoreOptions options;
+    options.faults = std::make_shared<kvxstore::FaultPlan>();
+    options.faults->add({.operation = "login", .call = 3, .error = KVXClientErrorCode::UNKNOWN});
+    const auto store = kvxstore::Store::open(location.url(), options);
+    kvxstore::NewUser user;
+    user.name = u"ada";
+    const std::string token = store->createUser(user);
+    keepLogin(*store->createClient(), location, token);
+    const auto endSession = [&] {
+        const auto other = store->createClient();
+        other->withSessionId(file.read().value().sessionId).logout({});
+    };
+
+    SessionRenewal renewal(location, store->createClient());
+    const std::string before = renewal.sessionId();
+    const auto files =
+        kvxtransport::DispatchingClient("", RenewingDispatcher(renewal)).createFileAccess();
+    endSession();
+    std::vector<std::future<FileWriteResponse>> calls;
+    for (int i = 0; i < 200; ++i) {
+        FileCreateRequest request(Resource(u"/" + text(std::to_string(i)), u""));
+        request.appendContent("content", 7);
+        calls.push_back(files->createFileAsync(std::move(request)));
+    }
+    for (auto& call : calls) {
+        EXPECT_EQ(call.get().getVersionLabel(), 1);
+    }
+    EXPECT_EQ(store->statistics().used, 200U * 7);
+    EXPECT_TRUE(options.faults->fired().empty());  // There was a second login, and no third one.
+    EXPECT_NE(renewal.sessionId(), before);
+    EXPECT_EQ(renewal.sessionId(), file.read().value().sessionId);
+
+    endSession();
+    file.remove();
+    EXPECT_THROW(files->readFile({Resource(u"/0", u"")}), SessionEnded);
+    fs::remove_all(root);
 }
 
 // What is called "there" exists and is a folder, and "file" is a file.

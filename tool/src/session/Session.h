@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "session/LoginFile.h"
+#include "session/SessionRenewal.h"
 #include "session/StoreLocation.h"
 #include "storage/kvxclient.h"
 
@@ -17,19 +18,24 @@ namespace storage::kvxtool {
 /// KVX_TOKEN, where it is set.
 std::optional<std::string> tokenOfEnvironment();
 
+/// Logs in with a token, for a session that is renewed well before it ends.
+Login logIn(const kvxclient::KVXClient& client, const std::string& token);
+Login loginOf(const kvxclient::LoginResponse& response, const std::string& token);
+
 /// Logs in with a token and keeps token and session for the commands to come.
-void keepLogin(kvxclient::KVXClient& client, const StoreLocation& location,
+void keepLogin(const kvxclient::KVXClient& client, const StoreLocation& location,
                const std::string& token);
 
 /// Forgets token and session, and ends the session.
 void dropLogin(const StoreLocation& location);
 
-/// A session of the user with a store. A thread renews it before it ends.
+/// A session of the user with a store: with KVX_TOKEN until the end, or else the one that is kept
+/// for the store. It is renewed when a call is answered that it is over, and by a thread before it
+/// ends: open file handles need one all the time.
 class Session {
 public:
-    /// Logs in with KVX_TOKEN until the end, or else takes up the session that is kept for the
-    /// store; when that one is over, it is replaced with the token that is kept.
     explicit Session(const StoreLocation& location);
+    /// Every call must have ended.
     ~Session();
 
     Session(const Session&) = delete;
@@ -45,22 +51,17 @@ public:
     const kvxclient::IVersioning& versions() const { return *versions_; }
 
 private:
-    void start(const StoreLocation& location);
-    void use(const Login& login);
-    bool isOver() const;
-    void renew();
     void keepAlive(const std::stop_token& stop);
 
     std::vector<std::filesystem::path> storeFiles_;
-    std::unique_ptr<kvxclient::KVXClient> client_;
+    std::shared_ptr<kvxclient::KVXClient> store_;
+    std::optional<SessionRenewal> renewal_;
     std::unique_ptr<kvxclient::FileAccess> files_;
     std::unique_ptr<kvxclient::AccessControl> sharing_;
     std::unique_ptr<kvxclient::ConfigurationManagement> configuration_;
     std::unique_ptr<kvxclient::Notification> notifications_;
     std::unique_ptr<kvxclient::IVersioning> versions_;
-    std::optional<LoginFile> file_;  // None with KVX_TOKEN.
-    Login login_;
-    std::jthread renewal_;
+    std::jthread keeper_;
 };
 
 }  // namespace storage::kvxtool
