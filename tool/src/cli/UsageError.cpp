@@ -119,19 +119,17 @@ std::string wrongValue(const RefusedLine& line) {
 
 /// What is wrong with how often the options are given.
 std::string wrongCount(const RefusedLine& line) {
-    if (const std::string reason = wrongValue(line); !reason.empty()) {
+    if (std::string reason = wrongValue(line); !reason.empty()) {
         return reason;
     }
     for (std::size_t i = 0; i < line.counts.size(); ++i) {
         const Option& option = line.command.options[i];
-        if (line.counts[i] < option.count.least) {
-            const bool isMissing = line.kind == RefusedLine::Kind::MISSING;
-            if (option.count.least > 1) {
-                return "a source and a target are needed";
-            }
-            if (isMissing) {
-                return option.shownName() + " is missing";
-            }
+        const bool isShort = line.counts[i] < option.count.least;
+        if (isShort && option.count.least > 1) {
+            return "a source and a target are needed";
+        }
+        if (isShort && line.kind == RefusedLine::Kind::MISSING) {
+            return option.shownName() + " is missing";
         }
         if (line.counts[i] > option.count.most && !option.isFlag()) {
             return option.shownName() + " is given more than once";

@@ -2,7 +2,6 @@
 
 #include <exception>
 #include <memory>
-#include <string>
 #include <utility>
 
 #include "session/SessionRenewal.h"
@@ -24,47 +23,32 @@ public:
     template <class Operation>
     void call(const kvxtransport::Caller&, typename Operation::Request request,
               typename Operation::Handler handler) const {
-        using Request = typename Operation::Request;
-        const SessionCaller caller(renewal_->sessionId());
-        auto again = std::make_shared<Request>(request);
-        auto& store = renewal_->store();
-        store.template call<Operation>(
-            caller, std::move(request),
-            [renewal = renewal_, over = caller.sessionId(), again = std::move(again),
-             handler = std::move(handler)](typename Operation::Response response,
-                                           std::exception_ptr error) {
-                if (!error || !saysSessionIsOver(error)) {
-                    handler(std::move(response), std::move(error));
-                    return;
-                }
-                renewal->renew(over, [=](const std::exception_ptr& failure) {
-                    if (failure) {
-                        handler({}, failure);
-                    } else {
-                        renewal->store().template call<Operation>(
-                            SessionCaller(renewal->sessionId()), std::move(*again), handler);
-                    }
-                });
-            });
+        using Service = typename Operation::Service;
+        auto again = std::make_shared<typename Operation::Request>(request);
+        Operation::start(renewal_->service<Service>(), std::move(request),
+                         [renewal = renewal_, over = renewal_->number(), again = std::move(again),
+                          handler = std::move(handler)](typename Operation::Response response,
+                                                        std::exception_ptr error) {
+                             if (!error || !saysSessionIsOver(error)) {
+                                 handler(std::move(response), std::move(error));
+                                 return;
+                             }
+                             renewal->renew(over, [=](const std::exception_ptr& failure) {
+                                 if (failure) {
+                                     handler({}, failure);
+                                 } else {
+                                     Operation::start(renewal->service<Service>(),
+                                                      std::move(*again), handler);
+                                 }
+                             });
+                         });
     }
 
-    void cancelPendingCalls() const { renewal_->store().cancelPendingCalls(); }
-    void waitForPendingCalls() const { renewal_->store().waitForPendingCalls(); }
+    void cancelPendingCalls() const { client().cancelPendingCalls(); }
+    void waitForPendingCalls() const { client().waitForPendingCalls(); }
 
 private:
-    class SessionCaller final : public kvxtransport::Caller {
-    public:
-        explicit SessionCaller(std::string sessionId) : sessionId_(std::move(sessionId)) {}
-
-        std::string sessionId() const override { return sessionId_; }
-        std::string applicationId() const override { return "kvx"; }
-        std::string originId() const override { return {}; }
-        std::string clientString() const override { return {}; }
-        std::string clientType() const override { return {}; }
-
-    private:
-        std::string sessionId_;
-    };
+    const kvxclient::KVXClient& client() const { return renewal_->service<kvxclient::KVXClient>(); }
 
     SessionRenewal* renewal_;
 };

@@ -24,7 +24,7 @@ std::shared_ptr<kvxclient::KVXClient> makeClient(const StoreLocation& location) 
 /// Renews a session and waits for it.
 void renewNow(SessionRenewal& renewal) {
     const auto done = std::make_shared<std::promise<void>>();
-    renewal.renew(renewal.sessionId(), [done](const std::exception_ptr& error) {
+    renewal.renew(renewal.number(), [done](const std::exception_ptr& error) {
         error ? done->set_exception(error) : done->set_value();
     });
     done->get_future().get();
@@ -88,7 +88,7 @@ void dropLogin(const StoreLocation& location) {
 
 Session::Session(const StoreLocation& location) try
     : storeFiles_(location.files()), store_(makeClient(location)) {
-    renewal_.emplace(location, store_);
+    renewal_ = std::make_unique<SessionRenewal>(location, store_);
     const kvxtransport::DispatchingClient client("", RenewingDispatcher(*renewal_));
     files_ = client.createFileAccess();
     sharing_ = client.createAccessControl();
@@ -111,7 +111,7 @@ Session::~Session() {
         return;
     }
     try {
-        store_->withSessionId(renewal_->sessionId()).logout({});
+        store_->logout({});
     } catch (...) {
         // The session ends by itself in time: nothing that the command did depends on this.
     }

@@ -9,11 +9,12 @@
 #include <vector>
 
 #include "session/LoginFile.h"
-#include "session/SessionRenewal.h"
 #include "session/StoreLocation.h"
 #include "storage/kvxclient.h"
 
 namespace storage::kvxtool {
+
+class SessionRenewal;
 
 /// KVX_TOKEN, where it is set.
 std::optional<std::string> tokenOfEnvironment();
@@ -55,7 +56,7 @@ private:
 
     std::vector<std::filesystem::path> storeFiles_;
     std::shared_ptr<kvxclient::KVXClient> store_;
-    std::optional<SessionRenewal> renewal_;
+    std::unique_ptr<SessionRenewal> renewal_;
     std::unique_ptr<kvxclient::FileAccess> files_;
     std::unique_ptr<kvxclient::AccessControl> sharing_;
     std::unique_ptr<kvxclient::ConfigurationManagement> configuration_;

@@ -13,9 +13,13 @@ using std::chrono::system_clock;
 
 SessionRenewal::SessionRenewal(const StoreLocation& location,
                                std::shared_ptr<kvxclient::KVXClient> client)
-    : storeName_(location.text()), client_(std::move(client)), store_(client_) {
+    : storeName_(location.text()),
+      client_(std::move(client)),
+      services_(client_->createFileAccess(), client_->createAccessControl(),
+                client_->createConfigurationManagement(), client_->createNotification(),
+                client_->createVersioning()) {
     if (const std::optional<std::string> token = tokenOfEnvironment()) {
-        login_ = kvxtool::logIn(*client_, *token);
+        keep(kvxtool::logIn(*client_, *token));
         return;
     }
     file_.emplace(location.url());
@@ -24,7 +28,7 @@ SessionRenewal::SessionRenewal(const StoreLocation& location,
         throw Failure(ExitCode::REFUSED, storeName_,
                       "you are not logged in: kvx login keeps your token, or set KVX_TOKEN to it");
     }
-    login_ = *kept;
+    keep(*kept);
 }
 
 std::string SessionRenewal::sessionId() const {
@@ -37,9 +41,9 @@ system_clock::time_point SessionRenewal::due() const {
     return login_.renewal;
 }
 
-void SessionRenewal::renew(const std::string& over, Renewed renewed) {
+void SessionRenewal::renew(unsigned long over, Renewed renewed) {
     std::unique_lock lock(mutex_);
-    if (login_.sessionId != over) {
+    if (number_ != over) {
         lock.unlock();
         renewed(nullptr);
         return;
@@ -106,6 +110,8 @@ void SessionRenewal::logIn() {
 void SessionRenewal::keep(const Login& login) {
     const std::lock_guard lock(mutex_);
     login_ = login;
+    client_->withSessionId(login.sessionId);
+    ++number_;
 }
 
 void SessionRenewal::finish(const std::exception_ptr& error) {
