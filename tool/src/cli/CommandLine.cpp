@@ -106,7 +106,7 @@ public:
     std::string reasonFor(const CLI::ParseError& error) const {
         const Command& command = *commands().back();
         RefusedLine line{kindOf(error), program_, command,     plainWords(app_.remaining(true)),
-                         words_,         {},       error.what()};
+                         words_,        {},       error.what()};
         for (const Option& option : command.options) {
             line.counts.push_back(options_.at(&option)->count());
         }
