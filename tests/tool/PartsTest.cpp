@@ -7,15 +7,21 @@
 #include <fstream>
 #include <sstream>
 #include <thread>
+#include <tuple>
 
-#include "CallWindow.h"
-#include "Download.h"
-#include "Interruption.h"
-#include "SyncPlan.h"
-#include "Text.h"
-#include "Upload.h"
+#include "cli/Command.h"
+#include "cli/Values.h"
+#include "remote/RemoteTree.h"
+#include "session/RenewingDispatcher.h"
+#include "session/Session.h"
 #include "storage/kvxstore/Store.h"
 #include "support/ScriptedServices.h"
+#include "sync/SyncPlan.h"
+#include "transfer/CallWindow.h"
+#include "transfer/Download.h"
+#include "transfer/Upload.h"
+#include "ui/Interruption.h"
+#include "ui/Text.h"
 
 namespace storage::kvxtool {
 namespace {
@@ -132,6 +138,145 @@ TEST(Upload, AnInterruptedOneLeavesTheOldContentAndNoHandle) {
     EXPECT_EQ(store->statistics().handles, 0U);
     EXPECT_EQ(store->statistics().used, 3U);
     EXPECT_EQ(store->verify(), std::vector<std::string>());
+}
+
+// Without an unsigned limit "+16777216T" would be 0 bytes, and everything larger.
+TEST(Values, SizesAreReadOrRefused) {
+    const std::pair<const char*, unsigned long> good[] = {
+        {"0", 0},
+        {"512", 512},
+        {"4K", 4096},
+        {"10G", 10UL << 30U},
+        {"7E", 7UL << 60U},
+        {"8388607T", 8388607UL << 40U},
+        {"9223372036854775806", 9223372036854775806UL}};
+    for (const auto& [typed, bytes] : good) {
+        EXPECT_EQ(parseSize(typed, typed, "1K"), bytes) << typed;
+    }
+    const std::pair<const char*, const char*> bad[] = {
+        {"", "not a size: write 1K"},
+        {"K", "not a size: write 1K"},
+        {"-5", "not a size: write 1K"},
+        {"10Q", "not a size: write 1K"},
+        {"10KM", "not a size: write 1K"},
+        {"1.5G", "not a size: write 1K"},
+        {"8E", "the size is too large: it must be less than 8E"},
+        {"16777216T", "the size is too large: it must be less than 8E"},
+        {"9223372036854775808", "the size is too large: it must be less than 8E"},
+        {"99999999999999999999", "the size is too large: it must be less than 8E"},
+        {"99999999999999999999Q", "not a size: write 1K"}};
+    for (const auto& [typed, words] : bad) {
+        try {
+            parseSize(typed, typed, "1K");
+            ADD_FAILURE() << typed;
+        } catch (const Failure& failure) {
+            EXPECT_EQ(failure.code(), ExitCode::USAGE) << typed;
+            EXPECT_EQ(failure.subject() + failure.what(), std::string(typed) + words);
+        }
+    }
+}
+
+TEST(Values, TimesBeyondWhatAClockHoldsAreRefusedOrTheLast) {
+    EXPECT_EQ(parseTime("9999-12-31"), std::chrono::system_clock::time_point::max());
+    EXPECT_LT(parseTime("15000w"), parseTime("1900-01-01"));
+    for (const char* bad : {"99999999999999999w", "20000w", "7", "7x", "2026-02-31", ""}) {
+        EXPECT_THROW(parseTime(bad), Failure) << bad;
+    }
+}
+
+TEST(Option, RefusesValuesInItsOwnWords) {
+    const Option jobs = option("-j,--jobs", "N", "").inRange(1, 1024);
+    const Option interval = option("--interval", "SECONDS", "").inRange(0.01, 86400.0);
+    const Option color = option("--color", "WHEN", "").oneOf({"auto", "never"});
+    const std::tuple<const Option*, const char*, const char*> cases[] = {
+        {&jobs, "1", ""},
+        {&jobs, "1024", ""},
+        {&jobs, "0", "0 is not a number from 1 to 1024"},
+        {&jobs, "1025", "1025 is not a number from 1 to 1024"},
+        {&jobs, "3x", "3x is not a number from 1 to 1024"},
+        {&jobs, "99999999999999999999", "99999999999999999999 is not a number from 1 to 1024"},
+        {&interval, "0.01", ""},
+        {&interval, "0.001", "0.001 is not a number from 0.01 to 86400"},
+        {&interval, "nan", "nan is not a number from 0.01 to 86400"},
+        {&color, "auto", ""},
+        {&color, "aut", "aut is none of auto,never"}};
+    for (const auto& [option, typed, words] : cases) {
+        EXPECT_EQ(option->refusal(typed), words);
+    }
+}
+
+TEST(SessionRenewal, LogsInOnceForAllCallsThatFindTheSessionOver) {
+    const fs::path root = fs::temp_directory_path() / ("kvx-session-" + std::to_string(getpid()));
+    fs::create_directories(root);
+    setenv("XDG_STATE_HOME", root.c_str(), 1);
+    unsetenv("KVX_TOKEN");
+    const StoreLocation location = StoreLocation::find(root / "store.db");
+    const LoginFile file(location.url());
+    kvxstore::StoreOptions options;
+    options.faults = std::make_shared<kvxstore::FaultPlan>();
+    options.faults->add({.operation = "login", .call = 3, .error = KVXClientErrorCode::UNKNOWN});
+    const auto store = kvxstore::Store::open(location.url(), options);
+    kvxstore::NewUser user;
+    user.name = u"ada";
+    const std::string token = store->createUser(user);
+    keepLogin(*store->createClient(), location, token);
+    const auto endSession = [&] {
+        const auto other = store->createClient();
+        other->withSessionId(file.read().value().sessionId).logout({});
+    };
+
+    SessionRenewal renewal(location, store->createClient());
+    const std::string before = renewal.sessionId();
+    const auto files =
+        kvxtransport::DispatchingClient("", RenewingDispatcher(renewal)).createFileAccess();
+    endSession();
+    std::vector<std::future<FileWriteResponse>> calls;
+    for (int i = 0; i < 200; ++i) {
+        FileCreateRequest request(Resource(u"/" + text(std::to_string(i)), u""));
+        request.appendContent("content", 7);
+        calls.push_back(files->createFileAsync(std::move(request)));
+    }
+    for (auto& call : calls) {
+        EXPECT_EQ(call.get().getVersionLabel(), 1);
+    }
+    EXPECT_EQ(store->statistics().used, 200U * 7);
+    EXPECT_TRUE(options.faults->fired().empty());  // There was a second login, and no third one.
+    EXPECT_NE(renewal.sessionId(), before);
+    EXPECT_EQ(renewal.sessionId(), file.read().value().sessionId);
+
+    endSession();
+    file.remove();
+    EXPECT_THROW(files->readFile({Resource(u"/0", u"")}), SessionEnded);
+    fs::remove_all(root);
+}
+
+// What is called "there" exists and is a folder, and "file" is a file.
+TEST(RemoteTarget, IsLookedUpOnce) {
+    ScriptedFileAccess files;
+    files.transport.on<kvxtransport::operations::ReadFileAttributes>(
+        [](FileAttributesReadRequest request,
+           CompletionHandler<FileAttributesReadResponse> handler) {
+            const std::u16string path = request.getResource().getPath();
+            FileAttributes attributes;
+            attributes.withType(path.ends_with(u"file") ? "FILE" : "FOLDER");
+            const bool exists = path == u"/" || path.ends_with(u"there") || path.ends_with(u"file");
+            handler(FileAttributesReadResponse().withFileAttributes(attributes),
+                    exists ? nullptr
+                           : std::make_exception_ptr(
+                                 KVXClientException(KVXClientErrorCode::RESOURCE_NOT_FOUND)));
+        });
+    const std::tuple<const char*, std::size_t, const char*> cases[] = {
+        {":/there", 1, ":/there/x"},       {":/file", 1, ":/file"},       {":/new", 1, ":/new"},
+        {":/there/new", 2, ":/there/new"}, {"team:/new", 2, "team:/new"}, {":/", 1, ":/x"}};
+    for (const auto& [name, lookups, target] : cases) {
+        files.transport.reached().clear();
+        const RemoteTarget found(files, RemoteName::parse(name), false);
+        EXPECT_EQ(files.transport.reached().size(), lookups) << name;
+        EXPECT_EQ(found.nameFor(u"x").text(), target);
+    }
+    for (const char* missing : {":/none/new", ":/new/", "team:/none/new"}) {
+        EXPECT_THROW(RemoteTarget(files, RemoteName::parse(missing), false), Failure) << missing;
+    }
 }
 
 TEST(CallWindow, BoundsCallsAndBytes) {

@@ -1,0 +1,137 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <filesystem>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "commands/Commands.h"
+#include "commands/Transferring.h"
+#include "local/LocalWatch.h"
+#include "remote/ChangeFeed.h"
+#include "sync/Sync.h"
+
+namespace storage::kvxtool {
+namespace {
+
+/// Compares and transfers once more, and returns whether that succeeded. The first time, throws
+/// when a folder cannot be read: its name may be wrong.
+bool runPass(Sync& sync, Diagnostics& diagnostics, bool isFirst) {
+    diagnostics.beginPass();
+    if (isFirst) {
+        sync.run();
+        return true;
+    }
+    return diagnostics.guard("", [&] { sync.run(); });
+}
+
+/// Tells a folder from another one that is made in its place; empty where there is none.
+std::string identityOf(const std::filesystem::path& folder) {
+    struct statx status {};
+    if (statx(AT_FDCWD, folder.c_str(), 0, STATX_INO | STATX_BTIME, &status) != 0) {
+        return {};
+    }
+    std::ostringstream identity;
+    identity << status.stx_dev_major << ':' << status.stx_dev_minor << ':' << status.stx_ino << ':'
+             << status.stx_btime.tv_sec << '.' << status.stx_btime.tv_nsec;
+    return identity.str();
+}
+
+void followLocal(Sync& sync, Diagnostics& diagnostics, std::chrono::milliseconds interval) {
+    bool warned = false;
+    bool first = true;
+    std::string known;
+    while (std::cout.flush()) {
+        const std::string identity = identityOf(sync.local());
+        if (!known.empty() && !identity.empty() && identity != known) {
+            throw Failure(ExitCode::CONFLICT, sync.local().string(),
+                          "another folder has taken its place: begin again if that is right");
+        }
+        known = known.empty() ? identity : known;
+        LocalWatch watch(sync.local());
+        if (!watch.isComplete() && !warned && std::filesystem::exists(sync.local())) {
+            warned = true;
+            diagnostics.warn(sync.local().string(),
+                             "not every folder can be watched: compared again at each interval");
+        }
+        const bool compared = runPass(sync, diagnostics, std::exchange(first, false));
+        std::cout.flush();
+        watch.wait(compared && watch.isComplete() ? LocalWatch::FOREVER : interval);
+    }
+}
+
+void followRemote(const Session& session, Sync& sync, Diagnostics& diagnostics,
+                  std::chrono::milliseconds interval) {
+    ChangeFeed feed(session.notifications(), session.files(), {sync.remote()}, "");
+    feed.read();
+    bool first = true;
+    while (std::cout.flush()) {
+        bool again = !runPass(sync, diagnostics, std::exchange(first, false));
+        std::cout.flush();
+        do {
+            std::this_thread::sleep_for(interval);
+            diagnostics.guard("", [&] { again = !feed.read().empty() || again; });
+        } while (!again);
+    }
+}
+
+void sync(const Session& session, Invocation& invocation) {
+    Diagnostics& diagnostics = invocation.diagnostics;
+    SyncOptions options;
+    options.source = invocation.text("SOURCE");
+    options.target = invocation.text("TARGET");
+    options.rules = {invocation.has("--delete"), invocation.has("--checksum")};
+    options.dryRun = invocation.has("--dry-run");
+    options.transfer = transferOptions(session, invocation);
+    Sync sync(session.files(), invocation.out, diagnostics, options);
+    const std::chrono::milliseconds interval(
+        static_cast<long>(invocation.number("--interval") * 1000));
+    if (!invocation.has("--watch")) {
+        sync.run();
+    } else if (sync.isUp()) {
+        followLocal(sync, diagnostics, interval);
+    } else {
+        followRemote(session, sync, diagnostics, interval);
+    }
+}
+
+}  // namespace
+
+Command syncCommand() {
+    return {
+        .name = "sync",
+        .summary = "Make a folder like another one: in the store, or out of it",
+        .group = "Sync",
+        .options = {argument("SOURCE", "The folder to be like"),
+                    argument("TARGET", "The folder to change"),
+                    flag("--delete", "Delete in the target what the source does not have"),
+                    flag("--checksum", "Compare contents, not modification times"),
+                    flag("-n,--dry-run", "Print what there is to do, and do nothing"), jobsOption(),
+                    flag("--watch", "Go on with every change, until Ctrl-C").without("--dry-run"),
+                    option("--interval", "SECONDS",
+                           "With --watch, the seconds between looks for changes in the store")
+                        .inRange(0.01, 86400.0)
+                        .together("--watch")
+                        .withInitial("2")},
+        .notes =
+            R"(One folder is local and one in the store. The target is created where it is missing. Files
+that differ in size or modification time are transferred; what only the target has stays,
+unless --delete is given, and so does what is a file here and a folder there. Links and
+special files are left out on both sides, with a warning in the source. A file that
+changes while it is read is not stored. A folder that is named on the command line may
+be a link. Permissions are not kept.
+
+-v prints each action: put, get, delete or mkdir, with the path below the folder. --json
+prints {"action", "path", "size"}, with "dryRun": true in a dry run, and at the end
+{"action": "summary", "files", "size", "folders", "deleted", "unchanged", "failed",
+"dryRun"}.)",
+        .examples = {"kvx sync ./photos :/photos", "kvx sync -n --delete team:/docs ./docs",
+                     "kvx sync --watch ./notes :/notes"},
+        .run = inSession(sync)};
+}
+
+}  // namespace storage::kvxtool

@@ -1,0 +1,131 @@
+#include "local/LocalOutput.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <mutex>
+#include <set>
+#include <utility>
+
+#include "local/LocalFile.h"
+#include "ui/Failure.h"
+#include "ui/Interruption.h"
+
+namespace storage::kvxtool {
+namespace {
+
+const std::string TEMPORARY_PREFIX = ".kvx-";
+
+std::mutex temporaryFilesLock;
+std::set<std::filesystem::path> temporaryFiles;
+
+}  // namespace
+
+LocalOutput::LocalOutput(const std::filesystem::path& path, Progress& progress)
+    : name_(path.string()), progress_(progress) {
+    struct stat status {};
+    const bool exists = stat(path.c_str(), &status) == 0;
+    if (exists && S_ISDIR(status.st_mode)) {
+        throwFileError(name_, EISDIR);
+    }
+    if (exists && !S_ISREG(status.st_mode)) {
+        file_ = openFile(path, O_WRONLY);
+        if (file_ < 0) {
+            throwFileError(name_, errno);
+        }
+        return;
+    }
+    // A link is followed, so that what it points to is replaced and not the link.
+    openTemporary(exists ? std::filesystem::canonical(path) : path);
+    if (exists) {
+        fchmod(file_, status.st_mode & 07777U);
+    }
+}
+
+LocalOutput::LocalOutput(Progress& progress)
+    : name_("standard output"), progress_(progress), file_(STDOUT_FILENO) {}
+
+void LocalOutput::openTemporary(const std::filesystem::path& path) {
+    static std::atomic<unsigned> counter = 0;
+    static const std::string prefix = TEMPORARY_PREFIX + std::to_string(getpid()) + "-";
+    path_ = path;
+    const std::lock_guard lock(temporaryFilesLock);
+    do {
+        temporary_ = path.parent_path() / (prefix + std::to_string(counter++));
+        file_ = open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    } while (file_ < 0 && errno == EEXIST);
+    if (file_ < 0) {
+        temporary_.clear();
+        throwCreationError(path, errno);
+    }
+    temporaryFiles.insert(temporary_);
+}
+
+LocalOutput::~LocalOutput() {
+    if (file_ > STDERR_FILENO) {
+        close(file_);
+    }
+    if (!temporary_.empty()) {
+        const std::lock_guard lock(temporaryFilesLock);
+        unlink(temporary_.c_str());
+        temporaryFiles.erase(temporary_);
+    }
+}
+
+void LocalOutput::write(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(file_, bytes.data(), bytes.size());
+        if (count >= 0) {
+            bytes.remove_prefix(static_cast<std::size_t>(count));
+            progress_.addBytes(static_cast<unsigned long>(count));
+        } else if (errno == EINTR) {
+            Interruption::check();
+        } else {
+            throwFileError(name_, errno);
+        }
+    }
+}
+
+void LocalOutput::commit(std::optional<std::chrono::system_clock::time_point> modified) {
+    if (temporary_.empty()) {
+        return;
+    }
+    if (modified) {
+        const auto seconds = std::chrono::floor<std::chrono::seconds>(*modified);
+        timespec times[2] = {};
+        times[0].tv_nsec = UTIME_OMIT;
+        times[1].tv_sec = seconds.time_since_epoch().count();
+        times[1].tv_nsec = std::chrono::nanoseconds(*modified - seconds).count();
+        futimens(file_, times);  // A failure is ignored: some file systems keep no times.
+    }
+    // Some file systems report a full disk only here.
+    const int file = std::exchange(file_, -1);
+    if (close(file) != 0) {
+        throwFileError(name_, errno);
+    }
+    const std::lock_guard lock(temporaryFilesLock);
+    if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
+        throwFileError(name_, errno);
+    }
+    temporaryFiles.erase(temporary_);
+    temporary_.clear();
+}
+
+bool LocalOutput::isTemporaryName(std::string_view name) {
+    return name.starts_with(TEMPORARY_PREFIX) &&
+           name.find_first_not_of("0123456789-", TEMPORARY_PREFIX.size()) == name.npos;
+}
+
+void LocalOutput::removeTemporaryFilesAndExit(int exitCode) {
+    // Held to the end: no further file can be made.
+    const std::lock_guard lock(temporaryFilesLock);
+    for (const std::filesystem::path& file : temporaryFiles) {
+        unlink(file.c_str());
+    }
+    _exit(exitCode);
+}
+
+}  // namespace storage::kvxtool

@@ -1,0 +1,99 @@
+#include "session/OpenStore.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include "session/LoginFile.h"
+#include "session/Session.h"
+#include "ui/Failure.h"
+#include "ui/Text.h"
+
+namespace storage::kvxtool {
+namespace {
+
+using kvxstore::StoreErrorCode;
+
+/// What the codes of StoreError mean where a store is opened or created. Where no folder holds the
+/// file, the system says why.
+Failure openingFailure(const StoreLocation& location, const kvxstore::StoreError& error,
+                       kvxstore::CreateMode mode) {
+    if (!location.file()) {
+        return {ExitCode::USAGE, "", error.what()};
+    }
+    const bool isNew = mode == kvxstore::CreateMode::MUST_BE_NEW;
+    const std::filesystem::path folder = location.file()->parent_path() / "";
+    switch (error.code()) {
+        case StoreErrorCode::NOT_FOUND:
+            if (!isNew) {
+                return {ExitCode::NOT_FOUND, location.text(),
+                        "there is no store here: kvx init creates one"};
+            }
+            if (access(folder.c_str(), F_OK) == 0) {
+                return {ExitCode::STORE_FAILED, "", error.what()};
+            }
+            if (errno == ENOENT) {
+                return {ExitCode::NOT_FOUND, location.text(), "no such folder to hold it"};
+            }
+            return Failure::of(location.text(), std::make_exception_ptr(std::system_error(
+                                                    errno, std::generic_category())));
+        case StoreErrorCode::ALREADY_EXISTS:
+            return {ExitCode::CONFLICT, location.text(), "it exists already, and is left as it is"};
+        case StoreErrorCode::DAMAGED:
+            return {ExitCode::STORE_DAMAGED, "", error.what()};
+        default:
+            return Failure::of(location.text(), std::make_exception_ptr(error));
+    }
+}
+
+std::shared_ptr<kvxstore::Store> open(const StoreLocation& location, kvxstore::CreateMode mode) {
+    kvxstore::StoreOptions options;
+    options.createMode = mode;
+    try {
+        return kvxstore::Store::open(location.url(), options);
+    } catch (const kvxstore::StoreError& error) {
+        throw openingFailure(location, error, mode);
+    }
+}
+
+std::string createUser(const kvxstore::Store& store, const std::u16string& name) try {
+    kvxstore::NewUser user;
+    user.name = name;
+    return store.createUser(user);
+} catch (const kvxstore::StoreError&) {
+    throw Failure::of(toUtf8(name), std::current_exception());
+}
+
+}  // namespace
+
+std::shared_ptr<kvxstore::Store> openStore(const StoreLocation& location) {
+    return open(location, kvxstore::CreateMode::MUST_EXIST);
+}
+
+std::string createStore(const StoreLocation& location, const std::u16string& user) {
+    if (!location.file()) {
+        throw Failure(ExitCode::USAGE, location.text(), "only a store in a file can be created");
+    }
+    if (location.isDefault()) {
+        std::filesystem::create_directories(location.file()->parent_path());
+    }
+    LoginFile(location.url()).prepare();
+    auto store = open(location, kvxstore::CreateMode::MUST_BE_NEW);
+    try {
+        std::string token = createUser(*store, user);
+        keepLogin(*store->createClient(), location, token);
+        return token;
+    } catch (...) {
+        // A store that nobody can log in to is of no use, and would be in the way.
+        store.reset();
+        for (const std::filesystem::path& file : location.files()) {
+            std::error_code ignored;
+            std::filesystem::remove(file, ignored);
+        }
+        throw;
+    }
+}
+
+}  // namespace storage::kvxtool

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "session/StoreLocation.h"
+#include "storage/kvxstore/Store.h"
+
+namespace storage::kvxtool {
+
+/// Opens a store that exists. Throws Failure when it cannot.
+std::shared_ptr<kvxstore::Store> openStore(const StoreLocation& location);
+
+/// Creates a store with one user, keeps the user's login, and returns the token. Throws with
+/// nothing left behind when it cannot.
+std::string createStore(const StoreLocation& location, const std::u16string& user);
+
+}  // namespace storage::kvxtool
