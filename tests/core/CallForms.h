@@ -11,13 +11,34 @@
 
 namespace storage::kvxclient {
 
-inline std::exception_ptr thrownBy(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (...) {
-        return std::current_exception();
+// What tryForms() does for one operation; apart from it, so that it compiles once.
+struct Forms {
+    std::exception_ptr error;
+    std::function<void()> startFuture, complete, getFuture, block;
+
+    void tryBoth() const {
+        auto started = std::async(std::launch::async, startFuture);
+        EXPECT_EQ(std::future_status::ready, started.wait_for(std::chrono::seconds(10)))
+            << "the future form waits";
+        complete();
+        started.get();
+        EXPECT_EQ(error, thrownBy(getFuture));
+        EXPECT_EQ(error, thrownBy(block));
     }
-    return nullptr;
+
+    static std::exception_ptr thrownBy(const std::function<void()>& action) {
+        try {
+            action();
+        } catch (...) {
+            return std::current_exception();
+        }
+        return nullptr;
+    }
+};
+
+inline void expectMoved(std::size_t allocated, bool same) {
+    EXPECT_EQ(4u, allocated) << "promise (two), shared pointer and handler";
+    EXPECT_TRUE(same) << "the request arrives changed";
 }
 
 // Tries the future and the blocking form of an operation. Both move the request to the callback
@@ -25,21 +46,26 @@ inline std::exception_ptr thrownBy(const std::function<void()>& action) {
 template <class Operation, class Service, class Request, class Future, class Blocking>
 void tryForms(const Service& service, const Request& request, Future future, Blocking blocking) {
     SCOPED_TRACE(Operation::name);
-    using Handler = typename Operation::Handler;
     const auto error = std::make_exception_ptr(KVXClientException(KVXClientErrorCode::CONFLICT));
-    const auto on = [&](std::function<void(Handler)> script) {
-        service.transport.template on<Operation>([&, script](Request arrived, Handler handler) {
-            EXPECT_EQ(4u, allocations::count) << "promise (two), shared pointer and handler";
-            if constexpr (!std::is_empty_v<Request>) {
-                EXPECT_EQ(request, arrived);
-            }
-            if constexpr (requires { request.getStreamFactory(); }) {  // Equality leaves it out.
-                EXPECT_TRUE(arrived.getStreamFactory());
-            }
-            script(std::move(handler));
-        });
-    };
-    const auto call = [&](auto form, Request copy) {
+    typename Operation::Handler pending;
+    bool completesAtOnce = false;
+    service.transport.template on<Operation>([&](Request arrived, auto handler) {
+        const std::size_t allocated = allocations::count;
+        bool same = true;
+        if constexpr (!std::is_empty_v<Request>) {
+            same = request == arrived;
+        }
+        if constexpr (requires { request.getStreamFactory(); }) {  // Equality leaves it out.
+            same = same && arrived.getStreamFactory();
+        }
+        expectMoved(allocated, same);
+        pending = std::move(handler);
+        if (completesAtOnce) {
+            pending({}, error);
+        }
+    });
+    const auto call = [&](auto form) {
+        Request copy = request;
         allocations::count = 0;
         if constexpr (std::is_same_v<Request, kvxtransport::PingRequest>) {
             return form(service);
@@ -47,17 +73,19 @@ void tryForms(const Service& service, const Request& request, Future future, Blo
             return form(service, std::move(copy));
         }
     };
-    Handler pending;
-    on([&](Handler handler) { pending = std::move(handler); });
-    auto started = std::async(std::launch::async, [&] { return call(future, request); });
-    EXPECT_EQ(std::future_status::ready, started.wait_for(std::chrono::seconds(10)))
-        << "the future form waits";
-    ASSERT_TRUE(pending) << "another callback form is reached";
-    pending({}, error);
-    EXPECT_EQ(error, thrownBy([&] { started.get().get(); }));
-    on([&](Handler handler) { handler({}, error); });
-    EXPECT_EQ(error, thrownBy([&] { call(blocking, request); }));
-    EXPECT_EQ((std::vector{Operation::name, Operation::name}), service.transport.reached());
+    std::future<typename Operation::Response> result;
+    Forms forms{error, [&] { result = call(future); },
+                [&] {
+                    ASSERT_TRUE(pending) << "another callback form is reached";
+                    pending({}, error);
+                },
+                [&] { result.get(); },
+                [&] {
+                    completesAtOnce = true;
+                    call(blocking);
+                }};
+    forms.tryBoth();
+    EXPECT_TRUE(std::vector(2, Operation::name) == service.transport.reached());
 }
 
 struct ScriptedKVXClient : ScriptedClient {

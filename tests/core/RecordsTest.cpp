@@ -73,6 +73,42 @@ Value sibling(Value value) {
     return value;
 }
 
+// Apart from the templates, so that it compiles once.
+void reportUnless(bool holds, const std::type_info& type, std::size_t field, const char* fault) {
+    EXPECT_TRUE(holds) << testing::internal::GetTypeName(type) << ": field " << field << ' '
+                       << fault;
+}
+
+enum Which { START, VALUE, SIBLING };
+
+// A field of a record, with the values that are tried.
+template <class Record>
+struct Field {
+    virtual ~Field() = default;
+    virtual Record& set(Record& record, Which which) const = 0;
+    virtual bool is(const Record& record, Which which) const = 0;
+    Kind kind = PLAIN;
+    bool hasSibling = false;
+};
+
+template <class Record, class Setter, class Getter, class Value>
+struct FieldOf final : Field<Record> {
+    FieldOf(Setter setter, Getter getter, const Value& start, const Value& value,
+            const Value& sibling)
+        : setter_(setter), getter_(getter), values_{start, value, sibling} {
+        this->hasSibling = !alike(value, sibling);
+    }
+    Record& set(Record& record, Which which) const override {
+        return std::invoke(setter_, record, plain(values_[which]));
+    }
+    bool is(const Record& record, Which which) const override {
+        return alike(std::invoke(getter_, record), values_[which]);
+    }
+    const Setter setter_;
+    const Getter getter_;
+    const Value values_[3];
+};
+
 // The records that are checked; filled before any test runs.
 std::set<std::type_index>& checked() {
     static std::set<std::type_index> types;
@@ -86,88 +122,87 @@ template <class Record>
 class Check {
 public:
     template <class... Arguments>
-    explicit Check(Arguments... arguments)
-        : make_([=] { return Record(arguments...); }), full_(make_()) {
-        EXPECT_TRUE(listed<Record>);
-        const Record record = make_();
-        const Record copy = record;
+    explicit Check(const Arguments&... arguments) : new_(arguments...), full_(new_) {
+        expect(listed<Record>, "is listed twice");
         if constexpr (Comparable<Record>) {
-            EXPECT_TRUE(record == record) << name();
-            EXPECT_EQ(!std::is_empty_v<Record>, record == copy) << name();
+            expect(new_ == new_, "is not equal to itself");
+            expect((new_ == full_) != std::is_empty_v<Record>, "is not equal to a copy");
         }
     }
-
     Check(const Check&) = delete;
-    // No setter touches another field, and the calls deliver a record with all fields set.
     ~Check() {
-        for (std::size_t field = 0; field < setters_.size(); ++field) {
-            Record changed = make_();
-            setters_[field](changed);
-            for (std::size_t other = 0; other < setters_.size(); ++other) {
-                EXPECT_TRUE(field == other || atStart_[other](changed))
-                    << name() << ": field " << field << " changes field " << other;
-            }
+        for (field_ = 0; field_ < fields_.size(); ++field_) {
+            tryField(*fields_[field_]);
         }
         tryOperationsOf(full_);
     }
 
-    // A field: it starts at `start`; another value survives copies and moves, replaces one of the
-    // same size, and makes the record unequal, unless equality leaves the field out.
     template <class Setter, class Getter, class Value>
     Check& field(Setter set, Getter get, const Value& value, const Value& start = Value(),
                  Kind kind = PLAIN) {
-        setters_.push_back([=](Record& record) { std::invoke(set, record, plain(value)); });
-        atStart_.push_back(
-            [=](const Record& record) { return alike(std::invoke(get, record), start); });
-        setters_.back()(full_);
-        Record changed = make_(), replaced = make_();
-        EXPECT_TRUE(alike(std::invoke(get, changed), start)) << name() << ": the default";
-        EXPECT_EQ(&changed, &std::invoke(set, changed, plain(value))) << name() << ": chaining";
-        Record copy = changed;
-        const Record moved = std::move(copy);
-        copy = make_();
-        copy = moved;
-        EXPECT_TRUE(alike(std::invoke(get, copy), value)) << name() << ": the value";
-        std::invoke(set, replaced, plain(sibling(value)));
-        const Record similar = replaced;
-        std::invoke(set, replaced, plain(value));
-        EXPECT_EQ(kind != APPENDED, alike(std::invoke(get, replaced), value)) << name();
-        if constexpr (Comparable<Record>) {
-            EXPECT_TRUE(changed == moved) << name();
-            EXPECT_EQ(kind == LEFT_OUT, make_() == changed) << name() << ": equality";
-            EXPECT_EQ(kind == LEFT_OUT, changed == make_()) << name() << ": equality";
-            EXPECT_EQ(kind == LEFT_OUT || alike(value, sibling(value)), changed == similar)
-                << name() << ": equality of the same size";
-        }
-        return *this;
+        return add(set, get, start, value, sibling(value), kind);
     }
 
     // A list: a field whose order counts too.
     template <class Setter, class Getter, class Value>
     Check& list(Setter set, Getter get, const Value& one, const Value& other) {
-        field(set, get, std::vector{one, other});
-        if constexpr (Comparable<Record>) {
-            Record forward = make_(), backward = make_();
-            std::invoke(set, forward, std::vector{one, other});
-            std::invoke(set, backward, std::vector{other, one});
-            EXPECT_FALSE(forward == backward) << name() << ": the order";
-        }
-        return *this;
+        using List = std::vector<Value>;
+        return add(set, get, List(), List{one, other}, List{other, one}, PLAIN);
     }
 
     // A field that only the constructor sets.
     template <class Getter, class Value>
     Check& fixed(Getter get, const Value& value) {
-        EXPECT_TRUE(alike(std::invoke(get, make_()), value)) << name();
+        expect(alike(std::invoke(get, new_), value), "is not what it was made with");
         return *this;
     }
 
 private:
-    static std::string name() { return testing::internal::GetTypeName<Record>(); }
-    std::function<Record()> make_;
-    std::vector<std::function<void(Record&)>> setters_;
-    std::vector<std::function<bool(const Record&)>> atStart_;
-    Record full_;
+    template <class Setter, class Getter, class Value>
+    Check& add(Setter set, Getter get, const Value& start, const Value& value, const Value& sibling,
+               Kind kind) {
+        fields_.emplace_back(
+            new FieldOf<Record, Setter, Getter, Value>(set, get, start, value, sibling));
+        fields_.back()->kind = kind;
+        return *this;
+    }
+
+    // It starts as it should; another value survives copies and moves, replaces one of the same
+    // size, leaves the other fields alone, and makes the record unequal.
+    void tryField(const Field<Record>& field) {
+        Record changed = new_;
+        expect(field.is(changed, START), "does not start as it should");
+        expect(&changed == &field.set(changed, VALUE), "does not chain");
+        for (const auto& other : fields_) {
+            expect(other.get() == &field || other->is(changed, START), "touches another field");
+        }
+        Record copy = changed;
+        const Record moved = std::move(copy);
+        copy = new_;
+        copy = moved;
+        expect(field.is(copy, VALUE), "gets lost");
+        Record replaced = new_;
+        field.set(replaced, SIBLING);
+        const Record similar = replaced;
+        field.set(replaced, VALUE);
+        expect(field.is(replaced, VALUE) == (field.kind != APPENDED), "does not replace");
+        if constexpr (Comparable<Record>) {
+            const bool leftOut = field.kind == LEFT_OUT;
+            expect(changed == moved, "makes copies unequal");
+            expect((new_ == changed) == leftOut && (changed == new_) == leftOut, "in equality");
+            expect((changed == similar) == (leftOut || !field.hasSibling), "in equality by size");
+        }
+        field.set(full_, VALUE);
+    }
+
+    void expect(bool holds, const char* fault) const {
+        reportUnless(holds, typeid(Record), field_, fault);
+    }
+
+    const Record new_;
+    Record full_;  // With every field set.
+    std::vector<std::unique_ptr<Field<Record>>> fields_;
+    std::size_t field_ = 0;
 };
 
 #define FIELD(Record, Name, ...) field(&Record::with##Name, &Record::get##Name, __VA_ARGS__)
