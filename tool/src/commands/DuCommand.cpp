@@ -25,7 +25,7 @@ struct Usage {
     }
 };
 
-void print(const Invocation& invocation, const std::string& name, const Usage& usage) {
+void printUsage(const Invocation& invocation, const std::string& name, const Usage& usage) {
     invocation.out.print(
         [&] {
             return Json{{"name", name},
@@ -77,7 +77,7 @@ private:
         const Folder folder = std::move(open_.back());
         open_.pop_back();
         if (open_.size() <= depth_) {
-            print(invocation_, folder.name.text(), folder.usage);
+            printUsage(invocation_, folder.name.text(), folder.usage);
         }
         (open_.empty() ? total_ : open_.back().usage) += folder.usage;
     }
@@ -88,11 +88,11 @@ private:
     Usage total_;
 };
 
-Usage usageOf(const Session& session, Invocation& invocation, const RemoteName& name) {
+Usage usageBelow(const Session& session, Invocation& invocation, const RemoteName& name) {
     const RemoteEntry entry = readEntry(session.files(), name);
     if (!entry.folder) {
         const Usage usage{entry.size, 1, 0};
-        print(invocation, name.text(), usage);
+        printUsage(invocation, name.text(), usage);
         return usage;
     }
     UsageCount count(invocation);
@@ -107,10 +107,10 @@ void du(const Session& session, Invocation& invocation) {
     Usage total;
     for (const std::string& name : namesOrRoot(invocation)) {
         invocation.diagnostics.guard(
-            name, [&] { total += usageOf(session, invocation, RemoteName::parse(name)); });
+            name, [&] { total += usageBelow(session, invocation, RemoteName::parse(name)); });
     }
     if (invocation.has("-c")) {
-        print(invocation, "total", total);
+        printUsage(invocation, "total", total);
     }
 }
 

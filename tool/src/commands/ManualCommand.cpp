@@ -95,7 +95,7 @@ void printText(const std::string& text) {
     std::cout << (verbatim ? ".fi\n.RE\n" : "");
 }
 
-std::string usageOf(const Option& argument) {
+std::string synopsisOf(const Option& argument) {
     const std::string name = argument.names + (argument.count.most > 1 ? "..." : "");
     return argument.count.least > 0 ? name : "[" + name + "]";
 }
@@ -119,7 +119,7 @@ void printCommand(const Command& command, const std::string& before) {
     const std::string name = before + " " + command.name;
     std::string usage = name;
     for (const Option& option : command.options) {
-        usage += option.isArgument() ? " " + usageOf(option) : "";
+        usage += option.isArgument() ? " " + synopsisOf(option) : "";
     }
     std::cout << ".SS \"" << roff(usage) << "\"\n" << roff(command.summary) << ".\n";
     printOptions(command);

@@ -76,7 +76,7 @@ void moveOrCopyAll(const FileAccess& files, Invocation& invocation, bool copy) {
 }
 
 /// What mv and cp have in common.
-Command command(bool copy) {
+Command moveOrCopyCommand(bool copy) {
     return {.group = "Files",
             .options = {argument("REMOTE", "The sources, then the target", SOURCES_AND_TARGET),
                         flag("-f,--force", "Replace a file that exists, and its versions"),
@@ -90,7 +90,7 @@ Command command(bool copy) {
 }  // namespace
 
 Command mvCommand() {
-    Command mv = command(false);
+    Command mv = moveOrCopyCommand(false);
     mv.name = "mv";
     mv.summary = "Move or rename files and folders";
     mv.examples = {"kvx mv /draft.txt /final.txt", "kvx mv /a.txt /b.txt team:/docs/"};
@@ -98,7 +98,7 @@ Command mvCommand() {
 }
 
 Command cpCommand() {
-    Command cp = command(true);
+    Command cp = moveOrCopyCommand(true);
     cp.name = "cp";
     cp.summary = "Copy files and folders within the store";
     cp.options.push_back(flag("-r,--recursive", "Copy folders with all they have"));

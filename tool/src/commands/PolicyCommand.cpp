@@ -11,17 +11,18 @@ using kvxclient::ResourcePolicy;
 using kvxclient::VersionPolicy;
 
 template <class Policy>
-using Words = std::map<std::string, Policy>;
+using PolicyWords = std::map<std::string, Policy>;
 
-const Words<VersionPolicy> VERSION_POLICIES{{"inherit", VersionPolicy::INHERIT},
-                                            {"disabled", VersionPolicy::DISABLED},
-                                            {"enabled", VersionPolicy::ENABLED}};
-const Words<PublicAccessPolicy> PUBLIC_ACCESS_POLICIES{{"inherit", PublicAccessPolicy::INHERIT},
-                                                       {"denied", PublicAccessPolicy::DENIED},
-                                                       {"allowed", PublicAccessPolicy::ALLOWED}};
+const PolicyWords<VersionPolicy> VERSION_POLICIES{{"inherit", VersionPolicy::INHERIT},
+                                                  {"disabled", VersionPolicy::DISABLED},
+                                                  {"enabled", VersionPolicy::ENABLED}};
+const PolicyWords<PublicAccessPolicy> PUBLIC_ACCESS_POLICIES{
+    {"inherit", PublicAccessPolicy::INHERIT},
+    {"denied", PublicAccessPolicy::DENIED},
+    {"allowed", PublicAccessPolicy::ALLOWED}};
 
 template <class Policy>
-std::string wordFor(const Words<Policy>& words, Policy value) {
+std::string wordFor(const PolicyWords<Policy>& words, Policy value) {
     for (const auto& [word, policy] : words) {
         if (policy == value) {
             return word;
@@ -31,7 +32,7 @@ std::string wordFor(const Words<Policy>& words, Policy value) {
 }
 
 template <class Policy>
-std::vector<std::string> namesOf(const Words<Policy>& words) {
+std::vector<std::string> wordsOf(const PolicyWords<Policy>& words) {
     std::vector<std::string> names;
     for (const auto& [word, policy] : words) {
         names.push_back(word);
@@ -99,10 +100,10 @@ Command policyCommand() {
         .options = {argument("REMOTE", "A name in the store"),
                     option("--versions", "POLICY",
                            "Whether a write keeps the old content: inherit, enabled or disabled")
-                        .oneOf(namesOf(VERSION_POLICIES)),
+                        .oneOf(wordsOf(VERSION_POLICIES)),
                     option("--public", "POLICY",
                            "Whether applications may publish it: inherit, allowed or denied")
-                        .oneOf(namesOf(PUBLIC_ACCESS_POLICIES))},
+                        .oneOf(wordsOf(PUBLIC_ACCESS_POLICIES))},
         .notes =
             R"(A policy holds for all below a folder, where nothing else is set. Without any, versions
 are enabled and public access is denied. What is not mentioned stays as it is, and so do

@@ -34,8 +34,8 @@ void putStandardInput(Upload& upload, const RemoteTarget& target) {
     upload.send(input, target.nameFor({}));
 }
 
-void addSource(Upload& upload, const std::string& source, const RemoteTarget& target,
-               bool recursive) {
+void addLocalSource(Upload& upload, const std::string& source, const RemoteTarget& target,
+                    bool recursive) {
     if (RemoteName::isRemote(source)) {
         throw Failure(ExitCode::USAGE, source,
                       "a local name is needed here: write ./ before a name with a colon");
@@ -66,7 +66,7 @@ void put(const Session& session, Invocation& invocation) {
                 } else if (!taken.insert(sourceName(source)).second) {
                     throw Failure(ExitCode::CONFLICT, source, "another source has this name");
                 } else {
-                    addSource(upload, source, target, invocation.has("--recursive"));
+                    addLocalSource(upload, source, target, invocation.has("--recursive"));
                 }
             });
         }

@@ -18,7 +18,7 @@ namespace {
 
 using kvxclient::Invitation;
 
-std::string textOf(const Invitation& invitation) {
+std::string sharedText(const Invitation& invitation) {
     const std::string folder = folderOf(invitation);
     const std::string recipient = nameOf(invitation.getRecipient());
     const std::pair<const char*, std::string> lines[] = {
@@ -125,7 +125,7 @@ void lookInside(const Session& session, const Invocation& invocation) {
         return;
     }
     if (!invocation.has("PATH")) {
-        invocation.out.print(jsonOf(invitation), textOf(invitation));
+        invocation.out.print(jsonOf(invitation), sharedText(invitation));
     }
     printContent(session, invocation, folder);
 }

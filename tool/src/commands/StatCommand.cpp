@@ -12,7 +12,7 @@
 namespace storage::kvxtool {
 namespace {
 
-std::string textOf(const RemoteName& name, const kvxclient::FileAttributes& attributes) {
+std::string attributesText(const RemoteName& name, const kvxclient::FileAttributes& attributes) {
     const auto yesOrNo = [](bool value) { return value ? "yes" : "no"; };
     const std::pair<const char*, std::string> lines[] = {
         {"name:", shown(name.text())},
@@ -53,7 +53,7 @@ void stat(const Session& session, Invocation& invocation, const RemoteName& name
         session.files().readFileAttributes(std::move(request)).getFileAttributes();
     requireKind(name, entryOf(attributes));
     invocation.out.print([&] { return jsonOf(name, attributes); },
-                         [&] { return textOf(name, attributes); });
+                         [&] { return attributesText(name, attributes); });
 }
 
 }  // namespace

@@ -9,8 +9,8 @@ namespace storage::kvxtool {
 namespace {
 
 /// Only an open file tells the size of a version.
-unsigned long sizeOf(const kvxclient::FileAccess& files, const RemoteName& name,
-                     const kvxclient::VersionSummary& version) {
+unsigned long versionSize(const kvxclient::FileAccess& files, const RemoteName& name,
+                          const kvxclient::VersionSummary& version) {
     kvxclient::FileHandleReadOnlyCreateRequest request(name.resource());
     request.withVersionId(version.getVersionId());
     const auto opened = files.createReadOnlyFileHandle(std::move(request));
@@ -22,8 +22,8 @@ unsigned long sizeOf(const kvxclient::FileAccess& files, const RemoteName& name,
     return opened.getFileSize();
 }
 
-void print(const Output& out, const kvxclient::VersionSummary& version, unsigned long size,
-           bool isCurrent) {
+void printVersion(const Output& out, const kvxclient::VersionSummary& version, unsigned long size,
+                  bool isCurrent) {
     const std::string label = std::to_string(version.getVersionLabel());
     out.print({{"label", version.getVersionLabel()},
                {"id", version.getVersionId()},
@@ -40,8 +40,8 @@ void versions(const Session& session, Invocation& invocation) {
     const std::vector<kvxclient::VersionSummary> all =
         session.versions().listVersions({name.resource()}).getVersions();
     for (const kvxclient::VersionSummary& version : all) {
-        print(invocation.out, version, sizeOf(session.files(), name, version),
-              &version == &all.back());
+        printVersion(invocation.out, version, versionSize(session.files(), name, version),
+                     &version == &all.back());
     }
 }
 

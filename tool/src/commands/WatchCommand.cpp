@@ -13,7 +13,7 @@
 namespace storage::kvxtool {
 namespace {
 
-void print(const Output& out, const Change& change) {
+void printChange(const Output& out, const Change& change) {
     const std::string name =
         change.resource.getUTF8Bucket() + ":" + toUtf8(change.resource.getPath());
     out.print({{"name", name}, {"type", change.folder ? "folder" : "file"}},
@@ -38,7 +38,7 @@ void watch(const Session& session, Invocation& invocation) {
     ChangeFeed feed(session.notifications(), session.files(), names, invocation.text("--since"));
     const auto printChanges = [&] {
         for (const Change& change : feed.read()) {
-            print(invocation.out, change);
+            printChange(invocation.out, change);
         }
     };
     if (invocation.has("--since")) {

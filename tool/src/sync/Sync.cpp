@@ -37,7 +37,7 @@ bool isUpwards(const SyncOptions& options) {
     return up;
 }
 
-const char* wordFor(Kind kind) {
+const char* actionWord(Kind kind) {
     return kind == Kind::FILE        ? "a file"
            : kind == Kind::FOLDER    ? "a folder"
            : kind == Kind::LINK      ? "a symbolic link"
@@ -134,7 +134,7 @@ void Sync::leaveOut(SyncTree& source) {
         const auto& [path, entry] = *item;
         const bool told = entry.kind != Kind::TEMPORARY || report_.isVerbose();
         if (entry.isLeftOut() && told && warned_.insert(path).second) {
-            diagnostics_.leaveOut(localPath(path).string(), wordFor(entry.kind));
+            diagnostics_.leaveOut(localPath(path).string(), actionWord(entry.kind));
         }
         if (toUtf16(path)) {
             ++item;
@@ -152,8 +152,8 @@ void Sync::leaveOut(SyncTree& source) {
 void Sync::reportConflicts(const SyncPlan& plan) {
     for (const SyncConflict& conflict : plan.conflicts) {
         diagnostics_.fail({ExitCode::CONFLICT, targetText(conflict.path),
-                           std::string("it is ") + wordFor(conflict.target) + ", and " +
-                               wordFor(conflict.source) + " in the source" +
+                           std::string("it is ") + actionWord(conflict.target) + ", and " +
+                               actionWord(conflict.source) + " in the source" +
                                (options_.rules.deletes ? " cannot replace what is left out there"
                                                        : ": --delete replaces it")});
     }

@@ -8,7 +8,7 @@ namespace {
 using Kind = SyncEntry::Kind;
 using Paths = std::set<std::string>;
 
-const SyncEntry* find(const SyncTree& tree, const std::string& path) {
+const SyncEntry* findEntry(const SyncTree& tree, const std::string& path) {
     const auto found = tree.find(path);
     return found == tree.end() ? nullptr : &found->second;
 }
@@ -30,11 +30,11 @@ bool isSameTime(const SyncEntry& a, const SyncEntry& b) {
 Paths findSuperfluous(const SyncTree& source, const SyncTree& target) {
     Paths result;
     for (const auto& [path, entry] : target) {
-        const SyncEntry* same = find(source, path);
+        const SyncEntry* same = findEntry(source, path);
         if (same != nullptr ? differInKind(same, &entry) : result.contains(parentPath(path))) {
             result.insert(path);
         } else if (same == nullptr) {
-            const SyncEntry* parent = find(source, parentPath(path));
+            const SyncEntry* parent = findEntry(source, parentPath(path));
             if (parent != nullptr && parent->kind == Kind::FOLDER && parent->complete) {
                 result.insert(path);
             }
@@ -48,7 +48,7 @@ void keepWhatIsLeftOut(Paths& superfluous, const SyncTree& source, const SyncTre
     Paths kept;
     for (auto entry = target.rbegin(); entry != target.rend(); ++entry) {
         const auto& [path, item] = *entry;
-        const bool inTheWay = find(source, path) != nullptr;
+        const bool inTheWay = findEntry(source, path) != nullptr;
         const bool stays = (item.isLeftOut() && !inTheWay) || !item.complete || kept.contains(path);
         if (stays && superfluous.erase(path) != 0) {
             kept.insert(parentPath(path));
@@ -92,7 +92,7 @@ SyncPlan planSync(const SyncTree& source, const SyncTree& target, const SyncRule
     }
     Paths blocked;
     for (const auto& [path, entry] : source) {
-        const SyncEntry* same = find(target, path);
+        const SyncEntry* same = findEntry(target, path);
         if (!path.empty() && blocked.contains(parentPath(path))) {
             blocked.insert(path);
         } else if (differInKind(&entry, same) && !superfluous.contains(path)) {
