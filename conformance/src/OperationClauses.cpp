@@ -121,7 +121,10 @@ CASE(GetInvitationDetails, sharing, SECRET,
      p.call(&AccessControl::getInvitationDetails, about<InvitationDetailsRequest>(t)))
 CASE(SetResourcePolicy, configuration, OWNERSHIP,
      p.call(&ConfigurationManagement::setResourcePolicy,
-            ResourcePolicySetRequest().withResource(t.file)))
+            ResourcePolicySetRequest().withResource(t.file).withResourcePolicy(
+                ResourcePolicy()
+                    .withVersionPolicy(VersionPolicy::ENABLED)
+                    .withPublicAccessPolicy(PublicAccessPolicy::DENIED))))
 CASE(GetResourcePolicy, configuration, READ,
      p.call(&ConfigurationManagement::getResourcePolicy,
             ResourcePolicyGetRequest().withResource(t.file)))
@@ -132,7 +135,7 @@ CASE(ListFileChanges, changes, SESSION,
 CASE(ListVersions, versions, READ, p.versions(t.file))
 CASE(RestoreVersion, versions, WRITE,
      p.call(&IVersioning::restoreVersion,
-            VersionRestoreRequest(t.file).withVersionLabel(t.version)))
+            VersionRestoreRequest(t.file).withVersionLabel(t.version).withCreateNewVersion(true)))
 
 #undef CASE
 

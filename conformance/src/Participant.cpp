@@ -162,7 +162,8 @@ std::string Participant::grant(const Resource& item, const std::u16string& subje
     return call(&AccessControl::grantPermission,
                 PermissionGrantRequest(item)
                     .withSubject(Subject().withSubjectName(subject))
-                    .withOperation(operation))
+                    .withOperation(operation)
+                    .withAllowNonExistingUser(false))
         .getPermissionId();
 }
 

@@ -200,7 +200,7 @@ void requireValues(const std::vector<const Command*>& commands, const Invocation
 }
 
 /// "user add"; empty for the program alone.
-std::string nameOf(const std::vector<const Command*>& commands) {
+std::string commandPath(const std::vector<const Command*>& commands) {
     std::string name;
     for (std::size_t i = 1; i < commands.size(); ++i) {
         name += (i == 1 ? "" : " ") + commands[i]->name;
@@ -238,7 +238,7 @@ int runCommand(const Command& program, const std::vector<const Command*>& comman
                const Invocation::Values& values, void (*exitNow)(int)) {
     const auto has = [&](const char* option) { return !values.at(option).empty(); };
     const Output output(has("--json"), has("--quiet"), has("--verbose"));
-    Diagnostics diagnostics(nameOf(commands), output.isQuiet(), has("--verbose"));
+    Diagnostics diagnostics(commandPath(commands), output.isQuiet(), has("--verbose"));
     const SignalWatch signals(diagnostics.progress(), exitNow);
     Invocation invocation(program, values, output, diagnostics);
     try {
@@ -247,7 +247,7 @@ int runCommand(const Command& program, const std::vector<const Command*>& comman
         std::cout.flush();
         return 128 + interrupted.signal();
     } catch (const UsageError& error) {
-        return refuse(program, nameOf(commands), error.what());
+        return refuse(program, commandPath(commands), error.what());
     } catch (...) {
         diagnostics.fail(Failure::of("", std::current_exception()));
     }
@@ -267,11 +267,11 @@ int runProgram(const Command& program, const std::vector<std::string>& arguments
     } catch (const CLI::CallForVersion&) {
         return printToEnd(program.version + "\n");
     } catch (const CLI::ValidationError& error) {  // In the words of what refused the value.
-        return refuse(program, nameOf(parser.commands()), error.what());
+        return refuse(program, commandPath(parser.commands()), error.what());
     } catch (const CLI::ParseError& error) {
-        return refuse(program, nameOf(parser.commands()), parser.reasonFor(error));
+        return refuse(program, commandPath(parser.commands()), parser.reasonFor(error));
     } catch (const UsageError& error) {
-        return refuse(program, nameOf(parser.commands()), error.what());
+        return refuse(program, commandPath(parser.commands()), error.what());
     }
     return runCommand(program, parser.commands(), parser.values(), exitNow);
 }

@@ -48,7 +48,7 @@ Failure openingFailure(const StoreLocation& location, const kvxstore::StoreError
     }
 }
 
-std::shared_ptr<kvxstore::Store> open(const StoreLocation& location, kvxstore::CreateMode mode) {
+std::shared_ptr<kvxstore::Store> openAs(const StoreLocation& location, kvxstore::CreateMode mode) {
     kvxstore::StoreOptions options;
     options.createMode = mode;
     try {
@@ -69,7 +69,7 @@ std::string createUser(const kvxstore::Store& store, const std::u16string& name)
 }  // namespace
 
 std::shared_ptr<kvxstore::Store> openStore(const StoreLocation& location) {
-    return open(location, kvxstore::CreateMode::MUST_EXIST);
+    return openAs(location, kvxstore::CreateMode::MUST_EXIST);
 }
 
 std::string createStore(const StoreLocation& location, const std::u16string& user) {
@@ -80,7 +80,7 @@ std::string createStore(const StoreLocation& location, const std::u16string& use
         std::filesystem::create_directories(location.file()->parent_path());
     }
     LoginFile(location.url()).prepare();
-    auto store = open(location, kvxstore::CreateMode::MUST_BE_NEW);
+    auto store = openAs(location, kvxstore::CreateMode::MUST_BE_NEW);
     try {
         std::string token = createUser(*store, user);
         keepLogin(*store->createClient(), location, token);
