@@ -11,6 +11,17 @@ namespace storage::kvxtool {
 
 using std::chrono::system_clock;
 
+namespace {
+
+/// Why there is no new session; one that is refused ends the command.
+std::exception_ptr renewalFailure(const std::string& store, const std::exception_ptr& error) {
+    const Failure failure = Failure::of(store, error);
+    return failure.code() == ExitCode::REFUSED ? std::make_exception_ptr(SessionEnded(failure))
+                                               : std::make_exception_ptr(failure);
+}
+
+}  // namespace
+
 SessionRenewal::SessionRenewal(const StoreLocation& location,
                                std::shared_ptr<kvxclient::KVXClient> client)
     : storeName_(location.text()),
@@ -87,10 +98,7 @@ void SessionRenewal::logIn() {
     client_->login(std::move(request), [this, token](const kvxclient::LoginResponse& response,
                                                      const std::exception_ptr& error) {
         if (error) {
-            const Failure failure = Failure::of(storeName_, error);
-            const bool isRefused = failure.code() == ExitCode::REFUSED;
-            finish(isRefused ? std::make_exception_ptr(SessionEnded(failure))
-                             : std::make_exception_ptr(failure));
+            finish(renewalFailure(storeName_, error));
             return;
         }
         const Login login = loginOf(response, token);
