@@ -51,7 +51,7 @@ Command declineCommand() {
 }
 
 Command uninviteCommand() {
-    return command("uninvite", "Take an invitation back, and what it gave",
+    return command("uninvite", "Take back an invitation and the right it gave",
                    [](const Session& session, Invocation&, const std::string& id) {
                        kvxclient::InvitationDeleteRequest request;
                        session.sharing().deleteInvitation(std::move(request.withInvitationId(id)));

@@ -45,7 +45,7 @@ Command bucketCommand() {
     return {.name = "bucket",
             .summary = "Create and list buckets",
             .group = "Administration",
-            .notes = "For whoever may write the file of the store; no token is needed.",
+            .notes = "Needs the right to write the store's file, but no token.",
             .commands = {std::move(add), std::move(list)}};
 }
 

@@ -132,7 +132,7 @@ Command findCommand() {
                     option("--older", "TIME", "Modified before a time, or longer ago (7d)"),
                     flag("-0,--print0", "End each name with a zero byte, not a line")},
         .notes =
-            R"(What is named is searched with all below it, hidden names as well. What is found meets all
+            R"(Searches each name and all below it, hidden names included. What is found meets all
 conditions. A TIME is an age in minutes, hours, days or weeks (90m, 12h, 7d, 2w), or
 2026-01-31, '2026-01-31 09:05' in local time, or 2026-01-31T09:05:00Z.)",
         .examples = {"kvx find --name '*.pdf' --newer 7d", "kvx find team:/ --type f --size +100M",

@@ -135,7 +135,7 @@ Command getCommand() {
         .notes =
             R"(A local folder, or a name that ends in /, takes each source under its own name; several
 sources need a folder. A file that is there is replaced once the new one is complete.
-Modification times come along; an old version has the time at which it was made.)",
+Keeps modification times; an old version has the time at which it was made.)",
         .examples = {"kvx get :/docs/report.pdf .", "kvx get -r team:/archive/photos ./photos",
                      "kvx get --version 3 :/docs/report.pdf old.pdf",
                      "kvx get :/src.tar - | tar t"},

@@ -106,8 +106,8 @@ Command policyCommand() {
                         .oneOf(wordsOf(PUBLIC_ACCESS_POLICIES))},
         .notes =
             R"(A policy holds for all below a folder, where nothing else is set. Without any, versions
-are enabled and public access is denied. What is not mentioned stays as it is, and so do
-the versions that there are.)",
+are enabled and public access is denied. Policies that are not given stay as they are, and so do
+existing versions.)",
         .examples = {"kvx policy set /scratch --versions disabled",
                      "kvx policy set /scratch/keep --versions enabled"},
         .run = inSession(setPolicy, "REMOTE")};

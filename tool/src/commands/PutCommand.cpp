@@ -87,7 +87,7 @@ Command putCommand() {
             R"(A remote folder, or a name that ends in /, takes each source under its own name; several
 sources need a folder. A file that is there is replaced once the new one is complete,
 and kept as a version where the policy says so. A file that changes while it is read is
-not stored. Modification times go along.
+not stored. Modification times are kept.
 Links named on the command line are followed; links and special files (pipes, sockets,
 devices) inside folders are left out with a warning. Permissions are not kept.)",
         .examples = {"kvx put report.pdf :/docs/", "kvx put -r photos team:/archive",

@@ -106,7 +106,7 @@ Command syncCommand() {
         .name = "sync",
         .summary = "Make a folder like another one: in the store, or out of it",
         .group = "Sync",
-        .options = {argument("SOURCE", "The folder to be like"),
+        .options = {argument("SOURCE", "The folder to copy"),
                     argument("TARGET", "The folder to change"),
                     flag("--delete", "Delete in the target what the source does not have"),
                     flag("--checksum", "Compare contents, not modification times"),

@@ -142,7 +142,7 @@ Command userCommand() {
     Command quota{.name = "quota",
                   .summary = "Set the most that a user may store",
                   .options = {nameArgument(), argument("SIZE", "As 512M; - is any size")},
-                  .notes = "What there is beyond it stays, but nothing is added.",
+                  .notes = "Files beyond the limit stay, but the user can add nothing.",
                   .examples = {"kvx user quota bob 20G", "kvx user quota bob -"},
                   .run = asAdministrator(setQuota, "NAME")};
     Command remove{.name = "remove",
@@ -154,7 +154,7 @@ Command userCommand() {
     return {.name = "user",
             .summary = "Create, list, change and remove users",
             .group = "Administration",
-            .notes = "For whoever may write the file of the store; no token is needed.",
+            .notes = "Needs the right to write the store's file, but no token.",
             .commands = {addCommand(), std::move(list), tokenCommand(), std::move(quota),
                          std::move(remove)}};
 }

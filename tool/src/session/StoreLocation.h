@@ -11,7 +11,7 @@ namespace storage::kvxtool {
 class StoreLocation {
 public:
     /// What `option` names, a URL or a path; when it is empty, KVX_STORE; else the file in the
-    /// user's data folder. Throws StoreError for a URL of which there is no store.
+    /// user's data folder. Throws StoreError for a URL that no store has.
     static StoreLocation find(const std::string& option);
 
     /// The URL by which the store is opened: the same for every way to name the file.
