@@ -58,9 +58,7 @@ private:
             Response response;
             std::exception_ptr error;
             try {
-                if (isCancelled()) {
-                    error = kvxtransport::badNetwork();
-                } else {
+                if (!isCancelled()) {
                     response = work();
                 }
             } catch (const kvxclient::KVXClientException&) {
@@ -70,7 +68,7 @@ private:
                     kvxclient::KVXClientException(kvxclient::KVXClientErrorCode::UNKNOWN));
             }
             // Outside the try block: what a handler throws must not complete the call again.
-            handler(std::move(response), error);
+            handler(std::move(response), isCancelled() ? kvxtransport::badNetwork() : error);
         }
 
         kvxclient::CompletionHandler<Response> handler;

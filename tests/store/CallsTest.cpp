@@ -282,6 +282,25 @@ TEST_F(CallsTest, AHandlerMayHoldTheLastOfTheStore) {
     EXPECT_EQ(Account(*store, token).list(u"/"), "d/");
 }
 
+TEST_F(CallsTest, AHandlerThatAFaultHoldsBackMayHoldTheLastOfTheStore) {
+    const auto plan = std::make_shared<FaultPlan>(
+        std::vector<Fault>{{.operation = "createFolder", .delay = 20ms}});
+    auto faulty = Store::open(folder.url(), {.faults = plan});
+    std::optional<Account> user{std::in_place, *faulty, token};
+    std::promise<void> ended;
+    auto last = std::shared_ptr<void>(nullptr, [&ended, store = std::move(faulty)](void*) mutable {
+        store.reset();
+        ended.set_value();
+    });
+    holdUpWrites();
+    user->files->createFolder(
+        FolderCreateRequest({u"/d", u""}),
+        [last = std::move(last)](FolderCreateResponse, std::exception_ptr) {});
+    user.reset();
+    release();
+    EXPECT_EQ(ended.get_future().wait_for(10s), std::future_status::ready);
+}
+
 TEST_F(CallsTest, AStreamMayHoldTheLastOfTheStore) {
     struct Stream : std::stringstream {
         std::unique_ptr<Account> last;

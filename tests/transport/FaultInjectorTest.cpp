@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <future>
 #include <thread>
+#include <vector>
 
 #include "storage/kvxtransport/ClientDispatcher.h"
 #include "support/ScriptedServices.h"
@@ -93,6 +95,31 @@ TEST_F(FaultInjectorTest, CompletesAtItsEndWhatItHoldsBackAlsoWhenAHandlerHoldsT
     client.reset();
     done.get();
     held.get();
+}
+
+TEST_F(FaultInjectorTest, WaitsForCallsThatHandlersOfFaultyCallsMake) {
+    constexpr int rounds = 50;
+    std::atomic<int> completed = 0;
+    std::vector<std::thread> service;
+    scripted.on<operations::CreateFolder>([&](auto, auto handler) {
+        service.emplace_back([&completed, handler] {
+            std::this_thread::sleep_for(1ms);
+            ++completed;
+            handler({}, nullptr);
+        });
+    });
+    for (int i = 0; i < rounds; ++i) {
+        plan->add({"createFolder", 1, KVXClientErrorCode::BAD_NETWORK});
+        files->createFolder(FolderCreateRequest(Resource()), [&](auto, const auto&) {
+            files->createFolder(Resource(), [](auto, auto) {});
+        });
+        client->waitForPendingCalls();
+        for (std::thread& thread : service) {
+            thread.join();
+        }
+        service.clear();
+    }
+    EXPECT_EQ(completed, rounds);
 }
 
 TEST_F(FaultInjectorTest, PassesOnTheCallersSession) {

@@ -36,7 +36,7 @@ Connector open(const std::string& url, CreateMode mode) {
     if (!path && mode == CreateMode::MUST_EXIST) {
         throw StoreError(StoreErrorCode::NOT_FOUND, "a store in memory is always new");
     }
-    return path ? openSqliteFile(*path, mode) : openSqliteMemory();
+    return path ? openSqliteFile(*path, url, mode) : openSqliteMemory(url);
 }
 
 }  // namespace storage::kvxstore::database

@@ -19,8 +19,10 @@ public:
               typename Operation::Handler handler) const {
         // The handler may hold the last of the store, and run before the call has returned.
         const std::shared_ptr<Engine> alive = engine_;
+        const bool asks = Operation::need == kvxtransport::Need::SESSION;
         alive->scheduler().submit(std::make_unique<ServiceCall<Operation>>(
-            *alive, group_, caller.sessionId(), std::move(request), std::move(handler)));
+            *alive, group_, asks ? caller.sessionId() : std::string(), std::move(request),
+            std::move(handler)));
     }
 
     void cancelPendingCalls() const {

@@ -9,6 +9,7 @@
 #include "database/Open.h"
 #include "maintenance/Cleaning.h"
 #include "maintenance/Leases.h"
+#include "storage/kvxtransport/FaultInjector.h"
 
 namespace storage::kvxstore::services {
 
@@ -93,6 +94,9 @@ Engine::Engine(std::string url, StoreOptions options)
     : url_(std::move(url)),
       options_(completed(std::move(options))),
       instance_(newNumber()),
+      delayed_(options_.faults ? std::make_shared<kvxtransport::DelayedCalls>(
+                                     [] { scheduler::onStoreThread() = true; })
+                               : nullptr),
       scheduler_(database::open(url_, options_.createMode), options_.readers,
                  [this](database::Connection& database) {
                      const auto now = options_.clock().time_since_epoch().count();

@@ -7,6 +7,10 @@
 #include "scheduler/Scheduler.h"
 #include "storage/kvxstore/StoreOptions.h"
 
+namespace storage::kvxtransport {
+class DelayedCalls;
+}
+
 namespace storage::kvxstore::services {
 
 /// What a store, its clients and their services share: the database and the threads.
@@ -22,6 +26,8 @@ public:
     /// Names this opening of the store among all programs that have it open.
     std::int64_t instance() const { return instance_; }
     scheduler::Scheduler& scheduler() { return scheduler_; }
+    /// The calls that faults hold back; null when the options plan none.
+    const std::shared_ptr<kvxtransport::DelayedCalls>& delayed() const { return delayed_; }
 
 private:
     Engine(std::string url, StoreOptions options);
@@ -29,6 +35,8 @@ private:
     std::string url_;
     StoreOptions options_;
     std::int64_t instance_;
+    // In this order: the scheduler's end completes calls that are then held back.
+    std::shared_ptr<kvxtransport::DelayedCalls> delayed_;
     scheduler::Scheduler scheduler_;
 };
 

@@ -123,13 +123,13 @@ void makeTables(Connection& connection, const std::string& path) {
     transaction.commit();
 }
 
-void checkVersion(Connection& connection, const std::string& path) {
+void checkVersion(Connection& connection, const std::string& url) {
     const std::int64_t version = connection.number("select n from schema_version");
     if (version > schemaVersion) {
         throw StoreError(StoreErrorCode::NEWER_VERSION,
                          "the store was made by a newer version of this software (schema " +
                              std::to_string(version) + ", known up to " +
-                             std::to_string(schemaVersion) + "): " + path);
+                             std::to_string(schemaVersion) + "): " + url);
     }
 }
 
@@ -154,12 +154,12 @@ bool claimFile(const std::string& path, CreateMode mode) {
 }
 
 /// Connects to the database, and makes the tables if it has none.
-Connector openLocation(const SqliteLocation& location, const std::string& name) {
+Connector openLocation(const SqliteLocation& location, const std::string& url) {
     // The connector keeps it, because a database in memory ends with its last connection.
     auto first = std::make_shared<SqliteConnection>(location);
     retryWhileBusy([&] {
-        makeTables(*first, name);
-        checkVersion(*first, name);
+        makeTables(*first, location.name);
+        checkVersion(*first, url);
         first->execute("pragma journal_mode = wal");
     });
     return [location, first] { return std::make_unique<SqliteConnection>(location); };
@@ -167,12 +167,12 @@ Connector openLocation(const SqliteLocation& location, const std::string& name) 
 
 }  // namespace
 
-Connector openSqliteMemory() { return openLocation(newMemory(), "memory"); }
+Connector openSqliteMemory(const std::string& url) { return openLocation(newMemory(), url); }
 
-Connector openSqliteFile(const std::string& path, CreateMode mode) {
+Connector openSqliteFile(const std::string& path, const std::string& url, CreateMode mode) {
     const bool made = claimFile(path, mode);
     try {
-        return openLocation({path, nullptr}, path);
+        return openLocation({path, nullptr}, url);
     } catch (...) {
         if (made) {
             ::unlink(path.c_str());

@@ -8,9 +8,9 @@
 namespace storage::kvxstore::database {
 
 /// Opens the store in a file, or makes it as the mode allows. Fails as open() does.
-Connector openSqliteFile(const std::string& path, CreateMode mode);
+Connector openSqliteFile(const std::string& path, const std::string& url, CreateMode mode);
 
 /// Makes a store in memory. It lasts as long as the connector and its connections.
-Connector openSqliteMemory();
+Connector openSqliteMemory(const std::string& url);
 
 }  // namespace storage::kvxstore::database

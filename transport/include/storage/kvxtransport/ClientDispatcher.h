@@ -4,7 +4,7 @@
 /// A dispatcher over a finished KVXClient, for decorators of any transport.
 
 #include <memory>
-#include <mutex>
+#include <string>
 #include <tuple>
 #include <utility>
 
@@ -13,24 +13,28 @@
 namespace storage::kvxtransport {
 
 /// A dispatcher that makes the calls on a client and on services of it. The copies share the
-/// client; its session id becomes the caller's before each call. The services take their identity
-/// from the first call of each.
+/// client, whose session id becomes the caller's before each call; of the rest, calls have the
+/// identity of the client and its services.
+///
+/// REQUIRES: calls with different session ids do not overlap, since a client has one at a time.
 class ClientDispatcher {
 public:
-    /// Keeps the client for as long as there is a copy of the dispatcher.
+    /// Makes the services, and keeps the client for as long as there is a copy of the dispatcher.
     explicit ClientDispatcher(std::shared_ptr<kvxclient::KVXClient> client)
-        : shared_(std::make_shared<Shared>(std::move(client))) {}
+        : shared_(std::make_shared<const Shared>(std::move(client))) {}
 
     /// Makes the call on the client or one of its services.
     template <class Operation>
     void call(const Caller& caller, typename Operation::Request request,
               typename Operation::Handler handler) const {
-        kvxclient::KVXClient& client = *shared_->client;
-        if (std::string sessionId = caller.sessionId(); client.getSessionId() != sessionId) {
-            client.withSessionId(std::move(sessionId));
+        // The handler may hold the last of the client, and run before this returns.
+        const auto alive = shared_;
+        if (std::string sessionId = caller.sessionId();
+            alive->client->getSessionId() != sessionId) {
+            alive->client->withSessionId(std::move(sessionId));
         }
-        Operation::start(shared_->template service<typename Operation::Service>(caller),
-                         std::move(request), std::move(handler));
+        Operation::start(alive->template service<typename Operation::Service>(), std::move(request),
+                         std::move(handler));
     }
 
     /// Cancels all calls of the client.
@@ -41,50 +45,29 @@ public:
 private:
     struct Shared {
         explicit Shared(std::shared_ptr<kvxclient::KVXClient> finished)
-            : client(std::move(finished)) {}
+            : client(std::move(finished)),
+              services(client->createFileAccess(), client->createAccessControl(),
+                       client->createConfigurationManagement(), client->createNotification(),
+                       client->createVersioning()) {}
 
         template <class Service>
-        const Service& service(const Caller& caller) {
+        const Service& service() const {
             if constexpr (std::is_same_v<Service, kvxclient::KVXClient>) {
                 return *client;
             } else {
-                const std::lock_guard<std::mutex> lock(mutex);
-                auto& made = std::get<std::unique_ptr<Service>>(services);
-                if (!made) {
-                    client->withApplicationId(caller.applicationId());
-                    make(made);
-                    if constexpr (detail::HasOrigin<Service>::value) {
-                        made->withOriginId(caller.originId())
-                            .withClientString(caller.clientString())
-                            .withKvxClientType(caller.clientType());
-                    }
-                }
-                return *made;
+                return *std::get<std::unique_ptr<Service>>(services);
             }
         }
 
-        void make(std::unique_ptr<kvxclient::FileAccess>& to) { to = client->createFileAccess(); }
-        void make(std::unique_ptr<kvxclient::AccessControl>& to) {
-            to = client->createAccessControl();
-        }
-        void make(std::unique_ptr<kvxclient::ConfigurationManagement>& to) {
-            to = client->createConfigurationManagement();
-        }
-        void make(std::unique_ptr<kvxclient::Notification>& to) {
-            to = client->createNotification();
-        }
-        void make(std::unique_ptr<kvxclient::IVersioning>& to) { to = client->createVersioning(); }
-
         const std::shared_ptr<kvxclient::KVXClient> client;
-        std::mutex mutex;
-        std::tuple<
+        const std::tuple<
             std::unique_ptr<kvxclient::FileAccess>, std::unique_ptr<kvxclient::AccessControl>,
             std::unique_ptr<kvxclient::ConfigurationManagement>,
             std::unique_ptr<kvxclient::Notification>, std::unique_ptr<kvxclient::IVersioning>>
             services;
     };
 
-    std::shared_ptr<Shared> shared_;
+    std::shared_ptr<const Shared> shared_;
 };
 
 }  // namespace storage::kvxtransport

@@ -19,8 +19,6 @@
 
 namespace storage::kvxtransport {
 
-namespace detail {
-
 /// A call that a fault happens to, until its handler has returned or is let go of.
 class FaultyCall : public PendingCall {
 public:
@@ -31,20 +29,90 @@ public:
     virtual void finish() noexcept = 0;
 };
 
-/// One thread that finishes calls when they are due. It ends when they are finished.
+/// Calls that one thread finishes when they are due.
 class DelayedCalls {
 public:
-    DelayedCalls()
-        : state_(std::make_shared<State>()), thread_([state = state_] { run(*state); }) {}
-    /// Finishes all calls at once, and returns when that is done, but on its own thread.
-    ~DelayedCalls() {
-        {
-            const std::lock_guard<std::mutex> lock(state_->mutex);
-            state_->ending = true;
+    /// What is shared with calls on their way, which may outlive the object.
+    class Queue {
+    public:
+        /// Has the call finished after the delay: at once when it was cancelled or the thread ends.
+        void add(std::shared_ptr<FaultyCall> call, std::chrono::milliseconds delay) {
+            std::unique_lock<std::mutex> lock(mutex_);
+            if (ending_) {
+                lock.unlock();
+                call->finish();
+                return;
+            }
+            const bool hurries = call->isCancelled();
+            calls_.emplace(hurries ? TimePoint() : std::chrono::steady_clock::now() + delay,
+                           std::move(call));
+            changed_.notify_all();
         }
-        state_->changed.notify_all();
+
+        /// Finishes what is cancelled without further delay.
+        void hurryCancelled() {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            std::multimap<TimePoint, std::shared_ptr<FaultyCall>> hurried;
+            for (auto& [due, call] : calls_) {
+                const bool cancelled = call->isCancelled();
+                hurried.emplace(cancelled ? TimePoint() : due, std::move(call));
+            }
+            calls_ = std::move(hurried);
+            changed_.notify_all();
+        }
+
+    private:
+        friend class DelayedCalls;
+        using TimePoint = std::chrono::steady_clock::time_point;
+
+        void run() {
+            std::unique_lock<std::mutex> lock(mutex_);
+            while (!ending_ || !calls_.empty()) {
+                if (calls_.empty()) {
+                    changed_.wait(lock);
+                    continue;
+                }
+                const auto first = calls_.begin();
+                const TimePoint due = first->first;
+                if (!ending_ && due > std::chrono::steady_clock::now()) {
+                    changed_.wait_until(lock, due);
+                    continue;
+                }
+                std::shared_ptr<FaultyCall> call = std::move(first->second);
+                calls_.erase(first);
+                lock.unlock();
+                call->finish();
+                call.reset();
+                lock.lock();
+            }
+        }
+
+        void end() {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            ending_ = true;
+            changed_.notify_all();
+        }
+
+        std::mutex mutex_;
+        std::condition_variable changed_;
+        std::multimap<TimePoint, std::shared_ptr<FaultyCall>> calls_;
+        bool ending_ = false;
+    };
+
+    /// Starts the thread, which first calls `onStart` if there is one.
+    explicit DelayedCalls(std::function<void()> onStart = {})
+        : thread_([queue = queue_, onStart = std::move(onStart)] {
+              if (onStart) {
+                  onStart();
+              }
+              queue->run();
+          }) {}
+    /// Finishes all calls at once. Returns when that is done, but on its own thread, where a
+    /// handler held the last of the transport.
+    ~DelayedCalls() {
+        queue_->end();
         if (thread_.get_id() == std::this_thread::get_id()) {
-            thread_.detach();  // A handler holds the last of the transport.
+            thread_.detach();
         } else {
             thread_.join();
         }
@@ -52,77 +120,31 @@ public:
     DelayedCalls(const DelayedCalls&) = delete;
     DelayedCalls& operator=(const DelayedCalls&) = delete;
 
-    void add(std::shared_ptr<FaultyCall> call, std::chrono::milliseconds delay) {
-        {
-            const std::lock_guard<std::mutex> lock(state_->mutex);
-            state_->calls.emplace(std::chrono::steady_clock::now() + delay, std::move(call));
-        }
-        state_->changed.notify_all();
-    }
-
-    /// Finishes what is cancelled without further delay.
-    void hurryCancelled() {
-        {
-            const std::lock_guard<std::mutex> lock(state_->mutex);
-            Queue hurried;
-            for (auto& [due, call] : state_->calls) {
-                const bool cancelled = call->isCancelled();
-                hurried.emplace(cancelled ? TimePoint() : due, std::move(call));
-            }
-            state_->calls = std::move(hurried);
-        }
-        state_->changed.notify_all();
-    }
+    /// The calls, for those who add to them.
+    const std::shared_ptr<Queue>& queue() const { return queue_; }
 
 private:
-    using TimePoint = std::chrono::steady_clock::time_point;
-    using Queue = std::multimap<TimePoint, std::shared_ptr<FaultyCall>>;
-
-    struct State {
-        std::mutex mutex;
-        std::condition_variable changed;
-        Queue calls;
-        bool ending = false;
-    };
-
-    static void run(State& state) {
-        std::unique_lock<std::mutex> lock(state.mutex);
-        while (!state.ending || !state.calls.empty()) {
-            if (state.calls.empty()) {
-                state.changed.wait(lock);
-                continue;
-            }
-            const auto first = state.calls.begin();
-            const TimePoint due = first->first;
-            if (!state.ending && due > std::chrono::steady_clock::now()) {
-                state.changed.wait_until(lock, due);
-                continue;
-            }
-            std::shared_ptr<FaultyCall> call = std::move(first->second);
-            state.calls.erase(first);
-            lock.unlock();
-            call->finish();
-            call.reset();
-            lock.lock();
-        }
-    }
-
-    const std::shared_ptr<State> state_;
+    const std::shared_ptr<Queue> queue_ = std::make_shared<Queue>();
     std::thread thread_;
 };
 
-}  // namespace detail
-
 /// A dispatcher that passes calls on to another one, except where a fault happens: refused and
-/// delayed calls complete on a thread of the injector.
+/// delayed calls complete on a thread of their own. What is held back when the last copy goes
+/// completes then.
+///
+/// REQUIRES: where a handler ends the inner transport, the inner transport does not wait for the
+/// thread that this handler runs on.
 template <class Dispatcher>
 class FaultInjector {
 public:
-    /// Without a plan nothing happens.
-    FaultInjector(Dispatcher inner, std::shared_ptr<FaultPlan> plan)
-        : faulty_(plan ? std::make_shared<Faulty>() : nullptr),
-          plan_(std::move(plan)),
-          inner_(std::move(inner)) {}
+    /// Without a plan nothing happens. Several injectors may share the thread for delayed calls.
+    FaultInjector(Dispatcher inner, std::shared_ptr<FaultPlan> plan,
+                  std::shared_ptr<DelayedCalls> delayed = nullptr)
+        : delayed_(std::move(delayed)), plan_(std::move(plan)), inner_(std::move(inner)) {
+        if (plan_ && !delayed_) {
+            delayed_ = std::make_shared<DelayedCalls>();
+        }
+    }
 
     /// Counts the call and lets the fault happen that is planned for it.
     template <class Operation>
@@ -137,31 +159,25 @@ public:
 
     /// Cancels all calls, also those that a fault holds back.
     void cancelPendingCalls() const {
-        if (faulty_) {
-            faulty_->group->cancel();
-        }
+        group_->cancel();
         inner_.cancelPendingCalls();
-        if (faulty_) {
-            faulty_->delayed.hurryCancelled();
+        if (delayed_) {
+            delayed_->queue()->hurryCancelled();
         }
     }
 
     /// Waits for all calls, also those that a fault holds back.
     void waitForPendingCalls() const {
-        inner_.waitForPendingCalls();
-        if (faulty_) {
-            faulty_->group->wait();
-        }
+        std::size_t entered = 0;
+        do {  // A handler of either kind of call may have made one of the other kind.
+            entered = group_->wait();
+            inner_.waitForPendingCalls();
+        } while (group_->entered() != entered);
     }
 
 private:
-    struct Faulty {
-        std::shared_ptr<PendingCalls> group = std::make_shared<PendingCalls>();
-        detail::DelayedCalls delayed;
-    };
-
     template <class Response>
-    class Call final : public detail::FaultyCall {
+    class Call final : public FaultyCall {
     public:
         Call(std::shared_ptr<PendingCalls> group, bool dropsHandler,
              kvxclient::CompletionHandler<Response> handler)
@@ -196,28 +212,29 @@ private:
     void callFaulty(const Fault& fault, const Caller& caller, typename Operation::Request request,
                     typename Operation::Handler handler) const {
         using Response = typename Operation::Response;
-        auto call =
-            std::make_shared<Call<Response>>(faulty_->group, fault.dropHandler, std::move(handler));
+        // The handler may hold the last of the transport, and run before this returns.
+        const auto queue = delayed_->queue();
+        auto call = std::make_shared<Call<Response>>(group_, fault.dropHandler, std::move(handler));
         if (fault.error) {
             call->keep({}, std::make_exception_ptr(kvxclient::KVXClientException(*fault.error)));
-            faulty_->delayed.add(std::move(call), fault.delay);
+            queue->add(std::move(call), fault.delay);
             return;
         }
-        inner_.template call<Operation>(
-            caller, std::move(request),
-            [faulty = faulty_, call = std::move(call), delay = fault.delay](
-                Response response, std::exception_ptr error) {
-                call->keep(std::move(response), std::move(error));
-                if (delay.count() > 0 && !call->isCancelled()) {
-                    faulty->delayed.add(call, delay);
-                } else {
-                    call->finish();
-                }
-            });
+        inner_.template call<Operation>(caller, std::move(request),
+                                        [queue, call = std::move(call), delay = fault.delay](
+                                            Response response, std::exception_ptr error) {
+                                            call->keep(std::move(response), std::move(error));
+                                            if (delay.count() > 0) {
+                                                queue->add(call, delay);
+                                            } else {
+                                                call->finish();
+                                            }
+                                        });
     }
 
-    // In this order: the inner transport's end completes calls that the others take.
-    std::shared_ptr<Faulty> faulty_;
+    std::shared_ptr<PendingCalls> group_ = std::make_shared<PendingCalls>();
+    // In this order: the inner transport's end completes calls that are then held back.
+    std::shared_ptr<DelayedCalls> delayed_;
     std::shared_ptr<FaultPlan> plan_;
     Dispatcher inner_;
 };

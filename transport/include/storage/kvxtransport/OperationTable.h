@@ -10,9 +10,9 @@
 /// - request and response;
 /// - READ, or WRITE when the call changes anything at the service, be it only that a location or a
 ///   handle comes to be;
-/// - SAFE when the call may be sent again without harm after its answer was lost, ONCE when a
-///   second effect would differ from the first or be seen. What SAFE leaves behind unused, such as
-///   a session or a read-only handle, expires;
+/// - SAFE when the call may be sent again without harm after its answer was lost: it leaves the
+///   state that one call leaves, but for what expires unused, such as a session or a read-only
+///   handle. ONCE when it may not;
 /// - SESSION when the call needs a session, OPEN when it needs none.
 ///
 /// To add an operation: add its row here, in the order of the virtual functions, and its function

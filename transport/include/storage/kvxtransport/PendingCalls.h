@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <exception>
 #include <memory>
 #include <mutex>
@@ -24,10 +25,13 @@ public:
     /// badNetwork(), as soon as nothing reads the caller's bytes any more.
     void cancel();
 
-    /// Waits until no call is outstanding.
+    /// Waits until no call is outstanding. Returns how many calls have entered the group so far.
     ///
     /// REQUIRES: not called on a thread that must complete one.
-    void wait();
+    std::size_t wait();
+
+    /// How many calls have entered the group so far.
+    std::size_t entered();
 
 private:
     friend class PendingCall;
@@ -36,6 +40,7 @@ private:
     std::condition_variable emptied_;
     /// The first of a list through the calls themselves.
     PendingCall* first_ = nullptr;
+    std::size_t entered_ = 0;
 };
 
 /// One outstanding call, a member of its group for as long as the object lives. A transport derives
@@ -45,6 +50,7 @@ public:
     /// Enters the group.
     explicit PendingCall(std::shared_ptr<PendingCalls> group) : group_(std::move(group)) {
         const std::lock_guard<std::mutex> lock(group_->mutex_);
+        ++group_->entered_;
         place_ = &group_->first_;
         next_ = *place_;
         *place_ = this;
@@ -88,9 +94,15 @@ inline void PendingCalls::cancel() {
     }
 }
 
-inline void PendingCalls::wait() {
+inline std::size_t PendingCalls::wait() {
     std::unique_lock<std::mutex> lock(mutex_);
     emptied_.wait(lock, [this] { return first_ == nullptr; });
+    return entered_;
+}
+
+inline std::size_t PendingCalls::entered() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return entered_;
 }
 
 /// The error of a call that was given up before it was done.
