@@ -43,12 +43,13 @@ class Engine;
 /// @par Threads
 /// Calls run on threads of the store. Every completion handler runs exactly once, on one of two
 /// further threads (those of StoreOptions::faults on a third) and never on the caller's, after the
-/// call's effects are on disk and with nothing of the store locked. A handler may make further calls
-/// in their callback and future forms. It must not wait for one (blocking forms, members of Store,
-/// waitForPendingCalls): enough waiting handlers would leave no thread to complete what they wait
-/// for. Exceptions of handlers are dropped. A call made while 1,024 calls or 64 MiB of content are queued waits for room, except on
-/// a thread of the store. The stream of a downloadFile is made, written and destroyed on a reading
-/// thread, before the call completes; it must not wait for another call of the store either.
+/// call's effects are on disk and with nothing of the store locked. A handler may make further
+/// calls in their callback and future forms. It must not wait for one (blocking forms, members of
+/// Store, waitForPendingCalls): enough waiting handlers would leave no thread to complete what they
+/// wait for. Exceptions of handlers are dropped. A call made while 1,024 calls or 64 MiB of content
+/// are queued waits for room, except on a thread of the store. The stream of a downloadFile is
+/// made, written and destroyed on a reading thread, before the call completes; it must not wait for
+/// another call of the store either.
 ///
 /// @par Errors of calls
 /// A refused call completes with a KVXClientException of the fitting code. UNKNOWN means a value
