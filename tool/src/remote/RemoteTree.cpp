@@ -91,6 +91,23 @@ void requireFolder(const FileAccess& files, const RemoteName& name) {
     }
 }
 
+void requireFile(const FileAccess& files, const RemoteName& name) {
+    if (readEntry(files, name).folder) {
+        throw Failure(ExitCode::CONFLICT, name.text(), "it is a folder");
+    }
+}
+
+kvxclient::VersionSummary findVersion(const kvxclient::IVersioning& versions,
+                                      const RemoteName& name, const std::string& labelOrId) {
+    for (const auto& version : versions.listVersions({name.resource()}).getVersions()) {
+        if (version.getVersionId() == labelOrId ||
+            std::to_string(version.getVersionLabel()) == labelOrId) {
+            return version;
+        }
+    }
+    throw Failure(ExitCode::NOT_FOUND, name.text(), "it has no version " + labelOrId);
+}
+
 void requireBucket(const FileAccess& files, RemoteName name) {
     const std::string text = name.text();
     while (!findEntry(files, name)) {
