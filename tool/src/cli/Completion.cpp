@@ -66,7 +66,9 @@ Completion::Completion(const Command& program, const TypedLine& line)
 
 void Completion::readWord(const std::string& word) {
     if (awaitsValue_ != nullptr) {
-        setValue(*std::exchange(awaitsValue_, nullptr), word);
+        if (std::exchange(awaitsValue_, nullptr)->names == "--store") {
+            store_ = word;
+        }
     } else if (!optionsEnded_ && word == "--") {
         optionsEnded_ = true;
     } else if (!optionsEnded_ && word.size() > 1 && word.starts_with('-')) {
@@ -83,10 +85,9 @@ void Completion::readOption(const std::string& word) {
         const std::size_t equals = word.find('=');
         const Option* option = findOption(word.substr(0, equals));
         if (option != nullptr && !option->isFlag()) {
-            if (equals == std::string::npos) {
-                awaitsValue_ = option;
-            } else {
-                setValue(*option, word.substr(equals + 1));
+            awaitsValue_ = option;
+            if (equals != std::string::npos) {
+                readWord(word.substr(equals + 1));
             }
         }
         return;
@@ -116,12 +117,6 @@ const Option* Completion::nextPositional() const {
         }
     }
     return nullptr;
-}
-
-void Completion::setValue(const Option& option, const std::string& value) {
-    if (option.names == "--store") {
-        store_ = value;
-    }
 }
 
 void Completion::complete(const std::string& word) {

@@ -40,7 +40,6 @@ private:
     void readOption(const std::string& word);
     const Option* findOption(const std::string& name) const;
     const Option* nextPositional() const;
-    void setValue(const Option& option, const std::string& value);
 
     void complete(const std::string& word);
     void completeValue(const Option& option, const std::string& typed, const std::string& before);

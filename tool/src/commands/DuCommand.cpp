@@ -26,18 +26,11 @@ struct Usage {
 };
 
 void printUsage(const Invocation& invocation, const std::string& name, const Usage& usage) {
+    const bool human = invocation.has("-h");
+    const std::string size = human ? humanSize(usage.bytes) : std::to_string(usage.bytes);
     invocation.out.print(
-        [&] {
-            return Json{{"name", name},
-                        {"size", usage.bytes},
-                        {"files", usage.files},
-                        {"folders", usage.folders}};
-        },
-        [&] {
-            const bool human = invocation.has("-h");
-            return (human ? humanSize(usage.bytes) : std::to_string(usage.bytes)) + '\t' +
-                   shown(name);
-        });
+        {{"name", name}, {"size", usage.bytes}, {"files", usage.files}, {"folders", usage.folders}},
+        size + '\t' + shown(name));
 }
 
 /// Adds up folders that come one by one, each before those below it, and prints each after those.

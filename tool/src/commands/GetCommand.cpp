@@ -2,8 +2,8 @@
 #include <set>
 
 #include "commands/Commands.h"
-#include "commands/Transferring.h"
-#include "remote/FileVersion.h"
+#include "commands/Running.h"
+#include "remote/RemoteTree.h"
 #include "transfer/Download.h"
 
 namespace storage::kvxtool {

@@ -1,7 +1,6 @@
 #include "commands/Commands.h"
 #include "commands/Running.h"
 #include "remote/RemoteTree.h"
-#include "storage/kvxclient/KVXClientException.h"
 
 namespace storage::kvxtool {
 namespace {
@@ -15,12 +14,8 @@ void grant(const Session& session, Invocation& invocation) {
                                                  : kvxclient::Operation::READ)
         .withAllowNonExistingUser(invocation.has("--allow-unknown"));
     readEntry(session.files(), name);  // Whatever is missing after this is the user.
-    try {
-        session.sharing().grantPermission(std::move(request));
-    } catch (const kvxclient::KVXClientException& error) {
-        if (error.getErrorCode() != kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND) {
-            throw;
-        }
+    if (refusedWith(kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND,
+                    [&] { session.sharing().grantPermission(std::move(request)); })) {
         throw Failure(ExitCode::NOT_FOUND, user, "there is no such user");
     }
 }

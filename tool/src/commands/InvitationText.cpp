@@ -2,7 +2,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "storage/kvxclient/KVXClientException.h"
 #include "ui/Failure.h"
 #include "ui/Text.h"
 
@@ -30,12 +29,7 @@ Json jsonOf(const kvxclient::Invitation& invitation) {
 }
 
 void explainMissing(const std::string& id, bool hasFolder, const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const kvxclient::KVXClientException& error) {
-        if (error.getErrorCode() != kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND) {
-            throw;
-        }
+    if (refusedWith(kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND, action)) {
         throw Failure(ExitCode::NOT_FOUND, id,
                       std::string("there is no such invitation") +
                           (hasFolder ? ", or no such folder in it" : ""));

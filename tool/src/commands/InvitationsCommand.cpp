@@ -3,7 +3,6 @@
 #include "commands/Commands.h"
 #include "commands/InvitationText.h"
 #include "commands/Running.h"
-#include "storage/kvxclient/KVXClientException.h"
 #include "ui/Terminal.h"
 #include "ui/Text.h"
 
@@ -14,19 +13,14 @@ using kvxclient::Invitation;
 
 /// Only the owner of a folder invites to it.
 bool isSent(const Session& session, const Invitation& invitation) {
-    try {
-        kvxclient::FileAttributesReadRequest request(invitation.getResource());
-        request.withSharingMetadata(false);
-        return session.files()
-                   .readFileAttributes(std::move(request))
-                   .getFileAttributes()
-                   .getAccessType() == kvxclient::AccessType::OWNER;
-    } catch (const kvxclient::KVXClientException& error) {
-        if (error.getErrorCode() != kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND) {
-            throw;
-        }
-        return false;
-    }
+    kvxclient::FileAttributesReadRequest request(invitation.getResource());
+    kvxclient::FileAttributes attributes;
+    const bool gone = refusedWith(kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND, [&] {
+        attributes = session.files()
+                         .readFileAttributes(std::move(request.withSharingMetadata(false)))
+                         .getFileAttributes();
+    });
+    return !gone && attributes.getAccessType() == kvxclient::AccessType::OWNER;
 }
 
 std::string textOf(const Invitation& invitation) {

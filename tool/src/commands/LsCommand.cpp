@@ -7,7 +7,6 @@
 #include "commands/Commands.h"
 #include "commands/Running.h"
 #include "remote/RemoteTree.h"
-#include "storage/kvxclient/KVXClientException.h"
 #include "ui/Terminal.h"
 #include "ui/Text.h"
 
@@ -91,12 +90,8 @@ public:
           color_(wantsColor(invocation.text("--color"))) {}
 
     void list(const RemoteName& name) {
-        try {
-            invocation_.has("-R") ? listTree(name) : listFolder(name);
-        } catch (const kvxclient::KVXClientException& error) {
-            if (error.getErrorCode() != kvxclient::KVXClientErrorCode::CONFLICT) {
-                throw;
-            }
+        const auto listContent = [&] { invocation_.has("-R") ? listTree(name) : listFolder(name); };
+        if (refusedWith(kvxclient::KVXClientErrorCode::CONFLICT, listContent)) {
             listFile(name);
         }
     }

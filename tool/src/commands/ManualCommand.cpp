@@ -14,40 +14,11 @@ What a command says of the work it has done goes to standard output, and what we
 standard error, one line each, after the name of the command and of what it is about. One failure
 does not stop the rest of a command's work.)";
 
-const char* const FILES_AND_ENVIRONMENT = R"(.SH ENVIRONMENT
-.TP
-.B KVX_STORE
-The store to work on, by URL or path, where
-.B \-\-store
-is not given.
-.TP
-.B KVX_TOKEN
-The token to log in with, before any that is kept.
-.TP
-.B NO_COLOR
-When it is set to anything but nothing, no colours are used.
-.TP
-.BR XDG_DATA_HOME ,\  XDG_STATE_HOME
-The user's folders for data and state.
-.TP
-.B TZ
-The zone of the times that are shown.
-.SH FILES
-.TP
-.I ~/.local/share/kvx/store.db
-The store where none is named.
-.TP
-.I ~/.local/state/kvx/login\-*
-The tokens and sessions that are kept, one file for each store, readable for the user only.
-.SH "OUTPUT FOR PROGRAMS"
-With
-.B \-\-json
-commands that list or report print one JSON object a line. Their fields are stable: new ones may
-come, none goes or changes its meaning. Times are RFC 3339 in UTC, sizes are in bytes, and names in
-the store are as people write them. Which fields there are is in the guide that comes with the
-sources,
-.IR docs/guides/using\-the\-tool.md .
-)";
+const char* const OUTPUT_FOR_PROGRAMS =
+    R"(With --json commands that list or report print one JSON object a line. Their fields are
+stable: new ones may come, none goes or changes its meaning. Times are RFC 3339 in UTC, sizes are in
+bytes, and names in the store are as people write them. Which fields there are is in the guide that
+comes with the sources, docs/guides/using-the-tool.md.)";
 
 /// Text as roff: what it would act on is escaped.
 std::string roff(const std::string& text) {
@@ -109,8 +80,8 @@ void printOption(const Option& option) {
     std::cout << ".TP\n.B " << roff(names + value) << '\n' << roff(option.help) << '\n';
 }
 
-void printOptions(const Command& command) {
-    for (const Option& option : command.options) {
+void printOptions(const std::vector<Option>& options) {
+    for (const Option& option : options) {
         printOption(option);
     }
 }
@@ -122,7 +93,7 @@ void printCommand(const Command& command, const std::string& before) {
         usage += option.isArgument() ? " " + synopsisOf(option) : "";
     }
     std::cout << ".SS \"" << roff(usage) << "\"\n" << roff(command.summary) << ".\n";
-    printOptions(command);
+    printOptions(command.options);
     printText("\n" + command.footer());
     for (const Command& each : command.commands) {
         printCommand(each, name);
@@ -139,7 +110,7 @@ void manual(Invocation& invocation) {
     std::cout << ".SH OPTIONS\nThese may stand before or after any command.\n";
     printOption(flag("--help", "Show this help"));
     printOption(flag("--version", "Show the version"));
-    printOptions(program);
+    printOptions(program.options);
     std::cout << ".SH COMMANDS\n";
     for (const Command& command : program.commands) {
         if (!command.isHidden()) {
@@ -148,7 +119,20 @@ void manual(Invocation& invocation) {
     }
     std::cout << ".SH \"NAMES, STORES AND EXIT CODES\"\n";
     printText(program.footer());
-    std::cout << FILES_AND_ENVIRONMENT;
+    std::cout << ".SH ENVIRONMENT\n";
+    printOptions(
+        {argument("KVX_STORE", "The store to work on, by URL or path, where --store is not given."),
+         argument("KVX_TOKEN", "The token to log in with, before any that is kept."),
+         argument("NO_COLOR", "When it is set to anything but nothing, no colours are used."),
+         argument("XDG_DATA_HOME,XDG_STATE_HOME", "The user's folders for data and state."),
+         argument("TZ", "The zone of the times that are shown.")});
+    std::cout << ".SH FILES\n";
+    printOptions({argument("~/.local/share/kvx/store.db", "The store where none is named."),
+                  argument("~/.local/state/kvx/login-*",
+                           "The tokens and sessions that are kept, one file for each store, "
+                           "readable for the user only.")});
+    std::cout << ".SH \"OUTPUT FOR PROGRAMS\"\n";
+    printText(OUTPUT_FOR_PROGRAMS);
 }
 
 }  // namespace

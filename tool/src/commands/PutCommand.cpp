@@ -2,7 +2,7 @@
 #include <set>
 
 #include "commands/Commands.h"
-#include "commands/Transferring.h"
+#include "commands/Running.h"
 #include "remote/RemoteTree.h"
 #include "transfer/Upload.h"
 #include "ui/Text.h"

@@ -2,7 +2,7 @@
 
 #include "commands/Commands.h"
 #include "commands/Running.h"
-#include "remote/FileVersion.h"
+#include "remote/RemoteTree.h"
 
 namespace storage::kvxtool {
 namespace {

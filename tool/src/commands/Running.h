@@ -10,6 +10,7 @@
 #include "session/OpenStore.h"
 #include "session/Session.h"
 #include "session/StoreLocation.h"
+#include "transfer/TransferReport.h"
 
 // What commands have in common.
 
@@ -52,5 +53,10 @@ std::u16string newBucketArgument(const std::string& argument);
 /// Says that something was done to `name`, as "moved /a to /b".
 void reportAction(const Output& out, const char* action, const RemoteName& name,
                   const std::optional<RemoteName>& target = {});
+
+/// -j of a command that transfers files.
+Option jobsOption();
+/// What the command line says of a transfer; with -v or --json each file done is printed.
+TransferOptions transferOptions(const Session& session, Invocation& invocation);
 
 }  // namespace storage::kvxtool

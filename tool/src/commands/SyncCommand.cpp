@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "commands/Commands.h"
-#include "commands/Transferring.h"
+#include "commands/Running.h"
 #include "local/LocalWatch.h"
 #include "remote/ChangeFeed.h"
 #include "sync/Sync.h"

@@ -2,7 +2,7 @@
 
 #include "commands/Commands.h"
 #include "commands/Running.h"
-#include "remote/FileVersion.h"
+#include "remote/RemoteTree.h"
 #include "ui/Text.h"
 
 namespace storage::kvxtool {

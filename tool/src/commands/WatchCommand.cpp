@@ -1,5 +1,4 @@
 #include <chrono>
-#include <functional>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <thread>
@@ -7,7 +6,6 @@
 #include "commands/Commands.h"
 #include "commands/Running.h"
 #include "remote/ChangeFeed.h"
-#include "storage/kvxclient/KVXClientException.h"
 #include "ui/Text.h"
 
 namespace storage::kvxtool {
@@ -18,16 +16,6 @@ void printChange(const Output& out, const Change& change) {
         change.resource.getUTF8Bucket() + ":" + toUtf8(change.resource.getPath());
     out.print({{"name", name}, {"type", change.folder ? "folder" : "file"}},
               escaped(name) + (change.folder && !name.ends_with('/') ? "/" : ""));
-}
-
-/// Calls `read`, and says so when the store does not know the watermark.
-void readSince(const std::string& watermark, const std::function<void()>& read) try {
-    read();
-} catch (const kvxclient::KVXClientException& error) {
-    if (error.getErrorCode() != kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND) {
-        throw;
-    }
-    throw Failure(ExitCode::NOT_FOUND, watermark, "no watermark of this store");
 }
 
 void watch(const Session& session, Invocation& invocation) {
@@ -42,7 +30,10 @@ void watch(const Session& session, Invocation& invocation) {
         }
     };
     if (invocation.has("--since")) {
-        readSince(invocation.text("--since"), printChanges);
+        if (refusedWith(kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND, printChanges)) {
+            throw Failure(ExitCode::NOT_FOUND, invocation.text("--since"),
+                          "no watermark of this store");
+        }
     } else if (invocation.has("--all")) {
         printChanges();
     } else {

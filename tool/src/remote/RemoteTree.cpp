@@ -4,7 +4,6 @@
 #include <future>
 #include <nlohmann/json.hpp>
 
-#include "storage/kvxclient/KVXClientException.h"
 #include "ui/Failure.h"
 #include "ui/Text.h"
 
@@ -13,6 +12,7 @@ namespace {
 
 using kvxclient::FileAccess;
 using kvxclient::FolderListResponse;
+using kvxclient::KVXClientErrorCode;
 
 constexpr std::size_t LISTINGS_AHEAD = 16;
 
@@ -64,14 +64,9 @@ void requireKind(const RemoteName& name, const RemoteEntry& entry) {
 }
 
 std::optional<RemoteEntry> findEntry(const FileAccess& files, const RemoteName& name) {
-    try {
-        return readEntry(files, name);
-    } catch (const kvxclient::KVXClientException& error) {
-        if (error.getErrorCode() != kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND) {
-            throw;
-        }
-        return std::nullopt;
-    }
+    std::optional<RemoteEntry> entry;
+    refusedWith(KVXClientErrorCode::RESOURCE_NOT_FOUND, [&] { entry = readEntry(files, name); });
+    return entry;
 }
 
 kvxclient::FolderListRequest listRequest(const RemoteName& folder, bool showHidden) {
@@ -96,6 +91,23 @@ void requireFolder(const FileAccess& files, const RemoteName& name) {
     }
 }
 
+void requireFile(const FileAccess& files, const RemoteName& name) {
+    if (readEntry(files, name).folder) {
+        throw Failure(ExitCode::CONFLICT, name.text(), "it is a folder");
+    }
+}
+
+kvxclient::VersionSummary findVersion(const kvxclient::IVersioning& versions,
+                                      const RemoteName& name, const std::string& labelOrId) {
+    for (const auto& version : versions.listVersions({name.resource()}).getVersions()) {
+        if (version.getVersionId() == labelOrId ||
+            std::to_string(version.getVersionLabel()) == labelOrId) {
+            return version;
+        }
+    }
+    throw Failure(ExitCode::NOT_FOUND, name.text(), "it has no version " + labelOrId);
+}
+
 void requireBucket(const FileAccess& files, RemoteName name) {
     const std::string text = name.text();
     while (!findEntry(files, name)) {
@@ -115,44 +127,29 @@ bool isOwnBucket(const FileAccess& files, const std::u16string& bucket) {
     const auto root = [&](const std::u16string& name) {
         return readAttributes(files, kvxclient::Resource(u"/", name));
     };
-    try {
+    bool own = false;
+    const auto compare = [&] {
         const kvxclient::FileAttributes attributes = root(bucket);
-        return attributes.getAccessType() == kvxclient::AccessType::OWNER &&
-               attributes.getCreated() == root(u"").getCreated();
-    } catch (const kvxclient::KVXClientException& error) {
-        // A user with whom only a folder is shared may not see the root.
-        if (error.getErrorCode() != kvxclient::KVXClientErrorCode::RESOURCE_NOT_FOUND &&
-            error.getErrorCode() != kvxclient::KVXClientErrorCode::UNAUTHORIZED) {
-            throw;
-        }
-        return false;
-    }
+        own = attributes.getAccessType() == kvxclient::AccessType::OWNER &&
+              attributes.getCreated() == root(u"").getCreated();
+    };
+    // A user with whom only a folder is shared may not see the root.
+    refusedWith(KVXClientErrorCode::UNAUTHORIZED,
+                [&] { refusedWith(KVXClientErrorCode::RESOURCE_NOT_FOUND, compare); });
+    return own;
 }
 
 bool createFolder(const FileAccess& files, const RemoteName& name) {
-    try {
-        files.createFolder({name.resource()});
-        return true;
-    } catch (const kvxclient::KVXClientException& error) {
-        if (error.getErrorCode() != kvxclient::KVXClientErrorCode::CONFLICT) {
-            throw;
-        }
-        return false;
-    }
+    return !refusedWith(KVXClientErrorCode::CONFLICT,
+                        [&] { files.createFolder({name.resource()}); });
 }
 
 void createFolders(const FileAccess& files, const RemoteName& name,
                    const std::function<void(const RemoteName&)>& created) {
-    try {
-        if (createFolder(files, name)) {
-            created(name);
-        } else {
-            requireFolder(files, name);
-        }
-    } catch (const kvxclient::KVXClientException& error) {
-        if (error.getErrorCode() != kvxclient::KVXClientErrorCode::PARENT_RESOURCE_NOT_FOUND) {
-            throw;
-        }
+    const bool parentIsMissing = refusedWith(KVXClientErrorCode::PARENT_RESOURCE_NOT_FOUND, [&] {
+        createFolder(files, name) ? created(name) : requireFolder(files, name);
+    });
+    if (parentIsMissing) {
         createFolders(files, name.parent(), created);
         createFolders(files, name, created);
     }

@@ -8,6 +8,7 @@
 
 #include "remote/RemoteName.h"
 #include "storage/kvxclient/FileAccess.h"
+#include "storage/kvxclient/IVersioning.h"
 #include "ui/Diagnostics.h"
 #include "ui/Output.h"
 
@@ -43,6 +44,12 @@ kvxclient::FolderListRequest listRequest(const RemoteName& folder, bool showHidd
 
 /// Throws Failure unless `name` is a folder that exists.
 void requireFolder(const kvxclient::FileAccess& files, const RemoteName& name);
+/// Throws Failure where `name` is that of a folder, which has no versions.
+void requireFile(const kvxclient::FileAccess& files, const RemoteName& name);
+
+/// The version of a file that has this label or id. Throws Failure when there is none.
+kvxclient::VersionSummary findVersion(const kvxclient::IVersioning& versions,
+                                      const RemoteName& name, const std::string& labelOrId);
 
 /// Throws Failure when the user can see neither `name` nor a folder above it: the bucket is missing
 /// then.

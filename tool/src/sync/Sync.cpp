@@ -9,7 +9,6 @@
 
 #include "local/LocalFile.h"
 #include "remote/RemoteTree.h"
-#include "storage/kvxclient/KVXClientException.h"
 #include "sync/SyncContent.h"
 #include "sync/SyncTrees.h"
 #include "transfer/Download.h"

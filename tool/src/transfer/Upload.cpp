@@ -8,7 +8,6 @@
 #include "local/LocalFile.h"
 #include "remote/RemoteHandle.h"
 #include "remote/RemoteTree.h"
-#include "storage/kvxclient/KVXClientException.h"
 #include "ui/Failure.h"
 #include "ui/Interruption.h"
 #include "ui/Text.h"
@@ -152,12 +151,7 @@ void Upload::createFolders() {
 void Upload::folderCreated(const Folder& folder,
                            std::future<kvxclient::FolderCreateResponse>& call) {
     const bool exists = diagnostics_.guard(folder.target.text(), [&] {
-        try {
-            call.get();
-        } catch (const kvxclient::KVXClientException& error) {
-            if (error.getErrorCode() != kvxclient::KVXClientErrorCode::CONFLICT) {
-                throw;
-            }
+        if (refusedWith(kvxclient::KVXClientErrorCode::CONFLICT, [&] { call.get(); })) {
             requireFolder(files_, folder.target);
         }
     });

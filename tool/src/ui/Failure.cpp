@@ -3,7 +3,6 @@
 #include <new>
 #include <system_error>
 
-#include "storage/kvxclient/KVXClientException.h"
 #include "storage/kvxstore/StoreError.h"
 
 namespace storage::kvxtool {
@@ -131,6 +130,16 @@ std::string nestedCause(const std::exception& error) {
 }
 
 }  // namespace
+
+bool refusedWith(KVXClientErrorCode code, const std::function<void()>& action) try {
+    action();
+    return false;
+} catch (const kvxclient::KVXClientException& error) {
+    if (error.getErrorCode() != code) {
+        throw;
+    }
+    return true;
+}
 
 Failure Failure::of(const std::string& subject, const std::exception_ptr& error) {
     try {

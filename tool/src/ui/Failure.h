@@ -1,8 +1,11 @@
 #pragma once
 
 #include <exception>
+#include <functional>
 #include <stdexcept>
 #include <string>
+
+#include "storage/kvxclient/KVXClientException.h"
 
 namespace storage::kvxtool {
 
@@ -41,6 +44,9 @@ private:
     ExitCode code_;
     std::string subject_;
 };
+
+/// Runs `action`. Returns whether the store refused it with `code`; what else it throws goes on.
+bool refusedWith(kvxclient::KVXClientErrorCode code, const std::function<void()>& action);
 
 /// Thrown where the session is over and cannot be renewed, so that nothing else can be done.
 class SessionEnded : public Failure {
