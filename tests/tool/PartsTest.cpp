@@ -244,6 +244,18 @@ TEST(SessionRenewal, LogsInOnceForAllCallsThatFindTheSessionOver) {
     EXPECT_NE(renewal.sessionId(), before);
     EXPECT_EQ(renewal.sessionId(), file.read().value().sessionId);
 
+    // A handle may be lost with the session, while the file is still there.
+    FileContentReadRequest read(Resource(u"/0", u""));
+    read.withFileHandleId("lost").withLength(7);
+    endSession();
+    EXPECT_THROW(files->readFileContent(read), SessionEnded);  // The third login fails.
+    try {
+        files->readFileContent(read);
+        ADD_FAILURE();
+    } catch (const KVXClientException& error) {
+        EXPECT_EQ(Failure::of("", std::make_exception_ptr(error)).code(), ExitCode::REFUSED);
+    }
+
     endSession();
     file.remove();
     EXPECT_THROW(files->readFile({Resource(u"/0", u"")}), SessionEnded);
