@@ -204,7 +204,7 @@ TEST(Values, SizesAreReadOrRefused) {
         {"10G", 10UL << 30U},
         {"7E", 7UL << 60U},
         {"8388607T", 8388607UL << 40U},
-        {"9223372036854775806", 9223372036854775806UL}};
+        {"9223372036854775807", 9223372036854775807UL}};
     for (const auto& [typed, bytes] : good) {
         EXPECT_EQ(parseSize(typed, typed, "1K"), bytes) << typed;
     }
