@@ -5,6 +5,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <sstream>
 #include <thread>
 #include <tuple>
@@ -16,7 +17,7 @@
 #include "session/Session.h"
 #include "storage/kvxstore/Store.h"
 #include "support/ScriptedServices.h"
-#include "sync/SyncPlan.h"
+#include "sync/Sync.h"
 #include "transfer/CallWindow.h"
 #include "transfer/Download.h"
 #include "transfer/Upload.h"
@@ -102,6 +103,60 @@ TEST(Diagnostics, TheFewThatAreNamedAreThoseOfAPass) {
     EXPECT_EQ(diagnostics.failures(), 40U);
 }
 
+TEST(Transfer, SaysHowFarItCameWhenTheSessionEnds) {
+    const fs::path root = fs::temp_directory_path() / ("kvx-ended-" + std::to_string(getpid()));
+    fs::create_directories(root);
+    int calls = 0;
+    int last = 29;
+    const auto outcome = [&] {  // One call finds it out before others that were made earlier.
+        return ++calls == 3 || calls > last
+                   ? std::make_exception_ptr(SessionEnded(ExitCode::REFUSED, "store", "logged out"))
+                   : nullptr;
+    };
+    namespace operations = kvxtransport::operations;
+    ScriptedFileAccess files;
+    files.transport.on<operations::ReadFile>([&](const auto&, const auto& handler) {
+        FileReadResponse response;
+        response.appendContent("content", 7);
+        handler(response, outcome());
+    });
+    files.transport.on<operations::CreateFile>(
+        [&](const auto&, const auto& handler) { handler({}, outcome()); });
+    files.transport.on<operations::ReadFileAttributes>([](const auto&, const auto& handler) {
+        FileAttributes attributes;
+        handler(FileAttributesReadResponse().withFileAttributes(attributes.withType("FOLDER")),
+                nullptr);
+    });
+
+    testing::internal::CaptureStderr();
+    Diagnostics diagnostics("it", true);
+    Download download(files, diagnostics);
+    for (int i = 0; i < 40; ++i) {
+        const std::string name = std::to_string(i);
+        download.addFile(RemoteName::parse(":/" + name), {}, root / name);
+    }
+    EXPECT_THROW(download.run(), SessionEnded);
+    calls = 0;
+    last = 10;
+    Upload upload(files, diagnostics);
+    upload.addTree(root, RemoteName::parse(":/"));
+    EXPECT_THROW(upload.run(), SessionEnded);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "kvx: it: in all: 28 of 40 files were fetched, 196 bytes\n"
+              "kvx: it: in all: 9 of 28 files were sent, 63 bytes\n");
+
+    calls = 0;
+    testing::internal::CaptureStdout();
+    SyncOptions options;
+    options.source = root;
+    options.target = ":/";
+    Sync sync(files, Output(false, false, false), diagnostics, options);
+    EXPECT_THROW(sync.run(), SessionEnded);
+    std::cout.flush();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "9 files sent, 0 deleted, 0 unchanged\n");
+    fs::remove_all(root);
+}
+
 TEST(Upload, AnInterruptedOneLeavesTheOldContentAndNoHandle) {
     const auto store = kvxstore::Store::open("sqlite::memory:");
     kvxstore::NewUser user;
@@ -149,7 +204,7 @@ TEST(Values, SizesAreReadOrRefused) {
         {"10G", 10UL << 30U},
         {"7E", 7UL << 60U},
         {"8388607T", 8388607UL << 40U},
-        {"9223372036854775806", 9223372036854775806UL}};
+        {"9223372036854775807", 9223372036854775807UL}};
     for (const auto& [typed, bytes] : good) {
         EXPECT_EQ(parseSize(typed, typed, "1K"), bytes) << typed;
     }
@@ -243,6 +298,18 @@ TEST(SessionRenewal, LogsInOnceForAllCallsThatFindTheSessionOver) {
     EXPECT_TRUE(options.faults->fired().empty());  // There was a second login, and no third one.
     EXPECT_NE(renewal.sessionId(), before);
     EXPECT_EQ(renewal.sessionId(), file.read().value().sessionId);
+
+    // A handle may be lost with the session, while the file is still there.
+    FileContentReadRequest read(Resource(u"/0", u""));
+    read.withFileHandleId("lost").withLength(7);
+    endSession();
+    EXPECT_THROW(files->readFileContent(read), SessionEnded);  // The third login fails.
+    try {
+        files->readFileContent(read);
+        ADD_FAILURE();
+    } catch (const KVXClientException& error) {
+        EXPECT_EQ(Failure::of("", std::make_exception_ptr(error)).code(), ExitCode::REFUSED);
+    }
 
     endSession();
     file.remove();

@@ -39,6 +39,7 @@ done <<'TABLE'
 5|kvx: put: :/file: it is a file, and several sources need a folder|put file folder :/file
 5|kvx: put: file: another source has this name|put file file :/folder
 2|kvx: find: 2026-02-31: not a time: write 7d, 12h or 2026-01-31|find --older 2026-02-31
+2|kvx: find: 15251w: too long ago|find --older 15251w
 3|kvx: sync: gone-too: no such folder|sync --watch gone-too :/folder
 3|kvx: sync: :/gone-too: no such folder|sync --watch :/gone-too .
 5|kvx: get: file: something else of that name is in the way|get -r :/folder file
@@ -64,6 +65,8 @@ grant: --too: there is no such option: did you mean --to?|grant |grant --too bob
 grant: --to is missing|grant |grant /file bob
 policy get: /b: one argument too many|policy get |policy get /a /b
 ls: --store needs a value|ls |ls --store
+ls: --store is given more than once|ls |ls --store a --store b
+ls: --versio: there is no such option: did you mean --version?|ls |ls --versio
 ls: -t does not go with -S|ls |ls -St
 sync: --interval needs --watch|sync |sync --interval 3 . :/
 shared: --copy-to needs ID|shared |shared --copy-to /file

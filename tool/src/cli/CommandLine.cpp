@@ -107,8 +107,10 @@ public:
         const Command& command = *commands().back();
         RefusedLine line{kindOf(error), program_, command,     plainWords(app_.remaining(true)),
                          words_,        {},       error.what()};
-        for (const Option& option : command.options) {
-            line.counts.push_back(options_.at(&option)->count());
+        for (const Command* each : commands()) {
+            for (const Option& option : each->options) {
+                line.counts.emplace_back(&option, options_.at(&option)->count());
+            }
         }
         return kvxtool::reasonFor(line);
     }

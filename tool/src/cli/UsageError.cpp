@@ -81,7 +81,7 @@ std::string choice(const Command& program, const Command& command) {
 }
 
 std::string noSuchOption(const RefusedLine& line, const std::string& option) {
-    Words known{"--help"};
+    Words known{"--help", "--version"};
     for (const Command* command : {&line.command, &line.program}) {
         for (const Option& each : command->options) {
             if (const std::string name = each.shownName(); name.starts_with("--")) {
@@ -122,17 +122,16 @@ std::string wrongCount(const RefusedLine& line) {
     if (std::string reason = wrongValue(line); !reason.empty()) {
         return reason;
     }
-    for (std::size_t i = 0; i < line.counts.size(); ++i) {
-        const Option& option = line.command.options[i];
-        const bool isShort = line.counts[i] < option.count.least;
-        if (isShort && option.count.least > 1) {
+    for (const auto& [option, count] : line.counts) {
+        const bool isShort = count < option->count.least;
+        if (isShort && option->count.least > 1) {
             return "a source and a target are needed";
         }
         if (isShort && line.kind == RefusedLine::Kind::MISSING) {
-            return option.shownName() + " is missing";
+            return option->shownName() + " is missing";
         }
-        if (line.counts[i] > option.count.most && !option.isFlag()) {
-            return option.shownName() + " is given more than once";
+        if (count > option->count.most && !option->isFlag()) {
+            return option->shownName() + " is given more than once";
         }
     }
     return line.otherwise;
@@ -140,23 +139,19 @@ std::string wrongCount(const RefusedLine& line) {
 
 /// "-t does not go with -S", "--interval needs --watch"
 std::string wrongCombination(const RefusedLine& line) {
-    const std::vector<Option>& options = line.command.options;
-    const auto isGiven = [&](const std::string& name) {
-        const Option* option = line.command.findOption(name);
-        return line.counts[static_cast<std::size_t>(option - options.data())] > 0;
+    const auto isGiven = [&](const Option* option) {
+        return std::any_of(line.counts.begin(), line.counts.end(), [&](const auto& each) {
+            return each.first == option && each.second > 0;
+        });
     };
-    for (std::size_t i = 0; i < options.size(); ++i) {
-        const Option& option = options[i];
-        if (line.counts[i] == 0) {
-            continue;
+    for (const auto& [option, count] : line.counts) {
+        const Option* needed = line.command.findOption(option->needed);
+        const Option* excluded = line.command.findOption(option->excluded);
+        if (count > 0 && needed != nullptr && !isGiven(needed)) {
+            return option->shownName() + " needs " + needed->shownName();
         }
-        if (!option.needed.empty() && !isGiven(option.needed)) {
-            return option.shownName() + " needs " +
-                   line.command.findOption(option.needed)->shownName();
-        }
-        if (!option.excluded.empty() && isGiven(option.excluded)) {
-            return line.command.findOption(option.excluded)->shownName() + " does not go with " +
-                   option.shownName();
+        if (count > 0 && isGiven(excluded)) {
+            return excluded->shownName() + " does not go with " + option->shownName();
         }
     }
     return line.otherwise;

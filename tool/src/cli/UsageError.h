@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/Command.h"
@@ -23,8 +24,8 @@ struct RefusedLine {
     const Command& command;               ///< The innermost one that was named.
     std::vector<std::string> unexpected;  ///< Words that are no part of it.
     std::vector<std::string> words;       ///< All of it.
-    /// How often each option of the command was given, in their order.
-    std::vector<std::size_t> counts;
+    /// How often each option of the program and of the command was given.
+    std::vector<std::pair<const Option*, std::size_t>> counts;
     std::string otherwise;  ///< The parser's own words.
 };
 

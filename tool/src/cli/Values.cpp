@@ -1,6 +1,5 @@
 #include "cli/Values.h"
 
-#include <algorithm>
 #include <charconv>
 #include <ctime>
 #include <limits>
@@ -18,19 +17,19 @@ using std::chrono::system_clock;
 constexpr unsigned long LARGEST = std::numeric_limits<long>::max();
 
 struct Quantity {
-    unsigned long number = 0;  ///< LARGEST for one that is larger.
+    unsigned long number = 0;  ///< The largest there is for one that is larger.
     std::string_view unit;
 };
 
 /// A number and what follows it; empty when there is no number.
 std::optional<Quantity> quantityOf(std::string_view text) {
-    unsigned long number = 0;
+    unsigned long number = std::numeric_limits<unsigned long>::max();
     const char* const end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, number);
     if (error == std::errc::invalid_argument) {
         return std::nullopt;
     }
-    return Quantity{error == std::errc() ? std::min(number, LARGEST) : LARGEST, {rest, end}};
+    return Quantity{number, {rest, end}};
 }
 
 std::optional<system_clock::time_point> timeBefore(const std::string& age) {
@@ -42,7 +41,10 @@ std::optional<system_clock::time_point> timeBefore(const std::string& age) {
     const std::optional<Quantity> quantity = quantityOf(age);
     for (const auto& [unit, length] : units) {
         const auto most = static_cast<unsigned long>(nanoseconds::max() / length);
-        if (quantity && quantity->unit == unit && quantity->number <= most) {
+        if (quantity && quantity->unit == unit && quantity->number > most) {
+            throw Failure(ExitCode::USAGE, age, "too long ago");
+        }
+        if (quantity && quantity->unit == unit) {
             return system_clock::now() - static_cast<long>(quantity->number) * length;
         }
     }
@@ -59,7 +61,7 @@ unsigned long parseSize(std::string_view size, const std::string& typed, const c
     if (unit.size() > 1 || (power == 0 && !unit.empty())) {
         throw Failure(ExitCode::USAGE, typed, std::string("not a size: write ") + examples);
     }
-    if (quantity->number > LARGEST >> 10 * power || quantity->number == LARGEST) {
+    if (quantity->number > LARGEST >> 10 * power) {
         throw Failure(ExitCode::USAGE, typed, "the size is too large: it must be less than 8E");
     }
     return quantity->number << 10 * power;

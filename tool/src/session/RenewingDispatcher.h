@@ -15,6 +15,7 @@ bool saysSessionIsOver(const std::exception_ptr& error);
 
 /// A dispatcher that makes calls in the session of a SessionRenewal. Where a call is answered that
 /// the session is over, the session is renewed and the call is made once more: it had no effect.
+/// For that each request is kept until its answer, content included.
 /// REQUIRES: the renewal outlives the calls.
 class RenewingDispatcher {
 public:
@@ -25,23 +26,29 @@ public:
               typename Operation::Handler handler) const {
         using Service = typename Operation::Service;
         auto again = std::make_shared<typename Operation::Request>(request);
-        Operation::start(renewal_->service<Service>(), std::move(request),
-                         [renewal = renewal_, over = renewal_->number(), again = std::move(again),
-                          handler = std::move(handler)](typename Operation::Response response,
-                                                        std::exception_ptr error) {
-                             if (!error || !saysSessionIsOver(error)) {
-                                 handler(std::move(response), std::move(error));
-                                 return;
-                             }
-                             renewal->renew(over, [=](const std::exception_ptr& failure) {
-                                 if (failure) {
-                                     handler({}, failure);
-                                 } else {
-                                     Operation::start(renewal->service<Service>(),
-                                                      std::move(*again), handler);
-                                 }
-                             });
-                         });
+        Operation::start(
+            renewal_->service<Service>(), std::move(request),
+            [renewal = renewal_, over = renewal_->number(), again = std::move(again),
+             handler = std::move(handler)](typename Operation::Response response,
+                                           std::exception_ptr error) {
+                if (!error || !saysSessionIsOver(error)) {
+                    handler(std::move(response), std::move(error));
+                    return;
+                }
+                renewal->renew(over, [=](const std::exception_ptr& failure) {
+                    if (failure) {
+                        handler({}, failure);
+                        return;
+                    }
+                    const bool hasHandle = !kvxtransport::orderOf(*again).empty();
+                    Operation::start(
+                        renewal->service<Service>(), std::move(*again),
+                        [=](typename Operation::Response second, const std::exception_ptr& cause) {
+                            // A handle may have ended with its session.
+                            handler(std::move(second), cause && hasHandle ? error : cause);
+                        });
+                });
+            });
     }
 
     void cancelPendingCalls() const { client().cancelPendingCalls(); }

@@ -13,11 +13,9 @@ using std::chrono::system_clock;
 
 namespace {
 
-/// Why there is no new session; one that is refused ends the command.
+/// Without a new session the command ends, whatever the reason: each further call would fail so.
 std::exception_ptr renewalFailure(const std::string& store, const std::exception_ptr& error) {
-    const Failure failure = Failure::of(store, error);
-    return failure.code() == ExitCode::REFUSED ? std::make_exception_ptr(SessionEnded(failure))
-                                               : std::make_exception_ptr(failure);
+    return std::make_exception_ptr(SessionEnded(Failure::of(store, error)));
 }
 
 }  // namespace
@@ -72,7 +70,7 @@ void SessionRenewal::renew(unsigned long over, Renewed renewed) {
             logIn();
         }
     } catch (...) {
-        finish(std::current_exception());
+        finish(renewalFailure(storeName_, std::current_exception()));
     }
 }
 

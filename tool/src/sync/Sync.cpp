@@ -100,7 +100,7 @@ void Sync::run() {
     settleComparisons(plan);
     try {
         options_.dryRun ? printPlan(plan) : perform(plan);
-    } catch (const Interrupted&) {
+    } catch (...) {  // Interrupted, or without a session.
         report_.end(plan.unchanged);
         throw;
     }
@@ -166,7 +166,8 @@ void Sync::settleComparisons(SyncPlan& plan) {
     compareContents(files_, pairs, std::min(options_.transfer.jobs, COMPARISONS_AT_ONCE));
     for (std::size_t i = 0; i < pairs.size(); ++i) {
         if (pairs[i].error) {
-            diagnostics_.fail(Failure::of(targetText(plan.comparisons[i].path), pairs[i].error));
+            diagnostics_.guard(targetText(plan.comparisons[i].path),
+                               [&] { std::rethrow_exception(pairs[i].error); });
         } else if (pairs[i].same) {
             ++plan.unchanged;
         } else {

@@ -6,6 +6,8 @@
 #include <future>
 #include <utility>
 
+#include "ui/Failure.h"
+
 namespace storage::kvxtool {
 
 /// Calls of one kind in flight at once, bounded in number and in the bytes they carry, and
@@ -51,6 +53,17 @@ public:
     void drain() {
         while (!calls_.empty()) {
             completeFirst();
+        }
+    }
+
+    /// Completes every call when the session has ended, which most of them say again.
+    void drainEnded() {
+        while (!calls_.empty()) {
+            try {
+                completeFirst();
+            } catch (const SessionEnded&) {
+                // One of them has been reported.
+            }
         }
     }
 

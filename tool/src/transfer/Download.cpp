@@ -89,8 +89,11 @@ void Download::run() {
     } catch (const Interrupted&) {
         report_.interrupted("fetched");
         throw;
+    } catch (const SessionEnded&) {
+        calls_.drainEnded();
+        report_.end("fetched");
+        throw;
     }
-    diagnostics_.progress().end();
     report_.end("fetched");
 }
 

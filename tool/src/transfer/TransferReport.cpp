@@ -38,6 +38,7 @@ void TransferReport::interrupted(const std::string& participle) {
 }
 
 void TransferReport::end(const std::string& participle) {
+    diagnostics_.progress().end();
     constexpr unsigned long FEW = 10;
     if (expectedFiles_ > files_ + FEW && !hasSummary_) {
         sayHowFar("in all", participle);

@@ -37,7 +37,7 @@ public:
     void done(const std::string& source, const std::string& target, unsigned long bytes);
     /// Says how far it came, as in "12 of 40 files were sent".
     void interrupted(const std::string& participle);
-    /// The same where so many failed that not each was named.
+    /// Ends the progress, and says the same where so many failed that not each was named.
     void end(const std::string& participle);
 
 private:

@@ -117,8 +117,12 @@ void Upload::interruptibly(Action&& action) {
         drain();  // What is on its way arrives.
         report_.interrupted("sent");
         throw;
+    } catch (const SessionEnded&) {
+        fileCalls_.drainEnded();
+        timeCalls_.drainEnded();
+        report_.end("sent");
+        throw;
     }
-    diagnostics_.progress().end();
     report_.end("sent");
 }
 
