@@ -3,7 +3,9 @@
 /// @file
 /// A decorator that lets planned faults happen on any transport.
 
+#include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <exception>
 #include <functional>
 #include <map>
