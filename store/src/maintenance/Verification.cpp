@@ -20,7 +20,7 @@ constexpr Check checks[] = {
      " or not exists(select 1 from nodes n where n.id = b.root and n.bucket = b.id"
      " and n.parent = 0 and n.kind = 0)"},
     {"files or folders outside of every tree",
-     "with recursive tree(id, kind) as (select id, kind from nodes where parent = -1"
+     "with recursive tree(id, kind) as (select id, kind from nodes where parent = -bucket"
      " or id in (select root from buckets)"
      " union all select n.id, n.kind from nodes n join tree t on n.parent = t.id and t.kind = 0)"
      " select id from nodes where id not in (select id from tree)"},

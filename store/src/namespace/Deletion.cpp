@@ -33,15 +33,14 @@ void softDelete(const Context& context, const Node& node, std::int64_t seq) {
     vacate(context, node, seq);
     context.database.execute(
         "update nodes set parent = $2, name = cast(id as text), seq = $3 where id = $1",
-        {node.id, trashParent, seq});
+        {node.id, trashOf(node.bucket), seq});
 }
 
 bool purgeTrash(database::Connection& database) {
     std::int64_t left = nodesAtOnce;
-    const auto nodes =
-        collect(database.query("select id, bucket from nodes where parent = $1 limit $2",
-                               {trashParent, nodesAtOnce}),
-                [](const auto& row) { return std::pair(row.integer(0), row.integer(1)); });
+    const auto nodes = collect(
+        database.query("select id, bucket from nodes where parent < 0 limit $1", {nodesAtOnce}),
+        [](const auto& row) { return std::pair(row.integer(0), row.integer(1)); });
     for (const auto& [node, bucket] : nodes) {
         if (left <= 0) {
             break;
@@ -49,7 +48,7 @@ bool purgeTrash(database::Connection& database) {
         const std::int64_t moved = database.execute(
             "update nodes set parent = $2, name = cast(id as text)"
             " where id in (select id from nodes where parent = $1 limit $3)",
-            {node, trashParent, left});
+            {node, trashOf(bucket), left});
         if (moved < left) {
             purgeNode(database, node, bucket);
         }

@@ -8,9 +8,10 @@
 
 namespace storage::kvxstore {
 
-// These stand for the parent of a bucket's root, and of a deleted node.
+/// Stands for the parent of a bucket's root.
 constexpr std::int64_t rootParent = 0;
-constexpr std::int64_t trashParent = -1;
+/// Stands for the parent of the deleted nodes of a bucket.
+constexpr std::int64_t trashOf(std::int64_t bucket) { return -bucket; }
 
 enum class Kind : std::int64_t { FOLDER = 0, FILE = 1 };
 

@@ -104,9 +104,9 @@ void removeUser(const Context& context, const std::u16string& name) {
     dropSharing(context, user);
     endLogins(context, user);
     context.database.execute(
-        "update nodes set parent = $2, name = cast(id as text)"
+        "update nodes set parent = -bucket, name = cast(id as text)"
         " where id in (select root from buckets where owner = $1)",
-        {user, trashParent});
+        {user});
     context.database.execute("delete from buckets where owner = $1", {user});
     context.database.execute("delete from users where id = $1", {user});
 }

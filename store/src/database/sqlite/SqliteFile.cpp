@@ -119,6 +119,8 @@ void makeTables(Connection& connection, const std::string& path) {
         createSchema(connection);
     } else if (connection.number("pragma application_id") != applicationId) {
         throw StoreError(StoreErrorCode::NOT_A_STORE, "not a store file: " + path);
+    } else {
+        upgradeSchema(connection);
     }
     transaction.commit();
 }
