@@ -228,18 +228,6 @@ TEST(StoreFileTest, TellsEveryKindOfDamage) {
     }
 }
 
-TEST_F(StoreTest, ReadsOfDamagedContentFailInPlainWords) {
-    const auto onDisk = Store::open(folder.url());
-    const Account user(*onDisk, onDisk->createUser({.name = u"u"}));
-    user.put(u"/f", std::string(600'000, 'f'));
-    user.put(u"/g", "sound");
-    RawDatabase(folder.file("store.db")).run("delete from chunks where id = 2");
-    const auto read = [&] { user.get(u"/f"); };
-    EXPECT_EQ(codeOf(read), Code::INTERNAL_SERVER_ERROR);
-    EXPECT_EQ(causeOf(read), "the store's file is damaged");
-    EXPECT_EQ(user.get(u"/g"), "sound");
-}
-
 TEST(StoreFileTest, VerifyReportsPagesThatCannotBeRead) {
     const TemporaryFolder folder;
     {
