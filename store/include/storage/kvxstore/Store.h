@@ -3,6 +3,7 @@
 /// @file
 /// The embedded store: opening it, making clients of it, and administering it.
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -158,8 +159,13 @@ public:
     /// Lists all buckets by name.
     std::vector<Bucket> listBuckets() const;
 
-    /// Checks everything and returns a sentence for each kind of damage found; none for a sound
-    /// store. Reads the whole file, and occupies one of the reading threads for that time.
+    /// Checks everything, tells each damage found, and returns their number; 0 for a sound store.
+    /// Reads the whole file in bounded memory, and occupies one of the reading threads for that
+    /// time. `tell` runs on that thread and must not wait for a call of the store; what it throws
+    /// ends the check and is passed on as a StoreError.
+    unsigned long verify(const std::function<void(const Damage&)>& tell) const;
+
+    /// As the other form, and returns the sentences.
     std::vector<std::string> verify() const;
 
     /// Counts everything. Reads the whole file, which is slow for a large one.
