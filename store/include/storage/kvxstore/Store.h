@@ -55,7 +55,8 @@ class Engine;
 /// @par Errors of calls
 /// A refused call completes with a KVXClientException of the fitting code. UNKNOWN means a value
 /// outside of its enumeration or without a meaning there, such as an invitation to own, or bytes to
-/// write at a null pointer. An expired session is reported as SESSION_EXPIRED for 24 hours, and
+/// write at a null pointer. No read gives other bytes than were stored: one that comes upon damage
+/// fails with INTERNAL_SERVER_ERROR and a cause that names path and version. An expired session is reported as SESSION_EXPIRED for 24 hours, and
 /// then as INVALID_SESSION_ID. Any other failure, such as a full disk, completes with
 /// INTERNAL_SERVER_ERROR. That exception also derives from std::nested_exception and nests a
 /// std::runtime_error with the plain cause, which std::rethrow_if_nested throws.
