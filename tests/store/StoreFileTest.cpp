@@ -125,6 +125,39 @@ TEST(StoreFileTest, RefusesWhatItMayNotReadOrWrite) {
     protect("secret", 0755);
 }
 
+TEST(StoreFileTest, TakesThePathAsItStandsAndKeepsItWhenTheProgramChangesItsFolder) {
+    const TemporaryFolder folder;
+    std::filesystem::create_directory(folder.file("real"));
+    std::filesystem::create_directory_symlink("real", folder.file("link"));
+    const auto here = std::filesystem::current_path();
+    std::filesystem::current_path(folder.file(""));
+    const struct {
+        std::string url;
+        std::string file;
+    } cases[] = {
+        {"sqlite:file:x.db", "file:x.db"},
+        {"sqlite:file:y.db?mode=memory", "file:y.db?mode=memory"},
+        {"sqlite:x?mode=memory#%41", "x?mode=memory#%41"},
+        {"sqlite::memory:x", ":memory:x"},
+        {"sqlite:link/../link//x.db", "real/x.db"},
+        {"sqlite:////" + folder.file("").substr(1) + "//real//y.db", "real/y.db"},
+    };
+    for (const auto& [url, file] : cases) {
+        const auto store = Store::open(url, {.createMode = CreateMode::MUST_BE_NEW});
+        std::filesystem::current_path("/");
+        Account(*store, store->createUser({.name = u"main"})).put(u"/f", "content");
+        std::filesystem::current_path(folder.file(""));
+        EXPECT_TRUE(std::filesystem::is_regular_file(file)) << url;
+        const auto error = openError(url, CreateMode::MUST_EXIST);
+        EXPECT_FALSE(error) << error->what();
+    }
+    // What a link names is decided when the store is opened.
+    const auto store = Store::open("sqlite:link/x.db");
+    std::filesystem::remove("link");
+    EXPECT_FALSE(storeErrorOf([&] { store->createUser({.name = u"late"}); }));
+    std::filesystem::current_path(here);
+}
+
 TEST(StoreFileTest, FindsEverythingAgainAfterClosing) {
     const TemporaryFolder folder;
     const std::string content(700'000, 'c');

@@ -86,6 +86,7 @@ Meaning meaningOf(StoreErrorCode code) {
             return {ExitCode::NO_ROOM, nullptr};
         case StoreErrorCode::DAMAGED:
         case StoreErrorCode::IN_USE:
+        case StoreErrorCode::FILE_CHANGED:
         case StoreErrorCode::OTHER:
             break;
     }

@@ -172,6 +172,13 @@ SqliteConnection::SqliteConnection(SqliteLocation location) : location_(std::mov
         sqlite3_file_control(database, "main", SQLITE_FCNTL_SIZE_LIMIT, &limit);
     }
     check(database, sqlite3_busy_handler(database, waitBriefly, &hadToWait_));
+    if (!location_.turn) {
+        checkpointOnClose(false);
+        // Rolls back what a crash left half done, before the file is looked at.
+        execute("pragma user_version");
+        identity_.emplace(database, location_.name);
+        identity_->check();
+    }
     execute("pragma synchronous = full");
     execute("pragma cache_size = -8192");
     // Debian's SQLite overwrites deleted data with zeros by default.
@@ -182,7 +189,14 @@ SqliteConnection::SqliteConnection(SqliteLocation location) : location_(std::mov
     execute("pragma journal_size_limit = 67108864");
 }
 
-SqliteConnection::~SqliteConnection() { rollback(); }
+SqliteConnection::~SqliteConnection() {
+    rollback();
+    checkpointOnClose(identity_ && identity_->isIntact());
+}
+
+void SqliteConnection::checkpointOnClose(bool may) {
+    sqlite3_db_config(database_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, may ? 0 : 1, nullptr);
+}
 
 SqliteStatement& SqliteConnection::idleStatement(std::string_view sql) {
     auto found = statements_.find(sql);
@@ -247,13 +261,15 @@ void SqliteConnection::begin(Access access) {
         turn_ = std::unique_lock(*location_.turn);
     }
     try {
-        if (access == Access::WRITE) {
-            execute("begin immediate");
-        } else {
-            execute("begin");
+        execute(writing_ ? "begin immediate" : "begin");
+        if (identity_) {
+            identity_->check();
+        }
+        if (!writing_) {
             // The first read takes the snapshot.
             execute("select n from schema_version");
         }
+        changesBefore_ = changes();
     } catch (...) {
         rollback();
         throw;
@@ -262,11 +278,18 @@ void SqliteConnection::begin(Access access) {
 
 void SqliteConnection::commit() {
     blob_.reset();
+    if (identity_ && changes() != changesBefore_) {
+        identity_->stampLog();
+    }
     const unsigned before = fileVersion();
     // A snapshot has nothing to commit, and SQLite commits nothing once it has met damage.
     execute(writing_ ? "commit" : "rollback");
     ownCommits_ += fileVersion() - before;
     endTurn();
+    if (identity_ && writing_) {
+        // What went into a file that nobody finds again is not acknowledged.
+        identity_->check();
+    }
 }
 
 void SqliteConnection::rollback() noexcept {

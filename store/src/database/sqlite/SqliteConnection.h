@@ -1,12 +1,15 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "database/Connection.h"
+#include "database/sqlite/FileIdentity.h"
 
 struct sqlite3;
 struct sqlite3_blob;
@@ -23,6 +26,7 @@ struct SqliteLocation {
     std::string name;
     /// Set for a database in memory. It has no snapshots, so its transactions take turns.
     std::shared_ptr<std::mutex> turn;
+    std::chrono::milliseconds lockPatience{};
 };
 
 class SqliteConnection final : public Connection {
@@ -42,6 +46,7 @@ public:
     std::int64_t changes() const override;
     DataVersion version() const override;
     bool hadToWait() const override { return hadToWait_; }
+    std::chrono::milliseconds lockPatience() const override { return location_.lockPatience; }
 
 private:
     struct Close {
@@ -58,6 +63,8 @@ private:
     SqliteStatement& idleStatement(std::string_view sql);
     unsigned fileVersion() const;
     void endTurn() noexcept;
+    /// The last connection would write the log into whatever the file is by then.
+    void checkpointOnClose(bool may);
 
     SqliteLocation location_;
     bool hadToWait_ = false;
@@ -65,8 +72,11 @@ private:
     /// How far commits of this connection raised the file's version number.
     unsigned ownCommits_ = 0;
     std::int64_t rollbacks_ = 0;
+    std::int64_t changesBefore_ = 0;
     std::unique_lock<std::mutex> turn_;
     std::unique_ptr<sqlite3, Close> database_;
+    /// Nothing for a database in memory.
+    std::optional<FileIdentity> identity_;
     StatementCache statements_;
     /// Stays open for the next chunk: moving it is cheaper than opening another.
     std::unique_ptr<sqlite3_blob, Close> blob_;

@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string_view>
@@ -44,8 +45,9 @@ bool makeFile(const std::string& path) {
 }
 
 /// A URI under which SQLite reads the file without lock, recovery or change.
+/// REQUIRES: an absolute path.
 std::string bareUri(const std::string& path) {
-    std::string uri = "file:";
+    std::string uri = "file://";
     for (const char c : path) {
         switch (c) {
             case '%':
@@ -110,23 +112,7 @@ bool examineFile(const std::string& path) {
     return false;
 }
 
-/// Makes the tables unless another program did so meanwhile.
-void makeTables(Connection& connection, const std::string& path) {
-    connection.execute("pragma page_size = 16384");
-    Transaction transaction(connection, Access::WRITE);
-    if (connection.number("select count(*) from sqlite_schema") == 0) {
-        connection.execute("pragma application_id = " + std::to_string(applicationId));
-        createSchema(connection);
-    } else if (connection.number("pragma application_id") != applicationId) {
-        throw StoreError(StoreErrorCode::NOT_A_STORE, "not a store file: " + path);
-    } else {
-        upgradeSchema(connection);
-    }
-    transaction.commit();
-}
-
-void checkVersion(Connection& connection, const std::string& url) {
-    const std::int64_t version = connection.number("select n from schema_version");
+void checkVersion(std::int64_t version, const std::string& url) {
     if (version > schemaVersion) {
         throw StoreError(StoreErrorCode::NEWER_VERSION,
                          "the store was made by a newer version of this software (schema " +
@@ -135,10 +121,38 @@ void checkVersion(Connection& connection, const std::string& url) {
     }
 }
 
+/// Whether the tables are there, of the present schema, and not those of a backup that has not been
+/// opened yet. Takes no lock that a writer holds.
+bool isReady(Connection& connection, const std::string& path, const std::string& url) {
+    if (connection.number("select count(*) from sqlite_schema") == 0) {
+        return false;
+    }
+    if (connection.number("pragma application_id") != applicationId) {
+        throw StoreError(StoreErrorCode::NOT_A_STORE, "not a store file: " + path);
+    }
+    const std::int64_t version = connection.number("select n from schema_version");
+    checkVersion(version, url);
+    return version == schemaVersion &&
+           connection.number("select count(*) from identity where id = ''") == 0;
+}
+
+/// Makes the tables ready unless another program did so meanwhile.
+void makeReady(Connection& connection) {
+    connection.execute("pragma page_size = 16384");
+    Transaction transaction(connection, Access::WRITE);
+    if (connection.number("select count(*) from sqlite_schema") == 0) {
+        connection.execute("pragma application_id = " + std::to_string(applicationId));
+        createSchema(connection);
+    }
+    upgradeSchema(connection);
+    connection.execute("update identity set id = lower(hex(randomblob(8))) where id = ''");
+    transaction.commit();
+}
+
 SqliteLocation newMemory() {
     static std::atomic<unsigned> count = 0;
     // The slash makes the connections of this process share the database.
-    return {"/kvxstore-" + std::to_string(++count), std::make_shared<std::mutex>()};
+    return {"/kvxstore-" + std::to_string(++count), std::make_shared<std::mutex>(), {}};
 }
 
 /// Decides by the mode whether the file may be used; returns whether this call made it.
@@ -158,26 +172,54 @@ bool claimFile(const std::string& path, CreateMode mode) {
 /// Connects to the database, and makes the tables if it has none.
 Connector openLocation(const SqliteLocation& location, const std::string& url) {
     // The connector keeps it, because a database in memory ends with its last connection.
-    auto first = std::make_shared<SqliteConnection>(location);
-    retryWhileBusy([&] {
-        makeTables(*first, location.name);
-        checkVersion(*first, url);
+    std::shared_ptr<SqliteConnection> first;
+    retryWhileBusy(location.lockPatience, [&] {
+        if (!first) {
+            first = std::make_shared<SqliteConnection>(location);
+        }
+        if (!isReady(*first, location.name, url)) {
+            makeReady(*first);
+        }
         first->execute("pragma journal_mode = wal");
     });
     return [location, first] { return std::make_unique<SqliteConnection>(location); };
+}
+
+/// Absolute, so that it stays the same when the program changes its folder, and none of the forms
+/// that mean something else to SQLite.
+std::string absolutePath(const std::string& path) {
+    std::error_code error;
+    std::string absolute = std::filesystem::absolute(path, error);
+    if (error) {
+        throw StoreError(StoreErrorCode::NOT_FOUND, "cannot open " + path + ": " + error.message());
+    }
+    return absolute;
+}
+
+/// REQUIRES: the file exists.
+std::string withoutLinks(const std::string& path) {
+    std::error_code error;
+    std::string real = std::filesystem::canonical(path, error);
+    if (error) {
+        throw StoreError(codeOfSystemError(error.value()),
+                         "cannot open " + path + ": " + error.message());
+    }
+    return real;
 }
 
 }  // namespace
 
 Connector openSqliteMemory(const std::string& url) { return openLocation(newMemory(), url); }
 
-Connector openSqliteFile(const std::string& path, const std::string& url, CreateMode mode) {
-    const bool made = claimFile(path, mode);
+Connector openSqliteFile(const std::string& path, const std::string& url, CreateMode mode,
+                         std::chrono::milliseconds lockPatience) {
+    const std::string absolute = absolutePath(path);
+    const bool made = claimFile(absolute, mode);
     try {
-        return openLocation({path, nullptr}, url);
+        return openLocation({withoutLinks(absolute), nullptr, lockPatience}, url);
     } catch (...) {
         if (made) {
-            ::unlink(path.c_str());
+            ::unlink(absolute.c_str());
         }
         throw;
     }
