@@ -96,6 +96,10 @@ public:
     virtual void readChunk(std::int64_t chunk, std::size_t offset, char* into,
                            std::size_t size) = 0;
 
+    /// Copies the database, as the transaction sees it, into an empty file.
+    /// REQUIRES: a transaction.
+    virtual void copyInto(const std::string& path) = 0;
+
     virtual void begin(Access access) = 0;
     virtual void commit() = 0;
     virtual void rollback() noexcept = 0;

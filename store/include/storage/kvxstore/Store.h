@@ -170,6 +170,19 @@ public:
     /// overwritten.
     void sweep() const;
 
+    /// Copies the store into a new file that only its owner may read, while others go on writing.
+    /// The copy is the store as it was at one moment, without sessions, open handles, download
+    /// locations and what was deleted; users log in to it with the same tokens. It refuses the
+    /// watermarks of this store. It is verified and on disk before it appears under its name; until
+    /// then it grows beside it, with six more characters behind the name. Put a backup back by
+    /// opening it, or by moving it to the place of a store that nobody has open, whose "-wal" and
+    /// "-shm" files are removed before. Occupies one of the reading threads while it copies.
+    ///
+    /// @throws StoreError with ALREADY_EXISTS when there is a file of that name, or one of the name
+    /// and "-wal", "-shm" or "-journal", NOT_FOUND when its folder does not exist, and DAMAGED when
+    /// verify() finds damage in the copy.
+    void backup(const std::string& path) const;
+
 private:
     explicit Store(std::shared_ptr<services::Engine> engine);
 

@@ -8,6 +8,8 @@
 #include <limits>
 #include <thread>
 
+#include "database/sqlite/SqliteCopy.h"
+
 namespace storage::kvxstore::database {
 
 namespace {
@@ -94,6 +96,8 @@ StoreErrorCode codeOfSystemError(int number) {
             return StoreErrorCode::OTHER;
     }
 }
+
+void requireSuccess(sqlite3* database, int code) { check(database, code); }
 
 class SqliteStatement final : public Statement {
 public:
@@ -252,6 +256,10 @@ void SqliteConnection::readChunk(std::int64_t chunk, std::size_t offset, char* i
         // SQLITE_ERROR means a missing row or a range beyond its end: lost data.
         throw failure(database_.get(), code == SQLITE_ERROR ? SQLITE_CORRUPT : code);
     }
+}
+
+void SqliteConnection::copyInto(const std::string& path) {
+    copyDatabase(database_.get(), "main", path);
 }
 
 void SqliteConnection::begin(Access access) {

@@ -21,6 +21,9 @@ class SqliteStatement;
 /// The code for an error of the system's file calls.
 StoreErrorCode codeOfSystemError(int number);
 
+/// Throws the DatabaseError for what a call of SQLite returned, unless it succeeded.
+void requireSuccess(sqlite3* database, int code);
+
 /// A file, or memory that all connections with the same name share.
 struct SqliteLocation {
     std::string name;
@@ -38,6 +41,7 @@ public:
     std::int64_t execute(std::string_view sql, std::initializer_list<Value> values = {}) override;
     std::int64_t insert(std::string_view sql, std::initializer_list<Value> values) override;
     void readChunk(std::int64_t chunk, std::size_t offset, char* into, std::size_t size) override;
+    void copyInto(const std::string& path) override;
     void begin(Access access) override;
     void commit() override;
     void rollback() noexcept override;
