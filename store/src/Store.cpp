@@ -6,6 +6,7 @@
 #include "database/NewFile.h"
 #include "database/Open.h"
 #include "maintenance/Cleaning.h"
+#include "maintenance/Conversion.h"
 #include "maintenance/Verification.h"
 #include "operations/Administration.h"
 #include "services/AdministrationCall.h"
@@ -81,9 +82,21 @@ std::vector<Bucket> Store::listBuckets() const {
                       [](const Context& context) { return operations::listBuckets(context); });
 }
 
+unsigned long Store::verify(const std::function<void(const Damage&)>& tell) const {
+    return administer(*engine_, Access::READ, [&](const Context& context) {
+        unsigned long count = 0;
+        kvxstore::verify(context, [&](const FoundDamage& damage) {
+            ++count;
+            tell(damage);
+        });
+        return count;
+    });
+}
+
 std::vector<std::string> Store::verify() const {
-    return administer(*engine_, Access::READ,
-                      [](const Context& context) { return kvxstore::verify(context.database); });
+    std::vector<std::string> sentences;
+    verify([&](const Damage& damage) { sentences.push_back(damage.sentence); });
+    return sentences;
 }
 
 Statistics Store::statistics() const {
@@ -96,6 +109,10 @@ void Store::sweep() const {
         return clean(context.database, context.instance, context.now());
     };
     while (administer(*engine_, Access::WRITE, cleanSome)) {
+    }
+    std::int64_t last = 0;
+    while (administer(*engine_, Access::WRITE,
+                      [&](const Context& context) { return addChecksums(context, last); })) {
     }
 }
 

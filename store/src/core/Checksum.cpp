@@ -5,8 +5,9 @@
 
 namespace storage::kvxstore {
 
-std::int64_t checksumOf(std::string_view bytes) {
-    return static_cast<std::int64_t>(XXH3_64bits(bytes.data(), bytes.size()));
+std::int64_t checksumOf(std::string_view bytes, std::int64_t earlier) {
+    return static_cast<std::int64_t>(
+        XXH3_64bits_withSeed(bytes.data(), bytes.size(), static_cast<XXH64_hash_t>(earlier)));
 }
 
 }  // namespace storage::kvxstore

@@ -5,7 +5,8 @@
 
 namespace storage::kvxstore {
 
-/// A checksum that finds damage, but not changes on purpose.
-std::int64_t checksumOf(std::string_view bytes);
+/// A checksum that finds damage, but not changes on purpose. It continues an earlier one, or starts
+/// with 0.
+std::int64_t checksumOf(std::string_view bytes, std::int64_t earlier = 0);
 
 }  // namespace storage::kvxstore

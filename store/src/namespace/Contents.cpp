@@ -1,138 +1,184 @@
 #include "namespace/Contents.h"
 
 #include <algorithm>
-#include <array>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "core/Checksum.h"
+#include "namespace/ContentReading.h"
+#include "namespace/Extents.h"
 
 namespace storage::kvxstore {
 
 namespace {
 
-constexpr std::int64_t chunkSize = 256L << 10U;
+/// An extent with its checksums in memory of its own.
+struct OwnExtent : Extent {
+    explicit OwnExtent(const database::Statement& row)
+        : Extent{row.integer(0), row.integer(1), row.integer(2)}, text(row.text(3)) {}
 
-struct Extent {
-    std::int64_t chunk = 0;
-    std::int64_t size = 0;
+    Extent view() const { return {idx, chunk, size, text}; }
+
+    std::string text;
 };
 
-/// Passes on a range piece by piece, with zeros for what no chunk covers.
-class RangeReader {
-public:
-    RangeReader(const Context& context, const Content& content, std::int64_t offset,
-                std::int64_t length, const Sink& sink)
-        : context_(context),
-          sink_(sink),
-          dense_(content.base == 0 && content.stored == content.size),
-          position_(offset),
-          end_(offset + length) {}
-
-    void readExtent(std::int64_t idx, const Extent& extent) {
-        const std::int64_t start = idx * chunkSize;
-        fillUpTo(std::min(start, end_));
-        const std::int64_t size = std::min(start + extent.size, end_) - position_;
-        if (size <= 0) {
-            return;
-        }
-        if (context_.isCancelled()) {
-            refuse(ErrorCode::BAD_NETWORK);
-        }
-        buffer_.resize(static_cast<std::size_t>(size));
-        context_.database.readChunk(extent.chunk, static_cast<std::size_t>(position_ - start),
-                                    buffer_.data(), buffer_.size());
-        sink_(buffer_);
-        position_ += size;
-    }
-
-    void finish() { fillUpTo(end_); }
-
-private:
-    void fillUpTo(std::int64_t end) {
-        static constexpr std::array<char, 16384> zeros{};
-        if (position_ < end && dense_) {
-            database::throwDamaged("a part of the content is missing");
-        }
-        while (position_ < end) {
-            const std::string_view piece(zeros.data(),
-                                         std::min<std::size_t>(zeros.size(), end - position_));
-            sink_(piece);
-            position_ += static_cast<std::int64_t>(piece.size());
-        }
-    }
-
-    const Context& context_;
-    const Sink& sink_;
-    bool dense_;
-    std::int64_t position_;
-    std::int64_t end_;
-    std::string buffer_;
-};
-
-std::optional<Extent> findExtent(const Context& context, std::int64_t content, std::int64_t idx) {
+std::optional<OwnExtent> findExtent(const Context& context, std::int64_t content,
+                                    std::int64_t idx) {
     const auto row = context.database.query(
-        "select chunk, size from extents where content = $1 and idx = $2", {content, idx});
-    return row->next() ? std::optional(Extent{row->integer(0), row->integer(1)}) : std::nullopt;
+        "select idx, chunk, size, checksums from extents where content = $1 and idx = $2"
+        " and chunk <> 0",
+        {content, idx});
+    return row->next() ? std::optional(OwnExtent(*row)) : std::nullopt;
+}
+
+void insertExtent(const Context& context, std::int64_t content, const Extent& extent) {
+    context.database.execute(
+        "insert into extents(content, idx, chunk, size, checksums) values($1, $2, $3, $4, $5)",
+        {content, extent.idx, extent.chunk, extent.size, database::Blob{extent.checksums}});
 }
 
 void insertChunk(const Context& context, std::int64_t content, std::int64_t idx,
-                 std::string_view data) {
+                 std::string_view data, std::string_view checksums) {
     const std::int64_t chunk =
         context.database.insert("insert into chunks(checksum, data) values($1, $2)",
                                 {checksumOf(data), database::Blob{data}});
-    context.database.execute(
-        "insert into extents(content, idx, chunk, size) values($1, $2, $3, $4)",
-        {content, idx, chunk, static_cast<std::int64_t>(data.size())});
+    insertExtent(context, content, {idx, chunk, static_cast<std::int64_t>(data.size()), checksums});
 }
 
-void updateChunk(const Context& context, std::int64_t content, std::int64_t idx, const Extent& old,
+void updateChunk(const Context& context, std::int64_t content, const Extent& old,
                  std::string_view data) {
     context.database.execute("update chunks set checksum = $2, data = $3 where id = $1",
                              {old.chunk, checksumOf(data), database::Blob{data}});
-    if (std::cmp_not_equal(old.size, data.size())) {
-        context.database.execute("update extents set size = $3 where content = $1 and idx = $2",
-                                 {content, idx, static_cast<std::int64_t>(data.size())});
-    }
+    context.database.execute(
+        "update extents set size = $3, checksums = $4 where content = $1 and idx = $2",
+        {content, old.idx, static_cast<std::int64_t>(data.size()),
+         database::Blob{blockChecksumsOf(old.idx, data)}});
 }
 
 /// Writes bytes into one chunk, at an offset in it.
 void writePiece(const Context& context, Content& content, std::int64_t idx, std::size_t offset,
                 std::string_view bytes) {
-    const std::optional<Extent> own = findExtent(context, content.id, idx);
-    const std::optional<Extent> old =
+    const std::optional<OwnExtent> own = findExtent(context, content.id, idx);
+    const std::optional<OwnExtent> old =
         own || content.base == 0 ? own : findExtent(context, content.base, idx);
     const std::size_t oldSize = old ? static_cast<std::size_t>(old->size) : 0;
     std::string merged;
     std::string_view data = bytes;
     if (offset > 0 || bytes.size() < oldSize) {
-        merged.resize(std::max(oldSize, offset + bytes.size()));
         if (old) {
-            context.database.readChunk(old->chunk, 0, merged.data(), oldSize);
+            readChunk(context, old->view(), 0, old->size, merged);
         }
+        merged.resize(std::max(oldSize, offset + bytes.size()));
         std::copy(bytes.begin(), bytes.end(), merged.begin() + static_cast<std::ptrdiff_t>(offset));
         data = merged;
     }
     if (own) {
-        updateChunk(context, content.id, idx, *own, data);
+        updateChunk(context, content.id, *own, data);
     } else {
-        insertChunk(context, content.id, idx, data);
+        insertChunk(context, content.id, idx, data, blockChecksumsOf(idx, data));
     }
     content.stored += static_cast<std::int64_t>(data.size()) - (own ? own->size : 0);
 }
 
+void shareChunks(const Context& context, std::int64_t from, std::int64_t to) {
+    context.database.execute(
+        "insert into extents(content, idx, chunk, size, checksums)"
+        " select $1, idx, chunk, size, checksums from extents b"
+        " where content = $2 and chunk <> 0 and not exists(select 1 from extents e"
+        " where e.content = $1 and e.idx = b.idx)",
+        {to, from});
+}
+
+/// Goes over the extents of a content in order, and notes its holes.
+class Sealing {
+public:
+    explicit Sealing(const Content& content)
+        : size_(content.size), checksum_(beginChecksum(content.size)) {}
+
+    void add(const Extent& extent) {
+        skipTo(extent.idx);
+        checksum_ = continueChecksum(checksum_, extent);
+        complete_ = complete_ && !extent.checksums.empty();
+        stored_ += extent.size;
+        next_ = extent.idx + 1;
+    }
+
+    void finish() { skipTo((size_ + chunkSize - 1) / chunkSize); }
+
+    std::int64_t stored() const { return stored_; }
+    /// 0 when some extents have none.
+    std::int64_t checksum() const { return complete_ ? checksum_ : 0; }
+    const std::vector<Extent>& holes() const { return holes_; }
+
+private:
+    void skipTo(std::int64_t idx) {
+        if (idx > next_) {
+            holes_.push_back({next_, 0, idx - next_});
+            checksum_ = continueChecksum(checksum_, holes_.back());
+        }
+    }
+
+    std::int64_t size_;
+    std::int64_t next_ = 0;
+    std::int64_t stored_ = 0;
+    std::int64_t checksum_;
+    bool complete_ = true;
+    std::vector<Extent> holes_;
+};
+
 }  // namespace
 
-std::int64_t writeContent(const Context& context, std::string_view bytes) {
-    const auto size = static_cast<std::int64_t>(bytes.size());
-    const std::int64_t content =
-        context.database.insert("insert into contents(size, stored) values($1, $1)", {size});
+std::int64_t rowChecksumOf(const Content& content) {
+    if (content.checksum == 0) {
+        return 0;
+    }
+    return continueChecksum(content.checksum, {content.size, 0, content.stored});
+}
+
+void requireRow(const Context& context, const Content& content, std::int64_t expected) {
+    const bool possible =
+        content.size >= 0 && content.stored >= 0 && content.stored <= content.size;
+    if (!possible || (expected != 0 && expected != rowChecksumOf(content))) {
+        throwDamagedContent(context, content, "its row is not the one that was stored");
+    }
+}
+
+NewBytes::NewBytes(std::string_view bytes)
+    : bytes_(bytes), checksum_(beginChecksum(static_cast<std::int64_t>(bytes.size()))) {
     for (std::int64_t idx = 0; !bytes.empty(); ++idx) {
         const std::string_view chunk = bytes.substr(0, chunkSize);
-        insertChunk(context, content, idx, chunk);
+        checksums_.push_back(blockChecksumsOf(idx, chunk));
+        checksum_ = continueChecksum(
+            checksum_, {idx, 1, static_cast<std::int64_t>(chunk.size()), checksums_.back()});
         bytes.remove_prefix(chunk.size());
     }
+}
+
+Content NewBytes::write(const Context& context) const {
+    Content content;
+    content.size = content.stored = size();
+    content.checksum = checksum_;
+    content.id = context.database.insert(
+        "insert into contents(size, stored, checksum) values($1, $1, $2)", {size(), checksum_});
+    for (std::size_t idx = 0; idx < checksums_.size(); ++idx) {
+        insertChunk(context, content.id, static_cast<std::int64_t>(idx),
+                    bytes_.substr(idx * chunkSize, chunkSize), checksums_[idx]);
+    }
     return content;
+}
+
+bool NewBytes::equal(const Context& context, const Content& content) const {
+    if (content.checksum != checksum_ || content.size != size()) {
+        return false;
+    }
+    bool same = true;
+    std::string_view rest = bytes_;
+    readContent(context, content, [&](std::string_view piece) {
+        same = same && rest.starts_with(piece);
+        rest.remove_prefix(std::min(rest.size(), piece.size()));
+    });
+    return same;
 }
 
 Content newContent(const Context& context, std::int64_t size) {
@@ -157,40 +203,32 @@ void writeRange(const Context& context, Content& content, std::int64_t offset,
                              {content.id, content.size, content.stored});
 }
 
-void detachFromBase(const Context& context, Content& content) {
-    context.database.execute(
-        "insert into extents(content, idx, chunk, size) select $1, idx, chunk, size from extents b"
-        " where content = $2 and not exists(select 1 from extents e where e.content = $1"
-        " and e.idx = b.idx)",
-        {content.id, content.base});
-    content.stored = context.database.number(
-        "select coalesce(cast(sum(size) as bigint), 0) from extents where content = $1",
-        {content.id});
-    content.base = 0;
-    context.database.execute("update contents set stored = $2 where id = $1",
-                             {content.id, content.stored});
-}
-
-void readContent(const Context& context, const Content& content, const Sink& sink) {
-    readRange(context, content, 0, content.size, sink);
-}
-
-void readRange(const Context& context, const Content& content, std::int64_t offset,
-               std::int64_t length, const Sink& sink) {
-    if (length == 0) {
-        return;
+void sealContent(const Context& context, Content& content) {
+    if (content.base != 0) {
+        shareChunks(context, content.base, content.id);
+        content.base = 0;
     }
-    RangeReader reader(context, content, offset, length, sink);
-    const auto extents = context.database.query(
-        "select idx, chunk, size from extents where content = $1 and idx between $3 and $4"
-        " union all select idx, chunk, size from extents b"
-        " where content = $2 and idx between $3 and $4 and not exists(select 1 from extents e"
-        " where e.content = $1 and e.idx = b.idx) order by idx",
-        {content.id, content.base, offset / chunkSize, (offset + length - 1) / chunkSize});
-    while (extents->next()) {
-        reader.readExtent(extents->integer(0), {extents->integer(1), extents->integer(2)});
+    Sealing sealing(content);
+    {
+        const auto extents = context.database.query(
+            "select idx, chunk, size, checksums from extents where content = $1 and chunk <> 0"
+            " order by idx",
+            {content.id});
+        while (extents->next()) {
+            sealing.add(
+                {extents->integer(0), extents->integer(1), extents->integer(2), extents->bytes(3)});
+        }
+        sealing.finish();
     }
-    reader.finish();
+    content.stored = sealing.stored();
+    content.checksum = sealing.checksum();
+    if (content.checksum != 0) {
+        for (const Extent& hole : sealing.holes()) {
+            insertExtent(context, content.id, hole);
+        }
+    }
+    context.database.execute("update contents set stored = $2, checksum = $3 where id = $1",
+                             {content.id, content.stored, content.checksum});
 }
 
 }  // namespace storage::kvxstore

@@ -1,10 +1,11 @@
 #pragma once
 
-#include <functional>
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
-#include "namespace/ResolvedPath.h"
+#include "core/Context.h"
 
 namespace storage::kvxstore {
 
@@ -14,15 +15,43 @@ struct Content {
     std::int64_t size = 0;
     /// The number of bytes in its chunks; the rest reads as zeros.
     std::int64_t stored = 0;
+    /// The checksum of its extents; 0 for one that is not committed, or that was stored before
+    /// contents had checksums.
+    std::int64_t checksum = 0;
     std::string type;
     /// The content that is read where this one has no chunk, 0 for none.
     std::int64_t base = 0;
+    /// The file and version as which it is read, for words about damage; 0 for unknown.
+    std::int64_t node = 0;
+    std::int64_t label = 0;
 };
 
-using Sink = std::function<void(std::string_view)>;
+/// The checksum of the content's row, for references to it.
+std::int64_t rowChecksumOf(const Content& content);
 
-/// Stores the bytes as a new content and returns its id.
-std::int64_t writeContent(const Context& context, std::string_view bytes);
+/// Throws DAMAGED unless the content's row is what a reference to it expects; an expected 0 is of a
+/// reference that was stored before there were checksums.
+void requireRow(const Context& context, const Content& content, std::int64_t expected);
+
+/// Bytes to store, with their checksums. The caller owns the bytes, and keeps them as long.
+class NewBytes {
+public:
+    explicit NewBytes(std::string_view bytes);
+
+    std::int64_t size() const { return static_cast<std::int64_t>(bytes_.size()); }
+
+    /// Stores them as a new content.
+    Content write(const Context& context) const;
+
+    /// Whether a content consists of these bytes. Throws DAMAGED as a read does.
+    bool equal(const Context& context, const Content& content) const;
+
+private:
+    std::string_view bytes_;
+    /// Of the blocks of each chunk.
+    std::vector<std::string> checksums_;
+    std::int64_t checksum_;
+};
 
 /// Makes an empty content, or one of that size that reads as zeros.
 Content newContent(const Context& context, std::int64_t size = 0);
@@ -32,15 +61,8 @@ Content newContent(const Context& context, std::int64_t size = 0);
 void writeRange(const Context& context, Content& content, std::int64_t offset,
                 std::string_view bytes);
 
-/// Makes the content independent of its base by sharing the base's chunks.
-void detachFromBase(const Context& context, Content& content);
-
-/// Passes the content to the sink in order, piece by piece, in bounded memory.
-void readContent(const Context& context, const Content& content, const Sink& sink);
-
-/// As readContent(), for a range.
-/// REQUIRES: the range lies within the content.
-void readRange(const Context& context, const Content& content, std::int64_t offset,
-               std::int64_t length, const Sink& sink);
+/// Makes the content ready for a version: independent of its base, whose chunks it shares, and with
+/// a checksum unless some of those chunks have none.
+void sealContent(const Context& context, Content& content);
 
 }  // namespace storage::kvxstore

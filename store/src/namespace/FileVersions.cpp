@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "namespace/ContentReading.h"
 #include "namespace/Policies.h"
 #include "namespace/Usage.h"
 
@@ -58,14 +59,21 @@ Content findVersion(const Context& context, const Node& file, const std::string&
         version.label = std::strtol(versionId.c_str() + ownIds.size(), nullptr, 10);
     }
     const auto row = context.database.query(
-        "select c.id, c.size, c.stored, v.content_type from versions v"
+        "select c.id, c.size, c.stored, c.checksum, v.content_type, v.checksum from versions v"
         " join contents c on c.id = v.content where v.node = $1 and v.label = $2",
         {version.id, version.label});
     // Comparing the whole id refuses every malformed or contradicting one.
     if (!row->next() || (!versionId.empty() && versionId != versionIdOf(version))) {
         refuse(ErrorCode::RESOURCE_NOT_FOUND);
     }
-    return {row->integer(0), row->integer(1), row->integer(2), row->text(3)};
+    const Content content{row->integer(0), row->integer(1), row->integer(2),
+                          row->integer(3), row->text(4),    0,
+                          version.id,      version.label};
+    requireRow(context, content, row->integer(5));
+    if (version.label == file.label && content.size != file.size) {
+        throwDamagedContent(context, content, "the file is said to have another size");
+    }
+    return content;
 }
 
 Node revise(const Context& context, const ResolvedPath& path, std::int64_t size,
@@ -93,9 +101,9 @@ Node revise(const Context& context, const ResolvedPath& path, std::int64_t size,
 
 void addVersion(const Context& context, const Node& file, const Content& content) {
     context.database.execute(
-        "insert into versions(node, label, content, content_type, created)"
-        " values($1, $2, $3, $4, $5)",
-        {file.id, file.label, content.id, content.type, file.modified});
+        "insert into versions(node, label, content, content_type, created, checksum)"
+        " values($1, $2, $3, $4, $5, $6)",
+        {file.id, file.label, content.id, content.type, file.modified, rowChecksumOf(content)});
 }
 
 }  // namespace storage::kvxstore

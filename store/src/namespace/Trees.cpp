@@ -91,8 +91,8 @@ void copyChildren(const Context& context, std::int64_t source, const Node& targe
         " from nodes where parent = $5",
         {target.bucket, target.id, target.seq, target.created, source});
     context.database.execute(
-        "insert into versions(node, label, content, content_type, created)"
-        " select n.id, n.label, v.content, v.content_type, n.created from nodes n"
+        "insert into versions(node, label, content, content_type, created, checksum)"
+        " select n.id, n.label, v.content, v.content_type, n.created, v.checksum from nodes n"
         " join nodes o on o.parent = $2 and o.name = n.name"
         " join versions v on v.node = o.id and v.label = o.label where n.parent = $1",
         {target.id, source});

@@ -2,10 +2,12 @@
 
 #include <chrono>
 #include <istream>
+#include <optional>
 #include <stdexcept>
 
 #include "core/Secrets.h"
 #include "core/Text.h"
+#include "namespace/ContentReading.h"
 #include "namespace/Deletion.h"
 #include "namespace/FileVersions.h"
 #include "namespace/LookupCache.h"
@@ -31,13 +33,33 @@ std::string secretOf(const std::string& location) {
 Content findDownload(const Context& context, const std::string& location) {
     const std::string hash = hashOf(secretOf(location));
     const auto row = context.database.query(
-        "select c.id, c.size, c.stored from downloads d join contents c on c.id = d.content"
-        " where d.hash = $1 and d.expires > $2",
+        "select c.id, c.size, c.stored, c.checksum, d.node, d.checksum from downloads d"
+        " join contents c on c.id = d.content where d.hash = $1 and d.expires > $2",
         {database::Blob{hash}, context.now()});
     if (!row->next()) {
         refuse(ErrorCode::RESOURCE_NOT_FOUND);
     }
-    return {row->integer(0), row->integer(1), row->integer(2), {}};
+    const Content content{row->integer(0), row->integer(1), row->integer(2), row->integer(3), {}, 0,
+                          row->integer(4)};
+    requireRow(context, content, row->integer(5));
+    return content;
+}
+
+/// The current content of the file at a path, if it consists of these bytes.
+std::optional<Content> currentIfEqual(const Context& context, const ResolvedPath& path,
+                                      const NewBytes& bytes) {
+    if (!path.exists() || path.node().kind != Kind::FILE || path.node().size != bytes.size()) {
+        return std::nullopt;
+    }
+    try {
+        Content current = findVersion(context, path.node(), {}, path.node().label);
+        return bytes.equal(context, current) ? std::optional(std::move(current)) : std::nullopt;
+    } catch (const database::DatabaseError& error) {
+        if (error.code() != StoreErrorCode::DAMAGED) {
+            throw;
+        }
+        return std::nullopt;  // New bytes replace damaged ones.
+    }
 }
 
 void readIntoStream(const Context& context, const Content& content,
@@ -65,10 +87,12 @@ FileWriteResponse createFile(const Context& context, const FileCreateRequest& re
     if (bytes.size() > context.options.fileSizeLimit) {
         refuse(ErrorCode::FILE_TOO_LARGE);
     }
-    const auto size = static_cast<std::int64_t>(bytes.size());
-    const Node file = revise(context, path, size, request.getCreateNewVersion());
-    const std::int64_t content = writeContent(context, {bytes.data(), bytes.size()});
-    addVersion(context, file, {content, size, size, request.getContentType()});
+    const NewBytes newBytes({bytes.data(), bytes.size()});
+    const std::optional<Content> same = currentIfEqual(context, path, newBytes);
+    const Node file = revise(context, path, newBytes.size(), request.getCreateNewVersion());
+    Content content = same ? *same : newBytes.write(context);
+    content.type = request.getContentType();
+    addVersion(context, file, content);
     LookupCache::on(context.database).keep();
     return FileWriteResponse()
         .withFileSummary(summarizeFile(file))
@@ -111,8 +135,10 @@ FileDownloadCreateResponse createFileDownload(const Context& context,
     const std::string secret = newSecret();
     const std::string hash = hashOf(secret);
     context.database.execute(
-        "insert into downloads(hash, content, expires) values($1, $2, $3)",
-        {database::Blob{hash}, content.id, context.now() + downloadLifetime.count()});
+        "insert into downloads(hash, content, expires, checksum, owner, node)"
+        " values($1, $2, $3, $4, $5, $6)",
+        {database::Blob{hash}, content.id, context.now() + downloadLifetime.count(),
+         rowChecksumOf(content), path.user, file.id});
     const Resource name(toUtf16(file.name), u"");
     return FileDownloadCreateResponse().withLocation(std::string(downloadPrefix) + secret + '/' +
                                                      name.getAsciiPercentEncodedPath());

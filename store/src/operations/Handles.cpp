@@ -7,6 +7,7 @@
 #include "core/Text.h"
 #include "maintenance/Leases.h"
 #include "namespace/Caller.h"
+#include "namespace/ContentReading.h"
 #include "namespace/FileVersions.h"
 #include "namespace/Usage.h"
 
@@ -37,6 +38,8 @@ struct Handle {
     /// Whether the commit is refused when its path is taken.
     bool exclusive = false;
     std::string contentType;
+    /// Of the row of the base.
+    std::int64_t checksum = 0;
 };
 
 /// Stores the handle and returns its new id.
@@ -46,11 +49,11 @@ std::string insertHandle(const Context& context, const Handle& handle) {
     renewLease(context.database, context.instance, context.now());
     context.database.execute(
         "insert into handles(hash, instance, owner, bucket, node, parent, name, base, work,"
-        " writable, exclusive, content_type)"
-        " values($1, $2, $3, $4, $5, $6, $7, $8, $9, $10, $11, $12)",
+        " writable, exclusive, content_type, checksum)"
+        " values($1, $2, $3, $4, $5, $6, $7, $8, $9, $10, $11, $12, $13)",
         {Blob{hash}, context.instance, handle.owner, handle.bucket, handle.node, handle.parent,
          handle.name, handle.base, handle.work, static_cast<std::int64_t>(handle.writable),
-         static_cast<std::int64_t>(handle.exclusive), handle.contentType});
+         static_cast<std::int64_t>(handle.exclusive), handle.contentType, handle.checksum});
     return id;
 }
 
@@ -58,15 +61,15 @@ Handle findHandle(const Context& context, const std::string& id) {
     const std::int64_t user = requireUser(context);
     std::string hash = hashOf(id);
     const auto row = context.database.query(
-        "select owner, bucket, node, parent, name, base, work, writable, exclusive, content_type"
-        " from handles where hash = $1 and owner = $2",
+        "select owner, bucket, node, parent, name, base, work, writable, exclusive, content_type,"
+        " checksum from handles where hash = $1 and owner = $2",
         {Blob{hash}, user});
     if (!row->next()) {
         refuse(ErrorCode::RESOURCE_NOT_FOUND);
     }
     return {std::move(hash),      row->integer(0),      row->integer(1), row->integer(2),
             row->integer(3),      row->text(4),         row->integer(5), row->integer(6),
-            row->integer(7) != 0, row->integer(8) != 0, row->text(9)};
+            row->integer(7) != 0, row->integer(8) != 0, row->text(9),    row->integer(10)};
 }
 
 /// The content that is read through the handle.
@@ -76,13 +79,16 @@ Content contentOf(const Context& context, const Handle& handle) {
     content.id = changed ? handle.work : handle.base;
     content.base = changed ? handle.base : 0;
     content.type = handle.contentType;
-    const auto row =
-        context.database.query("select size, stored from contents where id = $1", {content.id});
+    content.node = handle.node;
+    const auto row = context.database.query(
+        "select size, stored, checksum from contents where id = $1", {content.id});
     if (!row->next()) {
         database::throwDamaged("an open content is missing");
     }
     content.size = row->integer(0);
     content.stored = row->integer(1);
+    content.checksum = row->integer(2);
+    requireRow(context, content, changed ? 0 : handle.checksum);
     return content;
 }
 
@@ -95,6 +101,7 @@ Content startWork(const Context& context, Handle& handle, Content content) {
         content.id = handle.work;
         content.base = handle.base;
         content.stored = 0;
+        content.checksum = 0;
     }
     return content;
 }
@@ -126,7 +133,7 @@ void commit(const Context& context, const Handle& handle, bool createNewVersion)
     Content content = contentOf(context, handle);
     // First, because from here on the bytes count with the version.
     deleteHandle(context.database, handle.hash);
-    detachFromBase(context, content);
+    sealContent(context, content);
     const Node file = revise(context, path, content.size, createNewVersion);
     addVersion(context, file, content);
 }
@@ -150,6 +157,7 @@ FileHandleReadOnlyCreateResponse createReadOnlyFileHandle(
     handle.bucket = file.bucket;
     handle.node = file.id;
     handle.base = content.id;
+    handle.checksum = rowChecksumOf(content);
     handle.contentType = content.type;
     return FileHandleReadOnlyCreateResponse()
         .withFileHandleId(insertHandle(context, handle))
@@ -185,6 +193,7 @@ FileHandleReadWriteCreateResponse createReadWriteFileHandle(
         content = findVersion(context, file, {}, file.label);
         handle.node = file.id;
         handle.base = request.getTruncate() ? 0 : content.id;
+        handle.checksum = rowChecksumOf(content);
         if (handle.contentType.empty()) {
             handle.contentType = content.type;
         }

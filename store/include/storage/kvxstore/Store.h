@@ -3,6 +3,7 @@
 /// @file
 /// The embedded store: opening it, making clients of it, and administering it.
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -54,7 +55,8 @@ class Engine;
 /// @par Errors of calls
 /// A refused call completes with a KVXClientException of the fitting code. UNKNOWN means a value
 /// outside of its enumeration or without a meaning there, such as an invitation to own, or bytes to
-/// write at a null pointer. An expired session is reported as SESSION_EXPIRED for 24 hours, and
+/// write at a null pointer. No read gives other bytes than were stored: one that comes upon damage
+/// fails with INTERNAL_SERVER_ERROR and a cause that names path and version. An expired session is reported as SESSION_EXPIRED for 24 hours, and
 /// then as INVALID_SESSION_ID. Any other failure, such as a full disk, completes with
 /// INTERNAL_SERVER_ERROR. That exception also derives from std::nested_exception and nests a
 /// std::runtime_error with the plain cause, which std::rethrow_if_nested throws.
@@ -158,8 +160,13 @@ public:
     /// Lists all buckets by name.
     std::vector<Bucket> listBuckets() const;
 
-    /// Checks everything and returns a sentence for each kind of damage found; none for a sound
-    /// store. Reads the whole file, and occupies one of the reading threads for that time.
+    /// Checks everything, tells each damage found, and returns their number; 0 for a sound store.
+    /// Reads the whole file in bounded memory, and occupies one of the reading threads for that
+    /// time. `tell` runs on that thread and must not wait for a call of the store; what it throws
+    /// ends the check and is passed on as a StoreError.
+    unsigned long verify(const std::function<void(const Damage&)>& tell) const;
+
+    /// As the other form, and returns the sentences.
     std::vector<std::string> verify() const;
 
     /// Counts everything. Reads the whole file, which is slow for a large one.
