@@ -106,6 +106,7 @@ Statistics Store::statistics() const {
 
 void Store::sweep() const {
     const auto cleanSome = [](const Context& context) {
+        context.database.requireWritable();
         return clean(context.database, context.instance, context.now());
     };
     while (administer(*engine_, Access::WRITE, cleanSome)) {

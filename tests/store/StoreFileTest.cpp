@@ -92,15 +92,14 @@ TEST(StoreFileTest, RefusesWhatItCannotOpenAndLeavesItAlone) {
     }
 }
 
-TEST(StoreFileTest, RefusesWhatItMayNotReadOrWrite) {
+TEST(StoreFileTest, RefusesWhatItMayNotReadOrMake) {
     const TemporaryFolder folder;
     std::filesystem::create_directory(folder.file("secret"));
     using std::filesystem::perms;
     const auto protect = [&](const std::string& name, unsigned mode) {
         std::filesystem::permissions(folder.file(name), perms(mode));
     };
-    for (const auto& [name, mode] : {std::pair("readable", 0444), std::pair("writable", 0666),
-                                     std::pair("unreadable", 0222), std::pair("secret/s", 0666)}) {
+    for (const auto& [name, mode] : {std::pair("unreadable", 0222), std::pair("secret/s", 0666)}) {
         Store::open(folder.url(name));
         protect(name, mode);
     }
@@ -111,7 +110,7 @@ TEST(StoreFileTest, RefusesWhatItMayNotReadOrWrite) {
         if (::geteuid() == 0 && ::setuid(65534) != 0) {
             ::_exit(1);
         }
-        for (const char* name : {"readable", "writable", "unreadable", "secret/s", "new"}) {
+        for (const char* name : {"unreadable", "secret/s", "new"}) {
             const auto error = openError(folder.url(name));
             if (!error || error->code() != StoreErrorCode::NOT_WRITABLE) {
                 std::cerr << name << ": " << (error ? error->what() : "opened") << '\n';
@@ -352,6 +351,44 @@ TEST(StoreFileTest, AFullDiskIsToldAndHarmsNothing) {
     EXPECT_EXIT(fillSmallDisk(folder.file(""), folder.url()), succeeded, "");
     if (!mounted) {
         GTEST_SKIP() << "this system lets tests mount no small disk";
+    }
+}
+
+/// Ends the process with 0 when a store below a read-only mount was read, and only read.
+[[noreturn]] void readFromReadOnlyMount(const std::string& mountPoint, const std::string& url,
+                                        const std::string& token) {
+    if (!enterOwnMounts() || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        ::mount(mountPoint.c_str(), mountPoint.c_str(), nullptr, MS_BIND, nullptr) != 0 ||
+        ::mount(nullptr, mountPoint.c_str(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr)) {
+        ::_exit(cannotMount);
+    }
+    bool good = false;
+    {
+        const auto store = Store::open(url);
+        const Account account(*store, token);
+        good = account.get(u"/f") == "content" && store->verify().empty() &&
+               causeOf([&] { account.put(u"/f", ""); }).starts_with("the store is read-only");
+    }
+    ::_exit(good ? 0 : 2);
+}
+
+TEST(StoreFileTest, AStoreOnAReadOnlyMountIsServedForReading) {
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    const TemporaryFolder folder;
+    std::string token;
+    {
+        const auto store = Store::open(folder.url());
+        token = store->createUser({.name = u"main"});
+        Account(*store, token).put(u"/f", "content");
+    }
+    bool mounted = true;
+    const auto succeeded = [&](int status) {
+        mounted = !testing::ExitedWithCode(cannotMount)(status);
+        return !mounted || testing::ExitedWithCode(0)(status);
+    };
+    EXPECT_EXIT(readFromReadOnlyMount(folder.file(""), folder.url(), token), succeeded, "");
+    if (!mounted) {
+        GTEST_SKIP() << "this system lets tests mount nothing";
     }
 }
 

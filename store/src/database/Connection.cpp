@@ -31,6 +31,12 @@ std::int64_t Connection::number(std::string_view sql, std::initializer_list<Valu
     return row->integer(0);
 }
 
+void Connection::requireWritable() const {
+    if (isReadOnly()) {
+        throw DatabaseError(StoreErrorCode::NOT_WRITABLE, notWritable);
+    }
+}
+
 Transaction::Transaction(Connection& connection, Access access, std::chrono::milliseconds patience)
     : connection_(connection) {
     retryWhileBusy(patience, [&] { connection_.begin(access); });

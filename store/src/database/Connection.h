@@ -23,6 +23,10 @@ public:
     using StoreError::StoreError;
 };
 
+/// What is said where a store that is only read has to be written.
+constexpr const char* notWritable =
+    "the store is read-only: its file, its folder or the file system may not be written";
+
 /// Throws a DatabaseError with DAMAGED; `damage` says what does not fit together.
 [[noreturn]] void throwDamaged(const std::string& damage);
 
@@ -95,6 +99,11 @@ public:
     /// REQUIRES: the chunk has that many bytes; a shorter one throws DAMAGED.
     virtual void readChunk(std::int64_t chunk, std::size_t offset, char* into,
                            std::size_t size) = 0;
+
+    /// Whether only what is kept in memory can change: sessions, handles and download locations.
+    virtual bool isReadOnly() const = 0;
+    /// Throws a DatabaseError with NOT_WRITABLE if isReadOnly().
+    void requireWritable() const;
 
     /// Copies the database, as the transaction sees it, into an empty file.
     /// REQUIRES: a transaction.

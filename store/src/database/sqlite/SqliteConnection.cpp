@@ -27,7 +27,7 @@ DatabaseError failure(sqlite3* database, int code) {
             return {StoreErrorCode::DAMAGED, "the store's file is damaged"};
         case SQLITE_READONLY:
         case SQLITE_PERM:
-            return {StoreErrorCode::NOT_WRITABLE, "the store's file cannot be written"};
+            return {StoreErrorCode::NOT_WRITABLE, notWritable};
         case SQLITE_CANTOPEN:
             return {codeOfSystemError(number), "the store's file cannot be opened"};
         case SQLITE_NOMEM:
@@ -163,6 +163,7 @@ void SqliteConnection::Close::operator()(sqlite3_blob* blob) const { sqlite3_blo
 SqliteConnection::SqliteConnection(SqliteLocation location) : location_(std::move(location)) {
     sqlite3* database = nullptr;
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE |
+                      (location_.readOnlyFile.empty() ? 0 : SQLITE_OPEN_URI) |
                       (location_.turn ? SQLITE_OPEN_CREATE : 0);
     const int code = sqlite3_open_v2(location_.name.c_str(), &database, flags,
                                      location_.turn ? "memdb" : nullptr);
@@ -191,6 +192,9 @@ SqliteConnection::SqliteConnection(SqliteLocation location) : location_(std::mov
     execute("pragma temp_store = memory");
     // The log shrinks again after a large transaction.
     execute("pragma journal_size_limit = 67108864");
+    if (!location_.readOnlyFile.empty()) {
+        readOnly_.emplace(database, location_.readOnlyFile);
+    }
 }
 
 SqliteConnection::~SqliteConnection() {
@@ -244,7 +248,7 @@ void SqliteConnection::readChunk(std::int64_t chunk, std::size_t offset, char* i
     int code = blob_ ? sqlite3_blob_reopen(blob_.get(), chunk) : SQLITE_ABORT;
     if (code == SQLITE_ABORT || code == SQLITE_ABORT_ROLLBACK) {
         sqlite3_blob* blob = nullptr;
-        code = sqlite3_blob_open(database_.get(), "main", "chunks", "data", chunk, 0, &blob);
+        code = sqlite3_blob_open(database_.get(), schema(), "chunks", "data", chunk, 0, &blob);
         blob_.reset(blob);
     }
     if (code == SQLITE_OK) {
@@ -259,7 +263,7 @@ void SqliteConnection::readChunk(std::int64_t chunk, std::size_t offset, char* i
 }
 
 void SqliteConnection::copyInto(const std::string& path) {
-    copyDatabase(database_.get(), "main", path);
+    copyDatabase(database_.get(), schema(), path);
 }
 
 void SqliteConnection::begin(Access access) {
@@ -269,14 +273,18 @@ void SqliteConnection::begin(Access access) {
         turn_ = std::unique_lock(*location_.turn);
     }
     try {
+        if (readOnly_) {
+            readOnly_->attach();
+        }
         execute(writing_ ? "begin immediate" : "begin");
         if (identity_) {
             identity_->check();
         }
-        if (!writing_) {
+        if (!writing_ || readOnly_) {
             // The first read takes the snapshot.
             execute("select n from schema_version");
         }
+        filledMemory_ = readOnly_ && readOnly_->fillMemory();
         changesBefore_ = changes();
     } catch (...) {
         rollback();
@@ -291,9 +299,12 @@ void SqliteConnection::commit() {
     }
     const unsigned before = fileVersion();
     // A snapshot has nothing to commit, and SQLite commits nothing once it has met damage.
-    execute(writing_ ? "commit" : "rollback");
+    execute(writing_ || filledMemory_ ? "commit" : "rollback");
     ownCommits_ += fileVersion() - before;
     endTurn();
+    if (readOnly_) {
+        readOnly_->requireUnchanged();
+    }
     if (identity_ && writing_) {
         // What went into a file that nobody finds again is not acknowledged.
         identity_->check();
@@ -303,6 +314,9 @@ void SqliteConnection::commit() {
 void SqliteConnection::rollback() noexcept {
     blob_.reset();
     rollbacks_ += writing_ ? 1 : 0;
+    if (readOnly_) {
+        readOnly_->forgetFill();
+    }
     if (inTransaction()) {
         sqlite3_exec(database_.get(), "rollback", nullptr, nullptr, nullptr);
     }
@@ -322,13 +336,14 @@ void SqliteConnection::rollbackTo(std::string_view savepoint) {
 }
 
 DataVersion SqliteConnection::version() const {
-    return {fileVersion() - ownCommits_, changes() + rollbacks_};
+    const unsigned ofFile = readOnly_ ? fileVersion(ReadOnlyFile::schema) : 0;
+    return {fileVersion() - ownCommits_ + ofFile, changes() + rollbacks_};
 }
 
-unsigned SqliteConnection::fileVersion() const {
+unsigned SqliteConnection::fileVersion(const char* schema) const {
     unsigned version = 0;
     check(database_.get(),
-          sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_DATA_VERSION, &version));
+          sqlite3_file_control(database_.get(), schema, SQLITE_FCNTL_DATA_VERSION, &version));
     return version;
 }
 

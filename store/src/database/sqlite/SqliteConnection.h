@@ -10,6 +10,7 @@
 
 #include "database/Connection.h"
 #include "database/sqlite/FileIdentity.h"
+#include "database/sqlite/ReadOnlyFile.h"
 
 struct sqlite3;
 struct sqlite3_blob;
@@ -30,6 +31,8 @@ struct SqliteLocation {
     /// Set for a database in memory. It has no snapshots, so its transactions take turns.
     std::shared_ptr<std::mutex> turn;
     std::chrono::milliseconds lockPatience{};
+    /// The path of a file that is only read, with the memory for what changes; else empty.
+    std::string readOnlyFile;
 };
 
 class SqliteConnection final : public Connection {
@@ -49,6 +52,7 @@ public:
     void rollbackTo(std::string_view savepoint) override;
     std::int64_t changes() const override;
     DataVersion version() const override;
+    bool isReadOnly() const override { return readOnly_.has_value(); }
     bool hadToWait() const override { return hadToWait_; }
     std::chrono::milliseconds lockPatience() const override { return location_.lockPatience; }
 
@@ -65,7 +69,9 @@ private:
                            std::equal_to<>>;
 
     SqliteStatement& idleStatement(std::string_view sql);
-    unsigned fileVersion() const;
+    unsigned fileVersion(const char* schema = "main") const;
+    /// The name of the database with the store's contents.
+    const char* schema() const { return readOnly_ ? ReadOnlyFile::schema : "main"; }
     void endTurn() noexcept;
     /// The last connection would write the log into whatever the file is by then.
     void checkpointOnClose(bool may);
@@ -81,6 +87,8 @@ private:
     std::unique_ptr<sqlite3, Close> database_;
     /// Nothing for a database in memory.
     std::optional<FileIdentity> identity_;
+    std::optional<ReadOnlyFile> readOnly_;
+    bool filledMemory_ = false;
     StatementCache statements_;
     /// Stays open for the next chunk: moving it is cheaper than opening another.
     std::unique_ptr<sqlite3_blob, Close> blob_;
