@@ -1,8 +1,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <fstream>
-#include <set>
+#include <iostream>
 
 #include "RawDatabase.h"
 #include "StoreFixture.h"
@@ -23,19 +22,30 @@ protected:
             if (::geteuid() == 0 && ::setuid(65534) != 0) {
                 ::_exit(1);
             }
+            fs::create_directory(file(""));
             try {
                 body();
             } catch (const std::exception& error) {
                 ADD_FAILURE() << error.what();
+            }
+            protect("", 0755);
+            const testing::TestResult& result =
+                *testing::UnitTest::GetInstance()->current_test_info()->result();
+            for (int i = 0; i < result.total_part_count(); ++i) {
+                const testing::TestPartResult& part = result.GetTestPartResult(i);
+                std::cerr << part.line_number() << ": " << part.message() << '\n';
             }
             ::_exit(HasFailure() ? 2 : 0);
         };
         EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
     }
 
+    std::string file(const std::string& name) const { return folder.file("own/") + name; }
+    std::string url(const std::string& name = "store.db") const { return "sqlite://" + file(name); }
+
     /// Makes a store with /d/f, of two versions, and a deleted file; returns the user's token.
     std::string makeStore(const std::string& name) const {
-        const auto store = Store::open(folder.url(name));
+        const auto store = Store::open(url(name));
         std::string token = store->createUser({.name = u"main"});
         const Account user(*store, token);
         user.makeFolder(u"/d");
@@ -47,21 +57,22 @@ protected:
     }
 
     void protect(const std::string& name, unsigned mode) const {
-        ASSERT_EQ(::chmod(folder.file(name).c_str(), mode), 0);
+        ASSERT_EQ(::chmod(file(name).c_str(), mode), 0);
     }
 
     static void expectReading(const Store& store, const std::string& token) {
         const Account user(store, token);
         EXPECT_EQ(user.list(u"/"), "d/");
         EXPECT_EQ(user.get(u"/d/f"), "two");
-        const Resource file(u"/d/f", u"");
-        EXPECT_EQ(user.versioning->listVersions(VersionListRequest(file)).getVersions().size(), 2U);
-        EXPECT_EQ(user.files->readFile(FileReadRequest(file).withVersionLabel(1))
+        const Resource resource(u"/d/f", u"");
+        EXPECT_EQ(user.versioning->listVersions(VersionListRequest(resource)).getVersions().size(),
+                  2U);
+        EXPECT_EQ(user.files->readFile(FileReadRequest(resource).withVersionLabel(1))
                       .getResponseBody()
                       .size(),
                   600'000U);
         const auto handle =
-            user.files->createReadOnlyFileHandle(FileHandleReadOnlyCreateRequest(file));
+            user.files->createReadOnlyFileHandle(FileHandleReadOnlyCreateRequest(resource));
         const std::string id = handle.getFileHandleId();
         const auto part = user.files->readFileContent(
             FileContentReadRequest({u"", u""}).withFileHandleId(id).withLength(2));
@@ -70,7 +81,7 @@ protected:
                                         .withFileHandleId(id)
                                         .withOperation(FileHandleCloseOperation::COMMIT_CHANGES));
         const auto location =
-            user.files->createFileDownload(FileDownloadCreateRequest(file)).getLocation();
+            user.files->createFileDownload(FileDownloadCreateRequest(resource)).getLocation();
         EXPECT_EQ(user.files->downloadFile(FileDownloadRequest(location).withReadIntoString(true))
                       .getStringBody(),
                   "two");
@@ -120,58 +131,56 @@ TEST_F(ReadOnlyTest, ServesAFileWithoutALogAndLeavesItAlone) {
         for (const auto& [name, mode] : cases) {
             const std::string token = makeStore(name);
             protect(name, mode);
-            const auto before = fs::last_write_time(folder.file(name));
+            const auto before = fs::last_write_time(file(name));
             {
-                const auto store = Store::open(folder.url(name));
+                const auto store = Store::open(url(name));
                 expectReading(*store, token);
                 expectNoWriting(*store, token);
-                store->backup(folder.file(name) + std::string(".backup"));
+                store->backup(file(name) + std::string(".backup"));
             }
-            EXPECT_EQ(fs::last_write_time(folder.file(name)), before);
-            EXPECT_FALSE(fs::exists(folder.file(name) + std::string("-wal")));
-            expectReading(*Store::open(folder.url(name) + ".backup"), token);
+            EXPECT_EQ(fs::last_write_time(file(name)), before);
+            EXPECT_FALSE(fs::exists(file(name) + std::string("-wal")));
+            expectReading(*Store::open(url(name) + ".backup"), token);
         }
         const std::string token = makeStore("store.db");
         protect("", 0555);
-        const auto store = Store::open(folder.url());
+        const auto store = Store::open(url());
         expectReading(*store, token);
         expectNoWriting(*store, token);
     });
-    protect("", 0755);
 }
 
 TEST_F(ReadOnlyTest, ReadsALogByItsIndexOrRefusesItByName) {
     asOrdinaryUser([&] {
         std::string token;
         {
-            const auto store = Store::open(folder.url());
+            const auto store = Store::open(url());
             token = makeStore("store.db");  // While the other is open, its log stays.
             for (const char* suffix : {"", "-wal", "-shm"}) {
-                for (const std::string& copy : {folder.file("indexed"), folder.file("bare")}) {
-                    fs::copy_file(folder.file("store.db") + suffix, copy + suffix);
+                for (const std::string& copy : {file("indexed"), file("bare")}) {
+                    fs::copy_file(file("store.db") + suffix, copy + suffix);
                     ASSERT_EQ(::chmod((copy + suffix).c_str(), 0444), 0);
                 }
             }
         }
-        fs::remove(folder.file("bare-shm"));
+        fs::remove(file("bare-shm"));
         protect("", 0555);
-        const auto store = Store::open(folder.url("indexed"));
+        const auto store = Store::open(url("indexed"));
         expectReading(*store, token);
         expectNoWriting(*store, token);
-        const auto error = storeErrorOf([&] { Store::open(folder.url("bare")); });
+        const auto error = storeErrorOf([&] { Store::open(url("bare")); });
         ASSERT_TRUE(error);
         EXPECT_EQ(error->code(), StoreErrorCode::NOT_WRITABLE);
-        EXPECT_NE(std::string(error->what()).find(folder.file("bare-wal")), std::string::npos)
+        EXPECT_NE(std::string(error->what()).find(file("bare-wal")), std::string::npos)
             << error->what();
     });
-    protect("", 0755);
 }
 
 TEST_F(ReadOnlyTest, FollowsTheFileWhenOthersChangeIt) {
     asOrdinaryUser([&] {
         const std::string token = makeStore("store.db");
         protect("store.db", 0444);
-        const auto store = Store::open(folder.url());
+        const auto store = Store::open(url());
         const Account reader(*store, token);
         EXPECT_EQ(reader.get(u"/d/f"), "two");
         const auto handle =
@@ -185,7 +194,7 @@ TEST_F(ReadOnlyTest, FollowsTheFileWhenOthersChangeIt) {
                 .size();
         };
         protect("store.db", 0644);
-        auto writable = Store::open(folder.url());
+        auto writable = Store::open(url());
         {
             const Account writer(*writable, token);
             for (const char* content : {"three", "four"}) {
@@ -205,9 +214,9 @@ TEST_F(ReadOnlyTest, FollowsTheFileWhenOthersChangeIt) {
 
         const std::string other = makeStore("other");
         writable.reset();
-        RawDatabase(folder.file("store.db")).run("pragma wal_checkpoint(truncate)");
+        RawDatabase(file("store.db")).run("pragma wal_checkpoint(truncate)");
         protect("other", 0444);
-        fs::rename(folder.file("other"), folder.file("store.db"));
+        fs::rename(file("other"), file("store.db"));
         expectReading(*store, other);
     });
 }
