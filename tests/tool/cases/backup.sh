@@ -7,7 +7,7 @@ eachLine <<'TABLE'
 3|kvx: backup: none/copy.db: no such folder to hold it|kvx backup none/copy.db
 0||kvx backup --json second.db; [[ $(<output) == '{"backup":"second.db","size":'$(stat -c %s second.db)'}' ]]
 TABLE
-[[ $(ls) == $'copy.db\nerrors\noutput\nsecond.db\ntoken' ]] || fail "left behind: $(ls)"
+[[ $(ls) == $'copy.db\nerrors\nhome\noutput\nsecond.db\ntoken' ]] || fail "left behind: $(ls)"
 kvx rm -rf /docs
 watermark=$(kvx watch --once)
 

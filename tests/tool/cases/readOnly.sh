@@ -21,7 +21,7 @@ eachLine <<'TABLE'
 0||reader get --version 1 :/docs/a -; [[ $(<output) == first ]]
 0||reader verify; [[ $(<output) == 'no damage found' ]]
 4|kvx: put: :/docs/new: the store is read-only|reader put token :/docs/new
-4|kvx: rm: :/docs/a: the store is read-only|reader rm -f /docs/a
+4|kvx: rm: /docs/a: the store is read-only|reader rm -f /docs/a
 4|kvx: user add: the store is read-only: its file, its folder or the file system may not be written|reader user add bob
 TABLE
 [[ $(sha256sum "$store") == "$before" && ! -e $store-wal ]] || fail 'the store was changed'

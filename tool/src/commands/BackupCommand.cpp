@@ -26,11 +26,7 @@ void backup(const kvxstore::Store& store, Invocation& invocation) {
         }
     }
     const auto size = std::filesystem::file_size(file);
-    invocation.out.detail(
-        [&] {
-            return Json{{"backup", file}, {"size", size}};
-        },
-        [&] { return "backed up to " + file; });
+    invocation.out.remark({{"backup", file}, {"size", size}}, "backed up to " + file);
 }
 
 }  // namespace
