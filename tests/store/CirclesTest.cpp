@@ -103,6 +103,9 @@ TEST(CirclesTest, FoldersInACircleAreToldAndHoldUpNothing) {
                                                            .withTargetResource({u"/c", u""}));
          },
          {self, pair, below}},
+        {"verify",
+         [](Tree t) { EXPECT_NE(t.store->verify(), std::vector<std::string>()); },
+         {"done", "done", "done"}},
         {"sweep", [](Tree t) { t.store->sweep(); }, {"done", "done", "done"}},
         {"removal of the owner",
          [](Tree t) {

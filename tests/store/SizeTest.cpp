@@ -168,6 +168,7 @@ TEST_F(SizeTest, TheChangesOfALargeTreeAreListedInLittleMemory) {
     list();
     EXPECT_EQ(all.getFolderChanges().size(), 3U);
     EXPECT_EQ(all.getFileChanges().size(), 0U);
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
 }
 
 TEST_F(SizeTest, ADeepTreeIsListedCopiedAndMoved) {
