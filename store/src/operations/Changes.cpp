@@ -184,7 +184,7 @@ std::vector<VisibleBucket> visibleBuckets(const Context& context, std::int64_t u
     });
 }
 
-const std::string countChanges = "select count(*), coalesce(cast(sum(kind) as bigint), 0) from ";
+const std::string countChanges = "select count(*), count(case when kind = 1 then 1 end) from ";
 
 // What is at or below the nodes that were shared with the user after a change, but has not changed
 // since. Sorts ids only, because they are many.
@@ -210,6 +210,26 @@ public:
     ChangeList(const Context& context, std::int64_t user)
         : context_(context), user_(user), places_(context, user) {}
 
+    /// Makes room for the changes of all buckets: a list that grows is in memory twice.
+    void makeRoom(const std::vector<VisibleBucket>& buckets, const Watermark& watermark) {
+        std::int64_t all = 0;
+        std::int64_t inFiles = 0;
+        const auto count = [&](const database::Rows& counts) {
+            counts->next();
+            all += counts->integer(0);
+            inFiles += counts->integer(1);
+        };
+        for (const VisibleBucket& bucket : buckets) {
+            const std::int64_t known = watermark.known(bucket.id);
+            count(context_.database.query(countChanged, {bucket.id, known}));
+            if (known > 0) {
+                count(context_.database.query(countNewlyShared, {bucket.id, known, user_}));
+            }
+        }
+        files.reserve(static_cast<std::size_t>(inFiles));
+        folders.reserve(static_cast<std::size_t>(all - inFiles));
+    }
+
     /// Adds the changes of a bucket after the one that the watermark knows.
     void add(const VisibleBucket& bucket, const Watermark& watermark) {
         const std::int64_t known = watermark.known(bucket.id);
@@ -228,7 +248,6 @@ public:
         places_.enter(bucket);
         // Before the first change there was nothing to share.
         if (known > 0) {
-            makeRoom(countNewlyShared, {bucket.id, known, user_});
             const auto ids = context_.database.query(selectNewlyShared, {bucket.id, known, user_});
             while (ids->next()) {
                 if (const std::optional<Node> node = findNode(context_, ids->integer(0))) {
@@ -236,7 +255,6 @@ public:
                 }
             }
         }
-        makeRoom(countChanged, {bucket.id, known});
         const auto rows = context_.database.query(selectChanged, {bucket.id, known});
         while (rows->next()) {
             Node node;
@@ -253,15 +271,6 @@ public:
     std::vector<FileChangeSummary> folders;
 
 private:
-    /// Makes room at once: a list that grows is in memory twice.
-    void makeRoom(const std::string& sql, std::initializer_list<database::Value> values) {
-        const auto counts = context_.database.query(sql, values);
-        counts->next();
-        files.reserve(files.size() + static_cast<std::size_t>(counts->integer(1)));
-        folders.reserve(folders.size() +
-                        static_cast<std::size_t>(counts->integer(0) - counts->integer(1)));
-    }
-
     const Context& context_;
     std::int64_t user_;
     Places places_;
@@ -287,6 +296,7 @@ FileChangeListResponse listFileChanges(const Context& context,
     }
     watermark.keepOnly(ids);
     ChangeList changes(context, user);
+    changes.makeRoom(buckets, watermark);
     for (const VisibleBucket& bucket : buckets) {
         changes.add(bucket, watermark);
         watermark.know(bucket.id, bucket.seq);

@@ -44,7 +44,7 @@ struct SharedTree {
     }
 };
 
-TEST(CirclesTest, FoldersInACircleAreToldAndHoldUpNothing) {
+TEST(DamagedTreesTest, FoldersInACircleAreToldAndHoldUpNothing) {
     using Tree = const SharedTree&;
     // A node in a circle by itself, one in a circle with its child, and a root.
     const std::string self = "the folder \"a\" lies below itself";
@@ -125,6 +125,14 @@ TEST(CirclesTest, FoldersInACircleAreToldAndHoldUpNothing) {
         }
     }
     ::alarm(0);
+}
+
+TEST(DamagedTreesTest, ACopyTellsThatAContentIsMissing) {
+    const SharedTree tree;
+    RawDatabase(tree.folder.file("store.db")).run("delete from versions");
+    EXPECT_EQ(outcomeOf([&] { tree.owner.copy(u"/a", u"/c"); }),
+              "the store is damaged: the file \"f\" has no content");
+    EXPECT_EQ(tree.owner.list(u"/"), "a/");
 }
 
 }  // namespace
