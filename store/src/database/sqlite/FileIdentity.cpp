@@ -94,7 +94,7 @@ std::optional<FileIdentity::Header> FileIdentity::readHeader() const {
     }
     const std::uint32_t pageSize = numberAt(head.data() + 14) & 0xFFFFU;
     return Header{numberAt(head.data() + 28), pageSize == 1 ? 65536 : pageSize,
-                  numberAt(head.data() + 60)};
+                  numberAt(head.data() + 60), head[18] == 2};
 }
 
 std::optional<std::uint32_t> FileIdentity::currentStamp() const {
@@ -153,9 +153,34 @@ void FileIdentity::check() {
     }
 }
 
+bool FileIdentity::isLogInFile() const {
+    // The index of the log: two copies of its head, then how far the log was brought into the file
+    // and synced there.
+    constexpr std::size_t frames = 16;
+    constexpr std::size_t framesInFile = 96;
+    constexpr int indexSize = 32768;
+    sqlite3_file* file = nullptr;
+    void volatile* index = nullptr;
+    if (sqlite3_file_control(database_, "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK ||
+        file->pMethods->iVersion < 2 ||
+        file->pMethods->xShmMap(file, 0, indexSize, 0, &index) != SQLITE_OK || index == nullptr) {
+        return false;
+    }
+    const auto at = [index](std::size_t offset) {
+        return *reinterpret_cast<const volatile std::uint32_t*>(
+            static_cast<const volatile char*>(index) + offset);
+    };
+    return at(framesInFile) == at(frames);
+}
+
 void FileIdentity::stampLog() {
+    // Before all of the log is on disk in the file, a cut of the power could take the file back by
+    // more than one stamp.
     const std::optional<Header> header = mayBeNewLog_ ? readHeader() : std::nullopt;
-    if (header && header->stamp == currentStamp()) {
+    if (!header || !header->hasLog || !isLogInFile()) {
+        return;
+    }
+    if (header->stamp == currentStamp()) {
         const auto next = static_cast<std::int32_t>(nextStamp(header->stamp));
         sqlite3_exec(database_, ("pragma user_version = " + std::to_string(next)).c_str(), nullptr,
                      nullptr, nullptr);

@@ -15,9 +15,9 @@ namespace storage::kvxstore::database {
 /// what its log builds on. SQLite itself would go on writing into a deleted file, and would mix the
 /// log of one file into another.
 ///
-/// A stamp ties the log to the file: the first change after the file was written to takes the stamp
-/// to the next of its chain. So the stamp in the file is that of the log, or the one before, unless
-/// one of both is of another time or another store.
+/// A stamp ties the log to the file: the first change in a new log takes the stamp to the next of
+/// its chain. So the stamp in the file is that of the log, or the one before, unless one of both is
+/// of another time or another store.
 class FileIdentity {
 public:
     /// REQUIRES: an absolute path without symbolic links, which outlive neither.
@@ -27,7 +27,7 @@ public:
     /// transaction this holds for the one that was committed last.
     void check();
 
-    /// Stamps the log if it may be a new one.
+    /// Stamps the log if this transaction begins a new one.
     /// REQUIRES: a transaction for writing, after check().
     void stampLog();
 
@@ -39,6 +39,7 @@ private:
         std::uint32_t pages = 0;
         std::uint32_t pageSize = 0;
         std::uint32_t stamp = 0;
+        bool hasLog = false;
     };
     struct Change {
         std::int64_t seconds = -1;
@@ -51,6 +52,9 @@ private:
     struct stat requireSameFile() const;
     /// Nothing for a file that is no database.
     std::optional<Header> readHeader() const;
+    /// Whether the file has all that is in the log.
+    /// REQUIRES: a transaction for writing.
+    bool isLogInFile() const;
     /// The stamp as the log has it.
     std::optional<std::uint32_t> currentStamp() const;
     /// What is wrong with the content of the file; empty for nothing.
