@@ -20,7 +20,7 @@ namespace storage::kvxstore::database {
 /// of another time or another store.
 class FileIdentity {
 public:
-    /// REQUIRES: an absolute path without symbolic links, which outlive neither.
+    /// REQUIRES: an absolute path without symbolic links.
     FileIdentity(sqlite3* database, std::string path);
 
     /// Throws a DatabaseError with FILE_CHANGED that says what happened to the file. Outside of a
@@ -41,6 +41,13 @@ private:
         std::uint32_t stamp = 0;
         bool hasLog = false;
     };
+    /// How many frames the log has, how many of them are in the file and synced, and how many are
+    /// or are being written there.
+    struct LogState {
+        std::uint32_t frames = 0;
+        std::uint32_t framesInFile = 0;
+        std::uint32_t framesUnderWay = 0;
+    };
     struct Change {
         std::int64_t seconds = -1;
         std::int64_t nanoseconds = 0;
@@ -52,13 +59,12 @@ private:
     struct stat requireSameFile() const;
     /// Nothing for a file that is no database.
     std::optional<Header> readHeader() const;
-    /// Whether the file has all that is in the log.
-    /// REQUIRES: a transaction for writing.
-    bool isLogInFile() const;
+    std::optional<LogState> readLogState() const;
     /// The stamp as the log has it.
     std::optional<std::uint32_t> currentStamp() const;
-    /// What is wrong with the content of the file; empty for nothing.
-    std::string findFault(const Change& change) const;
+    /// What is wrong with the content of the file, empty for nothing; no value while a checkpoint
+    /// leaves it open.
+    std::optional<std::string> findFault(const Change& change) const;
 
     sqlite3* database_;
     std::string path_;
