@@ -1,5 +1,6 @@
 #include "storage/kvxstore/Store.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "database/Open.h"
@@ -13,6 +14,7 @@ namespace storage::kvxstore {
 
 using database::Access;
 using services::administer;
+using services::withStoreErrors;
 
 StoreError::~StoreError() = default;
 
@@ -89,11 +91,35 @@ Statistics Store::statistics() const {
                       [](const Context& context) { return operations::countAll(context); });
 }
 
+std::vector<RoomNeed> Store::rebuildNeeds() const {
+    return withStoreErrors([&] { return engine_->connect()->rebuildNeeds(); });
+}
+
 void Store::sweep() const {
     const auto cleanSome = [](const Context& context) {
         return clean(context.database, context.instance, context.now());
     };
     while (administer(*engine_, Access::WRITE, cleanSome)) {
+    }
+    const auto connection = withStoreErrors([&] { return engine_->connect(); });
+    withStoreErrors([&] {
+        const std::vector<RoomNeed> needs = connection->rebuildNeeds();
+        if (!needs.empty() && std::ranges::all_of(needs, [](const RoomNeed& need) {
+                return need.needed <= need.available;
+            })) {
+            connection->rebuild();
+        }
+    });
+    const auto giveSomeBack = [](const Context& context) {
+        constexpr std::size_t portion = 4UL << 20U;
+        return context.database.giveRoomBack(portion, 0);
+    };
+    bool given = false;
+    while (administer(*engine_, Access::WRITE, giveSomeBack)) {
+        given = true;
+    }
+    if (given) {
+        withStoreErrors([&] { connection->shortenLog(0); });
     }
 }
 

@@ -17,7 +17,7 @@ public:
     using Result = std::invoke_result_t<Work, const Context&>;
 
     AdministrationCall(const Engine& engine, database::Access access, Work work)
-        : Job({access}), engine_(engine), work_(std::move(work)) {}
+        : Job({access, 0, {}, true}), engine_(engine), work_(std::move(work)) {}
 
     std::future<Result> result() { return promise_.get_future(); }
 
@@ -40,6 +40,18 @@ private:
     std::promise<Result> promise_;
 };
 
+/// Does the work and returns its result. What it throws becomes a StoreError.
+template <class Work>
+auto withStoreErrors(Work work) {
+    try {
+        return work();
+    } catch (const StoreError& error) {
+        throw StoreError(error.code(), error.what());
+    } catch (const std::exception& error) {
+        throw StoreError(error.what());
+    }
+}
+
 /// Does the work in a transaction of its own and returns its result. Throws a StoreError.
 ///
 /// REQUIRES: not called on a thread of a store.
@@ -48,13 +60,7 @@ auto administer(Engine& engine, database::Access access, Work work) {
     auto call = std::make_unique<AdministrationCall<Work>>(engine, access, std::move(work));
     auto result = call->result();
     engine.scheduler().submit(std::move(call));
-    try {
-        return result.get();
-    } catch (const StoreError& error) {
-        throw StoreError(error.code(), error.what());
-    } catch (const std::exception& error) {
-        throw StoreError(error.what());
-    }
+    return withStoreErrors([&] { return result.get(); });
 }
 
 }  // namespace storage::kvxstore::services

@@ -7,6 +7,9 @@
 #include <cstring>
 #include <limits>
 #include <thread>
+#include <utility>
+
+#include "database/sqlite/Rebuild.h"
 
 namespace storage::kvxstore::database {
 
@@ -180,6 +183,10 @@ SqliteConnection::SqliteConnection(SqliteLocation location) : location_(std::mov
     execute("pragma temp_store = memory");
     // The log shrinks again after a large transaction.
     execute("pragma journal_size_limit = 67108864");
+    const Rows mode = query("pragma journal_mode");
+    if (mode->next() && mode->bytes(0) == "wal") {
+        room_.emplace(*this, database);
+    }
 }
 
 SqliteConnection::~SqliteConnection() { rollback(); }
@@ -249,6 +256,9 @@ void SqliteConnection::begin(Access access) {
     try {
         if (access == Access::WRITE) {
             execute("begin immediate");
+            if (room_) {
+                room_->begin();
+            }
         } else {
             execute("begin");
             // The first read takes the snapshot.
@@ -262,6 +272,9 @@ void SqliteConnection::begin(Access access) {
 
 void SqliteConnection::commit() {
     blob_.reset();
+    if (room_ && writing_) {
+        room_->beforeCommit();
+    }
     const unsigned before = fileVersion();
     // A snapshot has nothing to commit, and SQLite commits nothing once it has met damage.
     execute(writing_ ? "commit" : "rollback");
@@ -299,6 +312,51 @@ unsigned SqliteConnection::fileVersion() const {
     check(database_.get(),
           sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_DATA_VERSION, &version));
     return version;
+}
+
+void SqliteConnection::needRoom(std::size_t bytes) {
+    if (room_) {
+        room_->need(bytes);
+    }
+}
+
+bool SqliteConnection::giveRoomBack(std::size_t bytes, std::size_t kept) {
+    const std::int64_t pageSize = number("pragma page_size");
+    if (!room_ || number("pragma auto_vacuum") == 0 ||
+        std::cmp_less_equal(number("pragma freelist_count") * pageSize, kept)) {
+        return false;
+    }
+    execute("pragma incremental_vacuum(" +
+            std::to_string(static_cast<std::int64_t>(bytes) / pageSize) + ')');
+    room_->shrinks();
+    return true;
+}
+
+void SqliteConnection::shortenLog(std::size_t bytes) {
+    if (!room_ || !room_->shortenLog(bytes)) {
+        return;
+    }
+    try {
+        // The checkpoint took what was kept for deleting.
+        begin(Access::WRITE);
+        room_->need(0);
+        room_->beforeCommit();
+    } catch (const StoreError&) {
+        // The next transaction that adds something is told.
+    }
+    rollback();
+}
+
+std::vector<RoomNeed> SqliteConnection::rebuildNeeds() {
+    return room_ ? needsOfRebuild(*this, database_.get()) : std::vector<RoomNeed>();
+}
+
+void SqliteConnection::rebuild() {
+    rebuildFile(*this);
+    if (room_) {
+        room_->shrinks();
+    }
+    shortenLog(0);
 }
 
 void SqliteConnection::endTurn() noexcept {

@@ -2,11 +2,13 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "database/Connection.h"
+#include "database/sqlite/DiskRoom.h"
 
 struct sqlite3;
 struct sqlite3_blob;
@@ -42,6 +44,11 @@ public:
     std::int64_t changes() const override;
     DataVersion version() const override;
     bool hadToWait() const override { return hadToWait_; }
+    void needRoom(std::size_t bytes) override;
+    bool giveRoomBack(std::size_t bytes, std::size_t kept) override;
+    void shortenLog(std::size_t bytes) override;
+    std::vector<RoomNeed> rebuildNeeds() override;
+    void rebuild() override;
 
 private:
     struct Close {
@@ -68,6 +75,8 @@ private:
     std::unique_lock<std::mutex> turn_;
     std::unique_ptr<sqlite3, Close> database_;
     StatementCache statements_;
+    /// Nothing where there is no log.
+    std::optional<DiskRoom> room_;
     /// Stays open for the next chunk: moving it is cheaper than opening another.
     std::unique_ptr<sqlite3_blob, Close> blob_;
 };

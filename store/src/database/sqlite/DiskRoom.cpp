@@ -1,0 +1,134 @@
+#include "database/sqlite/DiskRoom.h"
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "database/sqlite/SqliteConnection.h"
+
+namespace storage::kvxstore::database {
+
+namespace {
+
+/// Room in the log that only what deletes may use.
+constexpr std::size_t logSpare = 4UL << 20U;
+/// The same in the file, for the pages that deleting splits.
+constexpr std::int64_t fileSpare = 256L << 10U;
+/// The file grows and shrinks in such steps.
+constexpr int fileStep = 1 << 20;
+/// Many small calls ask the log once for all.
+constexpr std::size_t grantStep = 1UL << 20U;
+
+sqlite3_file& fileOf(sqlite3* handle) {
+    sqlite3_file* file = nullptr;
+    sqlite3_file_control(handle, "main", SQLITE_FCNTL_FILE_POINTER, &file);
+    return *file;
+}
+
+[[noreturn]] void throwFull() { throw DatabaseError(StoreErrorCode::FULL, "the disk is full"); }
+
+}  // namespace
+
+DiskRoom::DiskRoom(Connection& connection, sqlite3* handle)
+    : connection_(connection),
+      handle_(handle),
+      log_(sqlite3_filename_wal(sqlite3_db_filename(handle, "main"))),
+      pageSize_(connection.number("pragma page_size")) {
+    int step = fileStep;
+    sqlite3_file_control(handle, "main", SQLITE_FCNTL_CHUNK_SIZE, &step);
+}
+
+void DiskRoom::begin() {
+    pagesBefore_ = pages();
+    granted_ = 0;
+    adds_ = false;
+}
+
+void DiskRoom::need(std::size_t bytes) {
+    if (!adds_ || bytes > granted_) {
+        granted_ = std::max(bytes, grantStep);
+        if (!reserveLog(logSpare + granted_)) {
+            throwFull();
+        }
+    }
+    adds_ = true;
+    granted_ -= bytes;
+}
+
+void DiskRoom::beforeCommit() {
+    const std::int64_t pagesAfter = pages();
+    if (!adds_ && pagesAfter <= pagesBefore_) {
+        return;
+    }
+    const std::int64_t least = pagesAfter * pageSize_ + (adds_ ? fileSpare : 0);
+    const std::int64_t wanted = (least + fileStep - 1) / fileStep * fileStep;
+    sqlite3_file& file = fileOf(handle_);
+    sqlite3_int64 size = 0;
+    file.pMethods->xFileSize(&file, &size);
+    if (size >= wanted) {
+        return;
+    }
+    // Another program may be writing the pages that were there before from the log into the file.
+    const std::int64_t from = std::max<std::int64_t>(size, pagesBefore_ * pageSize_);
+    if (growFile(from, wanted) < least) {
+        file.pMethods->xTruncate(&file, from);
+        throwFull();
+    }
+}
+
+bool DiskRoom::shortenLog(std::size_t bytes) {
+    struct stat status {};
+    if (::stat(log_.c_str(), &status) != 0 ||
+        (!shrinks_ && static_cast<std::size_t>(status.st_size) <= bytes) ||
+        sqlite3_wal_checkpoint_v2(handle_, "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr) !=
+            SQLITE_OK) {
+        return false;
+    }
+    shrinks_ = false;
+    return true;
+}
+
+std::int64_t DiskRoom::pages() const { return connection_.number("pragma page_count"); }
+
+/// Allocates so many bytes beyond the log's end, which cutting the log takes back. Nothing locks
+/// the log, so that a descriptor of our own does no harm.
+bool DiskRoom::reserveLog(std::size_t bytes) const {
+    constexpr std::int64_t block = 512;
+    struct stat status {};
+    if (::stat(log_.c_str(), &status) != 0) {
+        return true;
+    }
+    const auto wanted = static_cast<std::int64_t>(bytes);
+    if (status.st_blocks * block >= status.st_size + wanted) {
+        return true;
+    }
+    const int log = ::open(log_.c_str(), O_WRONLY | O_CLOEXEC);
+    if (log < 0) {
+        return true;
+    }
+    const bool failed = ::fallocate(log, FALLOC_FL_KEEP_SIZE, status.st_size, wanted) != 0;
+    const int number = errno;
+    ::close(log);
+    // Some file systems cannot allocate ahead.
+    return !failed || codeOfSystemError(number) != StoreErrorCode::FULL;
+}
+
+/// Writes zeros and returns how far it came. SQLite's own way to grow a file would look for its end
+/// first, while another program may be growing it.
+std::int64_t DiskRoom::growFile(std::int64_t from, std::int64_t to) const {
+    const std::string zeros(static_cast<std::size_t>(pageSize_), '\0');
+    sqlite3_file& file = fileOf(handle_);
+    for (; from < to; from += pageSize_) {
+        if (file.pMethods->xWrite(&file, zeros.data(), static_cast<int>(pageSize_), from) !=
+            SQLITE_OK) {
+            return from;
+        }
+    }
+    return to;
+}
+
+}  // namespace storage::kvxstore::database
