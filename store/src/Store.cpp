@@ -16,6 +16,20 @@ using database::Access;
 using services::administer;
 using services::withStoreErrors;
 
+namespace {
+
+constexpr bool makesRoom = true;
+
+void rebuildIfThereIsRoom(database::Connection& connection) {
+    const std::vector<RoomNeed> needs = connection.rebuildNeeds();
+    const auto isThere = [](const RoomNeed& need) { return need.needed <= need.available; };
+    if (!needs.empty() && std::ranges::all_of(needs, isThere)) {
+        connection.rebuild();
+    }
+}
+
+}  // namespace
+
 StoreError::~StoreError() = default;
 
 Store::Store(std::shared_ptr<services::Engine> engine) : engine_(std::move(engine)) {}
@@ -63,10 +77,11 @@ void Store::setQuota(const std::u16string& user, unsigned long quota) const {
 }
 
 void Store::removeUser(const std::u16string& name) const {
-    administer(*engine_, Access::WRITE, [&](const Context& context) {
+    const auto remove = [&](const Context& context) {
         operations::removeUser(context, name);
         return true;
-    });
+    };
+    administer(*engine_, Access::WRITE, remove, makesRoom);
 }
 
 void Store::createBucket(const std::u16string& name, const std::u16string& owner) const {
@@ -99,28 +114,18 @@ void Store::sweep() const {
     const auto cleanSome = [](const Context& context) {
         return clean(context.database, context.instance, context.now());
     };
-    while (administer(*engine_, Access::WRITE, cleanSome)) {
+    while (administer(*engine_, Access::WRITE, cleanSome, makesRoom)) {
     }
     const auto connection = withStoreErrors([&] { return engine_->connect(); });
-    withStoreErrors([&] {
-        const std::vector<RoomNeed> needs = connection->rebuildNeeds();
-        if (!needs.empty() && std::ranges::all_of(needs, [](const RoomNeed& need) {
-                return need.needed <= need.available;
-            })) {
-            connection->rebuild();
-        }
-    });
+    withStoreErrors([&] { rebuildIfThereIsRoom(*connection); });
     const auto giveSomeBack = [](const Context& context) {
         constexpr std::size_t portion = 4UL << 20U;
         return context.database.giveRoomBack(portion, 0);
     };
-    bool given = false;
-    while (administer(*engine_, Access::WRITE, giveSomeBack)) {
-        given = true;
+    while (administer(*engine_, Access::WRITE, giveSomeBack, makesRoom)) {
     }
-    if (given) {
-        withStoreErrors([&] { connection->shortenLog(0); });
-    }
+    // The file gets shorter with what the log has.
+    connection->shortenLog(0);
 }
 
 }  // namespace storage::kvxstore

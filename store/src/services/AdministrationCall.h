@@ -16,8 +16,8 @@ class AdministrationCall final : public scheduler::Job {
 public:
     using Result = std::invoke_result_t<Work, const Context&>;
 
-    AdministrationCall(const Engine& engine, database::Access access, Work work)
-        : Job({access, 0, {}, true}), engine_(engine), work_(std::move(work)) {}
+    AdministrationCall(const Engine& engine, scheduler::JobTraits traits, Work work)
+        : Job(std::move(traits)), engine_(engine), work_(std::move(work)) {}
 
     std::future<Result> result() { return promise_.get_future(); }
 
@@ -56,8 +56,9 @@ auto withStoreErrors(Work work) {
 ///
 /// REQUIRES: not called on a thread of a store.
 template <class Work>
-auto administer(Engine& engine, database::Access access, Work work) {
-    auto call = std::make_unique<AdministrationCall<Work>>(engine, access, std::move(work));
+auto administer(Engine& engine, database::Access access, Work work, bool usesSpareRoom = false) {
+    auto call = std::make_unique<AdministrationCall<Work>>(
+        engine, scheduler::JobTraits{access, 0, {}, usesSpareRoom}, std::move(work));
     auto result = call->result();
     engine.scheduler().submit(std::move(call));
     return withStoreErrors([&] { return result.get(); });

@@ -18,8 +18,9 @@ namespace {
 constexpr std::size_t logSpare = 4UL << 20U;
 /// The same in the file, for the pages that deleting splits.
 constexpr std::int64_t fileSpare = 256L << 10U;
-/// The file grows and shrinks in such steps.
-constexpr int fileStep = 1 << 20;
+/// The file grows and shrinks in such steps. Nothing may leave it at another size, which SQLite
+/// would round up without writing anything there.
+constexpr int fileStep = 256 << 10;
 /// Many small calls ask the log once for all.
 constexpr std::size_t grantStep = 1UL << 20U;
 
@@ -52,6 +53,7 @@ void DiskRoom::need(std::size_t bytes) {
     if (!adds_ || bytes > granted_) {
         granted_ = std::max(bytes, grantStep);
         if (!reserveLog(logSpare + granted_)) {
+            reserveLog(logSpare);
             throwFull();
         }
     }
@@ -59,25 +61,37 @@ void DiskRoom::need(std::size_t bytes) {
     granted_ -= bytes;
 }
 
+void DiskRoom::keepSpare() {
+    reserveLog(logSpare);
+    adds_ = true;
+    try {
+        beforeCommit();
+    } catch (const DatabaseError&) {
+        // The next transaction that adds something is told.
+    }
+}
+
 void DiskRoom::beforeCommit() {
     const std::int64_t pagesAfter = pages();
     if (!adds_ && pagesAfter <= pagesBefore_) {
         return;
     }
-    const std::int64_t least = pagesAfter * pageSize_ + (adds_ ? fileSpare : 0);
-    const std::int64_t wanted = (least + fileStep - 1) / fileStep * fileStep;
-    sqlite3_file& file = fileOf(handle_);
-    sqlite3_int64 size = 0;
-    file.pMethods->xFileSize(&file, &size);
-    if (size >= wanted) {
+    leastSize_ = pagesAfter * pageSize_ + (adds_ ? fileSpare : 0);
+    const std::int64_t size = fileSize();
+    // Another program may be writing the pages that were there before from the log into the file.
+    // Behind them nobody knows at first whether there is room or only size.
+    const std::int64_t pagesEnd = pagesBefore_ * pageSize_;
+    const std::int64_t from = hasGrown_ ? std::max(size, pagesEnd) : pagesEnd;
+    const std::int64_t to = (leastSize_ + fileStep - 1) / fileStep * fileStep;
+    if (hasGrown_ && size >= leastSize_) {
         return;
     }
-    // Another program may be writing the pages that were there before from the log into the file.
-    const std::int64_t from = std::max<std::int64_t>(size, pagesBefore_ * pageSize_);
-    if (growFile(from, wanted) < least) {
+    if (!growFile(from, to)) {
+        sqlite3_file& file = fileOf(handle_);
         file.pMethods->xTruncate(&file, from);
         throwFull();
     }
+    hasGrown_ = true;
 }
 
 bool DiskRoom::shortenLog(std::size_t bytes) {
@@ -93,6 +107,13 @@ bool DiskRoom::shortenLog(std::size_t bytes) {
 }
 
 std::int64_t DiskRoom::pages() const { return connection_.number("pragma page_count"); }
+
+std::int64_t DiskRoom::fileSize() const {
+    sqlite3_file& file = fileOf(handle_);
+    sqlite3_int64 size = 0;
+    file.pMethods->xFileSize(&file, &size);
+    return size;
+}
 
 /// Allocates so many bytes beyond the log's end, which cutting the log takes back. Nothing locks
 /// the log, so that a descriptor of our own does no harm.
@@ -117,18 +138,18 @@ bool DiskRoom::reserveLog(std::size_t bytes) const {
     return !failed || codeOfSystemError(number) != StoreErrorCode::FULL;
 }
 
-/// Writes zeros and returns how far it came. SQLite's own way to grow a file would look for its end
-/// first, while another program may be growing it.
-std::int64_t DiskRoom::growFile(std::int64_t from, std::int64_t to) const {
+/// Writes zeros. SQLite's own way to grow a file would look for its end first, while another program
+/// may be growing it.
+bool DiskRoom::growFile(std::int64_t from, std::int64_t to) const {
     const std::string zeros(static_cast<std::size_t>(pageSize_), '\0');
     sqlite3_file& file = fileOf(handle_);
     for (; from < to; from += pageSize_) {
         if (file.pMethods->xWrite(&file, zeros.data(), static_cast<int>(pageSize_), from) !=
             SQLITE_OK) {
-            return from;
+            return false;
         }
     }
-    return to;
+    return true;
 }
 
 }  // namespace storage::kvxstore::database

@@ -28,10 +28,17 @@ public:
     /// Throws a DatabaseError with FULL when it cannot.
     void need(std::size_t bytes);
 
+    /// Keeps room for deleting, as far as the disk has any.
+    /// REQUIRES: the transaction of begin(), in which nothing has happened.
+    void keepSpare();
+
     /// Gives the file the room that it has after the commit. Throws a DatabaseError with FULL when
     /// the disk has not that room.
     /// REQUIRES: the transaction of begin().
     void beforeCommit();
+
+    /// Whether a checkpoint took the room that is kept in the file for deleting.
+    bool lostSpare() const { return adds_ && fileSize() < leastSize_; }
 
     /// Brings what the log has into the file, and cuts both, unless the log has at most so many
     /// bytes and the file did not shrink. Returns whether it was done: other connections may
@@ -43,16 +50,21 @@ public:
 
 private:
     std::int64_t pages() const;
+    std::int64_t fileSize() const;
     bool reserveLog(std::size_t bytes) const;
-    std::int64_t growFile(std::int64_t from, std::int64_t to) const;
+    bool growFile(std::int64_t from, std::int64_t to) const;
 
     Connection& connection_;
     sqlite3* handle_;
     std::string log_;
     std::int64_t pageSize_;
     std::int64_t pagesBefore_ = 0;
+    /// What the file must have after the commit.
+    std::int64_t leastSize_ = 0;
     /// Bytes that need() already asked the log for.
     std::size_t granted_ = 0;
+    /// Whether this object made the file's size as it is.
+    bool hasGrown_ = false;
     bool adds_ = false;
     bool shrinks_ = false;
 };

@@ -280,6 +280,9 @@ void SqliteConnection::commit() {
     execute(writing_ ? "commit" : "rollback");
     ownCommits_ += fileVersion() - before;
     endTurn();
+    if (room_ && writing_ && room_->lostSpare()) {
+        keepSpareRoom();
+    }
 }
 
 void SqliteConnection::rollback() noexcept {
@@ -333,16 +336,17 @@ bool SqliteConnection::giveRoomBack(std::size_t bytes, std::size_t kept) {
 }
 
 void SqliteConnection::shortenLog(std::size_t bytes) {
-    if (!room_ || !room_->shortenLog(bytes)) {
-        return;
+    if (room_ && room_->shortenLog(bytes)) {
+        keepSpareRoom();
     }
+}
+
+void SqliteConnection::keepSpareRoom() noexcept {
     try {
-        // The checkpoint took what was kept for deleting.
         begin(Access::WRITE);
-        room_->need(0);
-        room_->beforeCommit();
+        room_->keepSpare();
     } catch (const StoreError&) {
-        // The next transaction that adds something is told.
+        // Another program writes, and keeps some.
     }
     rollback();
 }

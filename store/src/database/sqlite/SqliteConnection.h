@@ -65,6 +65,7 @@ private:
     SqliteStatement& idleStatement(std::string_view sql);
     unsigned fileVersion() const;
     void endTurn() noexcept;
+    void keepSpareRoom() noexcept;
 
     SqliteLocation location_;
     bool hadToWait_ = false;
