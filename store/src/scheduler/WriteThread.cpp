@@ -19,16 +19,19 @@ constexpr auto idleTime = 50ms;
 constexpr auto taskPatience = 10s;
 /// When to try again what failed, perhaps since another program kept the store locked.
 constexpr auto taskRetry = 10s;
-/// The bytes after which a writer that never pauses cleans up all the same, and what a job counts
-/// beside its bytes: a portion of cleaning is more than was replaced since the last one.
-constexpr std::size_t taskLoad = 8UL << 20U;
-constexpr std::size_t jobLoad = 64UL << 10U;
+/// A writer that never pauses cleans up all the same when it has written so many bytes, and a
+/// little for each job, since there was nothing to clean: a portion each time that its load is so
+/// much.
+constexpr std::size_t mostUncleaned = 16UL << 20U;
+constexpr std::size_t bytesOfJob = 1UL << 10U;
+constexpr std::size_t loadOfPortion = 8UL << 20U;
+constexpr std::size_t loadOfJob = 128UL << 10U;
 
 /// What an idle store gives back at once, the unused room that it keeps, and the log that it
 /// leaves.
 constexpr std::size_t idlePortion = 4UL << 20U;
 constexpr std::size_t idleRoom = 8UL << 20U;
-constexpr std::size_t idleLog = 8UL << 20U;
+constexpr std::size_t idleLog = 32UL << 20U;
 /// On a full disk the log gets no longer than this, and no call waits longer for room.
 constexpr std::size_t fullLog = 1UL << 20U;
 constexpr auto fullPatience = 5s;
@@ -70,7 +73,8 @@ void WriteThread::work() {
             auto errors = commitTogether(jobs);
             retryFull(jobs, errors);
             for (std::size_t i = 0; i < jobs.size(); ++i) {
-                load_ += jobLoad + jobs[i]->traits().weight;
+                uncleaned_ += bytesOfJob + jobs[i]->traits().weight;
+                load_ += loadOfJob + jobs[i]->traits().weight;
                 finish_(std::move(jobs[i]), std::move(errors[i]));
             }
             // Whoever got an answer is likely to call again, and a commit costs the same for all.
@@ -79,7 +83,7 @@ void WriteThread::work() {
         } else if (queue_.isClosed()) {
             return;
         }
-        if (now >= taskDue_ || load_ >= taskLoad) {
+        if (now >= taskDue_ || (uncleaned_ >= mostUncleaned && load_ >= loadOfPortion)) {
             runTask(jobs.empty());
         }
         letOthersWrite();
@@ -220,6 +224,7 @@ void WriteThread::runTask(bool idle) {
     std::chrono::milliseconds wait{};
     try {
         wait = runPortion();
+        uncleaned_ = wait > 0ms ? 0 : uncleaned_;
         if (idle && wait > 0ms) {
             if (giveRoomBack(idlePortion, idleRoom)) {
                 wait = 0ms;

@@ -51,7 +51,8 @@ private:
     JobQueue& queue_;
     Finish finish_;
     BackgroundTask task_;
-    /// What was written since the task ran.
+    /// What was written since the task found nothing more to do, and since it ran.
+    std::size_t uncleaned_ = 0;
     std::size_t load_ = 0;
     std::chrono::steady_clock::time_point taskDue_;
     std::chrono::steady_clock::time_point taskDone_;

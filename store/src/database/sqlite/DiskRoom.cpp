@@ -96,10 +96,13 @@ void DiskRoom::beforeCommit() {
 
 bool DiskRoom::shortenLog(std::size_t bytes) {
     struct stat status {};
-    if (::stat(log_.c_str(), &status) != 0 ||
-        (!shrinks_ && static_cast<std::size_t>(status.st_size) <= bytes) ||
-        sqlite3_wal_checkpoint_v2(handle_, "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr) !=
-            SQLITE_OK) {
+    const bool isLong =
+        ::stat(log_.c_str(), &status) == 0 && static_cast<std::size_t>(status.st_size) > bytes;
+    // Writing over a log costs less than making it longer, so that a short one stays.
+    if ((!isLong && !shrinks_) ||
+        sqlite3_wal_checkpoint_v2(handle_, "main",
+                                  isLong ? SQLITE_CHECKPOINT_TRUNCATE : SQLITE_CHECKPOINT_FULL,
+                                  nullptr, nullptr) != SQLITE_OK) {
         return false;
     }
     shrinks_ = false;
@@ -138,16 +141,18 @@ bool DiskRoom::reserveLog(std::size_t bytes) const {
     return !failed || codeOfSystemError(number) != StoreErrorCode::FULL;
 }
 
-/// Writes zeros. SQLite's own way to grow a file would look for its end first, while another program
-/// may be growing it.
+/// Writes zeros. SQLite's own way to grow a file would look for its end first, while another
+/// program may be growing it.
 bool DiskRoom::growFile(std::int64_t from, std::int64_t to) const {
-    const std::string zeros(static_cast<std::size_t>(pageSize_), '\0');
+    // SQLite's files take no more than 127 KiB at once.
+    static const std::string zeros(64UL << 10U, '\0');
     sqlite3_file& file = fileOf(handle_);
-    for (; from < to; from += pageSize_) {
-        if (file.pMethods->xWrite(&file, zeros.data(), static_cast<int>(pageSize_), from) !=
-            SQLITE_OK) {
+    while (from < to) {
+        const std::int64_t size = std::min(to - from, std::ssize(zeros));
+        if (file.pMethods->xWrite(&file, zeros.data(), static_cast<int>(size), from) != SQLITE_OK) {
             return false;
         }
+        from += size;
     }
     return true;
 }
