@@ -1,5 +1,6 @@
 #include "storage/kvxstore/Store.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -16,6 +17,21 @@ namespace storage::kvxstore {
 
 using database::Access;
 using services::administer;
+using services::withStoreErrors;
+
+namespace {
+
+constexpr bool makesRoom = true;
+
+void rebuildIfThereIsRoom(database::Connection& connection) {
+    const std::vector<RoomNeed> needs = connection.rebuildNeeds();
+    const auto isThere = [](const RoomNeed& need) { return need.needed <= need.available; };
+    if (!needs.empty() && std::ranges::all_of(needs, isThere)) {
+        connection.rebuild();
+    }
+}
+
+}  // namespace
 
 StoreError::~StoreError() = default;
 
@@ -64,10 +80,11 @@ void Store::setQuota(const std::u16string& user, unsigned long quota) const {
 }
 
 void Store::removeUser(const std::u16string& name) const {
-    administer(*engine_, Access::WRITE, [&](const Context& context) {
+    const auto remove = [&](const Context& context) {
         operations::removeUser(context, name);
         return true;
-    });
+    };
+    administer(*engine_, Access::WRITE, remove, makesRoom);
 }
 
 void Store::createBucket(const std::u16string& name, const std::u16string& owner) const {
@@ -104,6 +121,10 @@ Statistics Store::statistics() const {
                       [](const Context& context) { return operations::countAll(context); });
 }
 
+std::vector<RoomNeed> Store::rebuildNeeds() const {
+    return withStoreErrors([&] { return engine_->connect()->rebuildNeeds(); });
+}
+
 void Store::sweep() const {
     // Many small portions would wait for the disk most of the time, and a long one holds up calls.
     const auto cleanSome = [](const Context& context) {
@@ -115,12 +136,22 @@ void Store::sweep() const {
         }
         return more;
     };
-    while (administer(*engine_, Access::WRITE, cleanSome)) {
+    while (administer(*engine_, Access::WRITE, cleanSome, makesRoom)) {
     }
     std::int64_t last = 0;
     while (administer(*engine_, Access::WRITE,
                       [&](const Context& context) { return addChecksums(context, last); })) {
     }
+    const auto connection = withStoreErrors([&] { return engine_->connect(); });
+    withStoreErrors([&] { rebuildIfThereIsRoom(*connection); });
+    const auto giveSomeBack = [](const Context& context) {
+        constexpr std::size_t portion = 4UL << 20U;
+        return context.database.giveRoomBack(portion, 0);
+    };
+    while (administer(*engine_, Access::WRITE, giveSomeBack, makesRoom)) {
+    }
+    // The file gets shorter with what the log has.
+    connection->shortenLog(0);
 }
 
 void Store::backup(const std::string& path) const {

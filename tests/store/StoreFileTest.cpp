@@ -1,12 +1,11 @@
 #include <fcntl.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <unistd.h>
 
 #include <fstream>
 #include <iostream>
 #include <iterator>
 
+#include "Mounts.h"
 #include "RawDatabase.h"
 #include "StoreFixture.h"
 
@@ -284,74 +283,6 @@ TEST(StoreFileTest, VerifyReportsPagesThatCannotBeRead) {
         .write(std::string(pageSize, '!').data(), pageSize);
     const auto store = Store::open(folder.url());
     EXPECT_NE(store->verify(), std::vector<std::string>());
-}
-
-constexpr int cannotMount = 77;
-
-/// Lets this process mount what no other sees; also when it is not root's, where that is allowed.
-bool enterOwnMounts() {
-    const auto user = ::geteuid();
-    const auto group = ::getegid();
-    if (::unshare(user == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) != 0) {
-        return false;
-    }
-    if (user != 0) {
-        std::ofstream("/proc/self/setgroups") << "deny";
-        std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
-        std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
-    }
-    return true;
-}
-
-/// Ends the process with 0 when a full disk refused a file, said so, and harmed nothing.
-[[noreturn]] void fillSmallDisk(const std::string& mountPoint, const std::string& url) {
-    if (!enterOwnMounts() || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-        ::mount("tmpfs", mountPoint.c_str(), "tmpfs", 0, "size=4m") != 0) {
-        ::_exit(cannotMount);
-    }
-    bool good = false;
-    {
-        const auto store = Store::open(url);
-        const Account account(*store, store->createUser({.name = u"main"}));
-        account.put(u"/kept", "kept");
-        std::vector<std::future<FileWriteResponse>> small;
-        auto big = account.files->createFileAsync(
-            createRequest({u"/big", u""}, std::string(8'000'000, 'b')));
-        for (char16_t c = u'a'; c < u'k'; ++c) {
-            small.push_back(account.files->createFileAsync(
-                createRequest({std::u16string(u"/") + c, u""}, "small")));
-        }
-        good = causeOf([&] { big.get(); }) == "the disk is full";
-        for (auto& each : small) {
-            good = good && codeOf([&] { each.get(); }) == std::nullopt;
-        }
-        good = good && account.get(u"/kept") == "kept" &&
-               account.list(u"/") == "a b c d e f g h i j kept" && store->verify().empty();
-        std::ofstream(mountPoint + "filler") << std::string(4'000'000, 'f');
-        const auto full = [](const std::optional<StoreError>& error) {
-            return error && error->code() == StoreErrorCode::FULL;
-        };
-        good = good && full(openError(url + ".other")) && full(storeErrorOf([&] {
-                   for (char16_t c = u'a';; ++c) {
-                       store->createUser({.name = std::u16string(1, c)});
-                   }
-               }));
-    }
-    ::_exit(good ? 0 : 2);
-}
-
-TEST(StoreFileTest, AFullDiskIsToldAndHarmsNothing) {
-    testing::GTEST_FLAG(death_test_style) = "threadsafe";
-    const TemporaryFolder folder;
-    bool mounted = true;
-    const auto succeeded = [&](int status) {
-        mounted = !testing::ExitedWithCode(cannotMount)(status);
-        return !mounted || testing::ExitedWithCode(0)(status);
-    };
-    EXPECT_EXIT(fillSmallDisk(folder.file(""), folder.url()), succeeded, "");
-    if (!mounted) {
-        GTEST_SKIP() << "this system lets tests mount no small disk";
-    }
 }
 
 /// Ends the process with 0 when a store below a read-only mount was read, and only read.

@@ -13,6 +13,7 @@
 #include <variant>
 #include <vector>
 
+#include "storage/kvxstore/Administration.h"
 #include "storage/kvxstore/StoreError.h"
 
 namespace storage::kvxstore::database {
@@ -125,6 +126,25 @@ public:
     virtual bool hadToWait() const = 0;
     /// How long a transaction waits for a lock of another program.
     virtual std::chrono::milliseconds lockPatience() const = 0;
+
+    // What the database does for the disk under it, where it is in charge of that.
+
+    /// Makes sure that this transaction can add so many bytes and leave room for deleting. Throws a
+    /// DatabaseError with FULL when it cannot.
+    virtual void needRoom(std::size_t /*bytes*/) {}
+    /// Gives up to so many unused bytes back to the disk, but keeps some unused ones. Returns
+    /// whether there were any to give.
+    /// REQUIRES: a transaction for writing.
+    virtual bool giveRoomBack(std::size_t /*bytes*/, std::size_t /*kept*/) { return false; }
+    /// Cuts a log that has more than so many bytes, and completes what giveRoomBack() began. Does
+    /// nothing while other connections prevent it.
+    /// REQUIRES: no transaction.
+    virtual void shortenLog(std::size_t /*bytes*/) {}
+    /// The room that rebuild() needs; empty when there is nothing to rebuild.
+    virtual std::vector<RoomNeed> rebuildNeeds() { return {}; }
+    /// Makes the database one that can give room back.
+    /// REQUIRES: no transaction.
+    virtual void rebuild() {}
 
     /// The integer in the first row of a query. A query without a row throws DAMAGED.
     std::int64_t number(std::string_view sql, std::initializer_list<Value> values = {});

@@ -17,6 +17,8 @@ struct JobTraits {
     /// Jobs of the same strand take effect in the order in which they came; an empty one binds
     /// nothing.
     std::string strand = {};
+    /// May use the room on the disk that is kept for what deletes.
+    bool usesSpareRoom = false;
 };
 
 /// A piece of work: run by a worker, then finished on a completion thread. It has one owner at a

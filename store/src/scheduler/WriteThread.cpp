@@ -19,6 +19,34 @@ constexpr auto idleTime = 50ms;
 constexpr auto taskPatience = 10s;
 /// When to try again what failed, perhaps since another program kept the store locked.
 constexpr auto taskRetry = 10s;
+/// A writer that never pauses cleans up all the same when it has written so many bytes, and a
+/// little for each job, since there was nothing to clean: a portion each time that its load is so
+/// much.
+constexpr std::size_t mostUncleaned = 16UL << 20U;
+constexpr std::size_t bytesOfJob = 1UL << 10U;
+constexpr std::size_t loadOfPortion = 8UL << 20U;
+constexpr std::size_t loadOfJob = 128UL << 10U;
+
+/// What an idle store gives back at once, the unused room that it keeps, and the log that it
+/// leaves.
+constexpr std::size_t idlePortion = 4UL << 20U;
+constexpr std::size_t idleRoom = 8UL << 20U;
+constexpr std::size_t idleLog = 32UL << 20U;
+/// On a full disk the log gets no longer than this, and no call waits longer for room.
+constexpr std::size_t fullLog = 1UL << 20U;
+constexpr auto fullPatience = 5s;
+
+bool isFull(const std::exception_ptr& error) {
+    try {
+        if (error) {
+            std::rethrow_exception(error);
+        }
+    } catch (const StoreError& failure) {
+        return failure.code() == StoreErrorCode::FULL;
+    } catch (...) {
+    }
+    return false;
+}
 
 }  // namespace
 
@@ -43,7 +71,10 @@ void WriteThread::work() {
         const auto now = std::chrono::steady_clock::now();
         if (!jobs.empty()) {
             auto errors = commitTogether(jobs);
+            retryFull(jobs, errors);
             for (std::size_t i = 0; i < jobs.size(); ++i) {
+                uncleaned_ += bytesOfJob + jobs[i]->traits().weight;
+                load_ += loadOfJob + jobs[i]->traits().weight;
                 finish_(std::move(jobs[i]), std::move(errors[i]));
             }
             // Whoever got an answer is likely to call again, and a commit costs the same for all.
@@ -52,8 +83,8 @@ void WriteThread::work() {
         } else if (queue_.isClosed()) {
             return;
         }
-        if (now >= taskDue_) {
-            runTask();
+        if (now >= taskDue_ || (uncleaned_ >= mostUncleaned && load_ >= loadOfPortion)) {
+            runTask(jobs.empty());
         }
         letOthersWrite();
     }
@@ -93,7 +124,7 @@ bool WriteThread::runAll(const Jobs& jobs, std::vector<std::exception_ptr>& erro
         const std::int64_t before = connection_->changes();
         try {
             if (!jobs[i]->isCancelled()) {
-                jobs[i]->run(*connection_);
+                run(*jobs[i]);
             }
         } catch (...) {
             if (!connection_->inTransaction()) {
@@ -119,7 +150,7 @@ std::exception_ptr WriteThread::commitAlone(Job& job) {
     try {
         Transaction transaction(*connection_, Access::WRITE);
         if (!job.isCancelled()) {
-            job.run(*connection_);
+            run(job);
         }
         transaction.commit();
         return nullptr;
@@ -134,7 +165,7 @@ std::exception_ptr WriteThread::runInSavepoint(Job& job) {
     }
     connection_->execute("savepoint job");
     try {
-        job.run(*connection_);
+        run(job);
         connection_->execute("release job");
         return nullptr;
     } catch (...) {
@@ -147,18 +178,83 @@ std::exception_ptr WriteThread::runInSavepoint(Job& job) {
     }
 }
 
-void WriteThread::runTask() {
+void WriteThread::run(Job& job) {
+    if (!job.traits().usesSpareRoom) {
+        connection_->needRoom(job.traits().weight);
+    }
+    job.run(*connection_);
+}
+
+void WriteThread::retryFull(const Jobs& jobs, std::vector<std::exception_ptr>& errors) {
+    std::size_t bytes = 0;
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        bytes = std::max(bytes, isFull(errors[i]) ? jobs[i]->traits().weight + 1 : 0);
+    }
+    if (bytes == 0) {
+        return;
+    }
+    makeRoom(bytes);
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        if (isFull(errors[i])) {
+            errors[i] = commitAlone(*jobs[i]);
+        }
+    }
+}
+
+void WriteThread::makeRoom(std::size_t bytes) {
+    const auto deadline = std::chrono::steady_clock::now() + fullPatience;
+    const auto inTime = [&] { return std::chrono::steady_clock::now() < deadline; };
+    connection_->shortenLog(0);
+    try {
+        while (runPortion() == 0ms && inTime()) {
+            connection_->shortenLog(fullLog);
+        }
+        // The log needs room for these bytes beside that in the file.
+        while (giveRoomBack(fullLog, bytes) && inTime()) {
+            connection_->shortenLog(0);
+        }
+    } catch (...) {
+        // What was done so far may do.
+    }
+    connection_->shortenLog(0);
+}
+
+void WriteThread::runTask(bool idle) {
+    load_ = 0;
     std::chrono::milliseconds wait{};
     try {
-        // Not worth waiting for: calls, and the end of the store, would wait as well.
-        Transaction transaction(*connection_, Access::WRITE, 0ms);
-        wait = task_(*connection_);
-        transaction.commit();
+        wait = runPortion();
+        uncleaned_ = wait > 0ms ? 0 : uncleaned_;
+        if (idle && wait > 0ms) {
+            if (giveRoomBack(idlePortion, idleRoom)) {
+                wait = 0ms;
+            } else {
+                connection_->shortenLog(idleLog);
+            }
+        }
     } catch (...) {
         wait = taskRetry;
+        if (isFull(std::current_exception())) {
+            connection_->shortenLog(fullLog);
+        }
     }
     taskDone_ = std::chrono::steady_clock::now();
-    taskDue_ = taskDone_ + wait;
+    taskDue_ = taskDone_ + std::max<std::chrono::milliseconds>(wait, idleTime);
+}
+
+// It is not worth waiting for another program: calls, and the end of the store, would wait as well.
+std::chrono::milliseconds WriteThread::runPortion() {
+    Transaction transaction(*connection_, Access::WRITE, 0ms);
+    const std::chrono::milliseconds wait = task_(*connection_);
+    transaction.commit();
+    return wait;
+}
+
+bool WriteThread::giveRoomBack(std::size_t bytes, std::size_t kept) {
+    Transaction transaction(*connection_, Access::WRITE, 0ms);
+    const bool given = connection_->giveRoomBack(bytes, kept);
+    transaction.commit();
+    return given;
 }
 
 void WriteThread::letOthersWrite() {

@@ -12,8 +12,8 @@
 
 namespace storage::kvxstore::scheduler {
 
-/// A little work for an idle moment, in the transaction that the connection is in; returns after
-/// how long there is more, even if nothing was written.
+/// A little cleaning, in the transaction that the connection is in; returns after how long there is
+/// more, even if nothing was written: zero for at once.
 using BackgroundTask = std::function<std::chrono::milliseconds(database::Connection&)>;
 
 /// Takes a job that has run.
@@ -38,13 +38,22 @@ private:
     void beginBatch(std::optional<database::Transaction>& transaction);
     std::exception_ptr commitAlone(Job& job);
     std::exception_ptr runInSavepoint(Job& job);
-    void runTask();
+    void run(Job& job);
+    /// Runs those once more that the full disk made fail, when there is room again.
+    void retryFull(const Jobs& jobs, std::vector<std::exception_ptr>& errors);
+    void makeRoom(std::size_t bytes);
+    void runTask(bool idle);
+    std::chrono::milliseconds runPortion();
+    bool giveRoomBack(std::size_t bytes, std::size_t kept);
     void letOthersWrite();
 
     std::unique_ptr<database::Connection> connection_;
     JobQueue& queue_;
     Finish finish_;
     BackgroundTask task_;
+    /// What was written since the task found nothing more to do, and since it ran.
+    std::size_t uncleaned_ = 0;
+    std::size_t load_ = 0;
     std::chrono::steady_clock::time_point taskDue_;
     std::chrono::steady_clock::time_point taskDone_;
     std::chrono::steady_clock::time_point contended_{};

@@ -16,8 +16,8 @@ class AdministrationCall final : public scheduler::Job {
 public:
     using Result = std::invoke_result_t<Work, const Context&>;
 
-    AdministrationCall(const Engine& engine, database::Access access, Work work)
-        : Job({access}), engine_(engine), work_(std::move(work)) {}
+    AdministrationCall(const Engine& engine, scheduler::JobTraits traits, Work work)
+        : Job(std::move(traits)), engine_(engine), work_(std::move(work)) {}
 
     std::future<Result> result() { return promise_.get_future(); }
 
@@ -40,21 +40,28 @@ private:
     std::promise<Result> promise_;
 };
 
-/// Does the work in a transaction of its own and returns its result. Throws a StoreError.
-///
-/// REQUIRES: not called on a thread of a store.
+/// Does the work and returns its result. What it throws becomes a StoreError.
 template <class Work>
-auto administer(Engine& engine, database::Access access, Work work) {
-    auto call = std::make_unique<AdministrationCall<Work>>(engine, access, std::move(work));
-    auto result = call->result();
-    engine.scheduler().submit(std::move(call));
+auto withStoreErrors(Work work) {
     try {
-        return result.get();
+        return work();
     } catch (const StoreError& error) {
         throw StoreError(error.code(), error.what());
     } catch (const std::exception& error) {
         throw StoreError(error.what());
     }
+}
+
+/// Does the work in a transaction of its own and returns its result. Throws a StoreError.
+///
+/// REQUIRES: not called on a thread of a store.
+template <class Work>
+auto administer(Engine& engine, database::Access access, Work work, bool usesSpareRoom = false) {
+    auto call = std::make_unique<AdministrationCall<Work>>(
+        engine, scheduler::JobTraits{access, 0, {}, usesSpareRoom}, std::move(work));
+    auto result = call->result();
+    engine.scheduler().submit(std::move(call));
+    return withStoreErrors([&] { return result.get(); });
 }
 
 }  // namespace storage::kvxstore::services

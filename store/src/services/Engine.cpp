@@ -32,12 +32,12 @@ StoreOptions completed(StoreOptions options) {
     return options;
 }
 
-/// When to clean again: soon while there is more to do, and often enough that others see that this
-/// program is still there while it has open handles.
+/// When to clean again: at once while there is more to do, and often enough that others see that
+/// this program is still there while it has open handles.
 std::chrono::milliseconds cleanSome(database::Connection& database, std::int64_t instance,
                                     std::int64_t now) {
     if (clean(database, instance, now)) {
-        return std::chrono::milliseconds(50);
+        return std::chrono::milliseconds(0);
     }
     return hasHandles(database, instance) ? std::chrono::seconds(15) : std::chrono::hours(1);
 }
@@ -99,10 +99,10 @@ Engine::Engine(std::string url, StoreOptions options)
       delayed_(options_.faults ? std::make_shared<kvxtransport::DelayedCalls>(
                                      [] { scheduler::onStoreThread() = true; })
                                : nullptr),
-      scheduler_(database::open(url_, options_.createMode, options_.lockPatience), options_.readers,
-                 [this](database::Connection& database) {
-                     const auto now = options_.clock().time_since_epoch().count();
-                     return cleanSome(database, instance_, now);
-                 }) {}
+      connect_(database::open(url_, options_.createMode, options_.lockPatience)),
+      scheduler_(connect_, options_.readers, [this](database::Connection& database) {
+          const auto now = options_.clock().time_since_epoch().count();
+          return cleanSome(database, instance_, now);
+      }) {}
 
 }  // namespace storage::kvxstore::services

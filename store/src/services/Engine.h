@@ -26,6 +26,8 @@ public:
     /// Names this opening of the store among all programs that have it open.
     std::int64_t instance() const { return instance_; }
     scheduler::Scheduler& scheduler() { return scheduler_; }
+    /// Makes a connection of the caller's own.
+    std::unique_ptr<database::Connection> connect() const { return connect_(); }
     /// The calls that faults hold back; null when the options plan none.
     const std::shared_ptr<kvxtransport::DelayedCalls>& delayed() const { return delayed_; }
 
@@ -37,6 +39,7 @@ private:
     std::int64_t instance_;
     // In this order: the scheduler's end completes calls that are then held back.
     std::shared_ptr<kvxtransport::DelayedCalls> delayed_;
+    database::Connector connect_;
     scheduler::Scheduler scheduler_;
 };
 

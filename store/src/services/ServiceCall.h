@@ -12,6 +12,24 @@
 
 namespace storage::kvxstore::services {
 
+/// Operations that must work on a full disk: those that make room on it, and the way to them.
+template <class Operation>
+constexpr bool usesSpareRoom = false;
+template <>
+inline constexpr bool usesSpareRoom<kvxtransport::operations::Login> = true;
+template <>
+inline constexpr bool usesSpareRoom<kvxtransport::operations::Logout> = true;
+template <>
+inline constexpr bool usesSpareRoom<kvxtransport::operations::DeleteFile> = true;
+template <>
+inline constexpr bool usesSpareRoom<kvxtransport::operations::DeleteFolder> = true;
+template <>
+inline constexpr bool usesSpareRoom<kvxtransport::operations::CloseFileHandle> = true;
+template <>
+inline constexpr bool usesSpareRoom<kvxtransport::operations::RevokePermission> = true;
+template <>
+inline constexpr bool usesSpareRoom<kvxtransport::operations::DeleteInvitation> = true;
+
 /// A call of an operation on its way through the scheduler.
 template <class Operation>
 class ServiceCall final : public scheduler::Job, public kvxtransport::PendingCall {
@@ -20,7 +38,7 @@ public:
                 std::string sessionId, typename Operation::Request request,
                 typename Operation::Handler handler)
         : Job({accessOf(Operation::access), kvxtransport::contentBytesOf(request),
-               kvxtransport::orderOf(request)}),
+               kvxtransport::orderOf(request), usesSpareRoom<Operation>}),
           PendingCall(std::move(group)),
           engine_(engine),
           sessionId_(std::move(sessionId)),

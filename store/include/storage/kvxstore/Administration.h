@@ -39,6 +39,13 @@ struct Bucket {
     unsigned long used = 0;
 };
 
+/// Room on the disk that a work needs for its time.
+struct RoomNeed {
+    std::string folder;           ///< Where the room is needed: the path of a folder.
+    unsigned long needed = 0;     ///< Bytes.
+    unsigned long available = 0;  ///< Bytes that are free there.
+};
+
 /// The numbers of things in a store.
 struct Statistics {
     unsigned long users = 0;    ///< All users.

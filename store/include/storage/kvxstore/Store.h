@@ -182,10 +182,18 @@ public:
     /// Counts everything. Reads the whole file, which is slow for a large one.
     Statistics statistics() const;
 
-    /// Purges what was deleted or has expired, which otherwise happens in the background when the
-    /// store is idle. The file keeps its size, and purged bytes stay in it until they are
-    /// overwritten.
+    /// Purges what was deleted or has expired, and gives all unused room of the file back to the
+    /// disk. Otherwise this happens in the background, when the store is idle or has written much;
+    /// then the file keeps up to 8 MiB of unused room. Purged bytes stay in the file until others
+    /// take their place.
+    ///
+    /// A file of a former kind gives nothing back until it is rebuilt once. sweep() does that where
+    /// the disk has the room that rebuildNeeds() names; writers wait meanwhile.
     void sweep() const;
+
+    /// The room on the disk that the next sweep() needs to rebuild the store's file, for each
+    /// folder where it needs some; empty when there is nothing to rebuild.
+    std::vector<RoomNeed> rebuildNeeds() const;
 
     /// Copies the store into a new file that only its owner may read, while others go on writing.
     /// The copy is the store as it was at one moment, without sessions, open handles, download

@@ -7,6 +7,9 @@
 #include <cstring>
 #include <limits>
 #include <thread>
+#include <utility>
+
+#include "database/sqlite/Rebuild.h"
 
 #include "database/sqlite/SqliteCopy.h"
 
@@ -195,6 +198,10 @@ SqliteConnection::SqliteConnection(SqliteLocation location) : location_(std::mov
     if (!location_.readOnlyFile.empty()) {
         readOnly_.emplace(database, location_.readOnlyFile);
     }
+    const Rows mode = query("pragma journal_mode");
+    if (mode->next() && mode->bytes(0) == "wal") {
+        room_.emplace(*this, database);
+    }
 }
 
 SqliteConnection::~SqliteConnection() {
@@ -280,6 +287,9 @@ void SqliteConnection::begin(Access access) {
         if (identity_) {
             identity_->check();
         }
+        if (room_ && writing_) {
+            room_->begin();
+        }
         if (!writing_ || readOnly_) {
             // The first read takes the snapshot.
             execute("select n from schema_version");
@@ -301,6 +311,9 @@ void SqliteConnection::commit() {
     if (identity_ && changes() != changesBefore_) {
         identity_->stampLog();
     }
+    if (room_ && writing_) {
+        room_->beforeCommit();
+    }
     const unsigned before = fileVersion();
     // A snapshot has nothing to commit, and SQLite commits nothing once it has met damage.
     execute(writing_ || filledMemory_ ? "commit" : "rollback");
@@ -312,6 +325,9 @@ void SqliteConnection::commit() {
     if (identity_ && writing_) {
         // What went into a file that nobody finds again is not acknowledged.
         identity_->check();
+    }
+    if (room_ && writing_ && room_->lostSpare()) {
+        keepSpareRoom();
     }
 }
 
@@ -349,6 +365,52 @@ unsigned SqliteConnection::fileVersion(const char* schema) const {
     check(database_.get(),
           sqlite3_file_control(database_.get(), schema, SQLITE_FCNTL_DATA_VERSION, &version));
     return version;
+}
+
+void SqliteConnection::needRoom(std::size_t bytes) {
+    if (room_) {
+        room_->need(bytes);
+    }
+}
+
+bool SqliteConnection::giveRoomBack(std::size_t bytes, std::size_t kept) {
+    const std::int64_t pageSize = number("pragma page_size");
+    if (!room_ || number("pragma auto_vacuum") == 0 ||
+        std::cmp_less_equal(number("pragma freelist_count") * pageSize, kept)) {
+        return false;
+    }
+    execute("pragma incremental_vacuum(" +
+            std::to_string(static_cast<std::int64_t>(bytes) / pageSize) + ')');
+    room_->shrinks();
+    return true;
+}
+
+void SqliteConnection::shortenLog(std::size_t bytes) {
+    if (room_ && room_->shortenLog(bytes)) {
+        keepSpareRoom();
+    }
+}
+
+void SqliteConnection::keepSpareRoom() noexcept {
+    try {
+        begin(Access::WRITE);
+        room_->keepSpare();
+    } catch (const StoreError&) {
+        // Another program writes, and keeps some.
+    }
+    rollback();
+}
+
+std::vector<RoomNeed> SqliteConnection::rebuildNeeds() {
+    return room_ ? needsOfRebuild(*this, database_.get()) : std::vector<RoomNeed>();
+}
+
+void SqliteConnection::rebuild() {
+    rebuildFile(*this);
+    if (room_) {
+        room_->shrinks();
+    }
+    shortenLog(0);
 }
 
 void SqliteConnection::endTurn() noexcept {

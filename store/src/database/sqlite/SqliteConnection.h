@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "database/Connection.h"
+#include "database/sqlite/DiskRoom.h"
 #include "database/sqlite/FileIdentity.h"
 #include "database/sqlite/ReadOnlyFile.h"
 
@@ -55,6 +56,11 @@ public:
     bool isReadOnly() const override { return readOnly_.has_value(); }
     bool hadToWait() const override { return hadToWait_; }
     std::chrono::milliseconds lockPatience() const override { return location_.lockPatience; }
+    void needRoom(std::size_t bytes) override;
+    bool giveRoomBack(std::size_t bytes, std::size_t kept) override;
+    void shortenLog(std::size_t bytes) override;
+    std::vector<RoomNeed> rebuildNeeds() override;
+    void rebuild() override;
 
 private:
     struct Close {
@@ -75,6 +81,7 @@ private:
     void endTurn() noexcept;
     /// The last connection would write the log into whatever the file is by then.
     void checkpointOnClose(bool may);
+    void keepSpareRoom() noexcept;
 
     SqliteLocation location_;
     bool hadToWait_ = false;
@@ -90,6 +97,8 @@ private:
     std::optional<ReadOnlyFile> readOnly_;
     bool filledMemory_ = false;
     StatementCache statements_;
+    /// Nothing where there is no log.
+    std::optional<DiskRoom> room_;
     /// Stays open for the next chunk: moving it is cheaper than opening another.
     std::unique_ptr<sqlite3_blob, Close> blob_;
 };

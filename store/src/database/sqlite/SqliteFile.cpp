@@ -83,6 +83,9 @@ bool isReady(Connection& connection, const std::string& path, const std::string&
 /// Makes the tables ready unless another program did so meanwhile.
 void makeReady(Connection& connection) {
     connection.execute("pragma page_size = 16384");
+    // Only prepared: run, it would make the file's first page, and other programs would find that.
+    // It settles the size of pages, too.
+    connection.execute("explain pragma auto_vacuum = incremental");
     Transaction transaction(connection, Access::WRITE);
     if (connection.number("select count(*) from sqlite_schema") == 0) {
         connection.execute("pragma application_id = " + std::to_string(applicationId));
