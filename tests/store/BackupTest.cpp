@@ -109,6 +109,33 @@ TEST_F(BackupTest, EachRestoreRefusesTheWatermarksOfAllOthers) {
     EXPECT_EQ(watermark(Account(*again, token)), watermarks[1]);
 }
 
+TEST_F(BackupTest, IsLeftAloneWhenItIsCopiedOverAnOpenStore) {
+    const auto contentOf = [](const std::string& path) {
+        std::ifstream stream(path, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(stream), {});
+    };
+    std::string owner;
+    {
+        const auto original = Store::open(folder.url());
+        owner = original->createUser({.name = u"owner"});
+        const Account user(*original, owner);
+        user.put(u"/f", "old");
+        original->backup(folder.file("copy"));
+        user.put(u"/f", "new");
+        fs::copy_file(folder.file("copy"), folder.file("store.db"),
+                      fs::copy_options::overwrite_existing);
+        EXPECT_NE(causeOf([&] { user.put(u"/f", "newest"); }).find("different times"),
+                  std::string::npos);
+    }
+    EXPECT_TRUE(contentOf(folder.file("store.db")) == contentOf(folder.file("copy")));
+    const auto error = storeErrorOf([&] { Store::open(folder.url()); });
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->code(), StoreErrorCode::FILE_CHANGED);
+    fs::remove(folder.file("store.db-wal"));
+    fs::remove(folder.file("store.db-shm"));
+    EXPECT_EQ(Account(*Store::open(folder.url()), owner).get(u"/f"), "old");
+}
+
 TEST_F(BackupTest, IsOneMomentWhileOthersWrite) {
     const auto original = Store::open(folder.url());
     const std::string owner = original->createUser({.name = u"owner"});

@@ -1,6 +1,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <iostream>
 
 #include "RawDatabase.h"
@@ -218,6 +219,28 @@ TEST_F(ReadOnlyTest, FollowsTheFileWhenOthersChangeIt) {
         protect("other", 0444);
         fs::rename(file("other"), file("store.db"));
         expectReading(*store, other);
+    });
+}
+
+TEST_F(ReadOnlyTest, AReadDuringWhichTheFileChangesFails) {
+    asOrdinaryUser([&] {
+        const std::string token = makeStore("store.db");
+        protect("store.db", 0444);
+        std::atomic<bool> changes = false;
+        const auto store =
+            Store::open(url(), {.clock = [&] {
+                            // An operation asks for the time within its transaction.
+                            if (changes) {
+                                fs::last_write_time(file("store.db"), fs::file_time_type::min());
+                            }
+                            return std::chrono::system_clock::now();
+                        }});
+        const Account user(*store, token);
+        changes = true;
+        EXPECT_EQ(causeOf([&] { user.get(u"/d/f"); }),
+                  "the store's file was changed while it was read: " + file("store.db"));
+        changes = false;
+        EXPECT_EQ(user.get(u"/d/f"), "two");
     });
 }
 

@@ -16,9 +16,9 @@ void runAll(sqlite3* database, const std::string& sql) {
 
 }  // namespace
 
-// Page by page and in one step: in several, each change of the source would start it anew. A
-// VACUUM INTO would also leave out the free pages, but takes longer, and for that time keeps the
-// source's log from beginning anew.
+// In one step: in several, each change of the source would start the copy anew. VACUUM INTO takes
+// as long and leaves out free pages, but cannot run in a transaction, nor from a database in memory
+// into a file.
 void copyDatabase(sqlite3* source, const char* schema, const std::string& path) {
     sqlite3* target = nullptr;
     const int code = sqlite3_open_v2(
