@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "scheduler/CompletionPool.h"
+#include "scheduler/Postponement.h"
 
 namespace storage::kvxstore::scheduler {
 
@@ -78,12 +79,19 @@ std::vector<std::exception_ptr> WriteThread::commitTogether(const Jobs& jobs) {
             }
         }
         transaction->commit();
+        return errors;
+    } catch (const Postponement&) {
+        transaction.reset();
     } catch (...) {
         transaction.reset();
-        // The whole batch is undone, though perhaps for the sake of one job.
-        for (std::size_t i = 0; i < jobs.size(); ++i) {
-            errors[i] = jobs.size() == 1 ? std::current_exception() : commitAlone(*jobs[i]);
+        if (jobs.size() == 1) {
+            errors.front() = std::current_exception();
+            return errors;
         }
+    }
+    // The whole batch is undone, though perhaps for the sake of one job.
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        errors[i] = commitAlone(*jobs[i]);
     }
     return errors;
 }
@@ -95,6 +103,8 @@ bool WriteThread::runAll(const Jobs& jobs, std::vector<std::exception_ptr>& erro
             if (!jobs[i]->isCancelled()) {
                 jobs[i]->run(*connection_);
             }
+        } catch (const Postponement&) {
+            throw;
         } catch (...) {
             if (!connection_->inTransaction()) {
                 throw;
@@ -117,15 +127,35 @@ void WriteThread::beginBatch(std::optional<Transaction>& transaction) {
 
 std::exception_ptr WriteThread::commitAlone(Job& job) {
     try {
-        Transaction transaction(*connection_, Access::WRITE);
-        if (!job.isCancelled()) {
-            job.run(*connection_);
+        while (!runAlone(job)) {
         }
-        transaction.commit();
         return nullptr;
     } catch (...) {
         return std::current_exception();
     }
+}
+
+bool WriteThread::runAlone(Job& job) {
+    std::optional<Transaction> transaction;
+    Postponement postponement;
+    try {
+        beginBatch(transaction);
+        if (!job.isCancelled()) {
+            job.run(*connection_);
+        }
+        transaction->commit();
+        return true;
+    } catch (const Postponement& thrown) {
+        postponement = thrown;
+    }
+    for (bool more = true; more && !job.isCancelled();) {
+        transaction.reset();
+        letOthersWrite();
+        beginBatch(transaction);
+        more = postponement.portion(*connection_);
+        transaction->commit();
+    }
+    return false;
 }
 
 std::exception_ptr WriteThread::runInSavepoint(Job& job) {
@@ -137,6 +167,8 @@ std::exception_ptr WriteThread::runInSavepoint(Job& job) {
         job.run(*connection_);
         connection_->execute("release job");
         return nullptr;
+    } catch (const Postponement&) {
+        throw;
     } catch (...) {
         std::exception_ptr error = std::current_exception();
         if (!connection_->inTransaction()) {
