@@ -1,7 +1,9 @@
 #include "storage/kvxstore/Store.h"
 
+#include <chrono>
 #include <utility>
 
+#include "database/NewFile.h"
 #include "database/Open.h"
 #include "maintenance/Cleaning.h"
 #include "maintenance/Conversion.h"
@@ -124,6 +126,7 @@ Statistics Store::statistics() const {
 
 void Store::sweep() const {
     const auto cleanSome = [](const Context& context) {
+        context.database.requireWritable();
         return clean(context.database, context.instance, context.now());
     };
     while (administer(*engine_, Access::WRITE, cleanSome)) {
@@ -132,6 +135,32 @@ void Store::sweep() const {
     while (administer(*engine_, Access::WRITE,
                       [&](const Context& context) { return addChecksums(context, last); })) {
     }
+}
+
+void Store::backup(const std::string& path) const {
+    database::NewFile file(path);
+    administer(*engine_, Access::READ, [&](const Context& context) {
+        context.database.copyInto(file.temporary());
+        return true;
+    });
+    {
+        StoreOptions options;
+        options.createMode = CreateMode::MUST_EXIST;
+        // In a later time, when every session, handle and download location has expired.
+        options.clock = [] {
+            return std::chrono::system_clock::time_point::max() - std::chrono::years(50);
+        };
+        const auto copy = open("sqlite:" + file.temporary(), std::move(options));
+        copy->sweep();
+        if (!copy->verify().empty()) {
+            throw StoreError(StoreErrorCode::DAMAGED, "the copy is damaged, as verify() shows");
+        }
+        administer(*copy->engine_, Access::WRITE, [](const Context& context) {
+            operations::forgetIdentity(context);
+            return true;
+        });
+    }
+    file.publish();
 }
 
 }  // namespace storage::kvxstore

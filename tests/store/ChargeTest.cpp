@@ -97,6 +97,10 @@ TEST_F(ChargeTest, WhatOnlyAHandleOrDownloadLocationHoldsCountsUntilItIsLetGo) {
         store->sweep();
         EXPECT_EQ(used(), 10'000U) << what;
         EXPECT_EQ(store->verify(), sound) << what;
+        const std::string copy = std::string("copy: ") + what;
+        store->backup(folder.file(copy));
+        EXPECT_EQ(Store::open(folder.url(copy))->listUsers().at(0).used, replaces ? 1'000U : 0U)
+            << "nobody holds anything in a backup";
         for (const std::string& handle : handles) {
             close(handle);
         }

@@ -92,15 +92,14 @@ TEST(StoreFileTest, RefusesWhatItCannotOpenAndLeavesItAlone) {
     }
 }
 
-TEST(StoreFileTest, RefusesWhatItMayNotReadOrWrite) {
+TEST(StoreFileTest, RefusesWhatItMayNotReadOrMake) {
     const TemporaryFolder folder;
     std::filesystem::create_directory(folder.file("secret"));
     using std::filesystem::perms;
     const auto protect = [&](const std::string& name, unsigned mode) {
         std::filesystem::permissions(folder.file(name), perms(mode));
     };
-    for (const auto& [name, mode] : {std::pair("readable", 0444), std::pair("writable", 0666),
-                                     std::pair("unreadable", 0222), std::pair("secret/s", 0666)}) {
+    for (const auto& [name, mode] : {std::pair("unreadable", 0222), std::pair("secret/s", 0666)}) {
         Store::open(folder.url(name));
         protect(name, mode);
     }
@@ -111,7 +110,7 @@ TEST(StoreFileTest, RefusesWhatItMayNotReadOrWrite) {
         if (::geteuid() == 0 && ::setuid(65534) != 0) {
             ::_exit(1);
         }
-        for (const char* name : {"readable", "writable", "unreadable", "secret/s", "new"}) {
+        for (const char* name : {"unreadable", "secret/s", "new"}) {
             const auto error = openError(folder.url(name));
             if (!error || error->code() != StoreErrorCode::NOT_WRITABLE) {
                 std::cerr << name << ": " << (error ? error->what() : "opened") << '\n';
@@ -123,6 +122,39 @@ TEST(StoreFileTest, RefusesWhatItMayNotReadOrWrite) {
     EXPECT_EXIT(tryAll(), testing::ExitedWithCode(0), "");
     protect("", 0755);
     protect("secret", 0755);
+}
+
+TEST(StoreFileTest, TakesThePathAsItStandsAndKeepsItWhenTheProgramChangesItsFolder) {
+    const TemporaryFolder folder;
+    std::filesystem::create_directory(folder.file("real"));
+    std::filesystem::create_directory_symlink("real", folder.file("link"));
+    const auto here = std::filesystem::current_path();
+    std::filesystem::current_path(folder.file(""));
+    const struct {
+        std::string url;
+        std::string file;
+    } cases[] = {
+        {"sqlite:file:x.db", "file:x.db"},
+        {"sqlite:file:y.db?mode=memory", "file:y.db?mode=memory"},
+        {"sqlite:x?mode=memory#%41", "x?mode=memory#%41"},
+        {"sqlite::memory:x", ":memory:x"},
+        {"sqlite:link/../link//x.db", "real/x.db"},
+        {"sqlite:////" + folder.file("").substr(1) + "//real//y.db", "real/y.db"},
+    };
+    for (const auto& [url, file] : cases) {
+        const auto store = Store::open(url, {.createMode = CreateMode::MUST_BE_NEW});
+        std::filesystem::current_path("/");
+        Account(*store, store->createUser({.name = u"main"})).put(u"/f", "content");
+        std::filesystem::current_path(folder.file(""));
+        EXPECT_TRUE(std::filesystem::is_regular_file(file)) << url;
+        const auto error = openError(url, CreateMode::MUST_EXIST);
+        EXPECT_FALSE(error) << error->what();
+    }
+    // What a link names is decided when the store is opened.
+    const auto store = Store::open("sqlite:link/x.db");
+    std::filesystem::remove("link");
+    EXPECT_FALSE(storeErrorOf([&] { store->createUser({.name = u"late"}); }));
+    std::filesystem::current_path(here);
 }
 
 TEST(StoreFileTest, FindsEverythingAgainAfterClosing) {
@@ -319,6 +351,44 @@ TEST(StoreFileTest, AFullDiskIsToldAndHarmsNothing) {
     EXPECT_EXIT(fillSmallDisk(folder.file(""), folder.url()), succeeded, "");
     if (!mounted) {
         GTEST_SKIP() << "this system lets tests mount no small disk";
+    }
+}
+
+/// Ends the process with 0 when a store below a read-only mount was read, and only read.
+[[noreturn]] void readFromReadOnlyMount(const std::string& mountPoint, const std::string& url,
+                                        const std::string& token) {
+    if (!enterOwnMounts() || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        ::mount(mountPoint.c_str(), mountPoint.c_str(), nullptr, MS_BIND, nullptr) != 0 ||
+        ::mount(nullptr, mountPoint.c_str(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr)) {
+        ::_exit(cannotMount);
+    }
+    bool good = false;
+    {
+        const auto store = Store::open(url);
+        const Account account(*store, token);
+        good = account.get(u"/f") == "content" && store->verify().empty() &&
+               causeOf([&] { account.put(u"/f", ""); }).starts_with("the store is read-only");
+    }
+    ::_exit(good ? 0 : 2);
+}
+
+TEST(StoreFileTest, AStoreOnAReadOnlyMountIsServedForReading) {
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    const TemporaryFolder folder;
+    std::string token;
+    {
+        const auto store = Store::open(folder.url());
+        token = store->createUser({.name = u"main"});
+        Account(*store, token).put(u"/f", "content");
+    }
+    bool mounted = true;
+    const auto succeeded = [&](int status) {
+        mounted = !testing::ExitedWithCode(cannotMount)(status);
+        return !mounted || testing::ExitedWithCode(0)(status);
+    };
+    EXPECT_EXIT(readFromReadOnlyMount(folder.file(""), folder.url(), token), succeeded, "");
+    if (!mounted) {
+        GTEST_SKIP() << "this system lets tests mount nothing";
     }
 }
 

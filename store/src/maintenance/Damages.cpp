@@ -46,9 +46,9 @@ FoundDamage Damages::describe(std::int64_t node) const {
     found.node = node;
     found.sentence = "a file or folder";
     try {
+        found.sentence = withoutPath(node);
         const ResolvedPath path = resolveNode(context_, 0, node);
         if (path.chain.empty()) {
-            found.sentence = withoutPath(node);
             return found;
         }
         found.path = path.resource().getPath();

@@ -80,6 +80,7 @@ Pruned countVersions(const std::vector<OldVersion>& versions) {
 }
 
 Pruned removeVersions(const Context& context, const std::vector<OldVersion>& versions) {
+    context.database.requireWritable();
     std::vector<OldVersion> removed;
     for (const OldVersion& version : versions) {
         const auto row = context.database.query(

@@ -154,4 +154,8 @@ Statistics countAll(const Context& context) {
             count(8)};
 }
 
+void forgetIdentity(const Context& context) {
+    context.database.execute("update identity set id = ''");
+}
+
 }  // namespace storage::kvxstore::operations

@@ -213,6 +213,7 @@ FileHandleReadWriteCreateResponse createReadWriteFileHandle(
             handle.contentType = content.type;
         }
     }
+    context.database.requireWritable();
     // The work content makes the commit change something even if nothing is written.
     if (handle.base == 0 || handle.contentType != content.type) {
         content = newContent(context, handle.base == 0 ? 0 : content.size);

@@ -182,7 +182,8 @@ std::exception_ptr WriteThread::runInSavepoint(Job& job) {
 void WriteThread::runTask() {
     std::chrono::milliseconds wait{};
     try {
-        Transaction transaction(*connection_, Access::WRITE);
+        // Not worth waiting for: calls, and the end of the store, would wait as well.
+        Transaction transaction(*connection_, Access::WRITE, 0ms);
         wait = task_(*connection_);
         transaction.commit();
     } catch (...) {
