@@ -125,9 +125,15 @@ Statistics Store::statistics() const {
 }
 
 void Store::sweep() const {
+    // Many small portions would wait for the disk most of the time, and a long one holds up calls.
     const auto cleanSome = [](const Context& context) {
         context.database.requireWritable();
-        return clean(context.database, context.instance, context.now());
+        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(20);
+        bool more = true;
+        while (more && std::chrono::steady_clock::now() < end) {
+            more = clean(context.database, context.instance, context.now());
+        }
+        return more;
     };
     while (administer(*engine_, Access::WRITE, cleanSome)) {
     }

@@ -94,7 +94,7 @@ std::optional<FileIdentity::Header> FileIdentity::readHeader() const {
     }
     const std::uint32_t pageSize = numberAt(head.data() + 14) & 0xFFFFU;
     return Header{numberAt(head.data() + 28), pageSize == 1 ? 65536 : pageSize,
-                  numberAt(head.data() + 60)};
+                  numberAt(head.data() + 60), head[18] == 2};
 }
 
 std::optional<std::uint32_t> FileIdentity::currentStamp() const {
@@ -109,25 +109,31 @@ std::optional<std::uint32_t> FileIdentity::currentStamp() const {
     return stamp;
 }
 
-std::string FileIdentity::findFault(const Change& change) const {
+std::optional<std::string> FileIdentity::findFault(const Change& change) const {
     if (change.size == 0 && seen_.size == 0) {
-        return {};  // Another program is making the store.
+        return "";  // Another program is making the store.
     }
     const std::optional<Header> header = readHeader();
-    // A checkpoint may write the number of pages well before the last of them, or cut the file
-    // after it wrote the number.
     if (change.size < seen_.size &&
         (!header || change.size < std::int64_t{header->pages} * header->pageSize)) {
+        // A checkpoint writes the number of pages well before the last of them.
+        const std::optional<LogState> log =
+            header && header->hasLog ? readLogState() : std::nullopt;
+        if (log && log->framesInFile != log->framesUnderWay) {
+            return std::nullopt;
+        }
         return "the store's file was cut";
     }
     if (!header) {
         return "the store's file was overwritten";
     }
     const std::optional<std::uint32_t> stamp = currentStamp();
-    if (stamp && !belongTogether(header->stamp, *stamp)) {
-        return "the store's file and its log (-wal) are of different times or stores";
+    if (!stamp) {
+        return std::nullopt;
     }
-    return {};
+    return belongTogether(header->stamp, *stamp)
+               ? ""
+               : "the store's file and its log (-wal) are of different times or stores";
 }
 
 void FileIdentity::check() {
@@ -135,14 +141,17 @@ void FileIdentity::check() {
     Change change = changeOf(requireSameFile());
     // A checkpoint by another program may be under way.
     for (int tries = 1; fault_.empty() && change != seen_; ++tries) {
-        std::string fault = findFault(change);
-        if (fault.empty()) {
+        std::optional<std::string> fault = findFault(change);
+        if (!fault) {
+            return;
+        }
+        if (fault->empty()) {
             seen_ = change;
             mayBeNewLog_ = true;
             return;
         }
         if (tries == mostTries) {
-            fault_ = std::move(fault);
+            fault_ = std::move(*fault);
             break;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -153,9 +162,35 @@ void FileIdentity::check() {
     }
 }
 
+std::optional<FileIdentity::LogState> FileIdentity::readLogState() const {
+    // Where the index of the log has the numbers; its first part has this size.
+    constexpr std::size_t frames = 16;
+    constexpr std::size_t framesInFile = 96;
+    constexpr std::size_t framesUnderWay = 128;
+    constexpr int indexSize = 32768;
+    sqlite3_file* file = nullptr;
+    void volatile* index = nullptr;
+    if (sqlite3_file_control(database_, "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK ||
+        file->pMethods->iVersion < 2 ||
+        file->pMethods->xShmMap(file, 0, indexSize, 0, &index) != SQLITE_OK || index == nullptr) {
+        return std::nullopt;
+    }
+    const auto at = [index](std::size_t offset) {
+        return *reinterpret_cast<const volatile std::uint32_t*>(
+            static_cast<const volatile char*>(index) + offset);
+    };
+    return LogState{at(frames), at(framesInFile), at(framesUnderWay)};
+}
+
 void FileIdentity::stampLog() {
+    // Before all of the log is on disk in the file, a cut of the power could take the file back by
+    // more than one stamp.
     const std::optional<Header> header = mayBeNewLog_ ? readHeader() : std::nullopt;
-    if (header && header->stamp == currentStamp()) {
+    const std::optional<LogState> log = header && header->hasLog ? readLogState() : std::nullopt;
+    if (!log || log->framesInFile != log->frames) {
+        return;
+    }
+    if (header->stamp == currentStamp()) {
         const auto next = static_cast<std::int32_t>(nextStamp(header->stamp));
         sqlite3_exec(database_, ("pragma user_version = " + std::to_string(next)).c_str(), nullptr,
                      nullptr, nullptr);

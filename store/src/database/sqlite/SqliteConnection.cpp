@@ -284,6 +284,10 @@ void SqliteConnection::begin(Access access) {
             // The first read takes the snapshot.
             execute("select n from schema_version");
         }
+        if (readOnly_) {
+            // The memory has a version of its own, which only a read brings up to date.
+            execute("select 1 from main.sqlite_schema limit 1");
+        }
         filledMemory_ = readOnly_ && readOnly_->fillMemory();
         changesBefore_ = changes();
     } catch (...) {
