@@ -8,6 +8,7 @@
 #include "database/Open.h"
 #include "maintenance/Cleaning.h"
 #include "maintenance/Conversion.h"
+#include "maintenance/Pruning.h"
 #include "maintenance/Verification.h"
 #include "operations/Administration.h"
 #include "services/AdministrationCall.h"
@@ -114,6 +115,25 @@ std::vector<std::string> Store::verify() const {
     std::vector<std::string> sentences;
     verify([&](const Damage& damage) { sentences.push_back(damage.sentence); });
     return sentences;
+}
+
+Pruned Store::prune(const PruneRules& rules) const {
+    Pruned total;
+    std::vector<OldVersion> found{{}};
+    do {
+        const OldVersion last = found.back();
+        found = administer(*engine_, Access::READ, [&](const Context& context) {
+            return findOldVersions(context, rules, last);
+        });
+        const Pruned some = rules.dryRun
+                                ? countVersions(found)
+                                : administer(*engine_, Access::WRITE, [&](const Context& context) {
+                                      return removeVersions(context, found);
+                                  });
+        total.versions += some.versions;
+        total.bytes += some.bytes;
+    } while (!found.empty());
+    return total;
 }
 
 Statistics Store::statistics() const {

@@ -82,9 +82,9 @@ protected:
 };
 
 TEST_F(CallsTest, AFailingCallHarmsNoNeighbourInItsBatch) {
-    // A call that finds no room first clears away what was deleted, so that it fails after a write.
-    account->put(u"/gone", "content");
-    account->files->deleteFile({{u"/gone", u""}});
+    // A copy deletes what it overwrites before it finds no room, so that it fails after a write.
+    account->put(u"/large", std::string(60'000, 'x'));
+    account->put(u"/target", "content");
     holdUpWrites();
     Outcomes outcomes;
     for (int i = 0; i < 50; ++i) {
@@ -92,15 +92,16 @@ TEST_F(CallsTest, AFailingCallHarmsNoNeighbourInItsBatch) {
         account->files->createFile(
             createRequest({std::u16string(u"/f") + char16_t(u'A' + i), u""}, "content"),
             outcomes.handler<FileWriteResponse>());
-        account->files->createFile(createRequest({u"/big", u""}, std::string(100'001, 'x')),
-                                   outcomes.handler<FileWriteResponse>());
+        account->files->copy(
+            MoveOrCopyRequest({u"/large", u""}, {u"/target", u""}).withTargetOverwrite(true),
+            outcomes.handler<MoveOrCopyResponse>());
     }
     release();
     EXPECT_EQ(outcomes.awaitTotal(150), 150);
     EXPECT_EQ(outcomes.count(std::nullopt), 51);
     EXPECT_EQ(outcomes.count(Code::CONFLICT), 49);
     EXPECT_EQ(outcomes.count(Code::QUOTA_EXCEEDED), 50);
-    EXPECT_EQ(account->files->listFolder(FolderListRequest({u"/", u""})).getFiles().size(), 50U);
+    EXPECT_EQ(account->files->listFolder(FolderListRequest({u"/", u""})).getFiles().size(), 52U);
     EXPECT_EQ(store->verify(), std::vector<std::string>());
 }
 

@@ -10,6 +10,7 @@ namespace storage::kvxstore {
 namespace {
 
 constexpr std::size_t longestName = 255;
+constexpr std::size_t longestContentType = 255;
 
 bool isHighSurrogate(char16_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 bool isLowSurrogate(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
@@ -52,10 +53,19 @@ std::u16string toUtf16(std::string_view text) {
     return result;
 }
 
+bool isAddress(std::u16string_view text) {
+    return !text.empty() && text.size() <= longestName && text.find(u'\0') == text.npos &&
+           !hasUnpairedSurrogate(text);
+}
+
 bool isName(std::u16string_view name) {
-    return !name.empty() && name.size() <= longestName && name != u"." && name != u".." &&
-           name.find(u'/') == name.npos && name.find(u'\0') == name.npos &&
-           !hasUnpairedSurrogate(name);
+    return isAddress(name) && name != u"." && name != u".." && name.find(u'/') == name.npos;
+}
+
+void requireContentType(std::string_view text) {
+    if (text.size() > longestContentType || text.find('\0') != text.npos) {
+        refuse(ErrorCode::UNKNOWN);
+    }
 }
 
 std::vector<std::string> splitPath(std::u16string_view path) {

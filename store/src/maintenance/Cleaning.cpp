@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "maintenance/Leases.h"
+#include "namespace/Charges.h"
 #include "namespace/Deletion.h"
 
 namespace storage::kvxstore {
@@ -17,37 +18,57 @@ constexpr std::int64_t chunksAtOnce = 16;
 /// How long an expired session differs from one that never existed.
 constexpr std::chrono::nanoseconds sessionMemory = std::chrono::hours(24);
 
-bool isInUse(Connection& database, std::int64_t content) {
-    return database.number(
-               "select exists(select 1 from versions where content = $1)"
-               " or exists(select 1 from downloads where content = $1)"
-               " or exists(select 1 from handles where base = $1)"
-               " or exists(select 1 from handles where work = $1)",
-               {content}) != 0;
+enum class Use : std::int64_t { NONE, HELD, NAMED };
+
+/// Whether a version names the content, or else a handle or a download location holds it.
+Use useOf(Connection& database, std::int64_t content) {
+    return Use(
+        database.number("select case when exists(select 1 from versions where content = $1)"
+                        " then 2 when exists(select 1 from downloads where content = $1)"
+                        " or exists(select 1 from handles where base = $1)"
+                        " or exists(select 1 from handles where work = $1)"
+                        " then 1 else 0 end",
+                        {content}));
 }
 
-/// Deletes some chunks of the first content in the garbage, and the content with its last one.
-/// Returns the amount of work, 0 when the garbage is empty.
+/// Deletes some chunks of a content that nothing uses. Returns the amount of work.
+std::int64_t deleteChunks(Connection& database, std::int64_t content) {
+    std::int64_t work = 0;
+    const auto extents =
+        collect(database.query("select idx, chunk from extents where content = $1 limit $2",
+                               {content, chunksAtOnce}),
+                [](const auto& row) { return std::pair(row.integer(0), row.integer(1)); });
+    for (const auto& [idx, chunk] : extents) {
+        database.execute("delete from extents where content = $1 and idx = $2", {content, idx});
+        database.execute(
+            "delete from chunks where id = $1"
+            " and not exists(select 1 from extents where chunk = $1)",
+            {chunk});
+        ++work;
+    }
+    return work;
+}
+
+/// Looks at the first content in the garbage that is not known to be held. Deletes some chunks of
+/// an unused one, and the content with its last one. Returns the amount of work, 0 when there is no
+/// such content.
 std::int64_t collectGarbage(Connection& database) {
-    const auto first = database.query("select content from garbage limit 1");
+    const auto first = database.query("select content, charge from garbage where held = 0 limit 1");
     if (!first->next()) {
         return 0;
     }
     const std::int64_t content = first->integer(0);
+    const Use use = useOf(database, content);
+    if (use == Use::HELD) {
+        database.execute("update garbage set held = 1 where content = $1", {content});
+        return 1;
+    }
+    if (first->integer(1) > 0) {
+        endCharge(database, content);
+    }
     std::int64_t work = 1;
-    if (!isInUse(database, content)) {
-        const auto extents =
-            collect(database.query("select idx, chunk from extents where content = $1 limit $2",
-                                   {content, chunksAtOnce}),
-                    [](const auto& row) { return std::pair(row.integer(0), row.integer(1)); });
-        for (const auto& [idx, chunk] : extents) {
-            database.execute("delete from extents where content = $1 and idx = $2", {content, idx});
-            database.execute(
-                "delete from chunks where id = $1"
-                " and not exists(select 1 from extents where chunk = $1)",
-                {chunk});
-            ++work;
-        }
+    if (use == Use::NONE) {
+        work += deleteChunks(database, content);
         if (work > chunksAtOnce) {
             // Full chunks are more work than the small ones of most contents.
             return 4 * work;
@@ -59,11 +80,7 @@ std::int64_t collectGarbage(Connection& database) {
 }
 
 void forgetExpired(Connection& database, std::int64_t now) {
-    database.execute(
-        "insert into garbage(content) select content from downloads where expires <= $1"
-        " on conflict do nothing",
-        {now});
-    database.execute("delete from downloads where expires <= $1", {now});
+    deleteExpiredDownloads(database, now);
     database.execute("delete from sessions where expires <= $1", {now - sessionMemory.count()});
 }
 
@@ -75,7 +92,7 @@ bool clean(Connection& database, std::int64_t instance, std::int64_t now) {
     if (database.isReadOnly()) {
         return false;
     }
-    bool more = purgeTrash(database);
+    bool more = purgeTrash(database).more;
     for (std::int64_t left = workAtOnce; left > 0;) {
         const std::int64_t work = collectGarbage(database);
         if (work == 0) {

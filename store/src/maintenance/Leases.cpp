@@ -3,6 +3,8 @@
 #include <chrono>
 #include <string>
 
+#include "namespace/Charges.h"
+
 namespace storage::kvxstore {
 
 namespace {
@@ -28,11 +30,12 @@ void deleteHandle(database::Connection& database, std::string_view hash) {
         " join contents c on c.id = h.work where h.hash = $1)"
         " where id = (select bucket from handles where hash = $1 and work <> 0)",
         {database::Blob{hash}});
-    database.execute(
-        "insert into garbage(content) select base from handles where hash = $1 and base <> 0"
-        " union select work from handles where hash = $1 and work <> 0 on conflict do nothing",
-        {database::Blob{hash}});
+    const auto charged = addGarbage(database,
+                                    "select base from handles where hash = $1 and base <> 0"
+                                    " union select work from handles where hash = $1 and work <> 0",
+                                    {database::Blob{hash}});
     database.execute("delete from handles where hash = $1", {database::Blob{hash}});
+    releaseCharges(database, charged);
 }
 
 void closeLostHandles(database::Connection& database, std::int64_t instance, std::int64_t now) {

@@ -14,7 +14,8 @@ void renewLease(database::Connection& database, std::int64_t instance, std::int6
 /// Whether the instance has open handles, and so has to renew its lease.
 bool hasHandles(database::Connection& database, std::int64_t instance);
 
-/// Deletes a handle. Its contents become garbage unless something else uses them.
+/// Deletes a handle without its changes. Its contents become garbage unless something else uses
+/// them, and stop counting where nothing does.
 void deleteHandle(database::Connection& database, std::string_view hash);
 
 /// Renews the lease of this instance, and closes the handles whose lease or whose user's last

@@ -1,30 +1,97 @@
 #include "namespace/Deletion.h"
 
-#include <utility>
+#include <algorithm>
+#include <limits>
+#include <map>
+#include <string_view>
+#include <vector>
+
+#include "namespace/Charges.h"
 
 namespace storage::kvxstore {
 
 namespace {
 
-constexpr std::int64_t nodesAtOnce = 256;
+constexpr std::int64_t childrenAtOnce = 256;
+constexpr std::int64_t all = std::numeric_limits<std::int64_t>::max();
 
-/// Removes a node that has no children.
-void purgeNode(database::Connection& database, std::int64_t node, std::int64_t bucket) {
-    const std::int64_t size = database.number(
-        "select coalesce(cast(sum(c.size) as bigint), 0) from versions v"
-        " join contents c on c.id = v.content where v.node = $1",
-        {node});
-    database.execute("update buckets set used = used - $2 where id = $1", {bucket, size});
-    database.execute(
-        "insert into garbage(content) select content from versions where node = $1"
-        " on conflict do nothing",
-        {node});
-    for (const std::string_view sql :
-         {"delete from versions where node = $1", "delete from grants where node = $1",
-          "delete from invitations where node = $1", "delete from policies where node = $1",
-          "delete from vacated where parent = $1", "delete from nodes where id = $1"}) {
-        database.execute(sql, {node});
+struct DeletedNode {
+    std::int64_t id = 0;
+    std::int64_t bucket = 0;
+    Kind kind = Kind::FOLDER;
+    bool shared = false;
+};
+
+std::vector<DeletedNode> collectNodes(const database::Rows& rows) {
+    return collect(rows, [](const auto& row) {
+        return DeletedNode{row.integer(0), row.integer(1), Kind(row.integer(2)),
+                           row.integer(3) != 0};
+    });
+}
+
+/// Removes deleted nodes, what lies below a folder before the folder.
+class Purger {
+public:
+    Purger(database::Connection& database, std::vector<DeletedNode> nodes)
+        : database_(database), pending_(std::move(nodes)) {}
+
+    /// Removes up to so many nodes, and returns the bytes that stop counting.
+    std::int64_t run(std::int64_t most) {
+        while (!pending_.empty() && removed_ < most) {
+            const DeletedNode node = pending_.back();
+            if (node.kind == Kind::FOLDER && descend(node)) {
+                continue;
+            }
+            pending_.pop_back();
+            remove(node);
+        }
+        std::int64_t total = 0;
+        for (const auto& [bucket, bytes] : freed_) {
+            database_.execute("update buckets set used = used - $2 where id = $1", {bucket, bytes});
+            total += bytes;
+        }
+        return total;
     }
+
+private:
+    /// Makes some children of the folder the next to be removed; false when it has none.
+    bool descend(const DeletedNode& folder) {
+        const auto children = collectNodes(
+            database_.query("select id, bucket, kind, shared from nodes where parent = $1 limit $2",
+                            {folder.id, childrenAtOnce}));
+        pending_.insert(pending_.end(), children.begin(), children.end());
+        return !children.empty();
+    }
+
+    void remove(const DeletedNode& node) {
+        if (node.kind == Kind::FILE) {
+            const std::int64_t size = database_.number(
+                "select coalesce(cast(sum(c.size) as bigint), 0) from versions v"
+                " join contents c on c.id = v.content where v.node = $1",
+                {node.id});
+            freed_[node.bucket] +=
+                size - discardVersions(database_, node.id, node.bucket, {0, all});
+        } else {
+            database_.execute("delete from vacated where parent = $1", {node.id});
+        }
+        if (node.shared) {
+            database_.execute("delete from grants where node = $1", {node.id});
+            database_.execute("delete from invitations where node = $1", {node.id});
+        }
+        database_.execute("delete from policies where node = $1", {node.id});
+        database_.execute("delete from nodes where id = $1", {node.id});
+        ++removed_;
+    }
+
+    database::Connection& database_;
+    std::vector<DeletedNode> pending_;
+    std::map<std::int64_t, std::int64_t> freed_;
+    std::int64_t removed_ = 0;
+};
+
+Purge purgeSome(database::Connection& database, std::vector<DeletedNode> nodes, std::int64_t most) {
+    const bool more = !nodes.empty();
+    return {Purger(database, std::move(nodes)).run(most), more};
 }
 
 }  // namespace
@@ -36,25 +103,48 @@ void softDelete(const Context& context, const Node& node, std::int64_t seq) {
         {node.id, trashOf(node.bucket), seq});
 }
 
-bool purgeTrash(database::Connection& database) {
-    std::int64_t left = nodesAtOnce;
-    const auto nodes = collect(
-        database.query("select id, bucket from nodes where parent < 0 limit $1", {nodesAtOnce}),
-        [](const auto& row) { return std::pair(row.integer(0), row.integer(1)); });
-    for (const auto& [node, bucket] : nodes) {
-        if (left <= 0) {
-            break;
+Purge purgeTrash(database::Connection& database) {
+    constexpr std::int64_t most = 256;
+    const auto nodes = database.query(
+        "select id, bucket, kind, shared from nodes where parent < 0 limit $1", {most});
+    return purgeSome(database, collectNodes(nodes), most);
+}
+
+Purge purgeTrashOf(database::Connection& database, std::int64_t user) {
+    constexpr std::int64_t most = 1'024;
+    const auto nodes = database.query(
+        "select n.id, n.bucket, n.kind, n.shared from buckets b"
+        " join nodes n on n.parent = -b.id where b.owner = $1 limit $2",
+        {user, most});
+    return purgeSome(database, collectNodes(nodes), most);
+}
+
+void purgeTree(database::Connection& database, std::int64_t node) {
+    Purger(database, collectNodes(database.query(
+                         "select id, bucket, kind, shared from nodes where id = $1", {node})))
+        .run(all);
+}
+
+std::int64_t bytesInTrash(database::Connection& database, std::int64_t user, std::int64_t enough) {
+    auto folders = collect(database.query("select id from buckets where owner = $1", {user}),
+                           [](const auto& row) { return trashOf(row.integer(0)); });
+    std::int64_t bytes = 0;
+    while (bytes < enough && !folders.empty()) {
+        const auto children = database.query(
+            "select n.id, n.kind, (select coalesce(cast(sum(c.size) as bigint), 0) from versions v"
+            " join contents c on c.id = v.content where v.node = n.id) from nodes n"
+            " where n.parent = $1",
+            {folders.back()});
+        folders.pop_back();
+        while (bytes < enough && children->next()) {
+            if (Kind(children->integer(1)) == Kind::FOLDER) {
+                folders.push_back(children->integer(0));
+            } else {
+                bytes += children->integer(2);
+            }
         }
-        const std::int64_t moved = database.execute(
-            "update nodes set parent = $2, name = cast(id as text)"
-            " where id in (select id from nodes where parent = $1 limit $3)",
-            {node, trashOf(bucket), left});
-        if (moved < left) {
-            purgeNode(database, node, bucket);
-        }
-        left -= moved + 1;
     }
-    return !nodes.empty();
+    return bytes;
 }
 
 }  // namespace storage::kvxstore

@@ -4,11 +4,28 @@
 
 namespace storage::kvxstore {
 
-/// Moves a node with all below it to the trash, in one small update. purgeTrash() removes it later.
+// The bytes of deleted files stop counting when they are purged, because a deletion that counts
+// them would have to walk the tree.
+
+/// Moves a node with all below it to the trash, in one small update.
 void softDelete(const Context& context, const Node& node, std::int64_t seq);
 
-/// Purges a small part of the trash and returns whether there may be more. The bytes of deleted
-/// files stop counting here, because a deletion that counts them would have to walk the tree.
-bool purgeTrash(database::Connection& database);
+/// What a purge took off the bytes in use, and whether there may be more to purge.
+struct Purge {
+    std::int64_t bytes = 0;
+    bool more = false;
+};
+
+/// Purges a small part of the trash.
+Purge purgeTrash(database::Connection& database);
+
+/// As purgeTrash(), but from the buckets of one user, and a larger part: somebody waits for it.
+Purge purgeTrashOf(database::Connection& database, std::int64_t user);
+
+/// Purges a node in the trash with all below it, at once.
+void purgeTree(database::Connection& database, std::int64_t node);
+
+/// The bytes of the user's deleted files, or fewer but no less than enough.
+std::int64_t bytesInTrash(database::Connection& database, std::int64_t user, std::int64_t enough);
 
 }  // namespace storage::kvxstore

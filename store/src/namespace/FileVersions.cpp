@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "namespace/Charges.h"
 #include "namespace/ContentReading.h"
 #include "namespace/Policies.h"
 #include "namespace/Usage.h"
@@ -13,14 +14,13 @@ namespace {
 
 constexpr std::int64_t noLabel = -1;
 
-/// Removes the version with the file's label.
-void dropVersion(const Context& context, const Node& file) {
-    context.database.execute(
-        "insert into garbage(content) select content from versions where node = $1 and label = $2"
-        " on conflict do nothing",
-        {file.id, file.label});
-    context.database.execute("delete from versions where node = $1 and label = $2",
-                             {file.id, file.label});
+/// Removes the version with the file's label, whose bytes are already off those in use.
+void dropVersion(const Context& context, const Node& file, std::int64_t kept) {
+    const std::int64_t charged =
+        discardVersions(context.database, file.id, file.bucket, {file.label, file.label}, kept);
+    if (charged > 0) {
+        reserve(context, file.bucket, charged);
+    }
 }
 
 Node newFile(const ResolvedPath& path) {
@@ -95,13 +95,13 @@ std::optional<Content> findSameContent(const Context& context, const ResolvedPat
 }
 
 Node revise(const Context& context, const ResolvedPath& path, std::int64_t size,
-            bool createNewVersion) {
+            bool createNewVersion, std::int64_t kept) {
     const bool replaces = path.exists();
     Node file = replaces ? path.node(Kind::FILE, Right::WRITE) : newFile(path);
     const bool keepsOld = replaces && createNewVersion && keepsVersions(context, path);
     file.seq = advance(context, file.bucket, size - (keepsOld ? 0 : file.size));
     if (replaces && !keepsOld) {
-        dropVersion(context, file);
+        dropVersion(context, file, kept);
     }
     file.size = size;
     file.label += 1;

@@ -23,10 +23,11 @@ std::optional<Content> findSameContent(const Context& context, const ResolvedPat
                                        const std::function<bool(const Content&)>& isSame);
 
 /// Prepares the file at the path, or a new file, for a new content of that size. Keeps the present
-/// content as an earlier version where that is asked for and the policy allows it. Returns the file
-/// with its new label; the caller adds the version.
+/// content as an earlier version where that is asked for and the policy allows it. `kept` is the
+/// new content where it exists already. Returns the file with its new label; the caller adds the
+/// version.
 Node revise(const Context& context, const ResolvedPath& path, std::int64_t size,
-            bool createNewVersion);
+            bool createNewVersion, std::int64_t kept = 0);
 
 /// Records the content as the version that the file's label names.
 void addVersion(const Context& context, const Node& file, const Content& content);

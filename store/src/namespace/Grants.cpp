@@ -4,6 +4,20 @@
 
 namespace storage::kvxstore {
 
+namespace {
+
+constexpr std::int64_t mostShares = 10'000;
+
+}  // namespace
+
+void limitSharing(const Context& context, std::int64_t node) {
+    if (context.database.number("select (select count(*) from grants where node = $1)"
+                                " + (select count(*) from invitations where node = $1)",
+                                {node}) > mostShares) {
+        refuse(ErrorCode::QUOTA_EXCEEDED);
+    }
+}
+
 std::int64_t addGrant(const Context& context, const Node& node, const Grant& grant) {
     const std::int64_t id = context.database.number(
         "insert into grants(node, grantee, name, level, invitation, seq)"
@@ -11,6 +25,7 @@ std::int64_t addGrant(const Context& context, const Node& node, const Grant& gra
         " do update set level = excluded.level returning id",
         {grant.node, grant.grantee, grant.name, static_cast<std::int64_t>(grant.right),
          grant.invitation});
+    limitSharing(context, node.id);
     noteSharing(context, node);
     context.database.execute(
         "update grants set seq = (select seq from nodes where id = $2) where id = $1",

@@ -16,6 +16,9 @@ struct Grant {
     std::string invitation;
 };
 
+/// Refuses with QUOTA_EXCEEDED when a node has more grants and invitations than it may have.
+void limitSharing(const Context& context, std::int64_t node);
+
 /// Adds the grant, or changes the right of the one with the same node, user and invitation. Returns
 /// its id.
 std::int64_t addGrant(const Context& context, const Node& node, const Grant& grant);

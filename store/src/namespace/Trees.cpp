@@ -41,11 +41,11 @@ std::int64_t sizeBelow(const Context& context, const Node& folder) {
 
 /// Counts a tree in another bucket, and returns the change of that bucket.
 std::int64_t changeBucket(const Context& context, const ResolvedPath& source,
-                          const BucketRow& target) {
+                          const BucketRow& target, std::int64_t replaced) {
     const Node& node = source.node();
     const std::int64_t size = sizeOfVersions(context, node);
     vacate(context, node, advance(context, node.bucket, -size));
-    const std::int64_t seq = advance(context, target.id, size);
+    const std::int64_t seq = advance(context, target.id, size, replaced);
     const auto run = [&](const std::string& sql, std::initializer_list<database::Value> values) {
         context.database.execute(belowNode + sql + " in (select id from tree)", values);
     };
@@ -83,11 +83,14 @@ void requireRoomBelow(const Context& context, const Node& folder, const Resolved
     }
 }
 
-/// Deletes what is to be overwritten, before room is needed for its replacement.
-void clearTarget(const Context& context, const ResolvedPath& target) {
-    if (target.exists()) {
-        softDelete(context, target.node(), advance(context, target.bucket.id));
+/// Deletes what is to be overwritten, before room is needed for its replacement. Returns the node,
+/// 0 when there is none.
+std::int64_t clearTarget(const Context& context, const ResolvedPath& target) {
+    if (!target.exists()) {
+        return 0;
     }
+    softDelete(context, target.node(), advance(context, target.bucket.id));
+    return target.node().id;
 }
 
 /// Copies all below a folder into its copy, which is the newest node, so that the ids after its own
@@ -143,13 +146,13 @@ void moveTree(const Context& context, const ResolvedPath& source, const Resolved
     if (node.kind == Kind::FOLDER && pathLength(target) > pathLength(source)) {
         requireRoomBelow(context, node, target);
     }
-    clearTarget(context, target);
+    const std::int64_t replaced = clearTarget(context, target);
     std::int64_t seq = 0;
     if (node.bucket == target.bucket.id) {
         seq = advance(context, node.bucket);
         vacate(context, node, seq);
     } else {
-        seq = changeBucket(context, source, target.bucket);
+        seq = changeBucket(context, source, target.bucket, replaced);
     }
     context.database.execute("update nodes set parent = $2, name = $3, seq = $4 where id = $1",
                              {node.id, target.parent().id, target.name(), seq});
@@ -157,13 +160,14 @@ void moveTree(const Context& context, const ResolvedPath& source, const Resolved
 }
 
 void copyTree(const Context& context, const Node& source, const ResolvedPath& target) {
-    clearTarget(context, target);
+    const std::int64_t replaced = clearTarget(context, target);
     Node node = source;
     node.bucket = target.bucket.id;
     node.parent = target.parent().id;
     node.name = target.name();
-    node.seq = advance(context, node.bucket,
-                       source.kind == Kind::FILE ? source.size : sizeBelow(context, source));
+    node.seq =
+        advance(context, node.bucket,
+                source.kind == Kind::FILE ? source.size : sizeBelow(context, source), replaced);
     node.created = node.modified = context.now();
     if (node.kind == Kind::FILE) {
         node.label = 1;

@@ -1,6 +1,7 @@
 #include "operations/Administration.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "core/Secrets.h"
 #include "core/Text.h"
@@ -56,6 +57,13 @@ void insertBucket(const Context& context, const std::string& name, std::int64_t 
         " client_modified) values($1, $2, $3, 0, 0, 0, 0, $4, $4, 0)",
         {bucket, rootParent, name, context.now()});
     context.database.execute("update buckets set root = $2 where id = $1", {bucket, root});
+}
+
+/// `units` of 4 GiB and the rest, or the largest number where the sum is larger.
+unsigned long joined(unsigned long units, unsigned long rest) {
+    constexpr unsigned long unit = 1UL << 32U;
+    units += rest / unit;
+    return units < unit ? units * unit + rest % unit : std::numeric_limits<unsigned long>::max();
 }
 
 }  // namespace
@@ -132,14 +140,18 @@ Statistics countAll(const Context& context) {
         " (select count(*) from nodes where kind = 1 and parent > 0),"
         " (select count(*) from versions), (select count(*) from handles),"
         " (select count(*) from grants), (select count(*) from invitations),"
-        " (select coalesce(cast(sum(used) as bigint), 0) from buckets),"
-        " (select coalesce(cast(sum(length(data)) as bigint), 0) from chunks)");
+        " (select coalesce(cast(sum(length(data)) as bigint), 0) from chunks),"
+        // A sum in two parts, since that of several users may be too large for the database.
+        " (select coalesce(cast(sum(used / 4294967296) as bigint), 0) from buckets),"
+        " (select coalesce(cast(sum(used % 4294967296) as bigint), 0) from buckets)");
     row->next();
     const auto count = [&row](int column) {
         return static_cast<unsigned long>(row->integer(column));
     };
-    return {count(0), count(1), count(2), count(3), count(4),
-            count(5), count(6), count(7), count(8), count(9)};
+    return {count(0), count(1), count(2),
+            count(3), count(4), count(5),
+            count(6), count(7), joined(count(9), count(10)),
+            count(8)};
 }
 
 void forgetIdentity(const Context& context) {

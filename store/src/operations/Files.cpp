@@ -3,6 +3,7 @@
 #include <chrono>
 #include <istream>
 #include <stdexcept>
+#include <utility>
 
 #include "core/Secrets.h"
 #include "core/Text.h"
@@ -19,6 +20,13 @@ namespace {
 
 constexpr std::string_view downloadPrefix = "kvxstore://download/";
 constexpr std::chrono::nanoseconds downloadLifetime = std::chrono::minutes(15);
+
+/// Refuses with FILE_TOO_LARGE what is too much for one answer.
+void requireReadable(const Context& context, const Content& content) {
+    if (std::cmp_greater(content.size, context.options.readLimit)) {
+        refuse(ErrorCode::FILE_TOO_LARGE);
+    }
+}
 
 /// The secret in a download location. The rest of the location is for people.
 std::string secretOf(const std::string& location) {
@@ -69,11 +77,13 @@ FileWriteResponse createFile(const Context& context, const FileCreateRequest& re
     if (bytes.size() > context.options.fileSizeLimit) {
         refuse(ErrorCode::FILE_TOO_LARGE);
     }
+    requireContentType(request.getContentType());
     const NewBytes newBytes({bytes.data(), bytes.size()});
     const auto same = findSameContent(context, path, newBytes.size(), [&](const Content& current) {
         return newBytes.equal(context, current);
     });
-    const Node file = revise(context, path, newBytes.size(), request.getCreateNewVersion());
+    const Node file =
+        revise(context, path, newBytes.size(), request.getCreateNewVersion(), same ? same->id : 0);
     Content content = same ? *same : newBytes.write(context);
     content.type = request.getContentType();
     addVersion(context, file, content);
@@ -88,6 +98,7 @@ FileReadResponse readFile(const Context& context, const FileReadRequest& request
     const ResolvedPath path = resolve(context, request.getResource());
     const Content content = findVersion(context, path.node(Kind::FILE), request.getVersionId(),
                                         request.getVersionLabel());
+    requireReadable(context, content);
     FileReadResponse response;
     response.withContentType(content.type);
     readContent(context, content, [&](std::string_view bytes) {
@@ -110,7 +121,8 @@ FileDeleteResponse deleteFile(const Context& context, const FileDeleteRequest& r
 }
 
 /// Makes a location that is a secret: anyone who has it may download the content for a quarter of
-/// an hour, without a session.
+/// an hour, without a session. Refused with QUOTA_EXCEEDED when the caller has as many of them as
+/// the options allow.
 FileDownloadCreateResponse createFileDownload(const Context& context,
                                               const FileDownloadCreateRequest& request) {
     const ResolvedPath path = resolve(context, request.getResource());
@@ -118,11 +130,17 @@ FileDownloadCreateResponse createFileDownload(const Context& context,
     const Content content = findVersion(context, file, {}, file.label);
     const std::string secret = newSecret();
     const std::string hash = hashOf(secret);
-    context.database.execute(
-        "insert into downloads(hash, content, expires, checksum, owner, node)"
-        " values($1, $2, $3, $4, $5, $6)",
-        {database::Blob{hash}, content.id, context.now() + downloadLifetime.count(),
-         rowChecksumOf(content), path.user, file.id});
+    const std::int64_t now = context.now();
+    const bool inserted =
+        context.database.execute(
+            "insert into downloads(hash, content, expires, checksum, owner, node)"
+            " select $1, $2, $3, $4, $5, $6"
+            " where (select count(*) from downloads where owner = $5 and expires > $7) < $8",
+            {database::Blob{hash}, content.id, now + downloadLifetime.count(),
+             rowChecksumOf(content), path.user, file.id, now, context.options.downloadLimit}) > 0;
+    if (!inserted) {
+        refuse(ErrorCode::QUOTA_EXCEEDED);
+    }
     const Resource name(toUtf16(file.name), u"");
     return FileDownloadCreateResponse().withLocation(std::string(downloadPrefix) + secret + '/' +
                                                      name.getAsciiPercentEncodedPath());
@@ -135,6 +153,7 @@ FileDownloadResponse downloadFile(const Context& context, const FileDownloadRequ
         readIntoStream(context, content, request);
         return response;
     }
+    requireReadable(context, content);
     std::string body;
     body.reserve(static_cast<std::size_t>(content.size));
     readContent(context, content, [&](std::string_view bytes) { body += bytes; });

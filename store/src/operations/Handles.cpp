@@ -42,18 +42,25 @@ struct Handle {
     std::int64_t checksum = 0;
 };
 
-/// Stores the handle and returns its new id.
+/// Stores the handle and returns its new id. Refused with QUOTA_EXCEEDED when the user has as many
+/// open as the options allow.
 std::string insertHandle(const Context& context, const Handle& handle) {
     std::string id = newSecret();
     const std::string hash = hashOf(id);
     renewLease(context.database, context.instance, context.now());
-    context.database.execute(
-        "insert into handles(hash, instance, owner, bucket, node, parent, name, base, work,"
-        " writable, exclusive, content_type, checksum)"
-        " values($1, $2, $3, $4, $5, $6, $7, $8, $9, $10, $11, $12, $13)",
-        {Blob{hash}, context.instance, handle.owner, handle.bucket, handle.node, handle.parent,
-         handle.name, handle.base, handle.work, static_cast<std::int64_t>(handle.writable),
-         static_cast<std::int64_t>(handle.exclusive), handle.contentType, handle.checksum});
+    const bool inserted =
+        context.database.execute(
+            "insert into handles(hash, instance, owner, bucket, node, parent, name, base, work,"
+            " writable, exclusive, content_type, checksum)"
+            " select $1, $2, $3, $4, $5, $6, $7, $8, $9, $10, $11, $12, $13"
+            " where (select count(*) from handles where owner = $3) < $14",
+            {Blob{hash}, context.instance, handle.owner, handle.bucket, handle.node, handle.parent,
+             handle.name, handle.base, handle.work, static_cast<std::int64_t>(handle.writable),
+             static_cast<std::int64_t>(handle.exclusive), handle.contentType, handle.checksum,
+             context.options.handleLimit}) > 0;
+    if (!inserted) {
+        refuse(ErrorCode::QUOTA_EXCEEDED);
+    }
     return id;
 }
 
@@ -141,7 +148,7 @@ void commit(const Context& context, const Handle& handle, bool createNewVersion)
         content.id = same->id;  // The content of the handle is garbage already.
         content.stored = same->stored;
     }
-    const Node file = revise(context, path, content.size, createNewVersion);
+    const Node file = revise(context, path, content.size, createNewVersion, content.id);
     addVersion(context, file, content);
 }
 
@@ -178,6 +185,7 @@ FileHandleReadWriteCreateResponse createReadWriteFileHandle(
     requireBetween(mode, FileCreateMode::CREATE, FileCreateMode::CREATE_OR_UPDATE);
     const ResolvedPath path = resolve(context, request.getResource());
     const bool creates = !path.exists();
+    requireContentType(request.getContentType());
     Handle handle;
     handle.owner = path.user;
     handle.bucket = path.bucket.id;
@@ -223,6 +231,9 @@ FileContentReadResponse readFileContent(const Context& context,
     const auto size = static_cast<unsigned long>(content.size);
     const unsigned long start = std::min(request.getStartLocation(), size);
     const unsigned long length = std::min(request.getLength(), size - start);
+    if (length > context.options.readLimit) {
+        refuse(ErrorCode::FILE_TOO_LARGE);
+    }
     FileContentReadResponse response;
     response.withStartLocation(request.getStartLocation())
         .withContentType(content.type)

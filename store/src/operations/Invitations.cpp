@@ -20,6 +20,7 @@ void insertInvitation(const Context& context, InvitationRow& row) {
         {row.id, row.node, row.inviter, row.recipient, row.recipientName,
          static_cast<std::int64_t>(row.type), static_cast<std::int64_t>(row.right),
          static_cast<std::int64_t>(row.status), row.created, row.origin});
+    limitSharing(context, row.node);
 }
 
 std::string userName(const Context& context, std::int64_t user) {
@@ -90,8 +91,10 @@ InvitationCreateResponse createInvitation(const Context& context,
     row.inviter = path.user;
     row.recipientName = toUtf8(request.getRecipient());
     row.right = request.getAccessType() == AccessType::READ_WRITE ? Right::WRITE : Right::READ;
-    if (row.recipientName.empty()) {
+    if (request.getRecipient().empty()) {
         row.type = InvitationType::OPEN;
+    } else if (!isAddress(request.getRecipient())) {
+        refuse(ErrorCode::RESOURCE_NOT_FOUND);
     } else {
         row.recipient = findRecipient(context, row.recipientName);
     }

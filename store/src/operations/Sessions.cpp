@@ -7,6 +7,23 @@ namespace storage::kvxstore::operations {
 
 using database::Blob;
 
+namespace {
+
+constexpr std::int64_t mostSessions = 1'024;
+
+/// Ends the session of the user that expires first, where there are too many.
+void limitSessions(const Context& context, std::int64_t user) {
+    if (context.database.number("select count(*) from sessions where owner = $1", {user}) >
+        mostSessions) {
+        context.database.execute(
+            "delete from sessions where hash = (select hash from sessions where owner = $1"
+            " order by expires, hash limit 1)",
+            {user});
+    }
+}
+
+}  // namespace
+
 PingResponse ping(const Context&, const kvxtransport::PingRequest&) {
     // From within a transaction: the answer proves that the database can be read.
     return PingResponse().withValue("pong");
@@ -25,6 +42,7 @@ LoginResponse login(const Context& context, const LoginRequest& request) {
     const std::int64_t expires = context.now() + std::chrono::nanoseconds(lifetime).count();
     context.database.execute("insert into sessions(hash, owner, expires) values($1, $2, $3)",
                              {Blob{sessionHash}, token->integer(0), expires});
+    limitSessions(context, token->integer(0));
     const auto minutes = std::chrono::floor<std::chrono::minutes>(lifetime).count();
     return LoginResponse().withSessionId(sessionId).withMinutesBeforeRelogin(
         static_cast<int>(minutes));

@@ -29,7 +29,8 @@ VersionRestoreResponse restoreVersion(const Context& context,
     const ResolvedPath path = resolve(context, request.getResource());
     const Content content = findVersion(context, path.node(Kind::FILE, Right::WRITE),
                                         request.getVersionId(), request.getVersionLabel());
-    const Node file = revise(context, path, content.size, request.getCreateNewVersion());
+    const Node file =
+        revise(context, path, content.size, request.getCreateNewVersion(), content.id);
     addVersion(context, file, content);
     return VersionRestoreResponse()
         .withVersionId(versionIdOf(file))

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "scheduler/CompletionPool.h"
+#include "scheduler/Postponement.h"
 
 namespace storage::kvxstore::scheduler {
 
@@ -109,12 +110,19 @@ std::vector<std::exception_ptr> WriteThread::commitTogether(const Jobs& jobs) {
             }
         }
         transaction->commit();
+        return errors;
+    } catch (const Postponement&) {
+        transaction.reset();
     } catch (...) {
         transaction.reset();
-        // The whole batch is undone, though perhaps for the sake of one job.
-        for (std::size_t i = 0; i < jobs.size(); ++i) {
-            errors[i] = jobs.size() == 1 ? std::current_exception() : commitAlone(*jobs[i]);
+        if (jobs.size() == 1) {
+            errors.front() = std::current_exception();
+            return errors;
         }
+    }
+    // The whole batch is undone, though perhaps for the sake of one job.
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        errors[i] = commitAlone(*jobs[i]);
     }
     return errors;
 }
@@ -126,6 +134,8 @@ bool WriteThread::runAll(const Jobs& jobs, std::vector<std::exception_ptr>& erro
             if (!jobs[i]->isCancelled()) {
                 run(*jobs[i]);
             }
+        } catch (const Postponement&) {
+            throw;
         } catch (...) {
             if (!connection_->inTransaction()) {
                 throw;
@@ -148,15 +158,35 @@ void WriteThread::beginBatch(std::optional<Transaction>& transaction) {
 
 std::exception_ptr WriteThread::commitAlone(Job& job) {
     try {
-        Transaction transaction(*connection_, Access::WRITE);
-        if (!job.isCancelled()) {
-            run(job);
+        while (!runAlone(job)) {
         }
-        transaction.commit();
         return nullptr;
     } catch (...) {
         return std::current_exception();
     }
+}
+
+bool WriteThread::runAlone(Job& job) {
+    std::optional<Transaction> transaction;
+    Postponement postponement;
+    try {
+        beginBatch(transaction);
+        if (!job.isCancelled()) {
+            run(job);
+        }
+        transaction->commit();
+        return true;
+    } catch (const Postponement& thrown) {
+        postponement = thrown;
+    }
+    for (bool more = true; more && !job.isCancelled();) {
+        transaction.reset();
+        letOthersWrite();
+        beginBatch(transaction);
+        more = postponement.portion(*connection_);
+        transaction->commit();
+    }
+    return false;
 }
 
 std::exception_ptr WriteThread::runInSavepoint(Job& job) {
@@ -168,6 +198,8 @@ std::exception_ptr WriteThread::runInSavepoint(Job& job) {
         run(job);
         connection_->execute("release job");
         return nullptr;
+    } catch (const Postponement&) {
+        throw;
     } catch (...) {
         std::exception_ptr error = std::current_exception();
         if (!connection_->inTransaction()) {

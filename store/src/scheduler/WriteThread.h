@@ -37,6 +37,8 @@ private:
     bool runAll(const Jobs& jobs, std::vector<std::exception_ptr>& errors);
     void beginBatch(std::optional<database::Transaction>& transaction);
     std::exception_ptr commitAlone(Job& job);
+    /// Returns false when the job has to run again, after the work that it was postponed for.
+    bool runAlone(Job& job);
     std::exception_ptr runInSavepoint(Job& job);
     void run(Job& job);
     /// Runs those once more that the full disk made fail, when there is room again.

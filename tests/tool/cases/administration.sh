@@ -10,6 +10,13 @@ eachLine <<'TABLE'
 0||kvx policy set /docs --public allowed; kvx policy set /docs --versions disabled
 0||kvx policy get /docs/file; [[ $(<output) == 'versions:  inherit (disabled)'*'public:    inherit (allowed)' ]]
 0||kvx restore /docs/file 1; kvx versions /docs/file >output; [[ $(tail -n 2 output | cut -c 1) == $'3\n5' ]]
+0||kvx versions /docs/file; [[ $(wc -l <output) == 4 ]]
+0||kvx prune -n --keep-last 2; [[ $(<output) == 'would remove 2 versions, size 12' ]]
+0||kvx prune --keep-last 1 --keep-days 1 --json; [[ $(<output) == '{"versions":0,"size":0,"dryRun":false}' ]]
+3|kvx: prune: none: there is no such bucket|kvx prune --keep-last 2 --bucket none
+2|kvx: prune: --keep-last: a rule is needed: this or --keep-days|kvx prune --bucket ada
+0||kvx prune --keep-last 2 --bucket ada --json; [[ $(<output) == '{"versions":2,"size":12,"dryRun":false}' ]]
+0||kvx versions /docs/file; [[ $(cut -c 1 output) == $'3\n5' ]]
 0||kvx user add bob --quota 2M; cp output bob; [[ $(as bob df --json) == '{"used":0,"quota":2097152}' ]]
 0||kvx user token bob --token-file new; ! as bob df 2>/dev/null; mv new bob; kvx user quota bob 1G; [[ $(as bob df --json) == *:1073741824} ]]
 0||kvx user quota bob -; [[ $(as bob df --json) == *:null} ]]

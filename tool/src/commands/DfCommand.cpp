@@ -30,7 +30,7 @@ Command dfCommand() {
         .notes =
             R"(Counts all versions of all files in your buckets, whoever wrote them, and what was
 removed until it is purged: by kvx sweep, or by a write that needs the room. To make
-room, remove files; to delete old versions alone, remove a file and put it again.
+room, remove files; for old versions alone an administrator has kvx prune.
 With --json, sizes are in bytes, and a quota that refuses nothing is null.)",
         .examples = {"kvx df"},
         .run = inSession(df)};

@@ -3,7 +3,9 @@
 /// @file
 /// The records of administration: users, buckets and counts.
 
+#include <chrono>
 #include <limits>
+#include <optional>
 #include <string>
 
 namespace storage::kvxstore {
@@ -20,8 +22,9 @@ struct NewUser {
     std::u16string lastName = {};      ///< The store does not use it.
     /// The most bytes that all versions of all files in the user's buckets may have together.
     /// Bytes written through an open handle count as well, in addition to those they will replace.
-    /// A deleted file counts until it is purged, at the latest when its bytes are needed. Values
-    /// above UNLIMITED mean UNLIMITED.
+    /// A deleted file counts until it is purged, at the latest when its bytes are needed. A content
+    /// that was deleted or replaced while a handle or a download location held it counts until the
+    /// last of these lets it go. Values above UNLIMITED mean UNLIMITED.
     unsigned long quota = UNLIMITED;
 };
 
@@ -59,21 +62,41 @@ struct Statistics {
     /// Rights given by permissions and accepted invitations.
     unsigned long grants = 0;
     unsigned long invitations = 0;  ///< In any state.
-    /// The bytes in use, counted like the quotas.
+    /// The bytes in use, counted like the quotas; the largest number where they are more.
     unsigned long used = 0;
     /// The bytes of content on the disk: fewer than in use where versions and copies share content
     /// or files have holes, more where cleaning is still to be done.
     unsigned long stored = 0;
 };
 
+/// Which earlier versions a pruning keeps. One that either rule keeps stays; at least one rule is
+/// needed. The current version of a file always stays.
+struct PruneRules {
+    /// Keeps so many versions of each file, the current one and those before it.
+    std::optional<unsigned long> keepLast = {};
+    /// Keeps the versions made within so much time before now.
+    std::optional<std::chrono::seconds> keepFor = {};
+    std::u16string bucket = {};  ///< Prunes this bucket alone; empty for every bucket.
+    std::u16string user = {};    ///< Prunes the buckets of this user alone; empty for every user.
+    bool dryRun = false;         ///< Only counts what would be removed.
+};
+
+/// What a pruning removed, or would remove.
+struct Pruned {
+    unsigned long versions = 0;  ///< The number of versions.
+    /// The bytes that the versions count in the quotas, though a content that a handle or a
+    /// download location holds counts until it is let go.
+    unsigned long bytes = 0;
+};
+
 /// Something in a store that does not fit together.
 struct Damage {
-    std::string sentence;    ///< What is damaged and in which way, in UTF-8, for people.
-    std::u16string owner;    ///< The user whose file or folder it is in; empty where it is in none.
-    std::u16string bucket;   ///< The bucket of that file or folder.
-    std::u16string path;     ///< Its path in the bucket, empty for one that is in no folder.
-    /// The label of the version whose content is damaged, 0 for damage of another kind. Reading what
-    /// is damaged of it fails with INTERNAL_SERVER_ERROR; the other ranges can still be read.
+    std::string sentence;   ///< What is damaged and in which way, in UTF-8, for people.
+    std::u16string owner;   ///< The user whose file or folder it is in; empty where it is in none.
+    std::u16string bucket;  ///< The bucket of that file or folder.
+    std::u16string path;    ///< Its path in the bucket, empty for one that is in no folder.
+    /// The label of the version whose content is damaged, 0 for damage of another kind. Reading
+    /// what is damaged of it fails with INTERNAL_SERVER_ERROR; the other ranges can still be read.
     int version = 0;
     bool current = false;        ///< Whether it is the file's current version.
     unsigned long size = 0;      ///< The bytes that the version should have.

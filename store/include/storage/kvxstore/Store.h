@@ -31,15 +31,16 @@ class Engine;
 /// An empty bucket in a Resource means the caller's own bucket, which has the caller's name. A path
 /// is "/" or a sequence of names that each follow a "/". A name is not empty, not "." or "..", has
 /// at most 255 UTF-16 units, no NUL and no unpaired surrogate; a path has at most 4,096 units.
-/// Names are compared by code units. A name that begins with "." is hidden; listMultiFolder lists
-/// the whole subtree, hidden names included. Attributes have the type "FILE" or "FOLDER"; the name
-/// of a root is empty. The first version of a file has the label 1, and every write adds one. A
-/// move keeps times and versions; a copy has the current content as its version 1. New content
-/// resets the client's time of modification to the epoch. A download location serves anyone who has
-/// it for 15 minutes, and gives the content it was made for even after the file was changed or
-/// deleted. A read beyond the end of a file gives the bytes that exist, possibly none. An empty
-/// watermark lists everything from the beginning; a text that is no watermark of this store is
-/// refused with RESOURCE_NOT_FOUND.
+/// Names are compared by code units. A content type has at most 255 bytes and no NUL; a recipient
+/// has at most 255 UTF-16 units, no NUL and no unpaired surrogate. A name that begins with "." is
+/// hidden; listMultiFolder lists the whole subtree, hidden names included. Attributes have the type
+/// "FILE" or "FOLDER"; the name of a root is empty. The first version of a file has the label 1,
+/// and every write adds one. A move keeps times and versions; a copy has the current content as its
+/// version 1. New content resets the client's time of modification to the epoch. A download
+/// location serves anyone who has it for 15 minutes, and gives the content it was made for even
+/// after the file was changed or deleted. A read beyond the end of a file gives the bytes that
+/// exist, possibly none. An empty watermark lists everything from the beginning; a text that is no
+/// watermark of this store is refused with RESOURCE_NOT_FOUND.
 ///
 /// @par Threads
 /// Calls run on threads of the store. Every completion handler runs exactly once, on one of two
@@ -54,13 +55,20 @@ class Engine;
 ///
 /// @par Errors of calls
 /// A refused call completes with a KVXClientException of the fitting code. UNKNOWN means a value
-/// outside of its enumeration or without a meaning there, such as an invitation to own, or bytes to
-/// write at a null pointer. No read gives other bytes than were stored: one that comes upon damage
-/// fails with INTERNAL_SERVER_ERROR and a cause that names path and version. An expired session is
-/// reported as SESSION_EXPIRED for 24 hours, and then as INVALID_SESSION_ID. Any other failure,
-/// such as a full disk, completes with INTERNAL_SERVER_ERROR. That exception also derives from
-/// std::nested_exception and nests a std::runtime_error with the plain cause, which
-/// std::rethrow_if_nested throws.
+/// outside of its enumeration or without a meaning there, such as an invitation to own, bytes to
+/// write at a null pointer, or a content type that breaks the rules. A recipient that no user could
+/// have as name or e-mail address is refused with RESOURCE_NOT_FOUND. QUOTA_EXCEEDED means that the
+/// owner of the bucket has no room, or that there are too many of something: of the caller's open
+/// handles or download locations (StoreOptions), or more than 10,000 grants and invitations for one
+/// file or folder. The number of files, folders and versions is not limited. No read gives other
+/// bytes than were stored: one that comes upon damage fails with INTERNAL_SERVER_ERROR and a cause
+/// that names path and version. An expired session is reported as SESSION_EXPIRED for 24 hours, and
+/// then as INVALID_SESSION_ID. Any other failure, such as a full disk, completes with
+/// INTERNAL_SERVER_ERROR. That exception also derives from std::nested_exception and nests a
+/// std::runtime_error with the plain cause, which std::rethrow_if_nested throws.
+///
+/// @par Sessions
+/// A user has at most 1,024 sessions. Logging in once more ends the one that expires first.
 ///
 /// @par File handles
 /// A handle is valid until it is closed, until its user has no valid session left or until the
@@ -178,6 +186,13 @@ public:
 
     /// As the other form, and returns the sentences.
     std::vector<std::string> verify() const;
+
+    /// Removes old versions, so that their bytes no longer count. Works in portions, each in a
+    /// transaction of its own: a failure leaves what was removed before it removed.
+    ///
+    /// @throws StoreError with NOT_FOUND when the bucket or user does not exist, and OTHER without
+    /// a rule.
+    Pruned prune(const PruneRules& rules) const;
 
     /// Counts everything. Reads the whole file, which is slow for a large one.
     Statistics statistics() const;

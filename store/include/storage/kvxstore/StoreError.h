@@ -13,7 +13,8 @@ namespace storage::kvxstore {
 /// The kind of failure, for programs. The message of the StoreError has the details, for people.
 enum class StoreErrorCode {
     OTHER,           ///< None of the others.
-    NOT_FOUND,       ///< The store, the folder that would hold it or the user does not exist.
+    NOT_FOUND,       ///< The store, the folder that would hold it, the user or the bucket does not
+                     ///< exist.
     ALREADY_EXISTS,  ///< A file, user or bucket of that name exists.
     ILLEGAL_NAME,    ///< The name breaks the rules for names of users and buckets.
     ILLEGAL_URL,     ///< This software opens no URL of that kind.

@@ -30,6 +30,18 @@ struct StoreOptions {
     /// The size of the largest file in bytes. A larger file is refused with FILE_TOO_LARGE.
     unsigned long fileSizeLimit = 1UL << 40U;
 
+    /// The most bytes that one call answers with. readFile, downloadFile into a string and
+    /// readFileContent refuse more with FILE_TOO_LARGE before they read anything; a handle, range
+    /// by range, and downloadFile into a stream serve files of any size.
+    unsigned long readLimit = 1UL << 30U;
+
+    /// The most file handles that a user may have open. One more is refused with QUOTA_EXCEEDED.
+    unsigned handleLimit = 1'024;
+
+    /// The most download locations that a user may have made which have not expired. One more is
+    /// refused with QUOTA_EXCEEDED.
+    unsigned downloadLimit = 1'024;
+
     /// The number of threads that serve reading calls, each with its own database connection. 0
     /// means one per processor, at most four.
     unsigned readers = 0;

@@ -1,0 +1,103 @@
+#include "maintenance/Pruning.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+
+#include "core/Text.h"
+#include "namespace/Charges.h"
+#include "storage/kvxstore/StoreError.h"
+
+namespace storage::kvxstore {
+
+namespace {
+
+constexpr std::int64_t versionsAtOnce = 256;
+constexpr std::int64_t ever = std::numeric_limits<std::int64_t>::max();
+
+/// The id of the row with that name; 0, which means any, for an empty name.
+std::int64_t findByName(const Context& context, const std::string& table,
+                        const std::u16string& name) {
+    if (name.empty()) {
+        return 0;
+    }
+    const std::string text = toUtf8(name);
+    const auto row =
+        context.database.query("select id from " + table + "s where name = $1", {text});
+    if (!row->next()) {
+        throw StoreError(StoreErrorCode::NOT_FOUND, "there is no " + table + " \"" + text + '"');
+    }
+    return row->integer(0);
+}
+
+/// How many versions of a file must be newer than one that may go.
+std::int64_t newerNeeded(const PruneRules& rules) {
+    return static_cast<std::int64_t>(
+        std::clamp<unsigned long>(rules.keepLast.value_or(1), 1, ever));
+}
+
+/// Versions made before this time may go.
+std::int64_t endOfTime(const Context& context, const PruneRules& rules) {
+    if (!rules.keepFor) {
+        return ever;
+    }
+    const std::chrono::nanoseconds now(context.now());
+    const auto most = std::chrono::floor<std::chrono::seconds>(now);
+    return (now - std::clamp(*rules.keepFor, std::chrono::seconds(0), most)).count();
+}
+
+}  // namespace
+
+std::vector<OldVersion> findOldVersions(const Context& context, const PruneRules& rules,
+                                        const OldVersion& after) {
+    if (!rules.keepLast && !rules.keepFor) {
+        throw StoreError("no rule says which versions to keep");
+    }
+    return collect(
+        context.database.query(
+            "select v.node, v.label, c.size from versions v join nodes n on n.id = v.node"
+            " join contents c on c.id = v.content where (v.node, v.label) > ($1, $2)"
+            " and v.label < n.label and v.created < $3"
+            " and exists(select 1 from versions w where w.node = v.node and w.label > v.label"
+            " order by w.label limit 1 offset $4 - 1)"
+            " and ($5 = 0 or n.bucket = $5) and ($6 = 0 or exists(select 1 from buckets b"
+            " where b.id = n.bucket and b.owner = $6)) order by v.node, v.label limit $7",
+            {after.node, after.label, endOfTime(context, rules), newerNeeded(rules),
+             findByName(context, "bucket", rules.bucket), findByName(context, "user", rules.user),
+             versionsAtOnce}),
+        [](const auto& row) {
+            return OldVersion{row.integer(0), row.integer(1), row.integer(2)};
+        });
+}
+
+Pruned countVersions(const std::vector<OldVersion>& versions) {
+    Pruned pruned;
+    for (const OldVersion& version : versions) {
+        pruned.versions += 1;
+        pruned.bytes += static_cast<unsigned long>(version.size);
+    }
+    return pruned;
+}
+
+Pruned removeVersions(const Context& context, const std::vector<OldVersion>& versions) {
+    context.database.requireWritable();
+    std::vector<OldVersion> removed;
+    for (const OldVersion& version : versions) {
+        const auto row = context.database.query(
+            "select n.bucket from versions v join nodes n on n.id = v.node"
+            " where v.node = $1 and v.label = $2 and v.label < n.label",
+            {version.node, version.label});
+        if (!row->next()) {
+            continue;
+        }
+        const std::int64_t bucket = row->integer(0);
+        const std::int64_t charged =
+            discardVersions(context.database, version.node, bucket, {version.label, version.label});
+        context.database.execute("update buckets set used = used - $2 where id = $1",
+                                 {bucket, version.size - charged});
+        removed.push_back(version);
+    }
+    return countVersions(removed);
+}
+
+}  // namespace storage::kvxstore
