@@ -57,10 +57,10 @@ public:
             return std::string(body.begin(), body.end());
         };
         std::map<std::string, std::string> found;
-        const auto add = [&](const std::string& way, const std::string& sound,
+        const auto add = [&](const std::string& way, const std::string& expected,
                              const std::function<std::string()>& read) {
             const auto code =
-                codeOf([&] { found[way] = read() == sound ? "right" : "wrong bytes"; });
+                codeOf([&] { found[way] = read() == expected ? "right" : "wrong bytes"; });
             if (code) {
                 found[way] = *code == Code::INTERNAL_SERVER_ERROR ? causeOf(read) : "wrong code";
             }
