@@ -1,10 +1,13 @@
 #include "storage/kvxstore/Store.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
+#include "database/NewFile.h"
 #include "database/Open.h"
 #include "maintenance/Cleaning.h"
+#include "maintenance/Conversion.h"
 #include "maintenance/Verification.h"
 #include "operations/Administration.h"
 #include "services/AdministrationCall.h"
@@ -96,9 +99,21 @@ std::vector<Bucket> Store::listBuckets() const {
                       [](const Context& context) { return operations::listBuckets(context); });
 }
 
+unsigned long Store::verify(const std::function<void(const Damage&)>& tell) const {
+    return administer(*engine_, Access::READ, [&](const Context& context) {
+        unsigned long count = 0;
+        kvxstore::verify(context, [&](const FoundDamage& damage) {
+            ++count;
+            tell(damage);
+        });
+        return count;
+    });
+}
+
 std::vector<std::string> Store::verify() const {
-    return administer(*engine_, Access::READ,
-                      [](const Context& context) { return kvxstore::verify(context.database); });
+    std::vector<std::string> sentences;
+    verify([&](const Damage& damage) { sentences.push_back(damage.sentence); });
+    return sentences;
 }
 
 Statistics Store::statistics() const {
@@ -111,10 +126,22 @@ std::vector<RoomNeed> Store::rebuildNeeds() const {
 }
 
 void Store::sweep() const {
+    // Many small portions would wait for the disk most of the time, and a long one holds up calls.
     const auto cleanSome = [](const Context& context) {
-        return clean(context.database, context.instance, context.now());
+        context.database.requireWritable();
+        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(20);
+        bool more = true;
+        while (more && std::chrono::steady_clock::now() < end) {
+            more = clean(context.database, context.instance, context.now());
+        }
+        return more;
     };
     while (administer(*engine_, Access::WRITE, cleanSome, makesRoom)) {
+    }
+    std::int64_t last = 0;
+    while (administer(
+        *engine_, Access::WRITE,
+        [&](const Context& context) { return addChecksums(context, last); }, makesRoom)) {
     }
     const auto connection = withStoreErrors([&] { return engine_->connect(); });
     withStoreErrors([&] { rebuildIfThereIsRoom(*connection); });
@@ -126,6 +153,32 @@ void Store::sweep() const {
     }
     // The file gets shorter with what the log has.
     connection->shortenLog(0);
+}
+
+void Store::backup(const std::string& path) const {
+    database::NewFile file(path);
+    administer(*engine_, Access::READ, [&](const Context& context) {
+        context.database.copyInto(file.temporary());
+        return true;
+    });
+    {
+        StoreOptions options;
+        options.createMode = CreateMode::MUST_EXIST;
+        // In a later time, when every session, handle and download location has expired.
+        options.clock = [] {
+            return std::chrono::system_clock::time_point::max() - std::chrono::years(50);
+        };
+        const auto copy = open("sqlite:" + file.temporary(), std::move(options));
+        copy->sweep();
+        if (!copy->verify().empty()) {
+            throw StoreError(StoreErrorCode::DAMAGED, "the copy is damaged, as verify() shows");
+        }
+        administer(*copy->engine_, Access::WRITE, [](const Context& context) {
+            operations::forgetIdentity(context);
+            return true;
+        });
+    }
+    file.publish();
 }
 
 }  // namespace storage::kvxstore

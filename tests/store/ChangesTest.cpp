@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "StoreFixture.h"
 
 namespace storage::kvxstore {
@@ -218,34 +216,6 @@ TEST_F(StoreTest, FaultsHappenOnPurpose) {
     EXPECT_EQ(codeOf([&] { never.get(); }), Code::BAD_NETWORK);
     EXPECT_EQ(plan->fired().size(), 4U);
     EXPECT_EQ(plan->fired().at(1).delay, 300ms);
-}
-
-TEST_F(StoreTest, ALargeTreeMovesAtOnce) {
-    const auto onDisk = Store::open(folder.url());
-    const Account user(*onDisk, onDisk->createUser({.name = u"u"}));
-    user.makeFolder(u"/tree");
-    for (char16_t c = u'a'; c < u'k'; ++c) {
-        user.put(std::u16string(u"/tree/") + c, "content");
-    }
-    long nodes = 11;
-    long leftPlaces = 0;
-    for (char16_t c = u'A'; nodes < 100'000; ++c) {
-        user.copy(u"/tree", std::u16string(u"/") + c);
-        user.move(std::u16string(u"/") + c, std::u16string(u"/tree/") + c);
-        nodes *= 2;
-        ++leftPlaces;
-    }
-    Watcher watcher(user);
-    const std::string all = watcher.look();
-    EXPECT_EQ(std::count(all.begin(), all.end(), ' ') + 1, nodes + leftPlaces);
-    user.makeFolder(u"/target");
-    const auto start = std::chrono::steady_clock::now();
-    user.move(u"/tree", u"/target/tree");
-    const auto moving = std::chrono::steady_clock::now() - start;
-    EXPECT_EQ(user.get(u"/target/tree/B/A/c"), "content");
-    EXPECT_EQ(watcher.look(), "u:/target/ u:/tree/ u:/target/tree/");
-    EXPECT_LT(moving, 1s);
-    RecordProperty("moving_us", static_cast<int>(moving / 1us));
 }
 
 }  // namespace

@@ -41,11 +41,13 @@ protected:
         }
     }
 
-    /// Each lane goes on until its acknowledgement is answered with an end.
+    /// Each lane, or each from the first one with a stride, goes on until its acknowledgement is
+    /// answered with an end.
     template <class Acknowledge>
-    void write(const Store& store, Acknowledge acknowledge) const {
+    void write(const Store& store, Acknowledge acknowledge, unsigned first = 0,
+               unsigned stride = 1) const {
         std::vector<std::thread> threads;
-        for (unsigned i = 0; i < laneCount; ++i) {
+        for (unsigned i = first; i < laneCount; i += stride) {
             threads.emplace_back([&, i, lane = lanes[i]]() mutable {
                 const Account account(store, token);
                 do {
@@ -77,48 +79,64 @@ protected:
     std::vector<Lane> lanes;
 };
 
-/// Lets a child process run for so long and kills it.
-template <class Work>
-void runAndKill(Work work, std::function<void()> untilThen) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        try {
-            work();
-        } catch (const std::exception& error) {
-            std::cerr << "the writer failed: " << error.what() << '\n';
+/// A process that works until it is killed.
+class Child {
+public:
+    explicit Child(const std::function<void()>& work) : process_(::fork()) {
+        if (process_ == 0) {
+            try {
+                work();
+            } catch (const std::exception& error) {
+                std::cerr << "the writer failed: " << error.what() << '\n';
+            }
+            ::_exit(1);
         }
-        ::_exit(1);
+        EXPECT_GT(process_, 0);
     }
-    ASSERT_GT(child, 0);
-    untilThen();
-    ::kill(child, SIGKILL);
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFSIGNALED(status)) << "it ended by itself";
-}
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
 
-TEST_F(CrashTest, AKilledWriterLosesNothingItAcknowledged) {
+    ~Child() {
+        ::kill(process_, SIGKILL);
+        int status = 0;
+        EXPECT_EQ(::waitpid(process_, &status, 0), process_);
+        EXPECT_TRUE(WIFSIGNALED(status)) << "it ended by itself";
+    }
+
+private:
+    pid_t process_;
+};
+
+TEST_F(CrashTest, TwoKilledWritersLoseNothingTheyAcknowledged) {
     prepare();
-    // Shared with the child, so that what it acknowledged outlives it.
+    // Shared with the children, so that what they acknowledged outlives them.
     auto& acknowledged = *static_cast<Acknowledged*>(::mmap(
         nullptr, sizeof(Acknowledged), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     std::mt19937 random(seed());
     unsigned total = 0;
-    const unsigned kills = longOrShort(150U, 12U);
-    for (unsigned round = 0; round < kills && !HasFailure(); ++round) {
+    const unsigned rounds = longOrShort(500U, 10U);
+    const auto pause = [&random] {
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 100'000));
+    };
+    for (unsigned round = 0; round < rounds && !HasFailure(); ++round) {
         std::fill(acknowledged.begin(), acknowledged.end(), 0);
-        runAndKill(
-            [&] {
-                const auto store = Store::open(folder.url());
-                write(*store, [&](unsigned lane) { return ++acknowledged[lane] > 0; });
-            },
-            [&] {
-                // Every fourth while it opens the store.
-                while (round % 4 != 0 && acknowledged[0] == 0) {
+        const auto writeAs = [&](unsigned program) {
+            const auto store = Store::open(folder.url());
+            write(
+                *store, [&](unsigned lane) { return ++acknowledged[lane] > 0; }, program, 2);
+        };
+        {
+            const Child first([&] { writeAs(0); });
+            {
+                const Child second([&] { writeAs(1); });
+                // Every fourth while they open the store.
+                while (round % 4 != 0 && (acknowledged[0] == 0 || acknowledged[1] == 0)) {
                     std::this_thread::sleep_for(1ms);
                 }
-                std::this_thread::sleep_for(std::chrono::microseconds(random() % 100'000));
-            });
+                pause();
+            }
+            pause();
+        }
         std::array<unsigned, laneCount> steps{};
         std::copy(acknowledged.begin(), acknowledged.end(), steps.begin());
         for (const unsigned count : steps) {
@@ -126,8 +144,8 @@ TEST_F(CrashTest, AKilledWriterLosesNothingItAcknowledged) {
         }
         check(folder.url(), lanes, steps);
     }
-    EXPECT_GT(total, 10 * kills);
-    report("kills") << kills << " kills, " << total << " acknowledged steps, none lost\n";
+    EXPECT_GT(total, 10 * rounds);
+    report("kills") << 2 * rounds << " kills, " << total << " acknowledged steps, none lost\n";
     ::munmap(&acknowledged, sizeof(Acknowledged));
 }
 
@@ -135,12 +153,13 @@ TEST_F(CrashTest, AStoreKilledWhileItIsMadeIsMadeByTheNext) {
     std::mt19937 random(seed());
     for (unsigned round = 0; round < longOrShort(200U, 12U); ++round) {
         const std::string url = folder.url(std::to_string(round));
-        runAndKill(
-            [&] {
-                const auto store = Store::open(url);
+        {
+            const Child child([&] {
+                const auto made = Store::open(url);
                 ::pause();
-            },
-            [&] { std::this_thread::sleep_for(std::chrono::microseconds(random() % 12'000)); });
+            });
+            std::this_thread::sleep_for(std::chrono::microseconds(random() % 12'000));
+        }
         const auto store = Store::open(url);
         EXPECT_EQ(store->verify(), std::vector<std::string>());
         Account(*store, store->createUser({.name = u"main"})).put(u"/f", "content");

@@ -194,6 +194,14 @@ TEST(DamageTest, NoReadGivesWrongBytes) {
             first = first.empty() ? found.at(way) : first;
         }
         EXPECT_NE(first.find(damage.named), first.npos) << damage.what << ": " << first;
+        bool told = damage.named.empty();
+        damaged.store->verify([&](const Damage& one) {
+            const std::string path = Resource(u"", one.path).getUTF8Bucket();
+            const std::string version = ", version " + std::to_string(one.version) + ',';
+            told = told || damage.named == path ||
+                   (damage.named.starts_with(path + ' ') && damage.named.ends_with(version));
+        });
+        EXPECT_TRUE(told) << damage.what;
     }
 }
 

@@ -8,6 +8,23 @@ namespace {
 
 using namespace std::chrono_literals;
 
+TEST_F(StoreTest, AWriteOfTheSameBytesSharesThem) {
+    const std::string bytes(300'000, 'b');
+    account.put(u"/f", bytes);
+    const unsigned long stored = store->statistics().stored;
+    account.put(u"/f", bytes, true);
+    const OpenFile file(account, u"/f", FileCreateMode::UPDATE, true);
+    file.write(0, bytes);
+    file.close(FileHandleCloseOperation::COMMIT_CHANGES, true);
+    store->sweep();
+    EXPECT_EQ(store->statistics().stored, stored);
+    EXPECT_EQ(store->statistics().used, 3 * bytes.size());
+    account.put(u"/f", std::string(300'000, 'c'));
+    const auto first = account.files->readFile(FileReadRequest({u"/f", u""}).withVersionLabel(1));
+    EXPECT_EQ(first.getResponseBody(), std::vector<char>(bytes.begin(), bytes.end()));
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+}
+
 TEST_F(StoreTest, RefusesWithTheFittingCode) {
     account.makeFolder(u"/folder");
     account.makeFolder(u"/folder/sub");

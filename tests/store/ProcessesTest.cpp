@@ -4,6 +4,7 @@
 
 #include <array>
 #include <atomic>
+#include <future>
 #include <thread>
 
 #include "RawDatabase.h"
@@ -245,18 +246,38 @@ TEST_F(ProcessesTest, NoWriterStarvesBesideAnother) {
                          << worst / 1ms << " ms, mean " << total / calls / 1us << " us\n";
 }
 
-TEST_F(ProcessesTest, TellsWhenAnotherProgramKeepsTheStoreLocked) {
-    if (!isSoak()) {
-        GTEST_SKIP() << "waits for ten seconds: see script/soak";
-    }
-    const auto store = Store::open(folder.url());
+TEST_F(ProcessesTest, WaitsForALongWriteOfAnotherProgramAsLongAsItMay) {
+    const auto hasty = Store::open(folder.url(), {.lockPatience = 100ms});
+    const auto patient = Store::open(folder.url());
     const RawDatabase other(folder.file("store.db"));
     other.run("begin immediate");
-    const auto error = storeErrorOf([&] { store->createUser({.name = u"late"}); });
+    const auto error = storeErrorOf([&] { hasty->createUser({.name = u"late"}); });
     ASSERT_TRUE(error);
     EXPECT_EQ(error->code(), StoreErrorCode::IN_USE);
+    auto waiting = std::async(std::launch::async, [&] { patient->createUser({.name = u"late"}); });
+    EXPECT_EQ(waiting.wait_for(300ms), std::future_status::timeout);
     other.run("rollback");
-    EXPECT_FALSE(storeErrorOf([&] { store->createUser({.name = u"late"}); }));
+    EXPECT_FALSE(storeErrorOf([&] { waiting.get(); }));
+}
+
+TEST_F(ProcessesTest, OpensReadsAndClosesBesideALongWriteOfAnotherProgram) {
+    {
+        const auto store = Store::open(folder.url());
+        Account(*store, token).put(u"/f", "content");
+    }
+    const auto before = Store::open(folder.url());
+    const Account account(*before, token);
+    const RawDatabase other(folder.file("store.db"));
+    other.run("begin immediate");
+    const auto start = std::chrono::steady_clock::now();
+    {
+        const auto store = Store::open(folder.url());
+        EXPECT_EQ(store->listUsers().size(), 1U);
+        EXPECT_EQ(account.get(u"/f"), "content");
+        std::this_thread::sleep_for(200ms);  // For the work that waits for an idle moment.
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
+    other.run("rollback");
 }
 
 }  // namespace

@@ -1,13 +1,11 @@
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <fstream>
 #include <iostream>
 #include <thread>
 
+#include "OwnMounts.h"
 #include "RawDatabase.h"
 #include "StoreFixture.h"
 
@@ -95,28 +93,11 @@ TEST(RoomTest, OverwritingWithoutAPauseNeedsLittleRoom) {
     EXPECT_LT(most, 68 * mebibyte);
 }
 
-constexpr int cannotMount = 77;
-
-/// Lets this process mount what no other sees; also when it is not root's, where that is allowed.
-bool enterOwnMounts() {
-    const auto user = ::geteuid();
-    const auto group = ::getegid();
-    if (::unshare(user == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) != 0) {
-        return false;
-    }
-    if (user != 0) {
-        std::ofstream("/proc/self/setgroups") << "deny";
-        std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
-        std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
-    }
-    return true;
-}
-
 /// Ends the process with 0 when the action on a small disk, which gets the disk's folder, does not
 /// throw.
 [[noreturn]] void onSmallDisk(const std::string& folder, const std::string& size,
                               const std::function<void(const std::string&)>& action) {
-    if (!enterOwnMounts() || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+    if (!enterOwnMounts() ||
         ::mount("tmpfs", folder.c_str(), "tmpfs", 0, ("size=" + size).c_str()) != 0) {
         ::_exit(cannotMount);
     }

@@ -1,6 +1,8 @@
+#include <malloc.h>
 #include <sys/resource.h>
 
 #include <atomic>
+#include <fstream>
 #include <random>
 
 #include "Soak.h"
@@ -19,6 +21,25 @@ long peakKibibytes() {
     rusage usage{};
     ::getrusage(RUSAGE_SELF, &usage);
     return usage.ru_maxrss;
+}
+
+/// The memory that an answer takes, with what the allocator adds to each text.
+long sizeOf(const FileChangeListResponse& response) {
+    std::size_t size = 0;
+    const auto addText = [&](std::size_t bytes) {
+        size += bytes > 15 ? (bytes + 25) / 16 * 16 : 0;
+    };
+    const auto add = [&](const std::vector<FileChangeSummary>& changes) {
+        for (const FileChangeSummary& change : changes) {
+            size += sizeof(change);
+            addText(2 * change.getResource().getPath().size());
+            addText(2 * change.getResource().getBucket().size());
+            addText(change.getWatermark().size());
+        }
+    };
+    add(response.getFileChanges());
+    add(response.getFolderChanges());
+    return static_cast<long>(size);
 }
 
 class SizeTest : public testing::Test {
@@ -101,6 +122,52 @@ TEST_F(SizeTest, ALargeFolderIsListedMovedAndDeleted) {
     expectQuick(
         "the purge", [&] { store->sweep(); }, 100s);
     EXPECT_EQ(store->statistics().stored, 0U);
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+}
+
+TEST_F(SizeTest, TheChangesOfALargeTreeAreListedInLittleMemory) {
+    const unsigned long least = longOrShort(1'200'000UL, 100'000UL);
+    account.makeFolder(u"/tree");
+    for (char16_t name = u'a'; name < u'k'; ++name) {
+        account.put(std::u16string(u"/tree/") + name, "content");
+    }
+    unsigned long entries = 11;
+    unsigned long leftPlaces = 0;
+    for (char16_t name = u'A'; entries < least; ++name) {
+        const std::u16string copy = std::u16string(u"/") + name;
+        expectQuick(
+            "copy of " + std::to_string(entries) + " entries",
+            [&] { account.copy(u"/tree", copy); }, 60s);
+        account.move(copy, u"/tree" + copy);
+        entries *= 2;
+        ++leftPlaces;
+    }
+    FileChangeListResponse all;
+    // The blocking form would copy the answer.
+    const auto list = [&] {
+        std::promise<FileChangeListResponse> promise;
+        auto answer = promise.get_future();
+        account.notification->listFileChanges(
+            FileChangeListRequest().withWatermark(all.getCurrentWatermark()),
+            promiseCompletingHandler(std::move(promise)));
+        all = answer.get();
+    };
+    ::malloc_trim(0);
+    ASSERT_TRUE(std::ofstream("/proc/self/clear_refs") << "5" << std::flush);
+    const long before = peakKibibytes();
+    expectQuick("list of its changes", list, 60s);
+    const long taken = (peakKibibytes() - before) / 1024;
+    const long answer = sizeOf(all) / static_cast<long>(mebibyte);
+    report("size") << "peak memory: " << taken << " MiB, of which the answer: " << answer << '\n';
+    EXPECT_LT(taken - answer, longOrShort(mostMebibytes * 2 / 3, mostMebibytes / 6));
+    EXPECT_EQ(all.getFileChanges().size() + all.getFolderChanges().size(), entries + leftPlaces);
+
+    account.makeFolder(u"/target");
+    expectQuick("move of the tree", [&] { account.move(u"/tree", u"/target/tree"); });
+    EXPECT_EQ(account.get(u"/target/tree/B/A/c"), "content");
+    list();
+    EXPECT_EQ(all.getFolderChanges().size(), 3U);
+    EXPECT_EQ(all.getFileChanges().size(), 0U);
     EXPECT_EQ(store->verify(), std::vector<std::string>());
 }
 

@@ -5,6 +5,7 @@
 #include <iostream>
 #include <iterator>
 
+#include "OwnMounts.h"
 #include "RawDatabase.h"
 #include "StoreFixture.h"
 
@@ -90,15 +91,14 @@ TEST(StoreFileTest, RefusesWhatItCannotOpenAndLeavesItAlone) {
     }
 }
 
-TEST(StoreFileTest, RefusesWhatItMayNotReadOrWrite) {
+TEST(StoreFileTest, RefusesWhatItMayNotReadOrMake) {
     const TemporaryFolder folder;
     std::filesystem::create_directory(folder.file("secret"));
     using std::filesystem::perms;
     const auto protect = [&](const std::string& name, unsigned mode) {
         std::filesystem::permissions(folder.file(name), perms(mode));
     };
-    for (const auto& [name, mode] : {std::pair("readable", 0444), std::pair("writable", 0666),
-                                     std::pair("unreadable", 0222), std::pair("secret/s", 0666)}) {
+    for (const auto& [name, mode] : {std::pair("unreadable", 0222), std::pair("secret/s", 0666)}) {
         Store::open(folder.url(name));
         protect(name, mode);
     }
@@ -109,7 +109,7 @@ TEST(StoreFileTest, RefusesWhatItMayNotReadOrWrite) {
         if (::geteuid() == 0 && ::setuid(65534) != 0) {
             ::_exit(1);
         }
-        for (const char* name : {"readable", "writable", "unreadable", "secret/s", "new"}) {
+        for (const char* name : {"unreadable", "secret/s", "new"}) {
             const auto error = openError(folder.url(name));
             if (!error || error->code() != StoreErrorCode::NOT_WRITABLE) {
                 std::cerr << name << ": " << (error ? error->what() : "opened") << '\n';
@@ -121,6 +121,39 @@ TEST(StoreFileTest, RefusesWhatItMayNotReadOrWrite) {
     EXPECT_EXIT(tryAll(), testing::ExitedWithCode(0), "");
     protect("", 0755);
     protect("secret", 0755);
+}
+
+TEST(StoreFileTest, TakesThePathAsItStandsAndKeepsItWhenTheProgramChangesItsFolder) {
+    const TemporaryFolder folder;
+    std::filesystem::create_directory(folder.file("real"));
+    std::filesystem::create_directory_symlink("real", folder.file("link"));
+    const auto here = std::filesystem::current_path();
+    std::filesystem::current_path(folder.file(""));
+    const struct {
+        std::string url;
+        std::string file;
+    } cases[] = {
+        {"sqlite:file:x.db", "file:x.db"},
+        {"sqlite:file:y.db?mode=memory", "file:y.db?mode=memory"},
+        {"sqlite:x?mode=memory#%41", "x?mode=memory#%41"},
+        {"sqlite::memory:x", ":memory:x"},
+        {"sqlite:link/../link//x.db", "real/x.db"},
+        {"sqlite:////" + folder.file("").substr(1) + "//real//y.db", "real/y.db"},
+    };
+    for (const auto& [url, file] : cases) {
+        const auto store = Store::open(url, {.createMode = CreateMode::MUST_BE_NEW});
+        std::filesystem::current_path("/");
+        Account(*store, store->createUser({.name = u"main"})).put(u"/f", "content");
+        std::filesystem::current_path(folder.file(""));
+        EXPECT_TRUE(std::filesystem::is_regular_file(file)) << url;
+        const auto error = openError(url, CreateMode::MUST_EXIST);
+        EXPECT_FALSE(error) << error->what();
+    }
+    // What a link names is decided when the store is opened.
+    const auto store = Store::open("sqlite:link/x.db");
+    std::filesystem::remove("link");
+    EXPECT_FALSE(storeErrorOf([&] { store->createUser({.name = u"late"}); }));
+    std::filesystem::current_path(here);
 }
 
 TEST(StoreFileTest, FindsEverythingAgainAfterClosing) {
@@ -175,29 +208,41 @@ TEST(StoreFileTest, TellsEveryKindOfDamage) {
         std::string sql;
         std::string damage;
     } const cases[] = {
-        {"delete from users", "buckets without an owner or a root"},
-        {"delete from nodes where parent = 0", "buckets without an owner or a root"},
-        {"update nodes set parent = 999 where name = 'd'", "outside of every tree"},
-        {"update nodes set parent = id where name = 'd'", "outside of every tree"},
-        {"update nodes set bucket = 7 where name = 'f'", "in another bucket than their parent"},
-        {"update buckets set seq = 1", "newer than their bucket"},
-        {"update nodes set size = 5 where name = 'f'", "without their current content"},
-        {"delete from versions", "without their current content"},
-        {"delete from nodes where name = 'f'", "versions without a file or a content"},
-        {"update chunks set data = x'00' where id = 1", "do not make up their size"},
-        {"update chunks set data = zeroblob(length(data)) where id = 2", "bytes were changed"},
-        {"delete from extents where idx = 0", "parts without a content"},
-        {"delete from versions; delete from handles", "no cleaning would find"},
-        {"update buckets set used = used + 1", "counted wrong"},
-        {"update extents set size = 1 where idx = 0", "do not make up their size"},
-        {"update handles set base = 999", "open handles without their content"},
-        {"update grants set grantee = 999", "grants without a file, folder or user"},
-        {"update invitations set inviter = 999", "invitations to no folder, or by no user"},
-        {"delete from grants", "accepted invitations without their right"},
-        {"update nodes set shared = 0", "marked wrong as to being shared"},
-        {"update policies set node = 999", "policies of no file or folder"},
+        {"delete from users", "the bucket main has no owner or no root folder"},
+        {"delete from nodes where parent = 0", "the bucket guest has no owner or no root folder"},
+        {"update nodes set parent = 999 where name = 'd'",
+         "a file or folder named d is in no folder of its bucket"},
+        {"update nodes set parent = id where name = 'd'",
+         "a file or folder named d is below itself"},
+        {"update nodes set parent = (select id from nodes where name = 'd') where parent = 0",
+         "is below itself"},
+        {"update nodes set bucket = 7 where name = 'f'",
+         "/d/f in the bucket main of main is in no folder of its bucket"},
+        {"update buckets set seq = 1", "/d/f in the bucket main of main is newer than its bucket"},
+        {"update nodes set size = 5 where name = 'f'",
+         "/d/f in the bucket main of main has no"
+         " current content, or has another size"},
+        {"delete from versions", "has no current content"},
+        {"delete from nodes where name = 'f'", "that is missing has a version, but is no file"},
+        {"update chunks set data = x'00' where id = 1",
+         "/d/f in the bucket main of main, version 1, the current one: 337856 of 600000 bytes"},
+        {"update chunks set data = zeroblob(length(data)) where id = 2",
+         "/d/f in the bucket main of main, version 1, the current one: 337856 of 600000 bytes"},
+        {"update extents set idx = 7 where idx = 2",
+         "/d/f in the bucket main of main, version 1, the current one: 524288 of 600000 bytes"},
+        {"delete from extents where idx = 0", "bytes that no content uses"},
+        {"delete from versions; delete from handles",
+         "a content of 600000 bytes that nothing uses and no cleaning would find"},
+        {"update buckets set used = used + 1", "the bucket main counts its bytes in use wrong"},
+        {"update extents set size = 1 where idx = 0", "337856 of 600000 bytes"},
+        {"update handles set base = 999", "/d/f in the bucket main of main is open without"},
+        {"update grants set grantee = 999", "/d in the bucket main of main has a grant to"},
+        {"update invitations set inviter = 999", "the inviter is missing"},
+        {"delete from grants", "/d in the bucket main of main has an accepted invitation without"},
+        {"update nodes set shared = 0", "/d in the bucket main of main is marked wrong"},
+        {"update policies set node = 999", "has a policy, but is missing"},
         {"insert into vacated select parent, name, 1, 1, 1, 0 from nodes where name = 'f'",
-         "places left by a node but taken"},
+         "the place f was left by a file or folder but is taken"},
     };
     for (const auto& [sql, damage] : cases) {
         const TemporaryFolder folder;
@@ -238,6 +283,44 @@ TEST(StoreFileTest, VerifyReportsPagesThatCannotBeRead) {
         .write(std::string(pageSize, '!').data(), pageSize);
     const auto store = Store::open(folder.url());
     EXPECT_NE(store->verify(), std::vector<std::string>());
+}
+
+/// Ends the process with 0 when a store below a read-only mount was read, and only read.
+[[noreturn]] void readFromReadOnlyMount(const std::string& mountPoint, const std::string& url,
+                                        const std::string& token) {
+    if (!enterOwnMounts() ||
+        ::mount(mountPoint.c_str(), mountPoint.c_str(), nullptr, MS_BIND, nullptr) != 0 ||
+        ::mount(nullptr, mountPoint.c_str(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr)) {
+        ::_exit(cannotMount);
+    }
+    bool good = false;
+    {
+        const auto store = Store::open(url);
+        const Account account(*store, token);
+        good = account.get(u"/f") == "content" && store->verify().empty() &&
+               causeOf([&] { account.put(u"/f", ""); }).starts_with("the store is read-only");
+    }
+    ::_exit(good ? 0 : 2);
+}
+
+TEST(StoreFileTest, AStoreOnAReadOnlyMountIsServedForReading) {
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    const TemporaryFolder folder;
+    std::string token;
+    {
+        const auto store = Store::open(folder.url());
+        token = store->createUser({.name = u"main"});
+        Account(*store, token).put(u"/f", "content");
+    }
+    bool mounted = true;
+    const auto succeeded = [&](int status) {
+        mounted = !testing::ExitedWithCode(cannotMount)(status);
+        return !mounted || testing::ExitedWithCode(0)(status);
+    };
+    EXPECT_EXIT(readFromReadOnlyMount(folder.file(""), folder.url(), token), succeeded, "");
+    if (!mounted) {
+        GTEST_SKIP() << "this system lets tests mount nothing";
+    }
 }
 
 }  // namespace

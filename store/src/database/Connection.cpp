@@ -1,23 +1,14 @@
 #include "database/Connection.h"
 
-#include <chrono>
 #include <thread>
 
 namespace storage::kvxstore::database {
-
-namespace {
-
-using namespace std::chrono_literals;
-
-constexpr auto patience = 10s;
-
-}  // namespace
 
 void throwDamaged(const std::string& damage) {
     throw DatabaseError(StoreErrorCode::DAMAGED, "the store is damaged: " + damage);
 }
 
-void retryWhileBusy(const std::function<void()>& action) {
+void retryWhileBusy(std::chrono::milliseconds patience, const std::function<void()>& action) {
     const auto deadline = std::chrono::steady_clock::now() + patience;
     for (;;) {
         try {
@@ -28,7 +19,7 @@ void retryWhileBusy(const std::function<void()>& action) {
                 throw;
             }
         }
-        std::this_thread::sleep_for(1ms);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }
 
@@ -40,8 +31,15 @@ std::int64_t Connection::number(std::string_view sql, std::initializer_list<Valu
     return row->integer(0);
 }
 
-Transaction::Transaction(Connection& connection, Access access) : connection_(connection) {
-    retryWhileBusy([&] { connection_.begin(access); });
+void Connection::requireWritable() const {
+    if (isReadOnly()) {
+        throw DatabaseError(StoreErrorCode::NOT_WRITABLE, notWritable);
+    }
+}
+
+Transaction::Transaction(Connection& connection, Access access, std::chrono::milliseconds patience)
+    : connection_(connection) {
+    retryWhileBusy(patience, [&] { connection_.begin(access); });
 }
 
 Transaction::~Transaction() {

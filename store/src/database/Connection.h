@@ -1,6 +1,7 @@
 #pragma once
 
 #include <any>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -22,6 +23,10 @@ class DatabaseError : public StoreError {
 public:
     using StoreError::StoreError;
 };
+
+/// What is said where a store that is only read has to be written.
+constexpr const char* notWritable =
+    "the store is read-only: its file, its folder or the file system may not be written";
 
 /// Throws a DatabaseError with DAMAGED; `damage` says what does not fit together.
 [[noreturn]] void throwDamaged(const std::string& damage);
@@ -96,6 +101,15 @@ public:
     virtual void readChunk(std::int64_t chunk, std::size_t offset, char* into,
                            std::size_t size) = 0;
 
+    /// Whether only what is kept in memory can change: sessions, handles and download locations.
+    virtual bool isReadOnly() const = 0;
+    /// Throws a DatabaseError with NOT_WRITABLE if isReadOnly().
+    void requireWritable() const;
+
+    /// Copies the database, as the transaction sees it, into an empty file.
+    /// REQUIRES: a transaction.
+    virtual void copyInto(const std::string& path) = 0;
+
     virtual void begin(Access access) = 0;
     virtual void commit() = 0;
     virtual void rollback() noexcept = 0;
@@ -110,6 +124,8 @@ public:
     virtual DataVersion version() const = 0;
     /// Whether the latest begin() waited for a lock of another program.
     virtual bool hadToWait() const = 0;
+    /// How long a transaction waits for a lock of another program.
+    virtual std::chrono::milliseconds lockPatience() const = 0;
 
     // What the database does for the disk under it, where it is in charge of that.
 
@@ -144,13 +160,16 @@ private:
 /// connections.
 using Connector = std::function<std::unique_ptr<Connection>()>;
 
-/// Runs the action, and runs it again for up to ten seconds while it fails with IN_USE.
-void retryWhileBusy(const std::function<void()>& action);
+/// Runs the action, and runs it again for so long while it fails with IN_USE.
+void retryWhileBusy(std::chrono::milliseconds patience, const std::function<void()>& action);
 
-/// Rolls back unless committed. The constructor retries while another program holds the lock.
+/// Rolls back unless committed. The constructor retries while another program holds the lock, for
+/// the connection's patience unless another is given.
 class Transaction {
 public:
-    Transaction(Connection& connection, Access access);
+    Transaction(Connection& connection, Access access)
+        : Transaction(connection, access, connection.lockPatience()) {}
+    Transaction(Connection& connection, Access access, std::chrono::milliseconds patience);
     ~Transaction();
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;

@@ -31,12 +31,12 @@ std::optional<std::string> filePath(const std::string& url) {
     return path;
 }
 
-Connector open(const std::string& url, CreateMode mode) {
+Connector open(const std::string& url, CreateMode mode, std::chrono::milliseconds lockPatience) {
     const std::optional<std::string> path = filePath(url);
     if (!path && mode == CreateMode::MUST_EXIST) {
         throw StoreError(StoreErrorCode::NOT_FOUND, "a store in memory is always new");
     }
-    return path ? openSqliteFile(*path, url, mode) : openSqliteMemory(url);
+    return path ? openSqliteFile(*path, url, mode, lockPatience) : openSqliteMemory(url);
 }
 
 }  // namespace storage::kvxstore::database

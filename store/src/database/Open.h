@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 
@@ -13,7 +14,8 @@ namespace storage::kvxstore::database {
 std::optional<std::string> filePath(const std::string& url);
 
 /// Opens the store that a URL names, or makes it as the mode allows. A failure throws a StoreError
-/// or DatabaseError and changes nothing that was there.
-Connector open(const std::string& url, CreateMode mode);
+/// or DatabaseError and changes nothing that was there. The connections wait for locks of other
+/// programs as long as the patience says.
+Connector open(const std::string& url, CreateMode mode, std::chrono::milliseconds lockPatience);
 
 }  // namespace storage::kvxstore::database

@@ -72,6 +72,9 @@ void forgetExpired(Connection& database, std::int64_t now) {
 bool clean(Connection& database, std::int64_t instance, std::int64_t now) {
     closeLostHandles(database, instance, now);
     forgetExpired(database, now);
+    if (database.isReadOnly()) {
+        return false;
+    }
     bool more = purgeTrash(database);
     for (std::int64_t left = workAtOnce; left > 0;) {
         const std::int64_t work = collectGarbage(database);

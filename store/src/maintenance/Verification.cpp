@@ -1,160 +1,161 @@
 #include "maintenance/Verification.h"
 
 #include <algorithm>
+#include <unordered_set>
+#include <vector>
 
-#include "core/Checksum.h"
+#include "maintenance/ContentVerification.h"
+#include "namespace/Node.h"
 
 namespace storage::kvxstore {
 
 namespace {
 
-/// A query for the ids of what is damaged in one way.
+/// A query for what is damaged in one way: the number of a file or folder, or 0 and the words for
+/// something else.
 struct Check {
     std::string_view damage;
     std::string_view sql;
 };
 
 constexpr Check checks[] = {
-    {"buckets without an owner or a root",
-     "select id from buckets b where not exists(select 1 from users u where u.id = b.owner)"
+    {"has no owner or no root folder",
+     "select 0, 'the bucket ' || name from buckets b"
+     " where not exists(select 1 from users u where u.id = b.owner)"
      " or not exists(select 1 from nodes n where n.id = b.root and n.bucket = b.id"
      " and n.parent = 0 and n.kind = 0)"},
-    {"files or folders outside of every tree",
-     "with recursive tree(id, kind) as (select id, kind from nodes where parent = -bucket"
-     " or id in (select root from buckets)"
-     " union all select n.id, n.kind from nodes n join tree t on n.parent = t.id and t.kind = 0)"
-     " select id from nodes where id not in (select id from tree)"},
-    {"files or folders in another bucket than their parent",
-     "select n.id from nodes n join nodes p on p.id = n.parent where n.bucket <> p.bucket"},
-    {"files or folders newer than their bucket",
-     "select n.id from nodes n join buckets b on b.id = n.bucket where n.seq > b.seq"},
-    {"files without their current content, or of another size",
-     "select n.id from nodes n left join versions v on v.node = n.id and v.label = n.label"
+    {"is in no folder of its bucket",
+     "select n.id, '' from nodes n left join nodes p on p.id = n.parent where n.parent > 0"
+     " and (p.id is null or p.kind <> 0 or p.bucket <> n.bucket)"
+     " union all select n.id, '' from nodes n left join buckets b on b.id = n.bucket"
+     " where n.parent = 0 and (b.root is null or b.root <> n.id)"
+     " union all select n.id, '' from nodes n where n.parent < 0 and n.parent <> -n.bucket"},
+    {"is newer than its bucket",
+     "select n.id, '' from nodes n join buckets b on b.id = n.bucket where n.seq > b.seq"},
+    {"has no current content, or has another size",
+     "select n.id, '' from nodes n left join versions v on v.node = n.id and v.label = n.label"
      " left join contents c on c.id = v.content"
      " where n.kind = 1 and (c.size is null or c.size <> n.size)"},
-    {"versions without a file or a content",
-     "select v.node from versions v where not exists(select 1 from nodes n where n.id = v.node"
-     " and n.kind = 1) or not exists(select 1 from contents c where c.id = v.content)"},
-    {"contents whose parts do not make up their size",
-     "select c.id from contents c left join extents e on e.content = c.id"
-     " left join chunks k on k.id = e.chunk"
-     " where c.id not in (select content from garbage) group by c.id"
-     " having c.stored <> coalesce(sum(e.size), 0)"
-     " or max(coalesce(e.size <> length(k.data), e.idx is not null))"
-     " or coalesce(max(e.idx * 262144 + e.size), 0) > c.size"},
-    {"contents that nothing uses and no cleaning would find",
-     "select c.id from contents c where not exists(select 1 from versions where content = c.id)"
+    {"has a version, but is no file",
+     "select v.node, '' from versions v left join nodes n on n.id = v.node"
+     " where n.id is null or n.kind <> 1"},
+    {"that nothing uses and no cleaning would find",
+     "select 0, 'a content of ' || c.size || ' bytes' from contents c"
+     " where not exists(select 1 from versions where content = c.id)"
      " and not exists(select 1 from downloads where content = c.id)"
-     " and not exists(select 1 from handles where base = c.id or work = c.id)"
+     " and not exists(select 1 from handles where base = c.id)"
+     " and not exists(select 1 from handles where work = c.id)"
      " and not exists(select 1 from garbage where content = c.id)"},
-    {"parts without a content",
-     "select id from chunks where id not in (select chunk from extents)"},
-    {"buckets whose bytes in use are counted wrong",
-     "select b.id from buckets b where b.used <> (select coalesce(sum(c.size), 0) from nodes n"
+    {"counts its bytes in use wrong",
+     "select 0, 'the bucket ' || b.name from buckets b where b.used <>"
+     " (select coalesce(sum(c.size), 0) from nodes n"
      " join versions v on v.node = n.id join contents c on c.id = v.content"
      " where n.bucket = b.id) + (select coalesce(sum(c.stored), 0) from handles h"
      " join contents c on c.id = h.work where h.bucket = b.id)"},
-    {"open handles without their content",
-     "select rowid from (select row_number() over () as rowid, base, work from handles) h"
+    {"is open without its content",
+     "select h.node, '' from handles h"
      " where (h.base = 0 and h.work = 0)"
      " or (h.base <> 0 and not exists(select 1 from contents where id = h.base))"
      " or (h.work <> 0 and not exists(select 1 from contents where id = h.work))"},
-    {"grants without a file, folder or user",
-     "select id from grants g where not exists(select 1 from nodes where id = g.node)"
+    {"has a grant to a user or by an invitation that is missing",
+     "select g.node, '' from grants g where not exists(select 1 from nodes where id = g.node)"
      " or (g.grantee <> 0 and not exists(select 1 from users where id = g.grantee))"
      " or (g.invitation <> '' and not exists(select 1 from invitations i where i.id = g.invitation"
      " and i.node = g.node and i.recipient = g.grantee and i.status = 1))"},
-    {"invitations to no folder, or by no user",
-     "select node from invitations i where not exists(select 1 from nodes where id = i.node"
+    {"has an invitation, but is no folder, or the inviter is missing",
+     "select i.node, '' from invitations i where not exists(select 1 from nodes where id = i.node"
      " and kind = 0) or not exists(select 1 from users where id = i.inviter)"},
-    {"accepted invitations without their right",
-     "select node from invitations i where i.status = 1"
+    {"has an accepted invitation without its right",
+     "select i.node, '' from invitations i where i.status = 1"
      " and not exists(select 1 from grants where invitation = i.id and level = i.level)"},
-    {"files or folders marked wrong as to being shared",
-     "select id from nodes n where n.shared <> (exists(select 1 from grants where node = n.id)"
+    {"is marked wrong as to being shared",
+     "select id, '' from nodes n where n.shared <> (exists(select 1 from grants where node = n.id)"
      " or exists(select 1 from invitations where node = n.id))"},
-    {"policies of no file or folder",
-     "select node from policies where node not in (select id from nodes)"},
-    {"places left by a node but taken, or in no folder",
-     "select v.parent from vacated v left join nodes p on p.id = v.parent"
+    {"has a policy, but is missing",
+     "select p.node, '' from policies p"
+     " where not exists(select 1 from nodes n where n.id = p.node)"},
+    {"was left by a file or folder but is taken, or is in no folder",
+     "select 0, 'the place ' || v.name from vacated v left join nodes p on p.id = v.parent"
      " where p.id is null or p.bucket <> v.bucket"
      " or exists(select 1 from nodes n where n.parent = v.parent and n.name = v.name)"},
 };
 
-/// One kind of damage: how many rows have it, and the ids of the first few.
-class Damage {
-public:
-    explicit Damage(std::string_view kind) : kind_(kind) {}
-
-    void add(std::int64_t id) {
-        if (++count_ <= 5) {
-            ids_ += ' ' + std::to_string(id);
+void run(const Check& check, const Context& context, Damages& damages) {
+    const std::string damage(check.damage);
+    const auto rows = context.database.query(check.sql);
+    while (rows->next()) {
+        if (rows->integer(0) == 0) {
+            damages.add(rows->text(1) + ' ' + damage);
+        } else {
+            damages.addNode(rows->integer(0), damage);
         }
     }
+}
 
-    void tell(std::vector<std::string>& found) const {
-        if (count_ > 0) {
-            found.push_back(std::to_string(count_) + ' ' + kind_ + " (ids" + ids_ +
-                            (count_ > 5 ? " ...)" : ")"));
-        }
-    }
-
-private:
-    std::string kind_;
-    std::int64_t count_ = 0;
-    std::string ids_;
-};
-
-void checkTables(database::Connection& database, std::vector<std::string>& found) {
+void checkTables(database::Connection& database, Damages& damages) {
     const auto integrity = database.query("pragma integrity_check");
     while (integrity->next()) {
         std::string sentence = integrity->text(0);
         if (sentence != "ok") {
             std::replace(sentence.begin(), sentence.end(), '\n', ' ');
-            found.push_back("the database file is damaged: " + sentence);
+            damages.add("the database file is damaged: " + sentence);
         }
     }
 }
 
-void checkContents(database::Connection& database, std::vector<std::string>& found) {
-    Damage damage("parts of contents whose bytes were changed");
-    const auto chunks = database.query("select id, checksum, data from chunks");
-    while (chunks->next()) {
-        if (checksumOf(chunks->bytes(2)) != chunks->integer(1)) {
-            damage.add(chunks->integer(0));
+/// Finds the folders that are below themselves. Every other one leads up to a root, which the
+/// checks of single rows see to.
+class Circles {
+public:
+    Circles(const Context& context, Damages& damages) : context_(context), damages_(damages) {}
+
+    void tell() {
+        const auto folders =
+            context_.database.query("select id from nodes where kind = 0 and parent > 0");
+        while (folders->next()) {
+            if (!endsAtARoot(folders->integer(0))) {
+                damages_.addNode(folders->integer(0), "is below itself, or too deep");
+            }
         }
     }
-    damage.tell(found);
-}
 
-void run(const Check& check, database::Connection& database, std::vector<std::string>& found) {
-    Damage damage(check.damage);
-    const auto rows = database.query(check.sql);
-    while (rows->next()) {
-        damage.add(rows->integer(0));
+private:
+    static constexpr std::size_t mostKnown = 100'000;
+    static constexpr std::size_t deepest = 4'096;
+
+    bool endsAtARoot(std::int64_t folder) {
+        std::vector<std::int64_t> upwards;
+        while (folder > 0 && !known_.contains(folder)) {
+            if (upwards.size() == deepest) {
+                return false;
+            }
+            upwards.push_back(folder);
+            const auto row =
+                context_.database.query("select parent from nodes where id = $1", {folder});
+            folder = row->next() ? row->integer(0) : 0;
+        }
+        if (known_.size() > mostKnown) {
+            known_.clear();
+        }
+        known_.insert(upwards.begin(), upwards.end());
+        return true;
     }
-    damage.tell(found);
-}
+
+    const Context& context_;
+    Damages& damages_;
+    std::unordered_set<std::int64_t> known_;
+};
 
 }  // namespace
 
-std::vector<std::string> verify(database::Connection& database) {
-    std::vector<std::string> found;
-    try {
-        checkTables(database, found);
-        checkContents(database, found);
-        for (const Check& check : checks) {
-            run(check, database, found);
-        }
-    } catch (const database::DatabaseError& error) {
-        // A damaged file may not even be readable to the end.
-        const auto code = error.code();
-        if (code != StoreErrorCode::DAMAGED && code != StoreErrorCode::OTHER) {
-            throw;
-        }
-        found.emplace_back(error.what());
+void verify(const Context& context, const Damages::Tell& tell) {
+    Damages damages(context, tell);
+    damages.guard([&] { checkTables(context.database, damages); });
+    verifyContents(context, damages);
+    for (const Check& check : checks) {
+        damages.guard([&] { run(check, context, damages); });
     }
-    return found;
+    damages.guard([&] { Circles(context, damages).tell(); });
 }
 
 }  // namespace storage::kvxstore

@@ -1,13 +1,10 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
-#include "database/Connection.h"
+#include "maintenance/Damages.h"
 
 namespace storage::kvxstore {
 
-/// Checks everything and returns a sentence for each kind of damage found.
-std::vector<std::string> verify(database::Connection& database);
+/// Checks everything and tells each damage, in bounded memory.
+void verify(const Context& context, const Damages::Tell& tell);
 
 }  // namespace storage::kvxstore

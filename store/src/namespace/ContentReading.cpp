@@ -42,7 +42,7 @@ public:
           checksum_(beginChecksum(content.size)) {}
 
     void read(const Extent& extent) {
-        const std::int64_t start = extent.idx * chunkSize;
+        const std::int64_t start = std::max<std::int64_t>(extent.idx, -1) * chunkSize;
         if (!follows(extent, start)) {
             damaged("a part of it is missing");
         }
@@ -78,14 +78,14 @@ private:
 
     bool follows(const Extent& extent, std::int64_t start) const {
         if (extent.chunk == 0) {
-            return (begun_ ? start == covered_ : start <= covered_) && extent.size > 0 &&
-                   extent.size <= content_.size / chunkSize + 1;
+            return (begun_ ? start == covered_ : start <= covered_) && start >= 0 &&
+                   extent.size > 0 && extent.size <= content_.size / chunkSize + 1;
         }
         return mayHaveHoles() ? start >= covered_ : start == covered_;
     }
 
     void pass(const Extent& extent, std::int64_t start) {
-        if (extent.size <= 0 || extent.size > chunkSize || start + extent.size > content_.size) {
+        if (extent.size <= 0 || start + extent.size > content_.size) {
             damaged("a part of it has a wrong size");
         }
         const std::int64_t to = std::min(end_ - start, extent.size);
@@ -192,6 +192,9 @@ void readRange(const Context& context, const Content& content, std::int64_t offs
 
 std::string_view readChunk(const Context& context, const Extent& extent, std::int64_t from,
                            std::int64_t to, std::string& buffer) {
+    if (extent.size <= 0 || extent.size > chunkSize) {
+        throw database::DatabaseError(StoreErrorCode::DAMAGED, "a part of it has a wrong size");
+    }
     const bool hasBlocks = !extent.checksums.empty();
     const std::int64_t begin = hasBlocks ? from - from % blockSize : 0;
     const std::int64_t end =

@@ -231,4 +231,28 @@ void sealContent(const Context& context, Content& content) {
                              {content.id, content.stored, content.checksum});
 }
 
+bool haveSameBytes(const Context& context, const Content& a, const Content& b) {
+    if (a.checksum == 0 || a.checksum != b.checksum || a.size != b.size) {
+        return false;
+    }
+    // Equal checksums mean equal holes, too.
+    const auto pairs = context.database.query(
+        "select a.idx, a.size, a.checksums, a.chunk, b.chunk from extents a"
+        " join extents b on b.content = $2 and b.idx = a.idx"
+        " where a.content = $1 and a.chunk <> b.chunk order by a.idx",
+        {a.id, b.id});
+    std::string first;
+    std::string second;
+    while (pairs->next()) {
+        Extent extent{pairs->integer(0), pairs->integer(3), pairs->integer(1), pairs->bytes(2)};
+        readChunk(context, extent, 0, extent.size, first);
+        extent.chunk = pairs->integer(4);
+        readChunk(context, extent, 0, extent.size, second);
+        if (first != second) {
+            return false;
+        }
+    }
+    return true;
+}
+
 }  // namespace storage::kvxstore

@@ -65,4 +65,8 @@ void writeRange(const Context& context, Content& content, std::int64_t offset,
 /// a checksum unless some of those chunks have none.
 void sealContent(const Context& context, Content& content);
 
+/// Whether two contents consist of the same bytes, as far as both have checksums. Throws DAMAGED as
+/// a read does.
+bool haveSameBytes(const Context& context, const Content& a, const Content& b);
+
 }  // namespace storage::kvxstore

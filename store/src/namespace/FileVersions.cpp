@@ -1,6 +1,7 @@
 #include "namespace/FileVersions.h"
 
 #include <cstdlib>
+#include <utility>
 
 #include "namespace/ContentReading.h"
 #include "namespace/Policies.h"
@@ -74,6 +75,23 @@ Content findVersion(const Context& context, const Node& file, const std::string&
         throwDamagedContent(context, content, "the file is said to have another size");
     }
     return content;
+}
+
+std::optional<Content> findSameContent(const Context& context, const ResolvedPath& path,
+                                       std::int64_t size,
+                                       const std::function<bool(const Content&)>& isSame) {
+    if (!path.exists() || path.node().kind != Kind::FILE || path.node().size != size) {
+        return std::nullopt;
+    }
+    try {
+        Content current = findVersion(context, path.node(), {}, path.node().label);
+        return isSame(current) ? std::optional(std::move(current)) : std::nullopt;
+    } catch (const database::DatabaseError& error) {
+        if (error.code() != StoreErrorCode::DAMAGED) {
+            throw;
+        }
+        return std::nullopt;
+    }
 }
 
 Node revise(const Context& context, const ResolvedPath& path, std::int64_t size,

@@ -1,5 +1,7 @@
 #include "namespace/Node.h"
 
+#include "core/Text.h"
+
 namespace storage::kvxstore {
 
 namespace {
@@ -34,6 +36,24 @@ std::optional<Node> findChild(const Context& context, std::int64_t folder,
 
 database::Rows selectChildren(const Context& context, std::int64_t folder) {
     return context.database.query(selectNodesByParent, {folder});
+}
+
+std::vector<Node> climb(const Context& context, std::int64_t id,
+                        const std::function<bool(std::int64_t)>& isKnown) {
+    constexpr std::size_t mostLevels = longestPath / 2;
+    std::vector<Node> upwards;
+    while (id > 0 && !isKnown(id)) {
+        std::optional<Node> step = findNode(context, id);
+        if (!step) {
+            break;
+        }
+        if (upwards.size() > mostLevels) {
+            database::throwDamaged("the folder \"" + step->name + "\" lies below itself");
+        }
+        id = step->parent;
+        upwards.push_back(*std::move(step));
+    }
+    return upwards;
 }
 
 Node readNode(const database::Statement& row) {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "core/Context.h"
 #include "storage/kvxclient/Enumerations.h"
@@ -41,6 +43,12 @@ struct Node {
 
 std::optional<Node> findNode(const Context& context, std::int64_t id);
 std::optional<Node> findChild(const Context& context, std::int64_t folder, const std::string& name);
+
+/// The node and those that it lies in, up to the root, the trash, one that is missing or one that
+/// is known. Throws DAMAGED when a folder lies below itself.
+std::vector<Node> climb(
+    const Context& context, std::int64_t id,
+    const std::function<bool(std::int64_t)>& isKnown = [](std::int64_t) { return false; });
 
 /// Selects the children of a folder by name, for readNode().
 database::Rows selectChildren(const Context& context, std::int64_t folder);

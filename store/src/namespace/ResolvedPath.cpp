@@ -57,6 +57,11 @@ ResolvedPath rootOf(const Context& context, std::int64_t user, const std::string
     if (!root) {
         database::throwDamaged("a bucket has no root");
     }
+    // Every node has one parent, so nothing below a root that has none lies below itself.
+    if (root->parent != rootParent) {
+        database::throwDamaged("the root of the bucket \"" + path.bucket.name +
+                               "\" lies in another folder");
+    }
     append(context, path, *std::move(root));
     return path;
 }
@@ -162,19 +167,10 @@ void descend(const Context& context, ResolvedPath& path, const std::string& name
 }
 
 ResolvedPath resolveNode(const Context& context, std::int64_t user, std::int64_t node) {
-    std::vector<Node> upwards;
-    while (node > 0) {
-        std::optional<Node> step = findNode(context, node);
-        // No path is that deep: the parents of a damaged store form a circle.
-        if (!step || upwards.size() > longestPath) {
-            return {};
-        }
-        node = step->parent;
-        upwards.push_back(*std::move(step));
-    }
+    std::vector<Node> upwards = climb(context, node);
     ResolvedPath path;
     path.user = user;
-    if (node != rootParent || upwards.empty() ||
+    if (upwards.empty() || upwards.back().parent != rootParent ||
         !readBucket(context.database.query(selectBucketById, {upwards.back().bucket}),
                     path.bucket)) {
         return {};

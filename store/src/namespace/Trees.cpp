@@ -1,9 +1,10 @@
 #include "namespace/Trees.h"
 
+#include <queue>
 #include <utility>
-#include <vector>
 
 #include "core/Text.h"
+#include "namespace/BulkInsert.h"
 #include "namespace/Deletion.h"
 #include "namespace/FileVersions.h"
 #include "namespace/Usage.h"
@@ -19,24 +20,30 @@ const std::string belowNode =
     "with recursive tree(id) as (select cast($1 as bigint)"
     " union all select n.id from nodes n join tree t on n.parent = t.id) ";
 
-/// The bytes of the files in a tree, of all versions or of the current ones.
-std::int64_t sizeOfTree(const Context& context, const Node& node, bool allVersions) {
-    static const std::string ofAll =
+/// The bytes of all versions of the files in a tree.
+std::int64_t sizeOfVersions(const Context& context, const Node& node) {
+    return context.database.number(
         belowNode +
-        "select coalesce(cast(sum(c.size) as bigint), 0) from tree t"
-        " join versions v on v.node = t.id join contents c on c.id = v.content";
-    constexpr std::string_view ofCurrent =
-        "with recursive tree(id, size) as (select id, size from nodes where id = $1"
-        " union all select n.id, n.size from nodes n join tree t on n.parent = t.id)"
-        " select cast(sum(size) as bigint) from tree";
-    return context.database.number(allVersions ? std::string_view(ofAll) : ofCurrent, {node.id});
+            "select coalesce(cast(sum(c.size) as bigint), 0) from tree t"
+            " join versions v on v.node = t.id join contents c on c.id = v.content",
+        {node.id});
+}
+
+/// The bytes of the files below a folder.
+std::int64_t sizeBelow(const Context& context, const Node& folder) {
+    return context.database.number(
+        "with recursive folders(id) as (select cast($1 as bigint)"
+        " union all select n.id from nodes n join folders f on n.parent = f.id where n.kind = 0)"
+        " select coalesce(cast(sum(n.size) as bigint), 0) from folders f"
+        " join nodes n on n.parent = f.id",
+        {folder.id});
 }
 
 /// Counts a tree in another bucket, and returns the change of that bucket.
 std::int64_t changeBucket(const Context& context, const ResolvedPath& source,
                           const BucketRow& target) {
     const Node& node = source.node();
-    const std::int64_t size = sizeOfTree(context, node, true);
+    const std::int64_t size = sizeOfVersions(context, node);
     vacate(context, node, advance(context, node.bucket, -size));
     const std::int64_t seq = advance(context, target.id, size);
     const auto run = [&](const std::string& sql, std::initializer_list<database::Value> values) {
@@ -83,37 +90,50 @@ void clearTarget(const Context& context, const ResolvedPath& target) {
     }
 }
 
-/// Copies the children of a folder into a new folder.
-void copyChildren(const Context& context, std::int64_t source, const Node& target) {
-    context.database.execute(
-        "insert into nodes(bucket, parent, name, kind, seq, size, label, created, modified,"
-        " client_modified) select $1, $2, name, kind, $3, size, kind, $4, $4, client_modified"
-        " from nodes where parent = $5",
-        {target.bucket, target.id, target.seq, target.created, source});
-    context.database.execute(
-        "insert into versions(node, label, content, content_type, created, checksum)"
-        " select n.id, n.label, v.content, v.content_type, n.created, v.checksum from nodes n"
-        " join nodes o on o.parent = $2 and o.name = n.name"
-        " join versions v on v.node = o.id and v.label = o.label where n.parent = $1",
-        {target.id, source});
-}
-
-void copyBelow(const Context& context, const Node& source, const Node& target) {
-    std::vector<std::pair<std::int64_t, std::int64_t>> pending{{source.id, target.id}};
-    while (!pending.empty()) {
-        const auto [from, to] = pending.back();
-        pending.pop_back();
-        Node folder = target;
-        folder.id = to;
-        copyChildren(context, from, folder);
-        const auto folders = context.database.query(
-            "select o.id, n.id from nodes n join nodes o on o.parent = $2 and o.name = n.name"
-            " where n.parent = $1 and n.kind = 0",
-            {to, from});
-        while (folders->next()) {
-            pending.emplace_back(folders->integer(0), folders->integer(1));
+/// Copies all below a folder into its copy, which is the newest node, so that the ids after its own
+/// are free.
+void copyBelow(const Context& context, const Node& source, const Node& copy, std::size_t length) {
+    struct Folder {
+        std::int64_t source;
+        std::int64_t copy;
+        std::size_t length;
+    };
+    BulkInsert<11> nodes(context.database,
+                         "nodes(id, bucket, parent, name, kind, seq, size, label, created,"
+                         " modified, client_modified)");
+    BulkInsert<6> versions(context.database,
+                           "versions(node, label, content, content_type, created, checksum)");
+    std::int64_t newest = copy.id;
+    std::queue<Folder> pending;
+    for (pending.push({source.id, copy.id, length}); !pending.empty(); pending.pop()) {
+        const Folder folder = pending.front();
+        const auto rows = context.database.query(
+            "select n.id, n.name, n.kind, n.size, n.client_modified, v.content, v.content_type,"
+            " v.checksum from nodes n left join versions v on v.node = n.id and v.label = n.label"
+            " where n.parent = $1",
+            {folder.source});
+        while (rows->next()) {
+            const std::string_view name = rows->bytes(1);
+            const std::int64_t kind = rows->integer(2);
+            const std::int64_t label = Kind(kind) == Kind::FILE ? 1 : 0;
+            const std::size_t below = folder.length + 1 + toUtf16(name).size();
+            if (below > longestPath) {
+                refuse(ErrorCode::ILLEGAL_PATH);
+            }
+            nodes.add({++newest, copy.bucket, folder.copy, name, kind, copy.seq, rows->integer(3),
+                       label, copy.created, copy.created, rows->integer(4)});
+            if (Kind(kind) == Kind::FOLDER) {
+                pending.push({rows->integer(0), newest, below});
+            } else if (const std::int64_t content = rows->integer(5); content != 0) {
+                versions.add(
+                    {newest, label, content, rows->bytes(6), copy.created, rows->integer(7)});
+            } else {
+                database::throwDamaged("the file \"" + std::string(name) + "\" has no content");
+            }
         }
     }
+    nodes.finish();
+    versions.finish();
 }
 
 }  // namespace
@@ -137,15 +157,13 @@ void moveTree(const Context& context, const ResolvedPath& source, const Resolved
 }
 
 void copyTree(const Context& context, const Node& source, const ResolvedPath& target) {
-    if (source.kind == Kind::FOLDER) {
-        requireRoomBelow(context, source, target);
-    }
     clearTarget(context, target);
     Node node = source;
     node.bucket = target.bucket.id;
     node.parent = target.parent().id;
     node.name = target.name();
-    node.seq = advance(context, node.bucket, sizeOfTree(context, source, false));
+    node.seq = advance(context, node.bucket,
+                       source.kind == Kind::FILE ? source.size : sizeBelow(context, source));
     node.created = node.modified = context.now();
     if (node.kind == Kind::FILE) {
         node.label = 1;
@@ -153,7 +171,7 @@ void copyTree(const Context& context, const Node& source, const ResolvedPath& ta
         addVersion(context, node, findVersion(context, source, {}, source.label));
     } else {
         insertNode(context, node);
-        copyBelow(context, source, node);
+        copyBelow(context, source, node, pathLength(target));
     }
 }
 

@@ -142,4 +142,8 @@ Statistics countAll(const Context& context) {
             count(5), count(6), count(7), count(8), count(9)};
 }
 
+void forgetIdentity(const Context& context) {
+    context.database.execute("update identity set id = ''");
+}
+
 }  // namespace storage::kvxstore::operations

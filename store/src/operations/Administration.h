@@ -19,4 +19,8 @@ void createBucket(const Context& context, const std::u16string& name, const std:
 std::vector<Bucket> listBuckets(const Context& context);
 Statistics countAll(const Context& context);
 
+/// Makes the next opening for writing give the store a new identity, so that it accepts no
+/// watermark that was given out before.
+void forgetIdentity(const Context& context);
+
 }  // namespace storage::kvxstore::operations

@@ -2,14 +2,16 @@
 
 #include <algorithm>
 #include <charconv>
+#include <functional>
 #include <map>
 #include <set>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "core/Text.h"
 #include "namespace/Caller.h"
-#include "namespace/Node.h"
+#include "namespace/ResolvedPath.h"
 
 namespace storage::kvxstore::operations {
 
@@ -43,15 +45,29 @@ public:
         std::erase_if(changes_, [&](const auto& entry) { return !buckets.contains(entry.first); });
     }
 
+    /// The text before and after the change of one bucket.
+    std::pair<std::string, std::string> textAround(std::int64_t bucket) const {
+        std::string before = store_;
+        std::string after;
+        for (const auto& [other, change] : changes_) {
+            if (other != bucket) {
+                (other < bucket ? before : after) += textOf(other) + std::to_string(change);
+            }
+        }
+        return {before + textOf(bucket), after};
+    }
+
     std::string text() const {
         std::string text = store_;
         for (const auto& [bucket, change] : changes_) {
-            text += '-' + std::to_string(bucket) + '.' + std::to_string(change);
+            text += textOf(bucket) + std::to_string(change);
         }
         return text;
     }
 
 private:
+    static std::string textOf(std::int64_t bucket) { return '-' + std::to_string(bucket) + '.'; }
+
     void read(std::string_view given) {
         std::string_view text = given;
         text.remove_prefix(std::min(text.size(), store_.size()));
@@ -88,24 +104,16 @@ struct VisibleBucket {
     std::int64_t seq = 0;
 };
 
-struct Change {
-    std::int64_t node = 0;
-    std::int64_t parent = 0;
-    std::string name;
-    Kind kind = Kind::FOLDER;
-    std::int64_t seq = 0;
+struct Place {
+    bool exists = false;
+    bool visible = false;
+    std::string path;
 };
 
-/// The paths of folders, and whether the user may see them. Looks up each folder once.
-class Folders {
+/// Finds the places of nodes in a bucket. Remembers those of folders, up to some mebibytes.
+class Places {
 public:
-    struct Folder {
-        bool exists = false;
-        bool visible = false;
-        std::string path;
-    };
-
-    Folders(const Context& context, std::int64_t user) : context_(context) {
+    Places(const Context& context, std::int64_t user) : context_(context) {
         const auto rows =
             context.database.query("select node from grants where grantee = $1", {user});
         while (rows->next()) {
@@ -113,37 +121,56 @@ public:
         }
     }
 
-    /// Finds the folder or file that has, or had, a name in a folder.
-    Folder within(const VisibleBucket& bucket, const Change& change) {
-        if (change.parent == rootParent) {
-            return {true, bucket.owned || granted_.contains(change.node), ""};
-        }
-        const Folder& parent = find(bucket, change.parent);
-        return {parent.exists, parent.visible || granted_.contains(change.node),
-                parent.exists ? parent.path + '/' + change.name : ""};
+    void enter(const VisibleBucket& bucket) {
+        top_ = {true, bucket.owned, ""};
+        forget();
     }
 
+    /// The place that a node has, or had, in its parent.
+    Place of(const Node& node) { return in(folder(node.parent), node); }
+
 private:
-    const Folder& find(const VisibleBucket& bucket, std::int64_t id) {
-        const auto found = folders_.find(id);
-        if (found != folders_.end()) {
-            return found->second;
+    static constexpr std::size_t mostRemembered = 16UL << 20U;
+
+    Place folder(std::int64_t id) {
+        const std::vector<Node> upwards =
+            climb(context_, id, [this](std::int64_t step) { return folders_.contains(step); });
+        Place place = recall(upwards.empty() ? id : upwards.back().parent);
+        for (auto step = upwards.rbegin(); step != upwards.rend(); ++step) {
+            place = in(place, *step);
+            remember(step->id, place);
         }
-        Change self;
-        {
-            const auto row =
-                context_.database.query("select parent, name from nodes where id = $1", {id});
-            if (id <= 0 || !row->next()) {
-                return folders_[id];
-            }
-            self = {id, row->integer(0), row->text(1)};
+        return place;
+    }
+
+    Place in(const Place& folder, const Node& node) const {
+        return {folder.exists, folder.visible || granted_.contains(node.id),
+                node.parent == rootParent ? "" : folder.path + '/' + node.name};
+    }
+
+    Place recall(std::int64_t folder) const {
+        const auto found = folders_.find(folder);
+        return found != folders_.end() ? found->second : folder == rootParent ? top_ : Place();
+    }
+
+    void remember(std::int64_t folder, const Place& place) {
+        remembered_ += sizeof(Place) + place.path.size();
+        if (remembered_ > mostRemembered) {
+            forget();
         }
-        return folders_[id] = within(bucket, self);
+        folders_.emplace(folder, place);
+    }
+
+    void forget() {
+        folders_.clear();
+        remembered_ = 0;
     }
 
     const Context& context_;
     std::set<std::int64_t> granted_;
-    std::unordered_map<std::int64_t, Folder> folders_;
+    Place top_;
+    std::unordered_map<std::int64_t, Place> folders_;
+    std::size_t remembered_ = 0;
 };
 
 std::vector<VisibleBucket> visibleBuckets(const Context& context, std::int64_t user) {
@@ -157,23 +184,97 @@ std::vector<VisibleBucket> visibleBuckets(const Context& context, std::int64_t u
     });
 }
 
-/// The changes of a bucket after a known one, visible to the user or not.
-std::vector<Change> changesAfter(const Context& context, std::int64_t user,
-                                 const VisibleBucket& bucket, std::int64_t known) {
-    const auto rows = context.database.query(
-        "with recursive fresh(id) as (select node from grants where grantee = $3 and seq > $2"
-        " union select n.id from nodes n join fresh f on n.parent = f.id)"
-        " select id, parent, name, kind, seq from nodes where bucket = $1 and seq > $2"
-        " union select id, parent, name, kind, seq from nodes"
-        " where bucket = $1 and id in (select id from fresh)"
-        " union select node, parent, name, kind, seq from vacated where bucket = $1 and seq > $2"
-        " order by seq",
-        {bucket.id, known, user});
-    return collect(rows, [](const auto& row) {
-        return Change{row.integer(0), row.integer(1), row.text(2), Kind(row.integer(3)),
-                      row.integer(4)};
-    });
-}
+const std::string countChanges = "select count(*), count(case when kind = 1 then 1 end) from ";
+
+// What is at or below the nodes that were shared with the user after a change, but has not changed
+// since. Sorts ids only, because they are many.
+const std::string newlyShared =
+    "with recursive shared(id) as (select g.node from grants g join nodes n on n.id = g.node"
+    " where g.grantee = $3 and g.seq > $2 and n.bucket = $1"
+    " union select n.id from nodes n join shared s on n.parent = s.id) ";
+const std::string stillShared = "nodes where id in (select id from shared) and seq <= $2";
+const std::string countNewlyShared = newlyShared + countChanges + stillShared;
+const std::string selectNewlyShared =
+    newlyShared + "select id from " + stillShared + " order by seq, id";
+
+// Both parts are read in the order of an index, and merged.
+const std::string sinceKnown =
+    "select id, parent, name, kind, seq from nodes where bucket = $1 and seq > $2"
+    " union all select node, parent, name, kind, seq from vacated where bucket = $1 and seq > $2";
+const std::string countChanged = countChanges + '(' + sinceKnown + ") c";
+const std::string selectChanged = sinceKnown + " order by seq, id, parent, name";
+
+/// Collects the changes that a user may see, in memory that is not much more than they take.
+class ChangeList {
+public:
+    ChangeList(const Context& context, std::int64_t user)
+        : context_(context), user_(user), places_(context, user) {}
+
+    /// Makes room for the changes of all buckets: a list that grows is in memory twice.
+    void makeRoom(const std::vector<VisibleBucket>& buckets, const Watermark& watermark) {
+        std::int64_t all = 0;
+        std::int64_t inFiles = 0;
+        const auto count = [&](const database::Rows& counts) {
+            counts->next();
+            all += counts->integer(0);
+            inFiles += counts->integer(1);
+        };
+        for (const VisibleBucket& bucket : buckets) {
+            const std::int64_t known = watermark.known(bucket.id);
+            count(context_.database.query(countChanged, {bucket.id, known}));
+            if (known > 0) {
+                count(context_.database.query(countNewlyShared, {bucket.id, known, user_}));
+            }
+        }
+        files.reserve(static_cast<std::size_t>(inFiles));
+        folders.reserve(static_cast<std::size_t>(all - inFiles));
+    }
+
+    /// Adds the changes of a bucket after the one that the watermark knows.
+    void add(const VisibleBucket& bucket, const Watermark& watermark) {
+        const std::int64_t known = watermark.known(bucket.id);
+        const auto [before, after] = watermark.textAround(bucket.id);
+        const std::u16string name = toUtf16(bucket.name);
+        const auto tell = [&, &before = before, &after = after](const Node& node) {
+            const Place place = places_.of(node);
+            if (place.exists && place.visible) {
+                const std::int64_t change = std::max(known, node.seq);
+                (node.kind == Kind::FILE ? files : folders)
+                    .emplace_back()
+                    .withResource({place.path.empty() ? u"/" : toUtf16(place.path), name})
+                    .withWatermark(before + std::to_string(change) + after);
+            }
+        };
+        places_.enter(bucket);
+        // Before the first change there was nothing to share.
+        if (known > 0) {
+            const auto ids = context_.database.query(selectNewlyShared, {bucket.id, known, user_});
+            while (ids->next()) {
+                if (const std::optional<Node> node = findNode(context_, ids->integer(0))) {
+                    tell(*node);
+                }
+            }
+        }
+        const auto rows = context_.database.query(selectChanged, {bucket.id, known});
+        while (rows->next()) {
+            Node node;
+            node.id = rows->integer(0);
+            node.parent = rows->integer(1);
+            node.name = rows->text(2);
+            node.kind = Kind(rows->integer(3));
+            node.seq = rows->integer(4);
+            tell(node);
+        }
+    }
+
+    std::vector<FileChangeSummary> files;
+    std::vector<FileChangeSummary> folders;
+
+private:
+    const Context& context_;
+    std::int64_t user_;
+    Places places_;
+};
 
 }  // namespace
 
@@ -194,29 +295,17 @@ FileChangeListResponse listFileChanges(const Context& context,
         }
     }
     watermark.keepOnly(ids);
-    Folders folders(context, user);
-    std::vector<FileChangeSummary> files;
-    std::vector<FileChangeSummary> others;
+    ChangeList changes(context, user);
+    changes.makeRoom(buckets, watermark);
     for (const VisibleBucket& bucket : buckets) {
-        for (const Change& change :
-             changesAfter(context, user, bucket, watermark.known(bucket.id))) {
-            const auto [exists, visible, path] = folders.within(bucket, change);
-            if (!exists || !visible) {
-                continue;
-            }
-            watermark.know(bucket.id, change.seq);
-            (change.kind == Kind::FILE ? files : others)
-                .push_back(
-                    FileChangeSummary()
-                        .withResource({path.empty() ? u"/" : toUtf16(path), toUtf16(bucket.name)})
-                        .withWatermark(watermark.text()));
-        }
+        changes.add(bucket, watermark);
         watermark.know(bucket.id, bucket.seq);
     }
-    return FileChangeListResponse()
-        .withCurrentWatermark(watermark.text())
-        .withFileChanges(std::move(files))
-        .withFolderChanges(std::move(others));
+    FileChangeListResponse response;
+    response.withCurrentWatermark(watermark.text())
+        .withFileChanges(std::move(changes.files))
+        .withFolderChanges(std::move(changes.folders));
+    return response;
 }
 
 }  // namespace storage::kvxstore::operations

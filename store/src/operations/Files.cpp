@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <istream>
-#include <optional>
 #include <stdexcept>
 
 #include "core/Secrets.h"
@@ -45,23 +44,6 @@ Content findDownload(const Context& context, const std::string& location) {
     return content;
 }
 
-/// The current content of the file at a path, if it consists of these bytes.
-std::optional<Content> currentIfEqual(const Context& context, const ResolvedPath& path,
-                                      const NewBytes& bytes) {
-    if (!path.exists() || path.node().kind != Kind::FILE || path.node().size != bytes.size()) {
-        return std::nullopt;
-    }
-    try {
-        Content current = findVersion(context, path.node(), {}, path.node().label);
-        return bytes.equal(context, current) ? std::optional(std::move(current)) : std::nullopt;
-    } catch (const database::DatabaseError& error) {
-        if (error.code() != StoreErrorCode::DAMAGED) {
-            throw;
-        }
-        return std::nullopt;  // New bytes replace damaged ones.
-    }
-}
-
 void readIntoStream(const Context& context, const Content& content,
                     const FileDownloadRequest& request) {
     const auto factory = request.getStreamFactory();
@@ -88,7 +70,9 @@ FileWriteResponse createFile(const Context& context, const FileCreateRequest& re
         refuse(ErrorCode::FILE_TOO_LARGE);
     }
     const NewBytes newBytes({bytes.data(), bytes.size()});
-    const std::optional<Content> same = currentIfEqual(context, path, newBytes);
+    const auto same = findSameContent(context, path, newBytes.size(), [&](const Content& current) {
+        return newBytes.equal(context, current);
+    });
     const Node file = revise(context, path, newBytes.size(), request.getCreateNewVersion());
     Content content = same ? *same : newBytes.write(context);
     content.type = request.getContentType();

@@ -134,6 +134,13 @@ void commit(const Context& context, const Handle& handle, bool createNewVersion)
     // First, because from here on the bytes count with the version.
     deleteHandle(context.database, handle.hash);
     sealContent(context, content);
+    const auto same = findSameContent(context, path, content.size, [&](const Content& current) {
+        return current.id != content.id && haveSameBytes(context, current, content);
+    });
+    if (same) {
+        content.id = same->id;  // The content of the handle is garbage already.
+        content.stored = same->stored;
+    }
     const Node file = revise(context, path, content.size, createNewVersion);
     addVersion(context, file, content);
 }
@@ -198,6 +205,7 @@ FileHandleReadWriteCreateResponse createReadWriteFileHandle(
             handle.contentType = content.type;
         }
     }
+    context.database.requireWritable();
     // The work content makes the commit change something even if nothing is written.
     if (handle.base == 0 || handle.contentType != content.type) {
         content = newContent(context, handle.base == 0 ? 0 : content.size);

@@ -243,14 +243,15 @@ void WriteThread::runTask(bool idle) {
 }
 
 std::chrono::milliseconds WriteThread::runPortion() {
-    Transaction transaction(*connection_, Access::WRITE);
+    // Not worth waiting for: calls, and the end of the store, would wait as well.
+    Transaction transaction(*connection_, Access::WRITE, 0ms);
     const std::chrono::milliseconds wait = task_(*connection_);
     transaction.commit();
     return wait;
 }
 
 bool WriteThread::giveRoomBack(std::size_t bytes, std::size_t kept) {
-    Transaction transaction(*connection_, Access::WRITE);
+    Transaction transaction(*connection_, Access::WRITE, 0ms);
     const bool given = connection_->giveRoomBack(bytes, kept);
     transaction.commit();
     return given;

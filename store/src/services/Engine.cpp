@@ -27,6 +27,8 @@ StoreOptions completed(StoreOptions options) {
     // Nanoseconds since the epoch hold no more than some centuries.
     options.sessionLifetime =
         std::clamp<std::chrono::seconds>(options.sessionLifetime, 0s, std::chrono::years(100));
+    options.lockPatience =
+        std::clamp<std::chrono::milliseconds>(options.lockPatience, 0s, std::chrono::years(100));
     return options;
 }
 
@@ -97,7 +99,7 @@ Engine::Engine(std::string url, StoreOptions options)
       delayed_(options_.faults ? std::make_shared<kvxtransport::DelayedCalls>(
                                      [] { scheduler::onStoreThread() = true; })
                                : nullptr),
-      connect_(database::open(url_, options_.createMode)),
+      connect_(database::open(url_, options_.createMode, options_.lockPatience)),
       scheduler_(connect_, options_.readers, [this](database::Connection& database) {
           const auto now = options_.clock().time_since_epoch().count();
           return cleanSome(database, instance_, now);

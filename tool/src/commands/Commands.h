@@ -10,13 +10,13 @@ namespace storage::kvxtool {
 Command theProgram(const std::string& version);
 
 // The records of the commands.
-Command acceptCommand(), bucketCommand(), catCommand(), completeCommand(), completionCommand(),
-    cpCommand(), declineCommand(), dfCommand(), duCommand(), findCommand(), getCommand(),
-    grantCommand(), grantsCommand(), helpCommand(), initCommand(), invitationsCommand(),
-    inviteCommand(), loginCommand(), logoutCommand(), lsCommand(), manualCommand(), mkdirCommand(),
-    mvCommand(), policyCommand(), putCommand(), restoreCommand(), revokeCommand(), rmCommand(),
-    sharedCommand(), statCommand(), statisticsCommand(), sweepCommand(), syncCommand(),
-    treeCommand(), uninviteCommand(), userCommand(), verifyCommand(), versionsCommand(),
-    watchCommand();
+Command acceptCommand(), backupCommand(), bucketCommand(), catCommand(), completeCommand(),
+    completionCommand(), cpCommand(), declineCommand(), dfCommand(), duCommand(), findCommand(),
+    getCommand(), grantCommand(), grantsCommand(), helpCommand(), initCommand(),
+    invitationsCommand(), inviteCommand(), loginCommand(), logoutCommand(), lsCommand(),
+    manualCommand(), mkdirCommand(), mvCommand(), policyCommand(), putCommand(), restoreCommand(),
+    revokeCommand(), rmCommand(), sharedCommand(), statCommand(), statisticsCommand(),
+    sweepCommand(), syncCommand(), treeCommand(), uninviteCommand(), userCommand(), verifyCommand(),
+    versionsCommand(), watchCommand();
 
 }  // namespace storage::kvxtool

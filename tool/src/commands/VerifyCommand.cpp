@@ -7,19 +7,37 @@
 namespace storage::kvxtool {
 namespace {
 
-/// A sentence for each kind of damage.
-std::vector<std::string> damageOf(const kvxstore::Store& store) try {
-    return store.verify();
-} catch (const kvxstore::StoreError& error) {
-    return {error.what()};  // Too damaged to be looked through.
+Json asJson(const kvxstore::Damage& damage) {
+    Json object{{"damage", damage.sentence}};
+    if (!damage.path.empty()) {
+        object["path"] = toUtf8(damage.path);
+        object["bucket"] = toUtf8(damage.bucket);
+        object["owner"] = toUtf8(damage.owner);
+    }
+    if (damage.version != 0) {
+        object["version"] = damage.version;
+        object["current"] = damage.current;
+        object["size"] = damage.size;
+        object["readable"] = damage.readable;
+    }
+    return object;
 }
 
 void verify(const kvxstore::Store& store, Invocation& invocation) {
-    const std::vector<std::string> damage = damageOf(store);
-    for (const std::string& kind : damage) {
-        invocation.out.print({{"damage", kind}}, escaped(kind));
+    unsigned long found = 0;
+    const auto print = [&](const kvxstore::Damage& damage) {
+        ++found;
+        invocation.out.print(asJson(damage), escaped(damage.sentence));
+    };
+    try {
+        store.verify(print);
+    } catch (const kvxstore::StoreError& error) {
+        // Too damaged to be looked through.
+        kvxstore::Damage damage;
+        damage.sentence = error.what();
+        print(damage);
     }
-    if (damage.empty()) {
+    if (found == 0) {
         invocation.out.remark("no damage found");
     } else {
         invocation.diagnostics.fail({ExitCode::STORE_DAMAGED, "", "the store is damaged"});
@@ -29,12 +47,16 @@ void verify(const kvxstore::Store& store, Invocation& invocation) {
 }  // namespace
 
 Command verifyCommand() {
-    return {.name = "verify",
-            .summary = "Look for damage in the store",
-            .group = "Administration",
-            .notes = "Reads all of the store, and prints a line for each kind of damage.",
-            .examples = {"kvx verify --store /srv/team.db"},
-            .run = asAdministrator(verify)};
+    return {
+        .name = "verify",
+        .summary = "Look for damage in the store",
+        .group = "Administration",
+        .notes =
+            R"(Reads all of the store, and prints a line for each damage: of a content with the file's path,
+bucket, owner and version, and how much of it can be read. Reading damaged bytes fails; kvx get
+of another version, and what else is in the store, still work.)",
+        .examples = {"kvx verify --store /srv/team.db", "kvx verify --json"},
+        .run = asAdministrator(verify)};
 }
 
 }  // namespace storage::kvxtool

@@ -76,7 +76,7 @@ Meaning meaningOf(StoreErrorCode code) {
         case StoreErrorCode::ILLEGAL_NAME:
             return {ExitCode::REFUSED, "the name breaks the rules for names"};
         case StoreErrorCode::NOT_WRITABLE:
-            return {ExitCode::REFUSED, "permission denied"};
+            return {ExitCode::REFUSED, nullptr};
         case StoreErrorCode::ILLEGAL_URL:
             return {ExitCode::USAGE, nullptr};
         case StoreErrorCode::NOT_A_STORE:
@@ -86,6 +86,7 @@ Meaning meaningOf(StoreErrorCode code) {
             return {ExitCode::NO_ROOM, nullptr};
         case StoreErrorCode::DAMAGED:
         case StoreErrorCode::IN_USE:
+        case StoreErrorCode::FILE_CHANGED:
         case StoreErrorCode::OTHER:
             break;
     }
@@ -119,6 +120,17 @@ Meaning meaningOf(const std::error_code& error) {
     }
 }
 
+/// Whether the store failed because it may not be written, which is no fault of its own.
+bool mayNotBeWritten(const std::exception& error) {
+    try {
+        std::rethrow_if_nested(error);
+    } catch (const kvxstore::StoreError& cause) {
+        return cause.code() == StoreErrorCode::NOT_WRITABLE;
+    } catch (...) {
+    }
+    return false;
+}
+
 /// The text of the exception nested in `error`, after a colon; empty without one.
 std::string nestedCause(const std::exception& error) {
     try {
@@ -147,6 +159,9 @@ Failure Failure::of(const std::string& subject, const std::exception_ptr& error)
     } catch (const Failure& failure) {
         return failure;
     } catch (const kvxclient::KVXClientException& exception) {
+        if (mayNotBeWritten(exception)) {
+            return {ExitCode::REFUSED, subject, "the store is read-only"};
+        }
         const Meaning meaning = meaningOf(exception.getErrorCode());
         return {meaning.code, subject, meaning.words + nestedCause(exception)};
     } catch (const kvxstore::StoreError& exception) {

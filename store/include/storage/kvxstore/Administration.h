@@ -66,4 +66,18 @@ struct Statistics {
     unsigned long stored = 0;
 };
 
+/// Something in a store that does not fit together.
+struct Damage {
+    std::string sentence;   ///< What is damaged and in which way, in UTF-8, for people.
+    std::u16string owner;   ///< The user whose file or folder it is in; empty where it is in none.
+    std::u16string bucket;  ///< The bucket of that file or folder.
+    std::u16string path;    ///< Its path in the bucket, empty for one that is in no folder.
+    /// The label of the version whose content is damaged, 0 for damage of another kind. Reading
+    /// what is damaged of it fails with INTERNAL_SERVER_ERROR; the other ranges can still be read.
+    int version = 0;
+    bool current = false;        ///< Whether it is the file's current version.
+    unsigned long size = 0;      ///< The bytes that the version should have.
+    unsigned long readable = 0;  ///< How many of these can be read.
+};
+
 }  // namespace storage::kvxstore

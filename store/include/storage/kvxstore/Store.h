@@ -3,6 +3,7 @@
 /// @file
 /// The embedded store: opening it, making clients of it, and administering it.
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -54,10 +55,12 @@ class Engine;
 /// @par Errors of calls
 /// A refused call completes with a KVXClientException of the fitting code. UNKNOWN means a value
 /// outside of its enumeration or without a meaning there, such as an invitation to own, or bytes to
-/// write at a null pointer. An expired session is reported as SESSION_EXPIRED for 24 hours, and
-/// then as INVALID_SESSION_ID. Any other failure, such as a full disk, completes with
-/// INTERNAL_SERVER_ERROR. That exception also derives from std::nested_exception and nests a
-/// std::runtime_error with the plain cause, which std::rethrow_if_nested throws.
+/// write at a null pointer. No read gives other bytes than were stored: one that comes upon damage
+/// fails with INTERNAL_SERVER_ERROR and a cause that names path and version. An expired session is
+/// reported as SESSION_EXPIRED for 24 hours, and then as INVALID_SESSION_ID. Any other failure,
+/// such as a full disk, completes with INTERNAL_SERVER_ERROR. That exception also derives from
+/// std::nested_exception and nests a std::runtime_error with the plain cause, which
+/// std::rethrow_if_nested throws.
 ///
 /// @par A full disk
 /// A call that would leave no room for deleting is refused and changes nothing, after the store has
@@ -89,20 +92,29 @@ class Engine;
 /// Public access is DENIED where nothing is set. The store only keeps that policy for applications:
 /// nobody gets in without a session.
 ///
+/// @par The file
+/// A store in a file keeps to the file that it was opened with, under its one name. When the file
+/// is deleted, moved away, replaced or hard-linked, every call fails, and what it wrote is not
+/// acknowledged, until the file is right again; when it is cut or overwritten, until the store is
+/// opened anew. A file that may be read but not written, or lies in such a folder or file system,
+/// is served for reading. Then sessions, handles and download locations are kept in memory, as long
+/// as the Store object and its clients last, and calls that would change the file fail.
+///
 /// @par Errors of administration
 /// Every member that opens or administers a store throws a StoreError. Beside the codes named at
-/// the member, each may fail with IN_USE, FULL, NOT_WRITABLE, DAMAGED or OTHER.
+/// the member, each may fail with IN_USE, FULL, NOT_WRITABLE, FILE_CHANGED, DAMAGED or OTHER.
 class KVXSTORE_EXPORT Store {
 public:
     /// Opens the store that a URL names: "sqlite:///absolute/path", "sqlite:path/from/here" (the
     /// path is taken as it stands, nothing is decoded) or "sqlite::memory:", a new store that lasts
     /// as long as the object and its clients. Only its owner may read a new file. A failure leaves
-    /// existing files untouched.
+    /// existing files untouched. Does not wait for a program that writes to the store.
     ///
     /// @throws StoreError with ILLEGAL_URL for a URL of another kind, NOT_FOUND when the file must
     /// exist and does not, or its folder does not, ALREADY_EXISTS when the file must be new and
-    /// exists, NOT_A_STORE for another kind of file, and NEWER_VERSION when a newer version of this
-    /// software made the store.
+    /// exists, NOT_A_STORE for another kind of file, NEWER_VERSION when a newer version of this
+    /// software made the store, and FILE_CHANGED when the log beside the file ("-wal") is that of
+    /// another file.
     static std::shared_ptr<Store> open(const std::string& url, StoreOptions options = {});
 
     /// The path of the file that a store's URL names, as it stands in the URL, or nothing for a
@@ -165,8 +177,13 @@ public:
     /// Lists all buckets by name.
     std::vector<Bucket> listBuckets() const;
 
-    /// Checks everything and returns a sentence for each kind of damage found; none for a sound
-    /// store. Reads the whole file, and occupies one of the reading threads for that time.
+    /// Checks everything, tells each damage found, and returns their number; 0 for a sound store.
+    /// Reads the whole file in bounded memory, and occupies one of the reading threads for that
+    /// time. `tell` runs on that thread and must not wait for a call of the store; what it throws
+    /// ends the check and is passed on as a StoreError.
+    unsigned long verify(const std::function<void(const Damage&)>& tell) const;
+
+    /// As the other form, and returns the sentences.
     std::vector<std::string> verify() const;
 
     /// Counts everything. Reads the whole file, which is slow for a large one.
@@ -184,6 +201,19 @@ public:
     /// The room on the disk that the next sweep() needs to rebuild the store's file, for each
     /// folder where it needs some; empty when there is nothing to rebuild.
     std::vector<RoomNeed> rebuildNeeds() const;
+
+    /// Copies the store into a new file that only its owner may read, while others go on writing.
+    /// The copy is the store as it was at one moment, without sessions, open handles, download
+    /// locations and what was deleted; users log in to it with the same tokens. It refuses the
+    /// watermarks of this store. It is verified and on disk before it appears under its name; until
+    /// then it grows beside it, with six more characters behind the name. Put a backup back by
+    /// opening it, or by moving it to the place of a store that nobody has open, whose "-wal" and
+    /// "-shm" files are removed before. Occupies one of the reading threads while it copies.
+    ///
+    /// @throws StoreError with ALREADY_EXISTS when there is a file of that name, or one of the name
+    /// and "-wal", "-shm" or "-journal", NOT_FOUND when its folder does not exist, and DAMAGED when
+    /// verify() finds damage in the copy.
+    void backup(const std::string& path) const;
 
 private:
     explicit Store(std::shared_ptr<services::Engine> engine);

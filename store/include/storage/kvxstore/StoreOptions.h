@@ -41,6 +41,10 @@ struct StoreOptions {
     /// The faults to inject, for tests of applications. Empty means none. Refused and delayed calls
     /// complete on a thread of their own.
     std::shared_ptr<FaultPlan> faults = {};
+
+    /// How long a writing call waits while another program writes to the store, before it fails
+    /// because the store is in use; up to 100 years. Reading calls do not wait for writes.
+    std::chrono::milliseconds lockPatience = std::chrono::seconds(60);
 };
 
 }  // namespace storage::kvxstore

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "database/sqlite/Rebuild.h"
+#include "database/sqlite/SqliteCopy.h"
 
 namespace storage::kvxstore::database {
 
@@ -28,7 +29,7 @@ DatabaseError failure(sqlite3* database, int code) {
             return {StoreErrorCode::DAMAGED, "the store's file is damaged"};
         case SQLITE_READONLY:
         case SQLITE_PERM:
-            return {StoreErrorCode::NOT_WRITABLE, "the store's file cannot be written"};
+            return {StoreErrorCode::NOT_WRITABLE, notWritable};
         case SQLITE_CANTOPEN:
             return {codeOfSystemError(number), "the store's file cannot be opened"};
         case SQLITE_NOMEM:
@@ -98,6 +99,8 @@ StoreErrorCode codeOfSystemError(int number) {
     }
 }
 
+void requireSuccess(sqlite3* database, int code) { check(database, code); }
+
 class SqliteStatement final : public Statement {
 public:
     SqliteStatement(sqlite3* database, std::string_view sql) : database_(database) {
@@ -162,6 +165,7 @@ void SqliteConnection::Close::operator()(sqlite3_blob* blob) const { sqlite3_blo
 SqliteConnection::SqliteConnection(SqliteLocation location) : location_(std::move(location)) {
     sqlite3* database = nullptr;
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE |
+                      (location_.readOnlyFile.empty() ? 0 : SQLITE_OPEN_URI) |
                       (location_.turn ? SQLITE_OPEN_CREATE : 0);
     const int code = sqlite3_open_v2(location_.name.c_str(), &database, flags,
                                      location_.turn ? "memdb" : nullptr);
@@ -175,6 +179,13 @@ SqliteConnection::SqliteConnection(SqliteLocation location) : location_(std::mov
         sqlite3_file_control(database, "main", SQLITE_FCNTL_SIZE_LIMIT, &limit);
     }
     check(database, sqlite3_busy_handler(database, waitBriefly, &hadToWait_));
+    if (!location_.turn) {
+        checkpointOnClose(false);
+        // Rolls back what a crash left half done, before the file is looked at.
+        execute("pragma user_version");
+        identity_.emplace(database, location_.name);
+        identity_->check();
+    }
     execute("pragma synchronous = full");
     execute("pragma cache_size = -8192");
     // Debian's SQLite overwrites deleted data with zeros by default.
@@ -183,13 +194,23 @@ SqliteConnection::SqliteConnection(SqliteLocation location) : location_(std::mov
     execute("pragma temp_store = memory");
     // The log shrinks again after a large transaction.
     execute("pragma journal_size_limit = 67108864");
+    if (!location_.readOnlyFile.empty()) {
+        readOnly_.emplace(database, location_.readOnlyFile);
+    }
     const Rows mode = query("pragma journal_mode");
     if (mode->next() && mode->bytes(0) == "wal") {
         room_.emplace(*this, database);
     }
 }
 
-SqliteConnection::~SqliteConnection() { rollback(); }
+SqliteConnection::~SqliteConnection() {
+    rollback();
+    checkpointOnClose(identity_ && identity_->isIntact());
+}
+
+void SqliteConnection::checkpointOnClose(bool may) {
+    sqlite3_db_config(database_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, may ? 0 : 1, nullptr);
+}
 
 SqliteStatement& SqliteConnection::idleStatement(std::string_view sql) {
     auto found = statements_.find(sql);
@@ -233,7 +254,7 @@ void SqliteConnection::readChunk(std::int64_t chunk, std::size_t offset, char* i
     int code = blob_ ? sqlite3_blob_reopen(blob_.get(), chunk) : SQLITE_ABORT;
     if (code == SQLITE_ABORT || code == SQLITE_ABORT_ROLLBACK) {
         sqlite3_blob* blob = nullptr;
-        code = sqlite3_blob_open(database_.get(), "main", "chunks", "data", chunk, 0, &blob);
+        code = sqlite3_blob_open(database_.get(), schema(), "chunks", "data", chunk, 0, &blob);
         blob_.reset(blob);
     }
     if (code == SQLITE_OK) {
@@ -247,6 +268,10 @@ void SqliteConnection::readChunk(std::int64_t chunk, std::size_t offset, char* i
     }
 }
 
+void SqliteConnection::copyInto(const std::string& path) {
+    copyDatabase(database_.get(), schema(), path);
+}
+
 void SqliteConnection::begin(Access access) {
     hadToWait_ = false;
     writing_ = access == Access::WRITE;
@@ -254,15 +279,25 @@ void SqliteConnection::begin(Access access) {
         turn_ = std::unique_lock(*location_.turn);
     }
     try {
-        if (access == Access::WRITE) {
-            execute("begin immediate");
-            if (room_) {
-                room_->begin();
-            }
-        } else {
-            execute("begin");
+        if (readOnly_) {
+            readOnly_->attach();
+        }
+        execute(writing_ ? "begin immediate" : "begin");
+        if (identity_) {
+            identity_->check();
+        }
+        if (!writing_ || readOnly_) {
             // The first read takes the snapshot.
             execute("select n from schema_version");
+        }
+        if (readOnly_) {
+            // The memory has a version of its own, which only a read brings up to date.
+            execute("select 1 from main.sqlite_schema limit 1");
+        }
+        filledMemory_ = readOnly_ && readOnly_->fillMemory();
+        changesBefore_ = changes();
+        if (room_ && writing_) {
+            room_->begin();
         }
     } catch (...) {
         rollback();
@@ -272,14 +307,24 @@ void SqliteConnection::begin(Access access) {
 
 void SqliteConnection::commit() {
     blob_.reset();
+    if (identity_ && changes() != changesBefore_) {
+        identity_->stampLog();
+    }
     if (room_ && writing_) {
         room_->beforeCommit();
     }
     const unsigned before = fileVersion();
     // A snapshot has nothing to commit, and SQLite commits nothing once it has met damage.
-    execute(writing_ ? "commit" : "rollback");
+    execute(writing_ || filledMemory_ ? "commit" : "rollback");
     ownCommits_ += fileVersion() - before;
     endTurn();
+    if (readOnly_) {
+        readOnly_->requireUnchanged();
+    }
+    if (identity_ && writing_) {
+        // What went into a file that nobody finds again is not acknowledged.
+        identity_->check();
+    }
     if (room_ && writing_ && room_->lostSpare()) {
         keepSpareRoom();
     }
@@ -288,6 +333,9 @@ void SqliteConnection::commit() {
 void SqliteConnection::rollback() noexcept {
     blob_.reset();
     rollbacks_ += writing_ ? 1 : 0;
+    if (readOnly_) {
+        readOnly_->forgetFill();
+    }
     if (inTransaction()) {
         sqlite3_exec(database_.get(), "rollback", nullptr, nullptr, nullptr);
     }
@@ -307,13 +355,14 @@ void SqliteConnection::rollbackTo(std::string_view savepoint) {
 }
 
 DataVersion SqliteConnection::version() const {
-    return {fileVersion() - ownCommits_, changes() + rollbacks_};
+    const unsigned ofFile = readOnly_ ? fileVersion(ReadOnlyFile::schema) : 0;
+    return {fileVersion() - ownCommits_ + ofFile, changes() + rollbacks_};
 }
 
-unsigned SqliteConnection::fileVersion() const {
+unsigned SqliteConnection::fileVersion(const char* schema) const {
     unsigned version = 0;
     check(database_.get(),
-          sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_DATA_VERSION, &version));
+          sqlite3_file_control(database_.get(), schema, SQLITE_FCNTL_DATA_VERSION, &version));
     return version;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -9,6 +10,8 @@
 
 #include "database/Connection.h"
 #include "database/sqlite/DiskRoom.h"
+#include "database/sqlite/FileIdentity.h"
+#include "database/sqlite/ReadOnlyFile.h"
 
 struct sqlite3;
 struct sqlite3_blob;
@@ -20,11 +23,17 @@ class SqliteStatement;
 /// The code for an error of the system's file calls.
 StoreErrorCode codeOfSystemError(int number);
 
+/// Throws the DatabaseError for what a call of SQLite returned, unless it succeeded.
+void requireSuccess(sqlite3* database, int code);
+
 /// A file, or memory that all connections with the same name share.
 struct SqliteLocation {
     std::string name;
     /// Set for a database in memory. It has no snapshots, so its transactions take turns.
     std::shared_ptr<std::mutex> turn;
+    std::chrono::milliseconds lockPatience{};
+    /// The path of a file that is only read, with the memory for what changes; else empty.
+    std::string readOnlyFile;
 };
 
 class SqliteConnection final : public Connection {
@@ -36,6 +45,7 @@ public:
     std::int64_t execute(std::string_view sql, std::initializer_list<Value> values = {}) override;
     std::int64_t insert(std::string_view sql, std::initializer_list<Value> values) override;
     void readChunk(std::int64_t chunk, std::size_t offset, char* into, std::size_t size) override;
+    void copyInto(const std::string& path) override;
     void begin(Access access) override;
     void commit() override;
     void rollback() noexcept override;
@@ -43,12 +53,14 @@ public:
     void rollbackTo(std::string_view savepoint) override;
     std::int64_t changes() const override;
     DataVersion version() const override;
+    bool isReadOnly() const override { return readOnly_.has_value(); }
     bool hadToWait() const override { return hadToWait_; }
     void needRoom(std::size_t bytes) override;
     bool giveRoomBack(std::size_t bytes, std::size_t kept) override;
     void shortenLog(std::size_t bytes) override;
     std::vector<RoomNeed> rebuildNeeds() override;
     void rebuild() override;
+    std::chrono::milliseconds lockPatience() const override { return location_.lockPatience; }
 
 private:
     struct Close {
@@ -63,9 +75,13 @@ private:
                            std::equal_to<>>;
 
     SqliteStatement& idleStatement(std::string_view sql);
-    unsigned fileVersion() const;
+    unsigned fileVersion(const char* schema = "main") const;
+    /// The name of the database with the store's contents.
+    const char* schema() const { return readOnly_ ? ReadOnlyFile::schema : "main"; }
     void endTurn() noexcept;
     void keepSpareRoom() noexcept;
+    /// The last connection would write the log into whatever the file is by then.
+    void checkpointOnClose(bool may);
 
     SqliteLocation location_;
     bool hadToWait_ = false;
@@ -73,8 +89,13 @@ private:
     /// How far commits of this connection raised the file's version number.
     unsigned ownCommits_ = 0;
     std::int64_t rollbacks_ = 0;
+    std::int64_t changesBefore_ = 0;
     std::unique_lock<std::mutex> turn_;
     std::unique_ptr<sqlite3, Close> database_;
+    /// Nothing for a database in memory.
+    std::optional<FileIdentity> identity_;
+    std::optional<ReadOnlyFile> readOnly_;
+    bool filledMemory_ = false;
     StatementCache statements_;
     /// Nothing where there is no log.
     std::optional<DiskRoom> room_;

@@ -5,26 +5,19 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iterator>
-#include <string_view>
+#include <filesystem>
 
 #include "database/Schema.h"
+#include "database/sqlite/FileHead.h"
 #include "database/sqlite/SqliteConnection.h"
 #include "storage/kvxstore/StoreError.h"
 
 namespace storage::kvxstore::database {
 
 namespace {
-
-using namespace std::string_view_literals;
-
-constexpr std::uint32_t applicationId = 0x4B565853;  // "KVXS"
 
 /// The error of a system call on the file, taken from errno.
 StoreError systemFailure(const std::string& action, const std::string& path) {
@@ -43,65 +36,18 @@ bool makeFile(const std::string& path) {
     return file >= 0;
 }
 
-/// A URI under which SQLite reads the file without lock, recovery or change.
-std::string bareUri(const std::string& path) {
-    std::string uri = "file:";
-    for (const char c : path) {
-        switch (c) {
-            case '%':
-                uri += "%25";
-                break;
-            case '?':
-                uri += "%3f";
-                break;
-            case '#':
-                uri += "%23";
-                break;
-            default:
-                uri += c;
-        }
-    }
-    return uri + "?immutable=1";
-}
-
-/// Whether the file begins like a store. Looks at the head alone, because the rest may still need
-/// recovery from a crash.
-bool hasStoreHead(const std::string& path) {
-    // Closing a descriptor of our own would drop the locks that other connections of this process
-    // hold on the file.
-    sqlite3* database = nullptr;
-    sqlite3_file* file = nullptr;
-    std::array<unsigned char, 72> head{};
-    if (sqlite3_open_v2(bareUri(path).c_str(), &database, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI,
-                        nullptr) == SQLITE_OK &&
-        sqlite3_file_control(database, "main", SQLITE_FCNTL_FILE_POINTER, &file) == SQLITE_OK) {
-        file->pMethods->xRead(file, head.data(), static_cast<int>(head.size()), 0);
-    }
-    sqlite3_close(database);
-    constexpr std::string_view magic = "SQLite format 3\0"sv;
-    constexpr std::array<unsigned char, 4> id{applicationId >> 24U, applicationId >> 16U & 0xFFU,
-                                              applicationId >> 8U & 0xFFU, applicationId & 0xFFU};
-    return std::equal(magic.begin(), magic.end(), head.begin()) &&
-           std::equal(id.begin(), id.end(), head.begin() + 68);
-}
-
-/// Whether a journal waits to undo a transaction that was cut short, such as the store's creation.
-bool awaitsRollback(const std::string& path) {
-    constexpr std::string_view magic = "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7";
-    std::string head(magic.size(), '\0');
-    std::ifstream(path + "-journal", std::ios::binary).read(head.data(), std::ssize(head));
-    return head == magic;
-}
-
 /// Refuses a file that is no store, without a change to it. Returns whether the file is empty, as
 /// while another program makes the store.
 bool examineFile(const std::string& path) {
     struct stat status {};
-    if (::stat(path.c_str(), &status) != 0 || ::access(path.c_str(), R_OK | W_OK) != 0) {
+    if (::stat(path.c_str(), &status) != 0 || ::access(path.c_str(), R_OK) != 0) {
         throw systemFailure("cannot open", path);
     }
     const bool isFile = S_ISREG(status.st_mode);
     if (isFile && status.st_size == 0) {
+        if (::access(path.c_str(), W_OK) != 0) {
+            throw systemFailure("cannot open", path);
+        }
         return true;
     }
     if (!isFile || (!hasStoreHead(path) && !awaitsRollback(path))) {
@@ -110,26 +56,7 @@ bool examineFile(const std::string& path) {
     return false;
 }
 
-/// Makes the tables unless another program did so meanwhile.
-void makeTables(Connection& connection, const std::string& path) {
-    connection.execute("pragma page_size = 16384");
-    // Only prepared: run, it would make the file's first page, and other programs would find that.
-    // It settles the size of pages, too.
-    connection.execute("explain pragma auto_vacuum = incremental");
-    Transaction transaction(connection, Access::WRITE);
-    if (connection.number("select count(*) from sqlite_schema") == 0) {
-        connection.execute("pragma application_id = " + std::to_string(applicationId));
-        createSchema(connection);
-    } else if (connection.number("pragma application_id") != applicationId) {
-        throw StoreError(StoreErrorCode::NOT_A_STORE, "not a store file: " + path);
-    } else {
-        upgradeSchema(connection);
-    }
-    transaction.commit();
-}
-
-void checkVersion(Connection& connection, const std::string& url) {
-    const std::int64_t version = connection.number("select n from schema_version");
+void checkVersion(std::int64_t version, const std::string& url) {
     if (version > schemaVersion) {
         throw StoreError(StoreErrorCode::NEWER_VERSION,
                          "the store was made by a newer version of this software (schema " +
@@ -138,10 +65,41 @@ void checkVersion(Connection& connection, const std::string& url) {
     }
 }
 
+/// Whether the tables are there, of the present schema, and not those of a backup that has not been
+/// opened yet. Takes no lock that a writer holds.
+bool isReady(Connection& connection, const std::string& path, const std::string& url) {
+    if (connection.number("select count(*) from sqlite_schema") == 0) {
+        return false;
+    }
+    if (connection.number("pragma application_id") != applicationId) {
+        throw StoreError(StoreErrorCode::NOT_A_STORE, "not a store file: " + path);
+    }
+    const std::int64_t version = connection.number("select n from schema_version");
+    checkVersion(version, url);
+    return version == schemaVersion &&
+           connection.number("select count(*) from identity where id = ''") == 0;
+}
+
+/// Makes the tables ready unless another program did so meanwhile.
+void makeReady(Connection& connection) {
+    connection.execute("pragma page_size = 16384");
+    // Only prepared: run, it would make the file's first page, and other programs would find that.
+    // It settles the size of pages, too.
+    connection.execute("explain pragma auto_vacuum = incremental");
+    Transaction transaction(connection, Access::WRITE);
+    if (connection.number("select count(*) from sqlite_schema") == 0) {
+        connection.execute("pragma application_id = " + std::to_string(applicationId));
+        createSchema(connection);
+    }
+    upgradeSchema(connection);
+    connection.execute("update identity set id = lower(hex(randomblob(8))) where id = ''");
+    transaction.commit();
+}
+
 SqliteLocation newMemory() {
     static std::atomic<unsigned> count = 0;
     // The slash makes the connections of this process share the database.
-    return {"/kvxstore-" + std::to_string(++count), std::make_shared<std::mutex>()};
+    return {"/kvxstore-" + std::to_string(++count), std::make_shared<std::mutex>(), {}, {}};
 }
 
 /// Decides by the mode whether the file may be used; returns whether this call made it.
@@ -161,26 +119,84 @@ bool claimFile(const std::string& path, CreateMode mode) {
 /// Connects to the database, and makes the tables if it has none.
 Connector openLocation(const SqliteLocation& location, const std::string& url) {
     // The connector keeps it, because a database in memory ends with its last connection.
-    auto first = std::make_shared<SqliteConnection>(location);
-    retryWhileBusy([&] {
-        makeTables(*first, location.name);
-        checkVersion(*first, url);
+    std::shared_ptr<SqliteConnection> first;
+    retryWhileBusy(location.lockPatience, [&] {
+        if (!first) {
+            first = std::make_shared<SqliteConnection>(location);
+        }
+        if (!isReady(*first, location.name, url)) {
+            makeReady(*first);
+        }
         first->execute("pragma journal_mode = wal");
     });
     return [location, first] { return std::make_unique<SqliteConnection>(location); };
+}
+
+/// Whether the file may be written, and the log that a change needs.
+bool mayWrite(const std::string& path) {
+    const auto may = [](const std::string& name) { return ::access(name.c_str(), W_OK) == 0; };
+    return may(path) && (may(std::filesystem::path(path).parent_path()) ||
+                         (may(path + "-wal") && may(path + "-shm")));
+}
+
+/// Connects to a file that may not be written.
+Connector openReadOnly(const std::string& path, const std::string& url,
+                       std::chrono::milliseconds lockPatience) {
+    SqliteLocation location = newMemory();
+    location.lockPatience = lockPatience;
+    location.readOnlyFile = path;
+    // The connector keeps it, because a database in memory ends with its last connection.
+    auto first = std::make_shared<SqliteConnection>(location);
+    Transaction transaction(*first, Access::READ);
+    const std::int64_t version = first->number("select n from schema_version");
+    checkVersion(version, url);
+    if (version < schemaVersion) {
+        throw StoreError(StoreErrorCode::NOT_WRITABLE,
+                         "an earlier version of this software made the store, and it must be"
+                         " opened once where it may be written: " +
+                             url);
+    }
+    transaction.commit();
+    return [location, first] { return std::make_unique<SqliteConnection>(location); };
+}
+
+/// Absolute, so that it stays the same when the program changes its folder, and none of the forms
+/// that mean something else to SQLite.
+std::string absolutePath(const std::string& path) {
+    std::error_code error;
+    std::string absolute = std::filesystem::absolute(path, error);
+    if (error) {
+        throw StoreError(StoreErrorCode::NOT_FOUND, "cannot open " + path + ": " + error.message());
+    }
+    return absolute;
+}
+
+/// REQUIRES: the file exists.
+std::string withoutLinks(const std::string& path) {
+    std::error_code error;
+    std::string real = std::filesystem::canonical(path, error);
+    if (error) {
+        throw StoreError(codeOfSystemError(error.value()),
+                         "cannot open " + path + ": " + error.message());
+    }
+    return real;
 }
 
 }  // namespace
 
 Connector openSqliteMemory(const std::string& url) { return openLocation(newMemory(), url); }
 
-Connector openSqliteFile(const std::string& path, const std::string& url, CreateMode mode) {
-    const bool made = claimFile(path, mode);
+Connector openSqliteFile(const std::string& path, const std::string& url, CreateMode mode,
+                         std::chrono::milliseconds lockPatience) {
+    const std::string absolute = absolutePath(path);
+    const bool made = claimFile(absolute, mode);
     try {
-        return openLocation({path, nullptr}, url);
+        const std::string real = withoutLinks(absolute);
+        return mayWrite(real) ? openLocation({real, nullptr, lockPatience, {}}, url)
+                              : openReadOnly(real, url, lockPatience);
     } catch (...) {
         if (made) {
-            ::unlink(path.c_str());
+            ::unlink(absolute.c_str());
         }
         throw;
     }

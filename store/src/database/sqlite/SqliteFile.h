@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include "database/Connection.h"
@@ -8,7 +9,8 @@
 namespace storage::kvxstore::database {
 
 /// Opens the store in a file, or makes it as the mode allows. Fails as open() does.
-Connector openSqliteFile(const std::string& path, const std::string& url, CreateMode mode);
+Connector openSqliteFile(const std::string& path, const std::string& url, CreateMode mode,
+                         std::chrono::milliseconds lockPatience);
 
 /// Makes a store in memory. It lasts as long as the connector and its connections.
 Connector openSqliteMemory(const std::string& url);
