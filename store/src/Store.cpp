@@ -159,8 +159,9 @@ void Store::sweep() const {
     while (administer(*engine_, Access::WRITE, cleanSome, makesRoom)) {
     }
     std::int64_t last = 0;
-    while (administer(*engine_, Access::WRITE,
-                      [&](const Context& context) { return addChecksums(context, last); })) {
+    while (administer(
+        *engine_, Access::WRITE,
+        [&](const Context& context) { return addChecksums(context, last); }, makesRoom)) {
     }
     const auto connection = withStoreErrors([&] { return engine_->connect(); });
     withStoreErrors([&] { rebuildIfThereIsRoom(*connection); });

@@ -5,7 +5,7 @@
 #include <iostream>
 #include <iterator>
 
-#include "Mounts.h"
+#include "OwnMounts.h"
 #include "RawDatabase.h"
 #include "StoreFixture.h"
 
@@ -288,7 +288,7 @@ TEST(StoreFileTest, VerifyReportsPagesThatCannotBeRead) {
 /// Ends the process with 0 when a store below a read-only mount was read, and only read.
 [[noreturn]] void readFromReadOnlyMount(const std::string& mountPoint, const std::string& url,
                                         const std::string& token) {
-    if (!enterOwnMounts() || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+    if (!enterOwnMounts() ||
         ::mount(mountPoint.c_str(), mountPoint.c_str(), nullptr, MS_BIND, nullptr) != 0 ||
         ::mount(nullptr, mountPoint.c_str(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr)) {
         ::_exit(cannotMount);

@@ -25,6 +25,7 @@ eachLine <<'TABLE'
 4|kvx: user add: a/b: the name breaks the rules for names|kvx user add a/b
 2|kvx: user add: -5: not a size: write 1000, 512M or 10G|kvx user add eve --quota=-5
 0||kvx bucket add team ada; kvx mkdir team:/plans; kvx bucket list >output; [[ $(tail -n 1 output) == 'team  ada  0' ]]
+0||kvx sweep; [[ -z $(<output) ]]
 0||kvx user remove bob </dev/null; [[ $(kvx user list) == 'ada  '*' of any size' ]]
 3|kvx: user remove: bob: there is no such user|kvx user remove bob
 TABLE

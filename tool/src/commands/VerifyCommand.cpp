@@ -47,14 +47,16 @@ void verify(const kvxstore::Store& store, Invocation& invocation) {
 }  // namespace
 
 Command verifyCommand() {
-    return {.name = "verify",
-            .summary = "Look for damage in the store",
-            .group = "Administration",
-            .notes = R"(Reads all of the store, and prints a line for each damage: of a content with the file's path,
+    return {
+        .name = "verify",
+        .summary = "Look for damage in the store",
+        .group = "Administration",
+        .notes =
+            R"(Reads all of the store, and prints a line for each damage: of a content with the file's path,
 bucket, owner and version, and how much of it can be read. Reading damaged bytes fails; kvx get
 of another version, and what else is in the store, still work.)",
-            .examples = {"kvx verify --store /srv/team.db", "kvx verify --json"},
-            .run = asAdministrator(verify)};
+        .examples = {"kvx verify --store /srv/team.db", "kvx verify --json"},
+        .run = asAdministrator(verify)};
 }
 
 }  // namespace storage::kvxtool

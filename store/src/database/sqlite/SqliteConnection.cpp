@@ -10,7 +10,6 @@
 #include <utility>
 
 #include "database/sqlite/Rebuild.h"
-
 #include "database/sqlite/SqliteCopy.h"
 
 namespace storage::kvxstore::database {
