@@ -190,7 +190,8 @@ TEST_F(BackupTest, ReplacesNothingAndLeavesNothingBehind) {
         {*damaged, "copy", StoreErrorCode::DAMAGED},
     };
     for (const auto& [from, target, code] : cases) {
-        const auto error = storeErrorOf([&] { from.backup(folder.file(target)); });
+        const std::string path = folder.file(target);
+        const auto error = storeErrorOf([&store = from, &path] { store.backup(path); });
         ASSERT_TRUE(error) << target;
         EXPECT_EQ(error->code(), code) << error->what();
         EXPECT_EQ(filesBeside(), before) << target;
