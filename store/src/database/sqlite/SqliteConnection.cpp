@@ -385,7 +385,8 @@ bool SqliteConnection::giveRoomBack(std::size_t bytes, std::size_t kept) {
 }
 
 void SqliteConnection::shortenLog(std::size_t bytes) {
-    if (room_ && room_->shortenLog(bytes)) {
+    // A checkpoint would write the log into whatever the file is by now.
+    if (room_ && (!identity_ || identity_->isIntact()) && room_->shortenLog(bytes)) {
         keepSpareRoom();
     }
 }
@@ -405,6 +406,9 @@ std::vector<RoomNeed> SqliteConnection::rebuildNeeds() {
 }
 
 void SqliteConnection::rebuild() {
+    if (identity_) {
+        identity_->check();
+    }
     rebuildFile(*this);
     if (room_) {
         room_->shrinks();
