@@ -125,15 +125,30 @@ Pruned Store::prune(const PruneRules& rules) const {
         found = administer(*engine_, Access::READ, [&](const Context& context) {
             return findOldVersions(context, rules, last);
         });
-        const Pruned some = rules.dryRun
-                                ? countVersions(found)
-                                : administer(*engine_, Access::WRITE, [&](const Context& context) {
-                                      return removeVersions(context, found);
-                                  });
+        const Pruned some =
+            rules.dryRun
+                ? countVersions(found)
+                : administer(
+                      *engine_, Access::WRITE,
+                      [&](const Context& context) { return removeVersions(context, found); },
+                      makesRoom);
         total.versions += some.versions;
         total.bytes += some.bytes;
     } while (!found.empty());
     return total;
+}
+
+Pruned Store::pruneDamaged(bool dryRun) const {
+    const DamagedVersions found = administer(*engine_, Access::READ, [](const Context& context) {
+        return findDamagedVersions(context);
+    });
+    if (dryRun) {
+        return countVersions(found.old);
+    }
+    const auto remove = [&](const Context& context) {
+        return removeDamagedVersions(context, found);
+    };
+    return administer(*engine_, Access::WRITE, remove, makesRoom);
 }
 
 Statistics Store::statistics() const {

@@ -205,5 +205,25 @@ TEST(DamageTest, NoReadGivesWrongBytes) {
     }
 }
 
+TEST(DamageTest, DamagedOldVersionsCanBeLetGoOf) {
+    for (const char* sql : {"update chunks set data = zeroblob(length(data)) where id = 2",
+                            "update contents set size = size * 2 where id = 1",
+                            "update versions set content = 4 where node = 3 and label = 1",
+                            "delete from extents where content = 1 and idx = 1"}) {
+        const DamagedStore damaged;
+        damaged.damage(std::string(sql) + ";update chunks set data = x'00' where id = 7");
+        EXPECT_EQ(damaged.store->pruneDamaged(true).versions, 1) << sql;
+        EXPECT_EQ(damaged.store->pruneDamaged().versions, 1) << sql;
+        EXPECT_EQ(damaged.readAll().at("file"), "right") << sql;
+        EXPECT_EQ(damaged.store->pruneDamaged().versions, 0) << sql;
+        EXPECT_NE(damaged.readAll().at("small"), "right") << sql;
+        damaged.user.put(u"/small", "small");
+        damaged.store->sweep();
+        damaged.store->pruneDamaged();
+        damaged.store->sweep();
+        EXPECT_EQ(damaged.store->verify(), std::vector<std::string>()) << sql;
+    }
+}
+
 }  // namespace
 }  // namespace storage::kvxstore

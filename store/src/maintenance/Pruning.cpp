@@ -5,6 +5,7 @@
 #include <string>
 
 #include "core/Text.h"
+#include "maintenance/ContentVerification.h"
 #include "namespace/Charges.h"
 #include "storage/kvxstore/StoreError.h"
 
@@ -13,6 +14,7 @@ namespace storage::kvxstore {
 namespace {
 
 constexpr std::int64_t versionsAtOnce = 256;
+constexpr std::size_t damagedAtOnce = 10'000;
 constexpr std::int64_t ever = std::numeric_limits<std::int64_t>::max();
 
 /// The id of the row with that name; 0, which means any, for an empty name.
@@ -46,6 +48,27 @@ std::int64_t endOfTime(const Context& context, const PruneRules& rules) {
     return (now - std::clamp(*rules.keepFor, std::chrono::seconds(0), most)).count();
 }
 
+void recountBytes(const Context& context) {
+    context.database.execute(
+        "update buckets set used = (select coalesce(cast(sum(c.size) as bigint), 0) from nodes n"
+        " join versions v on v.node = n.id join contents c on c.id = v.content"
+        " where n.bucket = buckets.id) + (select coalesce(cast(sum(c.stored) as bigint), 0)"
+        " from handles h join contents c on c.id = h.work where h.bucket = buckets.id)"
+        " + (select coalesce(cast(sum(charge) as bigint), 0) from garbage g"
+        " where g.bucket = buckets.id and g.charge > 0)");
+}
+
+void letGoOfUnnamed(const Context& context) {
+    context.database.execute(
+        "insert into garbage(content) select id from contents c"
+        " where not exists(select 1 from versions where content = c.id)"
+        " and not exists(select 1 from downloads where content = c.id)"
+        " and not exists(select 1 from handles where base = c.id)"
+        " and not exists(select 1 from handles where work = c.id) on conflict do nothing");
+    context.database.execute(
+        "delete from chunks where not exists(select 1 from extents where chunk = chunks.id)");
+}
+
 }  // namespace
 
 std::vector<OldVersion> findOldVersions(const Context& context, const PruneRules& rules,
@@ -68,6 +91,19 @@ std::vector<OldVersion> findOldVersions(const Context& context, const PruneRules
         [](const auto& row) {
             return OldVersion{row.integer(0), row.integer(1), row.integer(2)};
         });
+}
+
+DamagedVersions findDamagedVersions(const Context& context) {
+    DamagedVersions found;
+    Damages damages(context, [&](const FoundDamage& damage) {
+        found.currentToo = found.currentToo || damage.current;
+        if (damage.version != 0 && !damage.current && found.old.size() < damagedAtOnce) {
+            found.old.push_back(
+                {damage.node, damage.version, static_cast<std::int64_t>(damage.size)});
+        }
+    });
+    verifyContents(context, damages);
+    return found;
 }
 
 Pruned countVersions(const std::vector<OldVersion>& versions) {
@@ -98,6 +134,15 @@ Pruned removeVersions(const Context& context, const std::vector<OldVersion>& ver
         removed.push_back(version);
     }
     return countVersions(removed);
+}
+
+Pruned removeDamagedVersions(const Context& context, const DamagedVersions& versions) {
+    const Pruned pruned = removeVersions(context, versions.old);
+    recountBytes(context);
+    if (!versions.currentToo) {
+        letGoOfUnnamed(context);
+    }
+    return pruned;
 }
 
 }  // namespace storage::kvxstore

@@ -14,7 +14,9 @@ eachLine <<'TABLE'
 0||kvx prune -n --keep-last 2; [[ $(<output) == 'would remove 2 versions, size 12' ]]
 0||kvx prune --keep-last 1 --keep-days 1 --json; [[ $(<output) == '{"versions":0,"size":0,"dryRun":false}' ]]
 3|kvx: prune: none: there is no such bucket|kvx prune --keep-last 2 --bucket none
-2|kvx: prune: --keep-last: a rule is needed: this or --keep-days|kvx prune --bucket ada
+2|kvx: prune: --keep-last: a rule is needed: this, --keep-days or --damaged|kvx prune --bucket ada
+2|kvx: prune: --damaged: it goes with --dry-run only|kvx prune --damaged --keep-last 2
+0||kvx prune --damaged --json; [[ $(<output) == '{"versions":0,"size":0,"dryRun":false}' ]]
 0||kvx prune --keep-last 2 --bucket ada --json; [[ $(<output) == '{"versions":2,"size":12,"dryRun":false}' ]]
 0||kvx versions /docs/file; [[ $(cut -c 1 output) == $'3\n5' ]]
 0||kvx user add bob --quota 2M; cp output bob; [[ $(as bob df --json) == '{"used":0,"quota":2097152}' ]]

@@ -201,6 +201,12 @@ public:
     /// a rule.
     Pruned prune(const PruneRules& rules) const;
 
+    /// Removes the old versions whose content is damaged, up to 10,000 at once, as verify() tells
+    /// them, and counts the bytes in use anew; a dry run only counts the versions. A damaged
+    /// current version stays until it is written again. Where there is none, contents that nothing
+    /// names go as well. Reads all contents.
+    Pruned pruneDamaged(bool dryRun = false) const;
+
     /// Counts everything. Reads the whole file, which is slow for a large one.
     Statistics statistics() const;
 
