@@ -12,13 +12,17 @@
 
 namespace storage::kvxstore::services {
 
-/// Operations that must work on a full disk: those that make room on it, and the way to them.
+/// Operations that must work on a full disk: those that read or make room, and the way to them.
 template <class Operation>
 constexpr bool usesSpareRoom = false;
 template <>
 inline constexpr bool usesSpareRoom<kvxtransport::operations::Login> = true;
 template <>
 inline constexpr bool usesSpareRoom<kvxtransport::operations::Logout> = true;
+template <>
+inline constexpr bool usesSpareRoom<kvxtransport::operations::CreateReadOnlyFileHandle> = true;
+template <>
+inline constexpr bool usesSpareRoom<kvxtransport::operations::CreateFileDownload> = true;
 template <>
 inline constexpr bool usesSpareRoom<kvxtransport::operations::DeleteFile> = true;
 template <>
