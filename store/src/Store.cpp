@@ -139,16 +139,21 @@ Pruned Store::prune(const PruneRules& rules) const {
 }
 
 Pruned Store::pruneDamaged(bool dryRun) const {
-    const DamagedVersions found = administer(*engine_, Access::READ, [](const Context& context) {
-        return findDamagedVersions(context);
-    });
-    if (dryRun) {
-        return countVersions(found.old);
-    }
-    const auto remove = [&](const Context& context) {
-        return removeDamagedVersions(context, found);
-    };
-    return administer(*engine_, Access::WRITE, remove, makesRoom);
+    Pruned total;
+    DamagedVersions found;
+    do {
+        found = administer(*engine_, Access::READ,
+                           [](const Context& context) { return findDamagedVersions(context); });
+        const auto remove = [&](const Context& context) {
+            return removeDamagedVersions(context, found);
+        };
+        const bool any = !found.old.empty() || (found.mendable && !found.worse);
+        const Pruned some = dryRun || !any ? countVersions(found.old)
+                                           : administer(*engine_, Access::WRITE, remove, makesRoom);
+        total.versions += some.versions;
+        total.bytes += some.bytes;
+    } while (found.more && !dryRun);
+    return total;
 }
 
 Statistics Store::statistics() const {
@@ -179,7 +184,10 @@ void Store::sweep() const {
         [&](const Context& context) { return addChecksums(context, last); }, makesRoom)) {
     }
     const auto connection = withStoreErrors([&] { return engine_->connect(); });
-    withStoreErrors([&] { rebuildIfThereIsRoom(*connection); });
+    withStoreErrors([&] {
+        database::retryWhileBusy(engine_->options().lockPatience,
+                                 [&] { rebuildIfThereIsRoom(*connection); });
+    });
     const auto giveSomeBack = [](const Context& context) {
         constexpr std::size_t portion = 4UL << 20U;
         return context.database.giveRoomBack(portion, 0);

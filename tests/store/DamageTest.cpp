@@ -176,6 +176,11 @@ TEST(DamageTest, NoReadGivesWrongBytes) {
         {"a chunk that ends early",
          "update extents set size = size - 13 where content = 5 and chunk = 11", "hole holes",
          "/holes"},
+        {"a chunk that ends early at a block",
+         "update extents set size = 32768 where content = 5 and chunk = 11", "hole holes",
+         "/holes"},
+        {"a missing content", "delete from contents where id = 2", all, "/d/f"},
+        {"a missing version", "delete from versions where node = 3 and label = 2", "file", "/d/f"},
         {"a hole too long", "update extents set size = 99 where content = 5 and idx = 12", "gap",
          "/holes"},
     };
@@ -202,6 +207,44 @@ TEST(DamageTest, NoReadGivesWrongBytes) {
                    (damage.named.starts_with(path + ' ') && damage.named.ends_with(version));
         });
         EXPECT_TRUE(told) << damage.what;
+    }
+}
+
+TEST(DamageTest, AWriteCoversForNoDamageAndReplacesAllOfIt) {
+    for (const char* sql : {"delete from extents where content = 2 and idx = 1",
+                            "update extents set size = 16384 where content = 2 and idx = 1",
+                            "update contents set size = size - 1 where id = 2",
+                            "update chunks set data = x'00' where id = 4"}) {
+        const DamagedStore damaged;
+        damaged.damage(sql);
+        const auto change = [&] {
+            const OpenFile file(damaged.user, u"/d/f");
+            file.write(5, "x");
+            file.close();
+        };
+        EXPECT_EQ(codeOf(change), Code::INTERNAL_SERVER_ERROR) << sql;
+        const OpenFile file(damaged.user, u"/d/f", FileCreateMode::UPDATE, true);
+        file.write(0, "new");
+        file.close();
+        EXPECT_EQ(damaged.user.get(u"/d/f"), "new") << sql;
+        damaged.damage(sql);
+        damaged.user.put(u"/d/f", damaged.second);
+        EXPECT_EQ(damaged.user.get(u"/d/f"), damaged.second) << sql;
+    }
+}
+
+TEST(DamageTest, LettingGoTakesNothingThatMayBeSound) {
+    for (const char* sql : {"delete from versions where node = 5",
+                            "delete from nodes where id = 5; delete from versions where node = 5;"
+                            "update contents set size = 1 where id = 2"}) {
+        const DamagedStore damaged;
+        damaged.damage(sql);
+        damaged.store->pruneDamaged();
+        damaged.store->sweep();
+        // The content of /small may be all that is left of it.
+        damaged.damage(
+            "create table kept(n integer check(n = 5));"
+            "insert into kept select sum(size) from contents where id = 3");
     }
 }
 

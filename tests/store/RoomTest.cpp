@@ -93,6 +93,16 @@ TEST(RoomTest, OverwritingWithoutAPauseNeedsLittleRoom) {
     EXPECT_LT(most, 68 * oneMebibyte);
 }
 
+TEST(RoomTest, ProgramsThatEndSoonCleanUpToo) {
+    const TemporaryFolder folder;
+    const std::string token = Store::open(folder.url())->createUser({.name = u"main"});
+    for (int i = 0; i < 40; ++i) {
+        Account(*Store::open(folder.url()), token)
+            .put(u"/f", std::string(oneMebibyte, static_cast<char>('a' + i % 26)));
+    }
+    EXPECT_LT(bytesOnDisk(folder), 16 * oneMebibyte);
+}
+
 /// Ends the process with 0 when the action on a small disk, which gets the disk's folder, does not
 /// throw.
 [[noreturn]] void onSmallDisk(const std::string& folder, const std::string& size,

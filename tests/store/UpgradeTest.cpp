@@ -71,5 +71,17 @@ TEST_F(UpgradeTest, OldContentsAreCheckedAndDamagedOnesStayDamaged) {
     }
 }
 
+TEST_F(UpgradeTest, ASweepMakesNoWrongVersionRight) {
+    const auto store = Store::open(folder.url());
+    const Account account(*store, token);
+    account.put(u"/new", big.substr(1));
+    raw("update versions set content = 3 where node = (select id from nodes where name = 'new')");
+    for (const char* when : {"before", "after"}) {
+        EXPECT_EQ(codeOf([&] { account.get(u"/new"); }), Code::INTERNAL_SERVER_ERROR) << when;
+        EXPECT_EQ(account.get(u"/big.txt"), big) << when;
+        store->sweep();
+    }
+}
+
 }  // namespace
 }  // namespace storage::kvxstore

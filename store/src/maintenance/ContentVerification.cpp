@@ -40,8 +40,9 @@ public:
         : context_(context), damages_(damages) {}
 
     void run() {
-        readChunks();
-        damages_.guard([&] { checkExtents(); });
+        if (!damages_.guard([&] { readChunks(); }) || !damages_.guard([&] { checkExtents(); })) {
+            contents_.missSome();
+        }
         damages_.guard([&] { tellVersions(); });
         damages_.guard([&] { tellOthers(); });
     }
@@ -49,13 +50,18 @@ public:
 private:
     /// Reads every chunk once, in the order in which they lie in the file.
     void readChunks() {
+        constexpr int mostBreaks = 1'000;
+        int breaks = 0;
         std::int64_t last = 0;
         for (std::optional<std::int64_t> unreadable = 0; unreadable;) {
             unreadable.reset();
             try {
                 readChunksAfter(last);
             } catch (const database::DatabaseError&) {
-                unreadable = chunkAfter(last);
+                unreadable = ++breaks > mostBreaks ? std::nullopt : chunkAfter(last);
+                if (!unreadable) {
+                    throw;
+                }
             }
             if (unreadable) {
                 addContentsOf(*unreadable);
@@ -68,20 +74,19 @@ private:
         const auto chunks = context_.database.query(
             "select id, checksum, data from chunks where id > $1 order by id", {last});
         while (chunks->next()) {
+            if (chunks->integer(0) <= last) {
+                database::throwDamaged("parts of contents are out of order");
+            }
             checkChunk(chunks->integer(0), chunks->integer(1), chunks->bytes(2));
             last = chunks->integer(0);
         }
     }
 
     /// The number of the next chunk, or nothing where even that cannot be read.
-    std::optional<std::int64_t> chunkAfter(std::int64_t last) {
-        try {
-            return context_.database.number("select min(id) from chunks where id > $1", {last});
-        } catch (const database::DatabaseError& error) {
-            damages_.add(error.what());
-            contents_.missSome();
-            return std::nullopt;
-        }
+    std::optional<std::int64_t> chunkAfter(std::int64_t last) const {
+        const std::int64_t next = context_.database.number(
+            "select coalesce(min(id), 0) from chunks where id > $1", {last});
+        return next > last ? std::optional(next) : std::nullopt;
     }
 
     void checkChunk(std::int64_t chunk, std::int64_t checksum, std::string_view data) {
@@ -98,7 +103,7 @@ private:
             }
         }
         if (!used) {
-            damages_.add("bytes that no content uses and no cleaning would find");
+            damages_.addMendable("bytes that no content uses and no cleaning would find");
         }
     }
 

@@ -55,9 +55,10 @@ void convert(const Context& context, Content content) {
     addBlockChecksums(context, content.id);
     sealContent(context, content);
     const std::int64_t expected = rowChecksumOf(content);
-    for (const std::string_view sql : {"update versions set checksum = $2 where content = $1",
-                                       "update downloads set checksum = $2 where content = $1",
-                                       "update handles set checksum = $2 where base = $1"}) {
+    for (const std::string_view sql :
+         {"update versions set checksum = $2 where content = $1 and checksum = 0",
+          "update downloads set checksum = $2 where content = $1 and checksum = 0",
+          "update handles set checksum = $2 where base = $1 and checksum = 0"}) {
         context.database.execute(sql, {content.id, expected});
     }
 }
@@ -69,7 +70,10 @@ bool addChecksums(const Context& context, std::int64_t& last) {
     const auto contents = collect(
         context.database.query(
             "select id, size, stored from contents c where id > $1 and checksum = 0"
-            " and exists(select 1 from versions v where v.content = c.id) order by id limit $2",
+            " and exists(select 1 from versions v where v.content = c.id)"
+            // Whoever expects a checksum of it means another content.
+            " and not exists(select 1 from versions v where v.content = c.id and v.checksum <> 0)"
+            " order by id limit $2",
             {last, contentsAtOnce}),
         [](const auto& row) {
             Content content;

@@ -11,6 +11,13 @@ void Damages::add(const std::string& sentence) {
     tell_(damage);
 }
 
+void Damages::addMendable(const std::string& sentence) {
+    FoundDamage damage;
+    damage.sentence = sentence;
+    damage.mendable = true;
+    tell_(damage);
+}
+
 void Damages::addNode(std::int64_t node, const std::string& damage) {
     FoundDamage found = describe(node);
     found.sentence += ' ' + damage;
@@ -22,6 +29,7 @@ void Damages::addVersion(std::int64_t node, int label, bool current, std::int64_
     FoundDamage found = describe(node);
     found.version = label;
     found.current = current;
+    found.mendable = !current;
     found.size = static_cast<unsigned long>(size);
     found.readable = static_cast<unsigned long>(readable);
     found.sentence += ", version " + std::to_string(label) + (current ? ", the current one" : "") +
@@ -30,14 +38,16 @@ void Damages::addVersion(std::int64_t node, int label, bool current, std::int64_
     tell_(found);
 }
 
-void Damages::guard(const std::function<void()>& check) {
+bool Damages::guard(const std::function<void()>& check) {
     try {
         check();
+        return true;
     } catch (const database::DatabaseError& error) {
         if (error.code() != StoreErrorCode::DAMAGED && error.code() != StoreErrorCode::OTHER) {
             throw;
         }
         add(error.what());
+        return false;
     }
 }
 

@@ -12,6 +12,8 @@ namespace storage::kvxstore {
 /// A damage as administration sees it, and the file it is in.
 struct FoundDamage : Damage {
     std::int64_t node = 0;
+    /// Whether letting go of it, or counting anew, mends it without a loss.
+    bool mendable = false;
 };
 
 /// Takes note of damage, and gives it names for people.
@@ -23,6 +25,8 @@ public:
 
     /// Damage of something that is neither a file nor a folder.
     void add(const std::string& sentence);
+    /// The same for what letting go of it, or counting anew, mends.
+    void addMendable(const std::string& sentence);
 
     /// Damage of a file or folder, perhaps of one that is in no folder.
     void addNode(std::int64_t node, const std::string& damage);
@@ -31,8 +35,8 @@ public:
     void addVersion(std::int64_t node, int label, bool current, std::int64_t size,
                     std::int64_t readable);
 
-    /// Runs a check, and takes note of what keeps it from its end.
-    void guard(const std::function<void()>& check);
+    /// Runs a check, and takes note of what keeps it from its end. Returns whether it came there.
+    bool guard(const std::function<void()>& check);
 
 private:
     FoundDamage describe(std::int64_t node) const;

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "core/Text.h"
-#include "maintenance/ContentVerification.h"
+#include "maintenance/Verification.h"
 #include "namespace/Charges.h"
 #include "storage/kvxstore/StoreError.h"
 
@@ -95,14 +95,18 @@ std::vector<OldVersion> findOldVersions(const Context& context, const PruneRules
 
 DamagedVersions findDamagedVersions(const Context& context) {
     DamagedVersions found;
-    Damages damages(context, [&](const FoundDamage& damage) {
-        found.currentToo = found.currentToo || damage.current;
-        if (damage.version != 0 && !damage.current && found.old.size() < damagedAtOnce) {
+    verify(context, [&](const FoundDamage& damage) {
+        if (!damage.mendable) {
+            found.worse = true;
+        } else if (damage.version == 0) {
+            found.mendable = true;
+        } else if (found.old.size() < damagedAtOnce) {
             found.old.push_back(
                 {damage.node, damage.version, static_cast<std::int64_t>(damage.size)});
+        } else {
+            found.more = true;
         }
     });
-    verifyContents(context, damages);
     return found;
 }
 
@@ -138,9 +142,9 @@ Pruned removeVersions(const Context& context, const std::vector<OldVersion>& ver
 
 Pruned removeDamagedVersions(const Context& context, const DamagedVersions& versions) {
     const Pruned pruned = removeVersions(context, versions.old);
-    recountBytes(context);
-    if (!versions.currentToo) {
+    if (!versions.worse && !versions.more) {
         letGoOfUnnamed(context);
+        recountBytes(context);
     }
     return pruned;
 }

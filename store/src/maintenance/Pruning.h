@@ -20,12 +20,15 @@ std::vector<OldVersion> findOldVersions(const Context& context, const PruneRules
 
 struct DamagedVersions {
     std::vector<OldVersion> old;
-    /// Whether current versions are damaged as well.
-    bool currentToo = false;
+    /// Whether there are more of them.
+    bool more = false;
+    /// Whether there is anything to mend but these versions.
+    bool mendable = false;
+    /// Whether there is damage that cannot be mended, and may be why other things look useless.
+    bool worse = false;
 };
 
-/// Finds the versions with a damaged content, though not all old ones where there are very many.
-/// Reads all contents.
+/// Finds old versions with a damaged content, up to a bounded number. Verifies the whole store.
 DamagedVersions findDamagedVersions(const Context& context);
 
 /// What a removal of all these versions comes to.
@@ -34,9 +37,9 @@ Pruned countVersions(const std::vector<OldVersion>& versions);
 /// Removes those of the versions that still exist.
 Pruned removeVersions(const Context& context, const std::vector<OldVersion>& versions);
 
-/// Removes those of the old versions that still exist, and counts the bytes in use anew, since the
-/// sizes may have been damaged too. Unless current versions are damaged, which may have lost their
-/// contents, it also lets go of contents that nothing names.
+/// Removes those of the old versions that still exist. Unless there is worse damage, it also counts
+/// the bytes in use anew, since the sizes may have been damaged too, and lets go of contents that
+/// nothing names.
 Pruned removeDamagedVersions(const Context& context, const DamagedVersions& versions);
 
 }  // namespace storage::kvxstore

@@ -16,6 +16,7 @@ namespace {
 struct Check {
     std::string_view damage;
     std::string_view sql;
+    bool mendable = false;
 };
 
 constexpr Check checks[] = {
@@ -45,7 +46,8 @@ constexpr Check checks[] = {
      " and not exists(select 1 from downloads where content = c.id)"
      " and not exists(select 1 from handles where base = c.id)"
      " and not exists(select 1 from handles where work = c.id)"
-     " and not exists(select 1 from garbage where content = c.id)"},
+     " and not exists(select 1 from garbage where content = c.id)",
+     true},
     {"counts its bytes in use wrong",
      "select 0, 'the bucket ' || b.name from buckets b left join (select bucket,"
      " sum(charge) as charge from garbage where charge > 0 group by bucket) g"
@@ -54,7 +56,8 @@ constexpr Check checks[] = {
      " join versions v on v.node = n.id join contents c on c.id = v.content"
      " where n.bucket = b.id) + (select coalesce(sum(c.stored), 0) from handles h"
      " join contents c on c.id = h.work where h.bucket = b.id)"
-     " + coalesce(g.charge, 0)"},
+     " + coalesce(g.charge, 0)",
+     true},
     {"is open without its content",
      "select h.node, '' from handles h"
      " where (h.base = 0 and h.work = 0)"
@@ -88,7 +91,8 @@ void run(const Check& check, const Context& context, Damages& damages) {
     const auto rows = context.database.query(check.sql);
     while (rows->next()) {
         if (rows->integer(0) == 0) {
-            damages.add(rows->text(1) + ' ' + damage);
+            const std::string sentence = rows->text(1) + ' ' + damage;
+            check.mendable ? damages.addMendable(sentence) : damages.add(sentence);
         } else {
             damages.addNode(rows->integer(0), damage);
         }

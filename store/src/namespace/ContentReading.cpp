@@ -196,6 +196,10 @@ std::string_view readChunk(const Context& context, const Extent& extent, std::in
         throw database::DatabaseError(StoreErrorCode::DAMAGED, "a part of it has a wrong size");
     }
     const bool hasBlocks = !extent.checksums.empty();
+    const auto blocks = static_cast<std::size_t>((extent.size + blockSize - 1) / blockSize);
+    if (hasBlocks && extent.checksums.size() != blocks * sizeof(std::int64_t)) {
+        throw database::DatabaseError(StoreErrorCode::DAMAGED, "a part of it has a wrong size");
+    }
     const std::int64_t begin = hasBlocks ? from - from % blockSize : 0;
     const std::int64_t end =
         hasBlocks ? std::min((to + blockSize - 1) / blockSize * blockSize, extent.size)

@@ -12,7 +12,8 @@ namespace storage::kvxstore {
 using Sink = std::function<void(std::string_view)>;
 
 /// Passes the content to the sink in order, piece by piece, in bounded memory. Damage throws
-/// DAMAGED with the file's path and version, before the sink sees a changed byte.
+/// DAMAGED with the file's path and version: before the sink sees a changed byte of a chunk, and at
+/// the end when the chunks are not those of the content.
 void readContent(const Context& context, const Content& content, const Sink& sink);
 
 /// As readContent(), for a range.

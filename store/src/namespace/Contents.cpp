@@ -144,6 +144,23 @@ void requireRow(const Context& context, const Content& content, std::int64_t exp
     }
 }
 
+void requireExtents(const Context& context, const Content& content) {
+    std::int64_t checksum = beginChecksum(content.size);
+    std::int64_t stored = 0;
+    const auto extents = context.database.query(
+        "select idx, chunk, size, checksums from extents where content = $1 order by idx",
+        {content.id});
+    while (extents->next()) {
+        const Extent extent{extents->integer(0), extents->integer(1), extents->integer(2),
+                            extents->bytes(3)};
+        checksum = continueChecksum(checksum, extent);
+        stored += extent.chunk == 0 ? 0 : extent.size;
+    }
+    if (stored != content.stored || (content.checksum != 0 && checksum != content.checksum)) {
+        throwDamagedContent(context, content, "its parts are not those that were stored");
+    }
+}
+
 NewBytes::NewBytes(std::string_view bytes)
     : bytes_(bytes), checksum_(beginChecksum(static_cast<std::int64_t>(bytes.size()))) {
     for (std::int64_t idx = 0; !bytes.empty(); ++idx) {

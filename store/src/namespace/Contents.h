@@ -33,6 +33,9 @@ std::int64_t rowChecksumOf(const Content& content);
 /// reference that was stored before there were checksums.
 void requireRow(const Context& context, const Content& content, std::int64_t expected);
 
+/// Throws DAMAGED unless the extents of a content are those that were stored. Reads no chunk.
+void requireExtents(const Context& context, const Content& content);
+
 /// Bytes to store, with their checksums. The caller owns the bytes, and keeps them as long.
 class NewBytes {
 public:

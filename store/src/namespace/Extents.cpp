@@ -42,17 +42,17 @@ std::string blockChecksumsOf(std::int64_t idx, std::string_view chunk) {
 
 bool haveChecksums(const Extent& extent, std::size_t first, std::string_view blocks) {
     const std::string_view checksums = extent.checksums;
-    bool all = true;
+    bool matches = true;
     forEachBlock(blocks, [&](std::size_t number, std::string_view block) {
         std::int64_t expected = 0;
         const std::size_t at = (first + number) * checksumSize;
-        all = all && at + checksumSize <= checksums.size();
-        if (all) {
+        matches = matches && at + checksumSize <= checksums.size();
+        if (matches) {
             std::memcpy(&expected, checksums.data() + at, checksumSize);
-            all = checksumOf(block, extent.idx) == expected;
+            matches = checksumOf(block, extent.idx) == expected;
         }
     });
-    return all;
+    return matches;
 }
 
 std::int64_t beginChecksum(std::int64_t contentSize) { return checksumOfNumbers({contentSize}, 0); }

@@ -61,10 +61,20 @@ Content findVersion(const Context& context, const Node& file, const std::string&
     }
     const auto row = context.database.query(
         "select c.id, c.size, c.stored, c.checksum, v.content_type, v.checksum from versions v"
-        " join contents c on c.id = v.content where v.node = $1 and v.label = $2",
+        " left join contents c on c.id = v.content where v.node = $1 and v.label = $2",
         {version.id, version.label});
     // Comparing the whole id refuses every malformed or contradicting one.
-    if (!row->next() || (!versionId.empty() && versionId != versionIdOf(version))) {
+    if (!versionId.empty() && versionId != versionIdOf(version)) {
+        refuse(ErrorCode::RESOURCE_NOT_FOUND);
+    }
+    const bool exists = row->next();
+    if (exists ? row->integer(0) == 0 : version.label == file.label) {
+        Content missing;
+        missing.node = version.id;
+        missing.label = version.label;
+        throwDamagedContent(context, missing, "it is missing");
+    }
+    if (!exists) {
         refuse(ErrorCode::RESOURCE_NOT_FOUND);
     }
     const Content content{row->integer(0), row->integer(1), row->integer(2),

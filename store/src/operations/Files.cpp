@@ -41,13 +41,16 @@ Content findDownload(const Context& context, const std::string& location) {
     const std::string hash = hashOf(secretOf(location));
     const auto row = context.database.query(
         "select c.id, c.size, c.stored, c.checksum, d.node, d.checksum from downloads d"
-        " join contents c on c.id = d.content where d.hash = $1 and d.expires > $2",
+        " left join contents c on c.id = d.content where d.hash = $1 and d.expires > $2",
         {database::Blob{hash}, context.now()});
     if (!row->next()) {
         refuse(ErrorCode::RESOURCE_NOT_FOUND);
     }
     const Content content{row->integer(0), row->integer(1), row->integer(2), row->integer(3), {}, 0,
                           row->integer(4)};
+    if (content.id == 0) {
+        throwDamagedContent(context, content, "it is missing");
+    }
     requireRow(context, content, row->integer(5));
     return content;
 }

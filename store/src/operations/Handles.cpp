@@ -79,29 +79,45 @@ Handle findHandle(const Context& context, const std::string& id) {
             row->integer(7) != 0, row->integer(8) != 0, row->text(9),    row->integer(10)};
 }
 
-/// The content that is read through the handle.
-Content contentOf(const Context& context, const Handle& handle) {
-    const bool changed = handle.work != 0;
+/// Reads the row of a content of the handle. `expected` is its checksum, 0 for unknown.
+Content readRow(const Context& context, const Handle& handle, std::int64_t id,
+                std::int64_t expected) {
     Content content;
-    content.id = changed ? handle.work : handle.base;
-    content.base = changed ? handle.base : 0;
+    content.id = id;
     content.type = handle.contentType;
     content.node = handle.node;
-    const auto row = context.database.query(
-        "select size, stored, checksum from contents where id = $1", {content.id});
+    const auto row =
+        context.database.query("select size, stored, checksum from contents where id = $1", {id});
     if (!row->next()) {
         database::throwDamaged("an open content is missing");
     }
     content.size = row->integer(0);
     content.stored = row->integer(1);
     content.checksum = row->integer(2);
-    requireRow(context, content, changed ? 0 : handle.checksum);
+    requireRow(context, content, expected);
+    return content;
+}
+
+/// Throws DAMAGED unless the base is what was opened, since a new checksum would cover for it.
+void requireSoundBase(const Context& context, const Handle& handle) {
+    if (handle.base != 0) {
+        requireExtents(context, readRow(context, handle, handle.base, handle.checksum));
+    }
+}
+
+/// The content that is read through the handle.
+Content contentOf(const Context& context, const Handle& handle) {
+    const bool changed = handle.work != 0;
+    Content content = readRow(context, handle, changed ? handle.work : handle.base,
+                              changed ? 0 : handle.checksum);
+    content.base = changed ? handle.base : 0;
     return content;
 }
 
 /// Gives the handle a work content, unless it has one.
 Content startWork(const Context& context, Handle& handle, Content content) {
     if (handle.work == 0) {
+        requireSoundBase(context, handle);
         handle.work = newContent(context).id;
         context.database.execute("update handles set work = $2 where hash = $1",
                                  {Blob{handle.hash}, handle.work});
@@ -138,6 +154,7 @@ ResolvedPath targetOf(const Context& context, const Handle& handle) {
 void commit(const Context& context, const Handle& handle, bool createNewVersion) {
     const ResolvedPath path = targetOf(context, handle);
     Content content = contentOf(context, handle);
+    requireSoundBase(context, handle);
     // First, because from here on the bytes count with the version.
     deleteHandle(context.database, handle.hash);
     sealContent(context, content);
@@ -150,6 +167,18 @@ void commit(const Context& context, const Handle& handle, bool createNewVersion)
     }
     const Node file = revise(context, path, content.size, createNewVersion, content.id);
     addVersion(context, file, content);
+}
+
+/// The current content of a file whose bytes are not needed: damage does not keep them.
+Content findTruncated(const Context& context, const Node& file) {
+    try {
+        return findVersion(context, file, {}, file.label);
+    } catch (const database::DatabaseError& error) {
+        if (error.code() != StoreErrorCode::DAMAGED) {
+            throw;
+        }
+        return {};
+    }
 }
 
 /// The limit as a number that the database can store.
@@ -205,7 +234,8 @@ FileHandleReadWriteCreateResponse createReadWriteFileHandle(
         if (mode == FileCreateMode::CREATE) {
             refuse(ErrorCode::CONFLICT);
         }
-        content = findVersion(context, file, {}, file.label);
+        content = request.getTruncate() ? findTruncated(context, file)
+                                        : findVersion(context, file, {}, file.label);
         handle.node = file.id;
         handle.base = request.getTruncate() ? 0 : content.id;
         handle.checksum = rowChecksumOf(content);
@@ -216,6 +246,7 @@ FileHandleReadWriteCreateResponse createReadWriteFileHandle(
     context.database.requireWritable();
     // The work content makes the commit change something even if nothing is written.
     if (handle.base == 0 || handle.contentType != content.type) {
+        requireSoundBase(context, handle);
         content = newContent(context, handle.base == 0 ? 0 : content.size);
         handle.work = content.id;
     }

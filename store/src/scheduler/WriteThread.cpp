@@ -82,6 +82,7 @@ void WriteThread::work() {
             queue_.gather(jobs.size(), batchJobs, (std::chrono::steady_clock::now() - now) / 4);
             taskDue_ = std::min(now + idleTime, taskDone_ + taskPatience);
         } else if (queue_.isClosed()) {
+            cleanAtTheEnd();
             return;
         }
         if (now >= taskDue_ || (uncleaned_ >= mostUncleaned && load_ >= loadOfPortion)) {
@@ -272,6 +273,22 @@ void WriteThread::runTask(bool idle) {
     }
     taskDone_ = std::chrono::steady_clock::now();
     taskDue_ = taskDone_ + std::max<std::chrono::milliseconds>(wait, idleTime);
+}
+
+/// Programs that end after a few calls would leave all cleaning to others.
+void WriteThread::cleanAtTheEnd() {
+    constexpr auto time = 50ms;
+    if (connection_->changes() == 0) {
+        return;
+    }
+    try {
+        const auto end = std::chrono::steady_clock::now() + time;
+        while (runPortion() == 0ms && std::chrono::steady_clock::now() < end) {
+        }
+        giveRoomBack(idlePortion, idleRoom);
+    } catch (...) {
+        // The next program can do it.
+    }
 }
 
 // It is not worth waiting for another program: calls, and the end of the store, would wait as well.

@@ -45,6 +45,7 @@ private:
     void retryFull(const Jobs& jobs, std::vector<std::exception_ptr>& errors);
     void makeRoom(std::size_t bytes);
     void runTask(bool idle);
+    void cleanAtTheEnd();
     std::chrono::milliseconds runPortion();
     bool giveRoomBack(std::size_t bytes, std::size_t kept);
     void letOthersWrite();

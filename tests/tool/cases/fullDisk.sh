@@ -5,7 +5,8 @@ kvx put small :/
 # The store does not always know that a limit for files is why it cannot write.
 code=0
 (ulimit -f 2000; kvx put large :/) 2>errors || code=$?
-[[ $code == 7 && $(<errors) == 'kvx: put: :/large: the store failed: '* ]] || fail "$code: $(<errors)"
+[[ $code:$(<errors) == 7:'kvx: put: :/large: the store failed: '* ||
+    $code:$(<errors) == 6:"kvx: put: :/large: the store's disk is full" ]] || fail "$code: $(<errors)"
 [[ $(kvx ls) == small && $(kvx cat /small) == small ]]
 kvx put large :/
 kvx get :/large back

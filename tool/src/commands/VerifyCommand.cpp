@@ -25,13 +25,25 @@ Json asJson(const kvxstore::Damage& damage) {
 
 void verify(const kvxstore::Store& store, Invocation& invocation) {
     unsigned long found = 0;
+    std::exception_ptr unprinted;
     const auto print = [&](const kvxstore::Damage& damage) {
         ++found;
-        invocation.out.print(asJson(damage), escaped(damage.sentence));
+        try {
+            invocation.out.print(asJson(damage), escaped(damage.sentence));
+        } catch (...) {
+            unprinted = std::current_exception();
+            throw;
+        }
     };
     try {
         store.verify(print);
     } catch (const kvxstore::StoreError& error) {
+        if (unprinted) {
+            std::rethrow_exception(unprinted);
+        }
+        if (error.code() != kvxstore::StoreErrorCode::DAMAGED) {
+            throw;
+        }
         // Too damaged to be looked through.
         kvxstore::Damage damage;
         damage.sentence = error.what();

@@ -120,15 +120,15 @@ Meaning meaningOf(const std::error_code& error) {
     }
 }
 
-/// Whether the store failed because it may not be written, which is no fault of its own.
-bool mayNotBeWritten(const std::exception& error) {
+/// Why the store failed, as far as that is no fault of its own.
+StoreErrorCode causeOf(const std::exception& error) {
     try {
         std::rethrow_if_nested(error);
     } catch (const kvxstore::StoreError& cause) {
-        return cause.code() == StoreErrorCode::NOT_WRITABLE;
+        return cause.code();
     } catch (...) {
     }
-    return false;
+    return StoreErrorCode::OTHER;
 }
 
 /// The text of the exception nested in `error`, after a colon; empty without one.
@@ -159,8 +159,12 @@ Failure Failure::of(const std::string& subject, const std::exception_ptr& error)
     } catch (const Failure& failure) {
         return failure;
     } catch (const kvxclient::KVXClientException& exception) {
-        if (mayNotBeWritten(exception)) {
+        const StoreErrorCode cause = causeOf(exception);
+        if (cause == StoreErrorCode::NOT_WRITABLE) {
             return {ExitCode::REFUSED, subject, "the store is read-only"};
+        }
+        if (cause == StoreErrorCode::FULL) {
+            return {ExitCode::NO_ROOM, subject, "the store's disk is full"};
         }
         const Meaning meaning = meaningOf(exception.getErrorCode());
         return {meaning.code, subject, meaning.words + nestedCause(exception)};

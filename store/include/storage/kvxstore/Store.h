@@ -201,10 +201,10 @@ public:
     /// a rule.
     Pruned prune(const PruneRules& rules) const;
 
-    /// Removes the old versions whose content is damaged, up to 10,000 at once, as verify() tells
-    /// them, and counts the bytes in use anew; a dry run only counts the versions. A damaged
-    /// current version stays until it is written again. Where there is none, contents that nothing
-    /// names go as well. Reads all contents.
+    /// Removes the old versions whose content is damaged, as verify() tells them; a dry run only
+    /// counts them. A damaged current version stays until it is written again. Where there is no
+    /// other damage, contents that nothing names go as well, and the bytes in use are counted anew.
+    /// Verifies the whole store.
     Pruned pruneDamaged(bool dryRun = false) const;
 
     /// Counts everything. Reads the whole file, which is slow for a large one.

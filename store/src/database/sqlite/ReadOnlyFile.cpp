@@ -45,7 +45,7 @@ constexpr const char* fillStatements =
 ReadOnlyFile::ReadOnlyFile(sqlite3* database, std::string path)
     : database_(database), path_(std::move(path)) {}
 
-ReadOnlyFile::State ReadOnlyFile::currentState() const {
+ReadOnlyFile::State ReadOnlyFile::currentState(bool looksForLog) const {
     struct stat file {};
     if (::stat(path_.c_str(), &file) != 0) {
         throw DatabaseError(codeOfSystemError(errno),
@@ -53,7 +53,7 @@ ReadOnlyFile::State ReadOnlyFile::currentState() const {
     }
     struct stat log {};
     State state{file.st_dev, file.st_ino};
-    state.hasLog = ::stat((path_ + "-wal").c_str(), &log) == 0 && log.st_size > 0;
+    state.hasLog = looksForLog && ::stat((path_ + "-wal").c_str(), &log) == 0 && log.st_size > 0;
     if (!state.hasLog) {
         state.size = file.st_size;
         state.seconds = file.st_mtim.tv_sec;
@@ -106,15 +106,15 @@ unsigned ReadOnlyFile::version() const {
 }
 
 void ReadOnlyFile::makeTables() const {
-    std::string statements;
+    std::string script;
     sqlite3_stmt* rows = nullptr;
     requireSuccess(database_, sqlite3_prepare_v2(database_, tableStatements, -1, &rows, nullptr));
     while (sqlite3_step(rows) == SQLITE_ROW) {
-        statements += reinterpret_cast<const char*>(sqlite3_column_text(rows, 0));
-        statements += ';';
+        script += reinterpret_cast<const char*>(sqlite3_column_text(rows, 0));
+        script += ';';
     }
     requireSuccess(database_, sqlite3_finalize(rows));
-    run(statements);
+    run(script);
 }
 
 bool ReadOnlyFile::fillMemory() {
@@ -129,7 +129,11 @@ bool ReadOnlyFile::fillMemory() {
 }
 
 void ReadOnlyFile::requireUnchanged() {
-    if (!attached_->hasLog && currentState() != *attached_) {
+    if (attached_->hasLog) {
+        return;
+    }
+    // A log that appears is no change: what is in it is not in the file yet.
+    if (currentState(false) != *attached_) {
         throw DatabaseError(StoreErrorCode::FILE_CHANGED,
                             "the store's file was changed while it was read: " + path_);
     }

@@ -45,7 +45,7 @@ private:
         bool operator==(const State&) const = default;
     };
 
-    State currentState() const;
+    State currentState(bool looksForLog = true) const;
     void run(const std::string& sql) const;
     void makeTables() const;
     unsigned version() const;

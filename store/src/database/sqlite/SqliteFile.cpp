@@ -50,6 +50,12 @@ bool examineFile(const std::string& path) {
         }
         return true;
     }
+    if (isFile && status.st_nlink > 1) {
+        throw StoreError(StoreErrorCode::FILE_CHANGED,
+                         "the store's file has a second name (a hard link), where it would get"
+                         " other logs: " +
+                             path);
+    }
     if (!isFile || (!hasStoreHead(path) && !awaitsRollback(path))) {
         throw StoreError(StoreErrorCode::NOT_A_STORE, "not a store file: " + path);
     }
