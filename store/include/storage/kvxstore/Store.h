@@ -74,8 +74,8 @@ class Engine;
 /// A call that would leave no room for deleting is refused and changes nothing, after the store has
 /// purged what it can for up to five seconds. For that it keeps about 5 MiB of the disk beside what
 /// its files need while it is open. Logging in, deleting and closing handles still work, and what
-/// they free can be written again without a larger disk. Opening needs some hundred KiB. A file of any size needs its room twice for a moment: in
-/// the store's file and in the log beside it.
+/// they free can be written again without a larger disk. Opening needs some hundred KiB. A file of
+/// any size needs its room twice for a moment: in the store's file and in the log beside it.
 ///
 /// @par File handles
 /// A handle is valid until it is closed, until its user has no valid session left or until the
