@@ -233,6 +233,23 @@ TEST(DamageTest, AWriteCoversForNoDamageAndReplacesAllOfIt) {
     }
 }
 
+TEST(DamageTest, PruningByRulesLeavesDamagedSizesToTheCommandForThem) {
+    const DamagedStore damaged;
+    damaged.damage("update contents set size = size * 2 where id = 1");
+    EXPECT_EQ(damaged.store->prune({.keepLast = 1}).versions, 0);
+    EXPECT_EQ(damaged.store->pruneDamaged().versions, 1);
+    damaged.store->sweep();
+    EXPECT_EQ(damaged.store->verify(), std::vector<std::string>());
+}
+
+TEST(DamageTest, ALostContentIsReplaced) {
+    const DamagedStore damaged;
+    damaged.damage("delete from contents where id = 5");  // The newest id, which is given again.
+    damaged.user.put(u"/holes", "new");
+    EXPECT_EQ(damaged.user.get(u"/holes"), "new");
+    EXPECT_EQ(damaged.user.get(u"/other"), damaged.other);
+}
+
 TEST(DamageTest, LettingGoTakesNothingThatMayBeSound) {
     for (const char* sql : {"delete from versions where node = 5",
                             "delete from nodes where id = 5; delete from versions where node = 5;"

@@ -7,6 +7,7 @@
 #include "core/Text.h"
 #include "maintenance/Verification.h"
 #include "namespace/Charges.h"
+#include "namespace/Contents.h"
 #include "storage/kvxstore/StoreError.h"
 
 namespace storage::kvxstore {
@@ -78,7 +79,8 @@ std::vector<OldVersion> findOldVersions(const Context& context, const PruneRules
     }
     return collect(
         context.database.query(
-            "select v.node, v.label, c.size from versions v join nodes n on n.id = v.node"
+            "select v.node, v.label, c.size, c.stored, c.checksum, v.checksum from versions v"
+            " join nodes n on n.id = v.node"
             " join contents c on c.id = v.content where (v.node, v.label) > ($1, $2)"
             " and v.label < n.label and v.created < $3"
             " and exists(select 1 from versions w where w.node = v.node and w.label > v.label"
@@ -89,7 +91,14 @@ std::vector<OldVersion> findOldVersions(const Context& context, const PruneRules
              findByName(context, "bucket", rules.bucket), findByName(context, "user", rules.user),
              versionsAtOnce}),
         [](const auto& row) {
-            return OldVersion{row.integer(0), row.integer(1), row.integer(2)};
+            Content content;
+            content.size = row.integer(2);
+            content.stored = row.integer(3);
+            content.checksum = row.integer(4);
+            const std::int64_t expected = row.integer(5);
+            return OldVersion{
+                row.integer(0), row.integer(1), content.size,
+                content.size < 0 || (expected != 0 && rowChecksumOf(content) != expected)};
         });
 }
 
@@ -113,6 +122,9 @@ DamagedVersions findDamagedVersions(const Context& context) {
 Pruned countVersions(const std::vector<OldVersion>& versions) {
     Pruned pruned;
     for (const OldVersion& version : versions) {
+        if (version.isDamaged) {
+            continue;
+        }
         pruned.versions += 1;
         pruned.bytes += static_cast<unsigned long>(version.size);
     }
@@ -127,7 +139,7 @@ Pruned removeVersions(const Context& context, const std::vector<OldVersion>& ver
             "select n.bucket from versions v join nodes n on n.id = v.node"
             " where v.node = $1 and v.label = $2 and v.label < n.label",
             {version.node, version.label});
-        if (!row->next()) {
+        if (version.isDamaged || !row->next()) {
             continue;
         }
         const std::int64_t bucket = row->integer(0);

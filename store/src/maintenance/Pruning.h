@@ -11,6 +11,8 @@ struct OldVersion {
     std::int64_t node = 0;
     std::int64_t label = 0;
     std::int64_t size = 0;
+    /// Whether its size is damaged: such a version goes only with the damaged ones.
+    bool isDamaged = false;
 };
 
 /// Finds some of the versions that the rules do not keep, in the order of files and labels, from

@@ -32,6 +32,16 @@ std::optional<OwnExtent> findExtent(const Context& context, std::int64_t content
     return row->next() ? std::optional(OwnExtent(*row)) : std::nullopt;
 }
 
+std::int64_t insertContent(const Context& context, std::int64_t size, std::int64_t stored,
+                           std::int64_t checksum) {
+    const std::int64_t content =
+        context.database.insert("insert into contents(size, stored, checksum) values($1, $2, $3)",
+                                {size, stored, checksum});
+    // A content whose row was lost leaves its extents to the next one with its id.
+    context.database.execute("delete from extents where content = $1", {content});
+    return content;
+}
+
 void insertExtent(const Context& context, std::int64_t content, const Extent& extent) {
     context.database.execute(
         "insert into extents(content, idx, chunk, size, checksums) values($1, $2, $3, $4, $5)",
@@ -176,8 +186,7 @@ Content NewBytes::write(const Context& context) const {
     Content content;
     content.size = content.stored = size();
     content.checksum = checksum_;
-    content.id = context.database.insert(
-        "insert into contents(size, stored, checksum) values($1, $1, $2)", {size(), checksum_});
+    content.id = insertContent(context, size(), size(), checksum_);
     for (std::size_t idx = 0; idx < checksums_.size(); ++idx) {
         insertChunk(context, content.id, static_cast<std::int64_t>(idx),
                     bytes_.substr(idx * chunkSize, chunkSize), checksums_[idx]);
@@ -200,8 +209,7 @@ bool NewBytes::equal(const Context& context, const Content& content) const {
 
 Content newContent(const Context& context, std::int64_t size) {
     Content content;
-    content.id =
-        context.database.insert("insert into contents(size, stored) values($1, 0)", {size});
+    content.id = insertContent(context, size, 0, 0);
     content.size = size;
     return content;
 }

@@ -1,19 +1,39 @@
 #include "scheduler/Scheduler.h"
 
+#include <chrono>
+#include <thread>
+
 #include "storage/kvxtransport/PendingCalls.h"
 
 namespace storage::kvxstore::scheduler {
 
 namespace {
 
-std::exception_ptr runSnapshot(database::Connection& connection, Job& job) {
+/// Whether a file that this program may only read was written meanwhile, by one that may.
+bool wasChanged(const database::Connection& connection, const std::exception_ptr& error) {
     try {
-        database::Transaction snapshot(connection, database::Access::READ);
-        job.run(connection);
-        snapshot.commit();
-        return nullptr;
+        std::rethrow_exception(error);
+    } catch (const StoreError& failure) {
+        return connection.isReadOnly() && failure.code() == StoreErrorCode::FILE_CHANGED;
     } catch (...) {
-        return std::current_exception();
+        return false;
+    }
+}
+
+std::exception_ptr runSnapshot(database::Connection& connection, Job& job) {
+    constexpr int mostTries = 50;
+    for (int tries = 1;; ++tries) {
+        try {
+            database::Transaction snapshot(connection, database::Access::READ);
+            job.run(connection);
+            snapshot.commit();
+            return nullptr;
+        } catch (...) {
+            if (tries == mostTries || !wasChanged(connection, std::current_exception())) {
+                return std::current_exception();
+            }
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
 }
 

@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <thread>
 #include <utility>
 
 #include "database/Connection.h"
@@ -67,9 +69,17 @@ void ReadOnlyFile::run(const std::string& sql) const {
 }
 
 void ReadOnlyFile::attach() {
+    constexpr int mostTries = 20;
+    // A writer makes the log before its index, and removes both when it ends.
+    for (int tries = 1; !tryToAttach(tries == mostTries); ++tries) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+
+bool ReadOnlyFile::tryToAttach(bool isLastTry) {
     const State now = currentState();
     if (attached_ == now) {
-        return;
+        return true;
     }
     if (attached_) {
         run("detach store");
@@ -89,6 +99,9 @@ void ReadOnlyFile::attach() {
         if (!now.hasLog || error.code() == StoreErrorCode::IN_USE) {
             throw;
         }
+        if (!isLastTry) {
+            return false;
+        }
         throw DatabaseError(StoreErrorCode::NOT_WRITABLE,
                             "the store may not be written, and its log cannot be read without an"
                             " index (-shm) that fits: " +
@@ -96,6 +109,7 @@ void ReadOnlyFile::attach() {
     }
     attached_ = now;
     run("pragma store.cache_size = -8192");
+    return true;
 }
 
 unsigned ReadOnlyFile::version() const {

@@ -45,6 +45,8 @@ private:
         bool operator==(const State&) const = default;
     };
 
+    /// Returns false when it failed, but may do on the next try.
+    bool tryToAttach(bool isLastTry);
     State currentState(bool looksForLog = true) const;
     void run(const std::string& sql) const;
     void makeTables() const;
