@@ -13,7 +13,7 @@ std::int64_t discardVersions(database::Connection& database, std::int64_t node, 
         " or exists(select 1 from downloads where content = v.content))"
         " and not exists(select 1 from versions o where o.content = v.content"
         " and (o.node <> $1 or o.label < $3 or o.label > $4))"
-        " then (select size from contents where id = v.content) else 0 end"
+        " then coalesce((select size from contents where id = v.content), 0) else 0 end"
         " from versions v where v.node = $1 and v.label between $3 and $4 and v.content <> $5"
         // Each content once, though several versions may have it.
         " and not exists(select 1 from versions o where o.content = v.content and o.node = $1"
