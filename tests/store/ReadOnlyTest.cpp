@@ -226,13 +226,13 @@ TEST_F(ReadOnlyTest, AReadDuringWhichTheFileChangesIsDoneAgain) {
     asOrdinaryUser([&] {
         const std::string token = makeStore("store.db");
         protect("store.db", 0444);
+        const auto made = fs::last_write_time(file("store.db"));
         std::atomic<int> changes = 0;
         const auto store = Store::open(
             url(), {.clock = [&] {
                 // An operation asks for the time within its transaction.
                 if (changes > 0) {
-                    fs::last_write_time(file("store.db"), fs::file_time_type::min() +
-                                                              std::chrono::seconds(changes--));
+                    fs::last_write_time(file("store.db"), made + std::chrono::seconds(changes--));
                 }
                 return std::chrono::system_clock::now();
             }});
