@@ -69,6 +69,7 @@ TEST_F(FileIdentityTest, AcknowledgesNothingUntilTheFileIsRightAgain) {
     };
     for (const auto& [harm, mend, cause] : cases) {
         harm();
+        std::this_thread::sleep_for(2ms);  // A reader looks once a millisecond.
         const std::string written = causeOfWrite();
         EXPECT_EQ(written.substr(0, cause.size()), cause);
         EXPECT_EQ(causeOf([&] { account->get(u"/f"); }), written);
@@ -118,6 +119,7 @@ TEST_F(FileIdentityTest, KeepsTheLogOutOfAFileWithAnotherContent) {
         const std::string sound = bytesOf(file);
         account->put(u"/f", "in the log");
         harm();
+        std::this_thread::sleep_for(2ms);
         const std::string harmed = bytesOf(file);
         if (noticedFirst) {
             EXPECT_EQ(causeOfWrite(), cause + file);

@@ -1,13 +1,12 @@
 #include "core/Checksum.h"
 
-#define XXH_INLINE_ALL
-#include <xxhash.h>
+#include <xxh_x86dispatch.h>
 
 namespace storage::kvxstore {
 
 std::int64_t checksumOf(std::string_view bytes, std::int64_t earlier) {
-    return static_cast<std::int64_t>(
-        XXH3_64bits_withSeed(bytes.data(), bytes.size(), static_cast<XXH64_hash_t>(earlier)));
+    return static_cast<std::int64_t>(XXH3_64bits_withSeed_dispatch(
+        bytes.data(), bytes.size(), static_cast<XXH64_hash_t>(earlier)));
 }
 
 }  // namespace storage::kvxstore

@@ -162,6 +162,14 @@ void FileIdentity::check() {
     }
 }
 
+void FileIdentity::checkSometimes() {
+    const auto now = std::chrono::steady_clock::now();
+    if (now >= nextLook_) {
+        check();
+        nextLook_ = now + std::chrono::milliseconds(1);
+    }
+}
+
 std::optional<FileIdentity::LogState> FileIdentity::readLogState() const {
     // Where the index of the log has the numbers; its first part has this size.
     constexpr std::size_t frames = 16;

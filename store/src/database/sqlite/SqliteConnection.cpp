@@ -283,8 +283,10 @@ void SqliteConnection::begin(Access access) {
             readOnly_->attach();
         }
         execute(writing_ ? "begin immediate" : "begin");
-        if (identity_) {
+        if (identity_ && writing_) {
             identity_->check();
+        } else if (identity_) {
+            identity_->checkSometimes();
         }
         if (room_ && writing_) {
             room_->begin();
