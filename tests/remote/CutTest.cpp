@@ -1,4 +1,3 @@
-#include <fstream>
 #include <sstream>
 
 #include "RemoteFixture.h"
@@ -72,14 +71,14 @@ TEST_F(CutTest, ADownloadGivesEachByteOnce) {
         user.files->createFileDownload(FileDownloadCreateRequest(Resource(u"/f", u"")))
             .getLocation();
     for (int part = 0; part < 20; ++part) {
-        auto stream = std::make_shared<std::ostringstream>();
+        std::stringbuf got;
         FileDownloadRequest request(location);
-        request.withStreamFactory([&] { return stream; });
+        request.withStreamFactory([&] { return std::make_unique<std::iostream>(&got); });
         const unsigned before = proxy.cuts();
         proxy.cutAfter(Proxy::never, static_cast<std::int64_t>(content.size()) * part / 20 + 1);
         user.files->downloadFile(std::move(request));
         EXPECT_EQ(proxy.cuts(), before + 1);
-        EXPECT_TRUE(stream->str() == content) << part;
+        EXPECT_TRUE(got.str() == content) << part;
 
         proxy.cutAfter(Proxy::never, static_cast<std::int64_t>(content.size()) * part / 20 + 1);
         EXPECT_TRUE(get(user, u"/f") == content) << part;
@@ -161,7 +160,7 @@ struct World {
     std::shared_ptr<kvxstore::Store> store = kvxstore::Store::open("sqlite::memory:");
     const std::string adaToken = store->createUser({.name = u"ada"});
     const std::string bobToken = store->createUser({.name = u"bob"});
-    kvxserver::Server server{RemoteTest::serverOptions(), [this] { return store->createClient(); }};
+    kvxserver::Server server{serverOptions(), [this] { return store->createClient(); }};
     Proxy proxy{server.port()};
     const std::string url = "kvx+plain://127.0.0.1:" + std::to_string(proxy.port());
     RemoteUser ada{url, adaToken};
@@ -174,7 +173,7 @@ private:
                          std::ostringstream& text) {
         const auto listing = user.files->listFolder(FolderListRequest(Resource(path, u"")));
         for (const FileSummary& file : listing.getFiles()) {
-            const std::u16string name = file.getResource().getPath();
+            const std::u16string name = path + u'/' + file.getName();
             text << utf8(name) << ' ' << file.getSize() << ' '
                  << user.versioning->listVersions(VersionListRequest(Resource(name, u"")))
                         .getVersions()
@@ -182,8 +181,9 @@ private:
                  << '\n';
         }
         for (const FolderSummary& folder : listing.getFolders()) {
-            text << utf8(folder.getResource().getPath()) << '\n';
-            describe(user, folder.getResource().getPath(), text);
+            const std::u16string name = path + (path == u"/" ? u"" : u"/") + folder.getName();
+            text << utf8(name) << '\n';
+            describe(user, name, text);
         }
     }
 };
@@ -236,7 +236,7 @@ const OnceCall onceCalls[] = {
      [](World& world) {
          FileHandleReadWriteCreateRequest request(other);
          const auto handle = world.ada.files->createReadWriteFileHandle(
-             request.withCreateMode(FileCreateMode::MUST_CREATE));
+             request.withCreateMode(FileCreateMode::CREATE));
          return std::string(handle.getFileCreated() ? "created" : "there");
      }},
     {"closeFileHandle",

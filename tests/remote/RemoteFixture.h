@@ -50,17 +50,18 @@ inline std::optional<Code> codeOf(const std::function<void()>& action) {
     }
 }
 
+/// Without TLS, on any port.
+inline kvxserver::ServerOptions serverOptions() {
+    kvxserver::ServerOptions options;
+    options.listen = "127.0.0.1:0";
+    options.plain = true;
+    options.drain = std::chrono::seconds(0);
+    return options;
+}
+
 /// A store in memory with two users, a server, and a network that a test can spoil.
 class RemoteTest : public testing::Test {
 protected:
-    static kvxserver::ServerOptions serverOptions() {
-        kvxserver::ServerOptions options;
-        options.listen = "127.0.0.1:0";
-        options.plain = true;
-        options.drain = std::chrono::seconds(0);
-        return options;
-    }
-
     std::string url(const std::string& query = "") const {
         return "kvx+plain://127.0.0.1:" + std::to_string(proxy.port()) + query;
     }
