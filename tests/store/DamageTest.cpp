@@ -37,25 +37,13 @@ public:
         file.close();
         holes.resize(9'000 * kib + 3);
         holes.replace(3'000 * kib, 13, "in the middle").replace(9'000 * kib, 3, "end");
-        const FileHandleReadOnlyCreateRequest open({u"/d/f", u""});
-        handle = user.files->createReadOnlyFileHandle(open).getFileHandleId();
-        const FileHandleReadOnlyCreateRequest openHoles({u"/holes", u""});
-        holesHandle = user.files->createReadOnlyFileHandle(openHoles).getFileHandleId();
-        const FileDownloadCreateRequest download({u"/d/f", u""});
-        location = user.files->createFileDownload(download).getLocation();
+        handle = user.openToRead(u"/d/f");
+        holesHandle = user.openToRead(u"/holes");
+        location = user.offer(u"/d/f");
     }
 
     /// What each way to read gives: "right", "wrong", or the code and cause of its failure.
     std::map<std::string, std::string> readAll() const {
-        const auto range = [this](const std::string& id, unsigned long start, unsigned long size) {
-            const auto body = user.files
-                                  ->readFileContent(FileContentReadRequest({u"", u""})
-                                                        .withFileHandleId(id)
-                                                        .withStartLocation(start)
-                                                        .withLength(size))
-                                  .getResponseBody();
-            return std::string(body.begin(), body.end());
-        };
         std::map<std::string, std::string> found;
         const auto add = [&](const std::string& way, const std::string& expected,
                              const std::function<std::string()>& read) {
@@ -68,8 +56,8 @@ public:
         add("file", second, [&] { return user.get(u"/d/f"); });
         add("version", first, [&] { return readVersion(1); });
         add("range", second.substr(300 * kib, 64 * kib),
-            [&] { return range(handle, 300 * kib, 64 * kib); });
-        add("head", second.substr(0, 10), [&] { return range(handle, 0, 10); });
+            [&] { return user.read(handle, 300 * kib, 64 * kib); });
+        add("head", second.substr(0, 10), [&] { return user.read(handle, 0, 10); });
         add("download", second, [&] { return download(); });
         add("stream", second, [&] { return streamed(); });
         add("copy", second, [&] { return user.get(u"/copy"); });
@@ -77,9 +65,9 @@ public:
         add("other", other, [&] { return user.get(u"/other"); });
         add("holes", holes, [&] { return user.get(u"/holes"); });
         add("hole", holes.substr(2'999 * kib, 2 * kib),
-            [&] { return range(holesHandle, 2'999 * kib, 2 * kib); });
+            [&] { return user.read(holesHandle, 2'999 * kib, 2 * kib); });
         add("gap", holes.substr(6'000 * kib, 10),
-            [&] { return range(holesHandle, 6'000 * kib, 10); });
+            [&] { return user.read(holesHandle, 6'000 * kib, 10); });
         return found;
     }
 
