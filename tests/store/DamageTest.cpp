@@ -1,3 +1,6 @@
+#include <unistd.h>
+
+#include <fstream>
 #include <map>
 #include <sstream>
 
@@ -110,6 +113,15 @@ private:
     }
 };
 
+/// The paths of the damaged files.
+std::string pathsToldBy(const Store& store) {
+    std::string paths;
+    store.verify([&](const Damage& damage) {
+        paths += damage.path.empty() ? "" : ' ' + Resource(u"", damage.path).getUTF8Bucket();
+    });
+    return paths;
+}
+
 TEST(DamageTest, NoReadGivesWrongBytes) {
     const std::string flip =
         "update chunks set data = cast(substr(data, 1, 60000) || x'00' ||"
@@ -219,6 +231,42 @@ TEST(DamageTest, AWriteCoversForNoDamageAndReplacesAllOfIt) {
         damaged.user.put(u"/d/f", damaged.second);
         EXPECT_EQ(damaged.user.get(u"/d/f"), damaged.second) << sql;
     }
+}
+
+TEST(DamageTest, VerifyGoesOnAfterAnIndexThatCannotBeRead) {
+    const DamagedStore damaged;
+    damaged.damage(
+        "update chunks set data = x'00' where id = 7; pragma writable_schema = on;"
+        "update sqlite_schema set rootpage = (select rootpage from sqlite_schema"
+        " where name = 'chunks') where name = 'extents_chunk'");
+    EXPECT_EQ(pathsToldBy(*Store::open(damaged.folder.url())), " /small");
+}
+
+TEST(DamageTest, VerifyComesToAnEndOverCellsOutOfOrder) {
+    const TemporaryFolder folder;
+    {
+        const auto store = Store::open(folder.url());
+        const Account user(*store, store->createUser({.name = u"u"}));
+        for (const std::u16string path : {u"/1", u"/2", u"/3", u"/4"}) {
+            user.put(path, Resource(u"", path).getUTF8Bucket() + "bytes");
+        }
+    }
+    // The chunks lie in one page of the file: places of cells, and from the end on cells of a size,
+    // a number and a header that begins with its size.
+    std::stringstream file;
+    file << std::ifstream(folder.file("store.db"), std::ios::binary).rdbuf();
+    std::string bytes = file.str();
+    const std::size_t page = bytes.find("/4bytes") / 16384 * 16384;
+    const std::size_t places = page + 8;
+    const auto fourth = static_cast<unsigned char>(bytes.at(places + 6)) * 256UL +
+                        static_cast<unsigned char>(bytes.at(places + 7));
+    ASSERT_EQ(bytes.at(page + fourth + 1), 4);
+    bytes.at(page + fourth + 2) = 127;
+    std::swap_ranges(&bytes[places + 2], &bytes[places + 4], &bytes[places + 4]);
+    std::ofstream(folder.file("store.db"), std::ios::binary) << bytes;
+    ::alarm(60);
+    EXPECT_EQ(pathsToldBy(*Store::open(folder.url())), " /2 /4");
+    ::alarm(0);
 }
 
 TEST(DamageTest, PruningByRulesLeavesDamagedSizesToTheCommandForThem) {
