@@ -1,5 +1,6 @@
 #include "protocol/Wire.h"
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 
