@@ -30,6 +30,14 @@ void Entry::left(std::size_t size) {
     if (waited) {
         changed_.notify_all();
     }
+    if (callsInside_ == 0 && turns_.empty()) {
+        emptied_.notify_all();
+    }
+}
+
+bool Entry::waitUntilEmpty(std::chrono::milliseconds atMost) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    return emptied_.wait_for(lock, atMost, [this] { return callsInside_ == 0 && turns_.empty(); });
 }
 
 void Entry::stop() {

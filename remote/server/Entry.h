@@ -4,6 +4,7 @@
 /// The way into the transport that is served.
 
 #include <array>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -33,6 +34,8 @@ public:
     void add(const std::string& user, std::size_t size, std::function<void()> call);
     /// A call that was run is over.
     void left(std::size_t size);
+    /// Waits until nothing is inside and nothing waits, at most so long.
+    bool waitUntilEmpty(std::chrono::milliseconds atMost);
     /// Runs what waits, whatever is inside, and ends the threads.
     void stop();
     /// How many calls are inside.
@@ -50,6 +53,7 @@ private:
 
     mutable std::mutex mutex_;
     std::condition_variable changed_;
+    std::condition_variable emptied_;
     std::map<std::string, std::deque<Waiting>> ofUser_;
     /// Users with calls that wait, the next one first.
     std::list<Turn*> turns_;

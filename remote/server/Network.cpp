@@ -704,9 +704,11 @@ private:
     template <class Acceptor>
     void accept(std::shared_ptr<Acceptor> acceptor, std::shared_ptr<Service> service,
                 std::shared_ptr<Connections> connections, bool encrypted) {
+        using Socket =
+            typename Acceptor::protocol_type::socket::template rebind_executor<Strand>::other;
         acceptor->async_accept(
             Strand(context_.get_executor()),
-            [this, acceptor, service, connections, encrypted](error_code error, auto socket) {
+            [this, acceptor, service, connections, encrypted](error_code error, Socket socket) {
                 if (error == net::error::operation_aborted || !acceptor->is_open()) {
                     return;
                 }
