@@ -27,11 +27,15 @@ inline constexpr std::string_view age = "KVX-Age";    ///< Milliseconds since th
 /// @name With each answer
 /// @{
 inline constexpr std::string_view error = "KVX-Error";  ///< The number of a code; also a trailer.
+/// "1" when a repeat is refused unexecuted, since the outcome of its first attempt is unknown.
+inline constexpr std::string_view inDoubt = "KVX-In-Doubt";
 // And KVX-Boot: the id of the server's process.
 /// @}
 
 /// @name With content
 /// @{
+inline constexpr std::string_view contentType = "Content-Type";  ///< Of what the body is.
+inline constexpr std::string_view range = "Range";               ///< "bytes=FIRST-LAST".
 /// How many bytes of JSON stand before the content.
 inline constexpr std::string_view jsonSize = "KVX-Json-Size";
 /// The response's fields but for the content, as percent-encoded JSON.

@@ -7,24 +7,18 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "json/WireError.h"
 #include "storage/kvxtransport/Operations.h"
 
 namespace storage::kvxremote {
 
 /// A header's name and value. The names below are compared without regard to case.
 using Header = std::pair<std::string, std::string>;
-
-/// A request or an answer that does not follow the protocol.
-class WireError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 /// A request without the headers that every call has.
 struct WireRequest {
