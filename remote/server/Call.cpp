@@ -293,6 +293,9 @@ void Call::decode() {
         return refuse(400, "BAD_REQUEST");
     }
     handle_ = job_->handle;
+    if (!handle_.empty()) {
+        shared_->handles.use(handleKey());
+    }
     if (!operation_->keepsBody) {
         body_.reset();
         if (!route_.hasContent) {
@@ -364,6 +367,9 @@ void Call::start() {
         self->shared_->entry.left(self->route_.hasContent ? self->bodySize_ : 0);
         self->completed(std::move(result));
     });
+    if (shared_->ending) {
+        return completion->complete({Code::BAD_NETWORK, {}, {}});
+    }
     try {
         client_ = operation_->isLogin ? shared_->sessions.freshClient(identity_)
                                       : shared_->sessions.client(identity_);

@@ -83,10 +83,14 @@ void Calls::drain(std::chrono::milliseconds atMost) {
 }
 
 void Calls::end() {
+    shared_->ending = true;
+    shared_->sessions.cancel();
     abortHandles(std::chrono::milliseconds(-1));
     shared_->entry.waitUntilEmpty(std::chrono::seconds(5));
     shared_->sessions.close();
     shared_->entry.stop();
+    // The last answers are on their way.
+    shared_->running.waitUntilNone(std::chrono::seconds(1));
 }
 
 void Calls::abortHandles(std::chrono::milliseconds idle) {

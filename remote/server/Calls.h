@@ -63,6 +63,7 @@ struct Shared {
     const std::shared_ptr<Budget> content;
     const std::shared_ptr<Budget> heavy;
     std::atomic<bool> draining{false};
+    std::atomic<bool> ending{false};
     /// Last: its threads use the rest.
     Entry entry;
 };

@@ -62,6 +62,14 @@ void Handles::endSession(const std::string& session) {
     }
 }
 
+void Handles::use(const Key& key) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = handles_.find(key);
+    if (found != handles_.end()) {
+        found->second.used = Clock::now();
+    }
+}
+
 void Handles::await(const Key& key, Stage stage, std::uint64_t number, Pass pass) {
     bool passes = true;
     {

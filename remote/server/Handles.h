@@ -50,6 +50,8 @@ public:
     void closed(const Key& key);
     void endSession(const std::string& session);
 
+    /// A call uses the handle.
+    void use(const Key& key);
     /// Calls `pass` when it is the turn of this number: 1 comes first. What was sent before passes
     /// at once, as does every call on a handle that was not opened here.
     void await(const Key& key, Stage stage, std::uint64_t number, Pass pass);

@@ -595,13 +595,17 @@ public:
         }
     }
 
-    ~Impl() {
+    ~Impl() { stop(); }
+
+    void stop() {
         context_.stop();
         for (std::thread& thread : threads_) {
             thread.join();
         }
+        threads_.clear();
         if (!socketPath_.empty()) {
             ::unlink(socketPath_.c_str());
+            socketPath_.clear();
         }
     }
 
@@ -802,6 +806,8 @@ void Network::reloadCertificate() {
 ConnectionCounts Network::counts() const { return impl_->connections_->counts(); }
 
 void Network::drain() { impl_->drain(); }
+
+void Network::stop() { impl_->stop(); }
 
 bool Network::waitForConnections(std::chrono::milliseconds atMost) {
     return impl_->connections_->waitUntilEmpty(atMost);

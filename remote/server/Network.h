@@ -24,7 +24,7 @@ struct ConnectionCounts {
 class Network {
 public:
     explicit Network(const ServerOptions& options);
-    /// Closes everything. REQUIRES: no channel is in use.
+    /// Ends as stop() does.
     ~Network();
     Network(const Network&) = delete;
     Network& operator=(const Network&) = delete;
@@ -44,6 +44,8 @@ public:
     void drain();
     /// Waits until no connection but those of the metrics is left, at most so long.
     bool waitForConnections(std::chrono::milliseconds atMost);
+    /// Ends the threads, and with them all connections.
+    void stop();
 
 private:
     class Impl;

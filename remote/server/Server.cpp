@@ -95,6 +95,7 @@ public:
         calls_->drain(drain);
         calls_->end();
         network_.waitForConnections(std::min(std::chrono::seconds(1), drain));
+        network_.stop();
     }
 
     const ServerOptions options_;

@@ -134,28 +134,39 @@ void Sessions::dropIdle(std::chrono::seconds idle) {
     }
 }
 
-void Sessions::close() {
+std::vector<std::shared_ptr<const SessionClient>> Sessions::all() {
     std::vector<std::shared_ptr<const SessionClient>> clients;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (const auto& [identity, kept] : clients_) {
+        clients.push_back(kept.client);
+    }
+    for (const auto& weak : fresh_) {
+        if (auto client = weak.lock()) {
+            clients.push_back(std::move(client));
+        }
+    }
+    return clients;
+}
+
+void Sessions::cancel() {
+    for (const auto& client : all()) {
+        client->service<kvxclient::KVXClient>().cancelPendingCalls();
+    }
+}
+
+void Sessions::close() {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         closed_ = true;
-        for (auto& [identity, kept] : clients_) {
-            clients.push_back(std::move(kept.client));
-        }
-        for (const auto& weak : fresh_) {
-            if (auto client = weak.lock()) {
-                clients.push_back(std::move(client));
-            }
-        }
-        clients_.clear();
-        order_.clear();
     }
-    for (const auto& client : clients) {
-        client->service<kvxclient::KVXClient>().cancelPendingCalls();
-    }
-    for (const auto& client : clients) {
+    cancel();
+    for (const auto& client : all()) {
         client->service<kvxclient::KVXClient>().waitForPendingCalls();
     }
+    std::map<Identity, Kept> ended;  // Ends with nothing locked.
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ended.swap(clients_);
+    order_.clear();
 }
 
 std::size_t Sessions::count() const {

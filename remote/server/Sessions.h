@@ -11,6 +11,7 @@
 #include <mutex>
 #include <string>
 #include <tuple>
+#include <vector>
 
 #include "storage/kvxclient.h"
 
@@ -70,6 +71,8 @@ public:
     std::string userOf(const std::string& session) const;
     /// Drops clients that were not used for so long.
     void dropIdle(std::chrono::seconds idle);
+    /// Cancels the calls of all clients.
+    void cancel();
     /// Cancels the calls of all clients, waits for them, and drops the clients.
     void close();
     std::size_t count() const;
@@ -80,6 +83,8 @@ private:
         std::chrono::steady_clock::time_point used;
         std::list<Identity>::iterator place;
     };
+
+    std::vector<std::shared_ptr<const SessionClient>> all();
 
     Factory factory_;
     mutable std::mutex mutex_;

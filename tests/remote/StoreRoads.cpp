@@ -40,8 +40,8 @@ struct Way {
         if (road == "unix") {
             url = "kvx+unix://" + folder + "/socket";
         } else if (road == "tls") {
-            url = "kvx://127.0.0.1:" + std::to_string(server->port()) + "?ca=" + folder +
-                  "/cert.pem";
+            url =
+                "kvx://127.0.0.1:" + std::to_string(server->port()) + "?ca=" + folder + "/cert.pem";
         } else if (road == "slow") {
             proxy = std::make_unique<kvxremote::Proxy>(server->port());
             proxy->slowDown(65'536, std::chrono::milliseconds(5));
