@@ -180,8 +180,8 @@ private:
                         .size()
                  << '\n';
         }
-        for (const FolderSummary& folder : listing.getFolders()) {
-            const std::u16string name = path + (path == u"/" ? u"" : u"/") + folder.getName();
+        for (const FolderSummary& subfolder : listing.getFolders()) {
+            const std::u16string name = path + (path == u"/" ? u"" : u"/") + subfolder.getName();
             text << utf8(name) << '\n';
             describe(user, name, text);
         }
@@ -195,16 +195,17 @@ struct OnceCall {
     std::function<std::string(World&)> call;
 };
 
-const Resource folder(u"/d", u"");
-const Resource file(u"/d/f", u"");
-const Resource other(u"/d/g", u"");
+const Resource sharedFolder(u"/d", u"");
+const Resource sharedFile(u"/d/f", u"");
+const Resource otherFile(u"/d/g", u"");
 
 const OnceCall onceCalls[] = {
     {"logout",
      {},
      [](World& world) {
          world.ada.client->logout({});
-         return std::string(codeOf([&] { world.ada.files->listFolder(folder); }) ? "out" : "in");
+         return std::string(codeOf([&] { world.ada.files->listFolder(sharedFolder); }) ? "out"
+                                                                                       : "in");
      }},
     {"createFile",
      {},
@@ -216,8 +217,8 @@ const OnceCall onceCalls[] = {
     {"deleteFile",
      {},
      [](World& world) {
-         return std::string(world.ada.files->deleteFile(file).getDeletedFileSummary() ? "deleted"
-                                                                                      : "");
+         return std::string(
+             world.ada.files->deleteFile(sharedFile).getDeletedFileSummary() ? "deleted" : "");
      }},
     {"createFolder",
      {},
@@ -234,22 +235,22 @@ const OnceCall onceCalls[] = {
     {"createReadWriteFileHandle",
      {},
      [](World& world) {
-         FileHandleReadWriteCreateRequest request(other);
+         FileHandleReadWriteCreateRequest request(otherFile);
          const auto handle = world.ada.files->createReadWriteFileHandle(
              request.withCreateMode(FileCreateMode::CREATE));
          return std::string(handle.getFileCreated() ? "created" : "there");
      }},
     {"closeFileHandle",
      [](World& world) {
-         FileHandleReadWriteCreateRequest request(file);
+         FileHandleReadWriteCreateRequest request(sharedFile);
          world.handleId = world.ada.files->createReadWriteFileHandle(request).getFileHandleId();
-         FileContentWriteRequest write(file);
+         FileContentWriteRequest write(sharedFile);
          static const unsigned char bytes[] = {'n', 'e', 'w', '!'};
          world.ada.files->writeFileContent(
              write.withFileHandleId(world.handleId).withContent(bytes, sizeof(bytes)));
      },
      [](World& world) {
-         FileHandleCloseRequest request(file);
+         FileHandleCloseRequest request(sharedFile);
          world.ada.files->closeFileHandle(
              request.withFileHandleId(world.handleId)
                  .withOperation(FileHandleCloseOperation::COMMIT_CHANGES)
@@ -259,13 +260,13 @@ const OnceCall onceCalls[] = {
     {"move",
      {},
      [](World& world) {
-         world.ada.files->move(MoveOrCopyRequest(file, other));
+         world.ada.files->move(MoveOrCopyRequest(sharedFile, otherFile));
          return std::string();
      }},
     {"copy",
      {},
      [](World& world) {
-         world.ada.files->copy(MoveOrCopyRequest(file, other));
+         world.ada.files->copy(MoveOrCopyRequest(sharedFile, otherFile));
          return std::string();
      }},
     {"grantPermission",
@@ -273,7 +274,7 @@ const OnceCall onceCalls[] = {
      [](World& world) { return std::string(world.grant().empty() ? "" : "granted"); }},
     {"revokePermission", [](World& world) { world.handleId = world.grant(); },
      [](World& world) {
-         PermissionRevokeRequest request(folder);
+         PermissionRevokeRequest request(sharedFolder);
          world.ada.sharing->revokePermission(request.withPermissionId(world.handleId));
          return std::string();
      }},
@@ -299,7 +300,7 @@ const OnceCall onceCalls[] = {
      [](World& world) {
          InvitationDeleteRequest request;
          world.ada.sharing->deleteInvitation(
-             request.withInvitationId(world.invitationId).withResource(folder));
+             request.withInvitationId(world.invitationId).withResource(sharedFolder));
          return std::string();
      }},
     {"copyFolderFromInvitation", [](World& world) { world.accept(); },
@@ -313,7 +314,7 @@ const OnceCall onceCalls[] = {
     {"restoreVersion",
      {},
      [](World& world) {
-         VersionRestoreRequest request(file);
+         VersionRestoreRequest request(sharedFile);
          world.ada.versioning->restoreVersion(request.withVersionLabel(1));
          return std::string();
      }},
