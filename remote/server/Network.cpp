@@ -248,7 +248,8 @@ private:
     void readHead() {
         parser_.emplace();
         parser_->header_limit(static_cast<std::uint32_t>(options().headerSize));
-        parser_->body_limit(boost::none);
+        // The parser reads no body; "none" would compare as less than any length.
+        parser_->body_limit(UINT64_MAX);
         lowest().expires_after(options().headTime);
         http::async_read_header(stream_, buffer_, *parser_,
                                 [self = this->shared_from_this()](error_code error, std::size_t) {
