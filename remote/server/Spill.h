@@ -22,8 +22,8 @@ class Spill : public std::enable_shared_from_this<Spill> {
 public:
     static constexpr std::size_t inMemory = 4UL << 20U;
 
-    /// Gives `length` bytes from `start` on. Calls `begun` once: when the first of them is there, or
-    /// with `awaitsEnd` only when the writer is done.
+    /// Gives `length` bytes from `start` on. Calls `begun` once: when the first of them is there,
+    /// or with `awaitsEnd` only when the writer is done.
     Spill(std::uint64_t start, std::uint64_t length, bool awaitsEnd, std::function<void()> begun)
         : skip_(start), wanted_(length), awaitsEnd_(awaitsEnd), begun_(std::move(begun)) {}
     ~Spill();
