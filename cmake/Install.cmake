@@ -1,5 +1,5 @@
-# What is installed, by component: client, client-dev (with the headers for transports), store,
-# tool, conformance.
+# What is installed, by component: client, client-dev (with the headers for transports and the lists
+# of fields), store, remote, server, tool, conformance.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kvxclient)
@@ -11,8 +11,9 @@ function(kvx_install_library target component dev_component header_dir descripti
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         COMPONENT ${component} NAMELINK_COMPONENT ${dev_component}
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${dev_component})
-    install(DIRECTORY ${header_dir}/
-        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT ${dev_component})
+    # Of a folder that several libraries share, each has its own.
+    install(DIRECTORY ${header_dir}/storage/${target}
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/storage COMPONENT ${dev_component})
     install(EXPORT ${target}Targets NAMESPACE kvxclient::
         DESTINATION ${package_dir} COMPONENT ${dev_component})
     set(name ${target})
@@ -29,13 +30,29 @@ endfunction()
 
 kvx_install_library(kvxclient client client-dev ${PROJECT_SOURCE_DIR}/include
     "${PROJECT_DESCRIPTION}" "" "-lboost_thread -lboost_system")
+install(FILES include/storage/kvxclient.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/storage COMPONENT client-dev)
 install(DIRECTORY ${PROJECT_BINARY_DIR}/include/
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT client-dev)
 kvx_install_library(kvxtransport client-dev client-dev ${PROJECT_SOURCE_DIR}/transport/include
     "Headers to make transports of kvxclient with" "kvxclient" "")
+kvx_install_library(kvxfields client-dev client-dev ${PROJECT_SOURCE_DIR}/fields/include
+    "Lists of the fields of kvxclient's records" "kvxclient" "")
 if(KVXCLIENT_BUILD_STORE)
     kvx_install_library(kvxstore store store ${PROJECT_SOURCE_DIR}/store/include
         "Embedded store that serves kvxclient in-process" "kvxtransport" "")
+endif()
+if(KVXCLIENT_BUILD_REMOTE)
+    set(kvxd ${PROJECT_SOURCE_DIR}/remote/kvxd/package)
+    kvx_install_library(kvxremote remote remote
+        ${PROJECT_SOURCE_DIR}/remote/include
+        "Transport of kvxclient to a server on another machine" "kvxclient" "")
+    kvx_install_library(kvxserver server server
+        ${PROJECT_SOURCE_DIR}/remote/include
+        "Server that offers a transport of kvxclient to other machines" "kvxclient" "")
+    install(TARGETS kvxd RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT server)
+    install(FILES ${kvxd}/kvxd.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT server)
+    install(FILES ${kvxd}/kvxd.service DESTINATION lib/systemd/system COMPONENT server)
 endif()
 if(KVXCLIENT_BUILD_CONFORMANCE)
     kvx_install_library(kvxconformance conformance conformance

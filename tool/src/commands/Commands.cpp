@@ -13,10 +13,12 @@ const char* const NAMES_AND_STORE =
     ". nor ..\n"
     "\n"
     "The store is the one that --store or KVX_STORE names, by URL (sqlite:///srv/store.db) or\n"
-    "path, else kvx/store.db in the user's data folder (XDG_DATA_HOME, ~/.local/share). With\n"
-    "KVX_TOKEN, a command logs in with that token and out again. Without it, all commands use the\n"
-    "session that kvx login or kvx init keeps, with the token, in the user's state folder\n"
-    "(XDG_STATE_HOME, ~/.local/state), readable for the user only.\n"
+    "path, else kvx/store.db in the user's data folder (XDG_DATA_HOME, ~/.local/share); or a\n"
+    "server's, which kvxd serves: kvx://host:7420 by TLS, kvx+unix:///run/kvxd/socket. A server's\n"
+    "store is administered on its own machine, by its file. With KVX_TOKEN, a command logs in\n"
+    "with that token and out again. Without it, all commands use the session that kvx login or\n"
+    "kvx init keeps, with the token, in the user's state folder (XDG_STATE_HOME,\n"
+    "~/.local/state), readable for the user only.\n"
     "\n";
 
 }  // namespace

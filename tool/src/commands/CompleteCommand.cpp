@@ -20,6 +20,9 @@ void printBuckets(const StoreLocation& location, const TypedLine& line) {
         print(line, (typed.empty() ? ":" : typed) + "/", "");
         return;
     }
+    if (location.isRemote()) {
+        return;  // Only who administers a store may see all its buckets.
+    }
     for (const kvxstore::Bucket& bucket : openStore(location)->listBuckets()) {
         const std::string name = toUtf8(bucket.name) + ":";
         if (name.starts_with(typed)) {

@@ -29,7 +29,7 @@ std::string readToken(const std::string& file) {
 
 /// Throws Failure unless the token that is kept may be replaced: it could not be shown again.
 void requireReplaceable(const StoreLocation& location, const std::string& token) {
-    const std::optional<Login> kept = LoginFile(location.url()).read();
+    const std::optional<Login> kept = LoginFile(location.loginUrl()).read();
     const bool asked = isatty(STDIN_FILENO) != 0;
     if (kept && kept->token != token &&
         !(asked &&
@@ -40,7 +40,7 @@ void requireReplaceable(const StoreLocation& location, const std::string& token)
 }
 
 void login(const StoreLocation& location, Invocation& invocation) {
-    const auto client = openStore(location)->createClient();
+    const auto client = openClient(location);
     const std::string token = readToken(invocation.text("--token-file"));
     if (token.empty()) {
         throw Failure(ExitCode::REFUSED, location.text(), "no token was given");

@@ -122,6 +122,11 @@ void manual(Invocation& invocation) {
     std::cout << ".SH ENVIRONMENT\n";
     printOptions(
         {argument("KVX_STORE", "The store to work on, by URL or path, where --store is not given."),
+         argument("KVX_CA_FILE",
+                  "The authorities that may vouch for a server, a PEM file; those of "
+                  "the system without it."),
+         argument("KVX_CLIENT_CERT,KVX_CLIENT_KEY",
+                  "Your own certificate and its key, PEM files, where a server asks for one."),
          argument("KVX_TOKEN", "The token to log in with, before any that is kept."),
          argument("NO_COLOR", "When it is set to anything but nothing, no colours are used."),
          argument("XDG_DATA_HOME,XDG_STATE_HOME", "The user's folders for data and state."),

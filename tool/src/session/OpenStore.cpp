@@ -10,6 +10,9 @@
 #include "session/Session.h"
 #include "ui/Failure.h"
 #include "ui/Text.h"
+#ifdef KVX_HAS_REMOTE
+#include "storage/kvxremote/Remote.h"
+#endif
 
 namespace storage::kvxtool {
 namespace {
@@ -58,6 +61,18 @@ std::shared_ptr<kvxstore::Store> openAs(const StoreLocation& location, kvxstore:
     }
 }
 
+std::unique_ptr<kvxclient::KVXClient> connectTo(const StoreLocation& location) {
+#ifdef KVX_HAS_REMOTE
+    try {
+        return kvxremote::connect(location.url());
+    } catch (const std::invalid_argument& error) {
+        throw Failure(ExitCode::USAGE, "", error.what());
+    }
+#else
+    throw Failure(ExitCode::USAGE, location.text(), "this kvx was built without the network");
+#endif
+}
+
 std::string createUser(const kvxstore::Store& store, const std::u16string& name) try {
     kvxstore::NewUser user;
     user.name = name;
@@ -69,7 +84,16 @@ std::string createUser(const kvxstore::Store& store, const std::u16string& name)
 }  // namespace
 
 std::shared_ptr<kvxstore::Store> openStore(const StoreLocation& location) {
+    if (location.isRemote()) {
+        throw Failure(ExitCode::USAGE, location.text(),
+                      "a server's store is administered on its machine: run this there, with "
+                      "--store naming the store's file");
+    }
     return openAs(location, kvxstore::CreateMode::MUST_EXIST);
+}
+
+std::unique_ptr<kvxclient::KVXClient> openClient(const StoreLocation& location) {
+    return location.isRemote() ? connectTo(location) : openStore(location)->createClient();
 }
 
 std::string createStore(const StoreLocation& location, const std::u16string& user) {
@@ -79,7 +103,7 @@ std::string createStore(const StoreLocation& location, const std::u16string& use
     if (location.isDefault()) {
         std::filesystem::create_directories(location.file()->parent_path());
     }
-    LoginFile(location.url()).prepare();
+    LoginFile(location.loginUrl()).prepare();
     auto store = openAs(location, kvxstore::CreateMode::MUST_BE_NEW);
     try {
         std::string token = createUser(*store, user);

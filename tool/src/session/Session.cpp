@@ -16,7 +16,7 @@ namespace {
 using std::chrono::system_clock;
 
 std::shared_ptr<kvxclient::KVXClient> makeClient(const StoreLocation& location) {
-    std::shared_ptr<kvxclient::KVXClient> client = openStore(location)->createClient();
+    std::shared_ptr<kvxclient::KVXClient> client = openClient(location);
     client->withApplicationId("kvx");
     return client;
 }
@@ -63,13 +63,13 @@ Login loginOf(const kvxclient::LoginResponse& response, const std::string& token
 
 void keepLogin(const kvxclient::KVXClient& client, const StoreLocation& location,
                const std::string& token) {
-    const LoginFile file(location.url());
+    const LoginFile file(location.loginUrl());
     file.prepare();
     file.write(logIn(client, token));
 }
 
 void dropLogin(const StoreLocation& location) {
-    const LoginFile file(location.url());
+    const LoginFile file(location.loginUrl());
     const std::optional<Login> kept = file.read();
     file.remove();
     if (!kept || kept->sessionId.empty()) {

@@ -31,7 +31,7 @@ SessionRenewal::SessionRenewal(const StoreLocation& location,
         keep(kvxtool::logIn(*client_, *token));
         return;
     }
-    file_.emplace(location.url());
+    file_.emplace(location.loginUrl());
     const std::optional<Login> kept = file_->read();
     if (!kept) {
         throw Failure(ExitCode::REFUSED, storeName_,

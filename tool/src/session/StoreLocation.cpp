@@ -16,8 +16,15 @@ std::string environment(const char* variable) {
     return value != nullptr ? value : "";
 }
 
+bool isOfServer(const std::string& url) {
+    return url.starts_with("kvx://") || url.starts_with("kvx+");
+}
+
 /// The file of a URL, or the path that is given instead of a URL.
 std::optional<std::filesystem::path> fileOf(const std::string& urlOrPath) {
+    if (isOfServer(urlOrPath)) {
+        return std::nullopt;
+    }
     const bool isUrl =
         urlOrPath.starts_with("sqlite:") || urlOrPath.find("://") != std::string::npos;
     return isUrl ? kvxstore::Store::filePath(urlOrPath) : urlOrPath;
@@ -47,6 +54,8 @@ StoreLocation::StoreLocation(const std::string& urlOrPath)
         url_ = "sqlite://" + file_->string();
     }
 }
+
+bool StoreLocation::isRemote() const { return isOfServer(url_); }
 
 std::vector<std::filesystem::path> StoreLocation::files() const {
     std::vector<std::filesystem::path> files;

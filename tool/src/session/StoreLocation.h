@@ -18,12 +18,16 @@ public:
     const std::string& url() const { return url_; }
     /// The file of the store; empty for a store that is not kept in a file.
     const std::optional<std::filesystem::path>& file() const { return file_; }
+    /// Whether it is a server's.
+    bool isRemote() const;
+    /// What the user's login is kept for: the URL without the options of a connection.
+    std::string loginUrl() const { return url_.substr(0, isRemote() ? url_.find('?') : url_.npos); }
     /// Whether nobody named it, so that its folder is for the tool to create.
     bool isDefault() const { return isDefault_; }
     /// The file and those that the store may have beside it; none for a store that is no file.
     std::vector<std::filesystem::path> files() const;
     /// As messages name it.
-    std::string text() const { return file_ ? file_->string() : url_; }
+    std::string text() const { return file_ ? file_->string() : loginUrl(); }
 
 private:
     explicit StoreLocation(const std::string& urlOrPath);

@@ -1,0 +1,73 @@
+#pragma once
+
+/// @file
+/// Room that all users share, with a limit for each.
+
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace storage::kvxserver {
+
+/// Gives room in order of arrival. Who is over the limit of one user waits without keeping other
+/// users. More than the limit of a user is given when the user has nothing else.
+class Budget : public std::enable_shared_from_this<Budget> {
+public:
+    /// Gives back what was taken when it ends.
+    class Share {
+    public:
+        Share() = default;
+        Share(std::shared_ptr<Budget> budget, std::string user, std::size_t amount)
+            : budget_(std::move(budget)), user_(std::move(user)), amount_(amount) {}
+        Share(Share&& other) noexcept { *this = std::move(other); }
+        Share& operator=(Share&& other) noexcept {
+            std::swap(budget_, other.budget_);
+            std::swap(user_, other.user_);
+            std::swap(amount_, other.amount_);
+            return *this;
+        }
+        ~Share() {
+            if (budget_) {
+                budget_->giveBack(user_, amount_);
+            }
+        }
+
+        /// Makes it as large as what it was taken for turned out to be, without waiting.
+        void resize(std::size_t amount);
+
+    private:
+        std::shared_ptr<Budget> budget_;
+        std::string user_;
+        std::size_t amount_ = 0;
+    };
+    using Taken = std::function<void(std::shared_ptr<Share>)>;
+
+    Budget(std::size_t total, std::size_t ofUser) : total_(total), ofUser_(ofUser) {}
+
+    /// Calls `taken` when there is room: at once, or on the thread that gives room back.
+    void take(const std::string& user, std::size_t amount, Taken taken);
+    std::size_t inUse() const;
+
+private:
+    struct Waiting {
+        std::string user;
+        std::size_t amount;
+        Taken taken;
+    };
+
+    void giveBack(const std::string& user, std::size_t amount);
+    bool fits(const std::string& user, std::size_t amount) const;
+    void serve();
+
+    const std::size_t total_;
+    const std::size_t ofUser_;
+    mutable std::mutex mutex_;
+    std::size_t inUse_ = 0;
+    std::map<std::string, std::size_t> inUseBy_;
+    std::list<Waiting> waiting_;
+};
+
+}  // namespace storage::kvxserver

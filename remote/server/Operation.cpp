@@ -1,0 +1,156 @@
+#include "Operation.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace storage::kvxserver {
+
+namespace {
+
+using namespace kvxtransport;
+using kvxclient::KVXClientErrorCode;
+using kvxremote::Wire;
+using kvxremote::WireRequest;
+
+/// What a file read at once is expected to have, until it is known.
+constexpr std::size_t expectedFile = 1UL << 20U;
+
+std::optional<KVXClientErrorCode> codeIn(const std::exception_ptr& error) {
+    if (!error) {
+        return std::nullopt;
+    }
+    try {
+        std::rethrow_exception(error);
+    } catch (const kvxclient::KVXClientException& exception) {
+        return exception.getErrorCode();
+    } catch (...) {
+        return KVXClientErrorCode::INTERNAL_SERVER_ERROR;
+    }
+}
+
+template <class Response>
+std::string openedBy(const Response& response) {
+    if constexpr (std::is_same_v<Response, kvxclient::LoginResponse>) {
+        return response.getSessionId();
+    } else if constexpr (std::is_same_v<Response, kvxclient::FileHandleReadOnlyCreateResponse> ||
+                         std::is_same_v<Response, kvxclient::FileHandleReadWriteCreateResponse>) {
+        return response.getFileHandleId();
+    } else {
+        return {};
+    }
+}
+
+template <class Type>
+class TypedJob final : public Job {
+public:
+    TypedJob(typename Type::Request request, std::size_t mostContent)
+        : request_(std::move(request)), mostContent_(mostContent) {
+        handle = orderOf(request_);
+        if constexpr (requires { request_.getResource(); }) {
+            if (!handle.empty() || isOpening) {
+                resource = request_.getResource();
+            }
+        }
+        if constexpr (std::is_same_v<Type, operations::Login>) {
+            token = request_.getToken();
+        } else if constexpr (std::is_same_v<Type, operations::ReadFile>) {
+            expected = std::min(expectedFile, mostContent);
+        } else if constexpr (std::is_same_v<Type, operations::ReadFileContent>) {
+            // One byte more tells that there is too much.
+            request_.withLength(std::min<std::size_t>(request_.getLength(), mostContent + 1));
+            expected = request_.getLength();
+        }
+    }
+
+    void start(const SessionClient& client, std::shared_ptr<Completion> completion) override {
+        if constexpr (std::is_same_v<Type, operations::DownloadFile>) {
+            request_.withReadIntoString(false).withStreamFactory(
+                [to = spill] { return to->stream(); });
+        }
+        Type::start(client.service<typename Type::Service>(), std::move(request_),
+                    [completion = std::move(completion), most = mostContent_](
+                        typename Type::Response response, std::exception_ptr error) {
+                        completion->complete(resultOf(std::move(response), error, most));
+                    });
+    }
+
+private:
+    static constexpr bool isOpening = std::is_same_v<Type, operations::CreateReadOnlyFileHandle> ||
+                                      std::is_same_v<Type, operations::CreateReadWriteFileHandle>;
+
+    static Result resultOf(typename Type::Response response, const std::exception_ptr& error,
+                           std::size_t most) {
+        Result result;
+        result.error = codeIn(error);
+        if constexpr (!std::is_same_v<Type, operations::DownloadFile>) {
+            if (!result.error) {
+                try {
+                    result.opened = openedBy(response);
+                    result.answer = Wire<Type>::encodeAnswer(std::move(response));
+                } catch (const std::exception&) {
+                    result.error = KVXClientErrorCode::INTERNAL_SERVER_ERROR;
+                }
+            }
+            if constexpr (std::is_same_v<Type, operations::ReadFile> ||
+                          std::is_same_v<Type, operations::ReadFileContent>) {
+                if (result.answer.size.value_or(0) > most) {
+                    result = {KVXClientErrorCode::FILE_TOO_LARGE, {}, {}};
+                }
+            }
+        }
+        return result;
+    }
+
+    typename Type::Request request_;
+    const std::size_t mostContent_;
+};
+
+template <class Type>
+Operation describe() {
+    using namespace operations;
+    constexpr auto is = []<class... Types>() { return (std::is_same_v<Type, Types> || ...); };
+    Operation operation;
+    operation.name = Type::name;
+    operation.writes = Type::access == Access::WRITE;
+    operation.isOnce = Type::repeat == Repeat::ONCE;
+    operation.isHeavy = is.template operator()<ListFolder, ListMultiFolder, ListFileChanges>();
+    operation.opensForWriting = is.template operator()<CreateReadWriteFileHandle>();
+    operation.opensHandle =
+        is.template operator()<CreateReadOnlyFileHandle, CreateReadWriteFileHandle>();
+    operation.isLogin = is.template operator()<Login>();
+    operation.isLogout = is.template operator()<Logout>();
+    operation.isClose = is.template operator()<CloseFileHandle>();
+    operation.isDownload = is.template operator()<DownloadFile>();
+    operation.keepsBody = is.template operator()<WriteFileContent>();
+    operation.decode = [](const WireRequest& request, std::size_t mostContent) {
+        return std::unique_ptr<Job>(
+            std::make_unique<TypedJob<Type>>(Wire<Type>::decode(request), mostContent));
+    };
+    return operation;
+}
+
+const std::vector<Operation>& allOperations() {
+    static const std::vector<Operation> all = [] {
+        std::vector<Operation> made;
+        forEachOperation([&](auto operation) { made.push_back(describe<decltype(operation)>()); });
+        return made;
+    }();
+    return all;
+}
+
+}  // namespace
+
+Completion::~Completion() { complete({KVXClientErrorCode::INTERNAL_SERVER_ERROR, {}, {}}); }
+
+void Completion::complete(Result result) {
+    if (const auto take = std::exchange(take_, nullptr)) {
+        take(std::move(result));
+    }
+}
+
+std::size_t operationCount() { return allOperations().size(); }
+
+const Operation& operationAt(std::size_t index) { return allOperations().at(index); }
+
+}  // namespace storage::kvxserver

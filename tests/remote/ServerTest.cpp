@@ -1,0 +1,312 @@
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <condition_variable>
+#include <future>
+#include <map>
+#include <thread>
+
+#include "RemoteFixture.h"
+
+// Requests that no client of ours sends: written by hand over plain sockets.
+
+namespace storage::kvxremote {
+
+namespace {
+
+struct RawAnswer {
+    int status = 0;
+    std::string head;
+    std::string body;
+
+    bool has(const std::string& line) const { return head.find(line) != std::string::npos; }
+};
+
+/// A connection on which a test writes what it likes.
+class RawConnection {
+public:
+    explicit RawConnection(std::uint16_t port) : socket_(::socket(AF_INET, SOCK_STREAM, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(port);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        const timeval patience{20, 0};
+        ::setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+        if (::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+            throw std::runtime_error("cannot connect");
+        }
+    }
+    ~RawConnection() { ::close(socket_); }
+    RawConnection(const RawConnection&) = delete;
+    RawConnection& operator=(const RawConnection&) = delete;
+
+    void write(const std::string& text) const {
+        ::send(socket_, text.data(), text.size(), MSG_NOSIGNAL);
+    }
+
+    /// Reads one answer with a Content-Length; status 0 when the connection ends before.
+    RawAnswer read() {
+        RawAnswer answer;
+        while (in_.find("\r\n\r\n") == std::string::npos) {
+            if (!more()) {
+                return answer;
+            }
+        }
+        const std::size_t end = in_.find("\r\n\r\n") + 4;
+        answer.head = in_.substr(0, end);
+        const std::size_t at = answer.head.find("Content-Length: ");
+        const std::size_t size =
+            at == std::string::npos ? 0 : std::stoul(answer.head.substr(at + 16));
+        while (in_.size() < end + size && more()) {
+        }
+        answer.body = in_.substr(end, size);
+        in_.erase(0, end + size);
+        answer.status = std::stoi(answer.head.substr(9, 3));
+        return answer;
+    }
+
+    RawAnswer ask(const std::string& text) {
+        write(text);
+        return read();
+    }
+
+    /// Whether the other side closes.
+    bool closes() {
+        while (more()) {
+        }
+        return true;
+    }
+
+private:
+    bool more() {
+        char block[4096];
+        const ssize_t size = ::recv(socket_, block, sizeof block, 0);
+        in_.append(block, size > 0 ? static_cast<std::size_t>(size) : 0);
+        return size > 0;
+    }
+
+    int socket_;
+    std::string in_;
+};
+
+/// A request with a body of its own length, unless the headers say it.
+std::string request(const std::string& line, const std::string& headers = "",
+                    const std::string& body = "") {
+    std::string text = line + " HTTP/1.1\r\nHost: a\r\n" + headers;
+    if (headers.find("Content-Length") == std::string::npos) {
+        text += "Content-Length: " + std::to_string(body.size()) + "\r\n";
+    }
+    return text + "\r\n" + body;
+}
+
+std::string callId(char digit) { return "KVX-Call: " + std::string(32, digit) + "\r\n"; }
+
+class ServerTest : public testing::Test {
+protected:
+    void start(kvxserver::ServerOptions options = serverOptions()) {
+        server = std::make_unique<kvxserver::Server>(
+            options, [this] { return store->createClient(); },
+            [this](const kvxserver::CallRecord& call) {
+                const std::lock_guard<std::mutex> lock(mutex);
+                log += std::string(call.operation) + " " + std::string(call.session) + " " +
+                       std::string(call.path) + (call.repeated ? " repeated\n" : "\n");
+            });
+    }
+
+    RawAnswer ask(const std::string& text) { return RawConnection(server->port()).ask(text); }
+
+    /// The header of a new session.
+    std::string logIn(const std::string& with) {
+        const std::string body =
+            ask(request("POST /v1/session", "", R"({"token":")" + with + "\"}")).body;
+        const std::size_t at = body.find("\"sessionId\":\"") + 13;
+        return "Authorization: Bearer " + body.substr(at, body.find('"', at) - at) + "\r\n";
+    }
+
+    std::size_t versionsOf(const std::u16string& path) {
+        auto client = store->createClient();
+        client->withSessionId(client->login(LoginRequest().withToken(token)).getSessionId());
+        return client->createVersioning()
+            ->listVersions(VersionListRequest(Resource(path, u"")))
+            .getVersions()
+            .size();
+    }
+
+    const std::shared_ptr<kvxstore::Store> store = kvxstore::Store::open("sqlite::memory:");
+    const std::string token = store->createUser({.name = u"main"});
+    const std::string friendToken = store->createUser({.name = u"friend"});
+    std::unique_ptr<kvxserver::Server> server;
+    std::mutex mutex;
+    std::string log;
+};
+
+TEST_F(ServerTest, refusesWhatBreaksALimitWithItsStatus) {
+    kvxserver::ServerOptions options = serverOptions();
+    options.bodySize = 1000;
+    options.jsonSize = 500;
+    options.headerSize = 4096;
+    options.handlesOfSession = 1;
+    start(options);
+    const std::string session = logIn(token);
+    const struct {
+        std::string text;
+        int status;
+        std::string header;
+    } cases[] = {
+        {request("PUT /v1/files/-/f", session, std::string(1000, 'x')), 200, "KVX-Boot: "},
+        {request("PUT /v1/files/-/f", session, std::string(1001, 'x')), 413, "KVX-Error: 8\r\n"},
+        {request("POST /v1/listFolder", session, std::string(501, ' ')), 413, ""},
+        {request("GET /v1/ping", "X: " + std::string(5000, 'x') + "\r\n"), 431, ""},
+        {"PUT /v1/files/-/f HTTP/1.1\r\nHost: a\r\n" + session + "\r\n", 411, ""},
+        {"PUT /v1/files/-/f HTTP/1.1\r\nHost: a\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n",
+         411, ""},
+        {request("POST /v1/createFile", session, R"({"resource":{"path":"/f"}})"), 400, ""},
+        {request("POST /v1/listFolder", session, "no JSON"), 400, ""},
+        {request("GET /v1/nothing", session), 404, ""},
+        {"NO HTTP\r\n\r\n", 400, ""},
+        {request("GET /v1/folders/-/"), 403, "KVX-Error: 0\r\n"},
+        {request("GET /v1/folders/-/", "Authorization: Bearer x\r\n"), 401, "KVX-Error: 10\r\n"},
+        {request("GET /v1/files/-/none", session), 404, "KVX-Error: 3\r\n"},
+        {request("POST /v1/createReadOnlyFileHandle", session, R"({"resource":{"path":"/f"}})"),
+         200, ""},
+        {request("POST /v1/createReadOnlyFileHandle", session, R"({"resource":{"path":"/f"}})"),
+         429, "Retry-After: "},
+    };
+    for (const auto& example : cases) {
+        const RawAnswer answer = ask(example.text);
+        EXPECT_EQ(answer.status, example.status) << example.text.substr(0, 60);
+        EXPECT_TRUE(answer.has(example.header)) << example.text.substr(0, 60) << answer.head;
+    }
+}
+
+TEST_F(ServerTest, closesConnectionsThatAreSlowStalledIdleOrTooMany) {
+    kvxserver::ServerOptions options = serverOptions();
+    options.headTime = options.progressTime = options.idleTime = std::chrono::seconds(1);
+    options.connectionsOfAddress = 3;
+    start(options);
+    const std::string session = logIn(token);
+    RawConnection slow(server->port());
+    slow.write("GET /v1/p");
+    RawConnection stalled(server->port());
+    stalled.write(request("PUT /v1/files/-/cut", session + "Content-Length: 10\r\n", "12345"));
+    RawConnection idle(server->port());
+    EXPECT_EQ(idle.ask(request("GET /v1/ping")).status, 200);
+    EXPECT_EQ(ask(request("GET /v1/ping")).status, 0);
+    EXPECT_TRUE(slow.closes() && stalled.closes() && idle.closes());
+    EXPECT_EQ(ask(request("GET /v1/files/-/cut", session)).status, 404);
+}
+
+TEST_F(ServerTest, givesACallTheRightsOfItsSessionAndLogsNoSecret) {
+    start();
+    const std::string mine = logIn(token);
+    const std::string theirs = logIn(friendToken);
+    EXPECT_EQ(ask(request("PUT /v1/files/-/mine", mine, "secret")).status, 200);
+    EXPECT_EQ(ask(request("GET /v1/files/-/mine", mine)).body, "secret");
+    EXPECT_GE(ask(request("GET /v1/files/main/mine", theirs)).status, 403);
+    EXPECT_EQ(ask(request("GET /v1/files/-/mine", theirs)).status, 404);
+    const std::string opened =
+        ask(request("POST /v1/createReadOnlyFileHandle", mine, R"({"resource":{"path":"/mine"}})"))
+            .body;
+    const std::size_t at = opened.find("\"fileHandleId\":\"") + 16;
+    const std::string handle = opened.substr(at, opened.find('"', at) - at);
+    EXPECT_EQ(ask(request("GET /v1/handles/" + handle + "?length=6", mine)).body, "secret");
+    EXPECT_GE(ask(request("GET /v1/handles/" + handle + "?length=6", theirs)).status, 401);
+    EXPECT_EQ(ask(request("DELETE /v1/session", mine)).status, 200);
+    EXPECT_EQ(ask(request("GET /v1/files/-/mine", mine)).status, 401);
+    server.reset();
+    EXPECT_NE(log.find("createFile"), std::string::npos);
+    for (const std::string& secret : {token, mine.substr(22, 20), handle}) {
+        EXPECT_EQ(log.find(secret), std::string::npos);
+    }
+}
+
+TEST_F(ServerTest, carriesARepeatedCallOutOnce) {
+    start();
+    const std::string session = logIn(token);
+    const std::string boot = "KVX-Age: 5\r\n" + [this] {
+        const std::string head = ask(request("GET /v1/ping")).head;
+        const std::size_t at = head.find("KVX-Boot: ");
+        return head.substr(at, head.find('\n', at) - at + 1);
+    }();
+    // A first attempt that is cut in its body, and repeats.
+    {
+        RawConnection cut(server->port());
+        cut.write(
+            request("PUT /v1/files/-/f", session + callId('a') + "Content-Length: 9\r\n", "half"));
+        EXPECT_EQ(
+            ask(request("PUT /v1/files/-/f", session + callId('a') + boot, "the whole")).status,
+            200);
+        EXPECT_TRUE(cut.closes());
+    }
+    const RawAnswer again =
+        ask(request("PUT /v1/files/-/f", session + callId('a') + boot, "the whole"));
+    EXPECT_EQ(again.status, 200);
+    EXPECT_EQ(versionsOf(u"/f"), 1U);
+    EXPECT_EQ(ask(request("GET /v1/files/-/f", session)).body, "the whole");
+    EXPECT_EQ(ask(request("DELETE /v1/files/-/f", session + callId('b'))).status, 200);
+    EXPECT_EQ(ask(request("DELETE /v1/files/-/f", session + callId('b') + boot)).status, 200);
+    // Unknown, but every outcome of its age is kept; and one of another server.
+    EXPECT_EQ(ask(request("PUT /v1/files/-/g", session + callId('c') + boot, "g")).status, 200);
+    const RawAnswer doubt =
+        ask(request("PUT /v1/files/-/h",
+                    session + callId('d') + "KVX-Boot: 0123456789abcdef\r\nKVX-Age: 5\r\n", "h"));
+    EXPECT_EQ(doubt.status, 409);
+    EXPECT_TRUE(doubt.has("KVX-In-Doubt: 1\r\n") && !doubt.has("KVX-Error"));
+    EXPECT_EQ(ask(request("GET /v1/files/-/h", session)).status, 404);
+    // Another user's call of the same id is another call.
+    EXPECT_EQ(ask(request("PUT /v1/files/-/f", logIn(friendToken) + callId('a'), "mine")).status,
+              200);
+    server.reset();
+    EXPECT_NE(log.find("repeated"), std::string::npos);
+}
+
+TEST_F(ServerTest, makesCallsOnAHandleInTheirOrder) {
+    start();
+    const std::string session = logIn(token);
+    const std::string opened =
+        ask(request("POST /v1/createReadWriteFileHandle", session, R"({"resource":{"path":"/f"}})"))
+            .body;
+    const std::size_t at = opened.find("\"fileHandleId\":\"") + 16;
+    const std::string target = " /v1/handles/" + opened.substr(at, opened.find('"', at) - at);
+    const auto order = [](int number) { return "KVX-Order: " + std::to_string(number) + "\r\n"; };
+    RawConnection commit(server->port());
+    commit.write(request("DELETE" + target, session + order(3)));
+    RawConnection second(server->port());
+    second.write(request("PUT" + target, session + order(2), "BB"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_EQ(ask(request("GET /v1/files/-/f", session)).status, 404);
+    EXPECT_EQ(ask(request("PUT" + target, session + order(1), "AAAA")).status, 200);
+    EXPECT_EQ(second.read().status, 200);
+    EXPECT_EQ(commit.read().status, 200);
+    EXPECT_EQ(ask(request("GET /v1/files/-/f", session)).body, "BBAA");
+}
+
+TEST_F(ServerTest, takesOptionsThatProtectOnly) {
+    const struct {
+        std::function<void(kvxserver::ServerOptions&)> change;
+        std::string reason;
+    } cases[] = {
+        {[](auto& options) { options.plain = false; }, "certificate"},
+        {[](auto& options) { options.listen = "0.0.0.0:0"; }, "only this machine"},
+        {[](auto& options) { options.listen = "nowhere"; }, "ADDRESS:PORT"},
+        {[](auto& options) { options.keyFile = "/key"; }, "needs its key"},
+        {[](auto& options) { options.clientCaFile = "/ca"; }, "clients"},
+    };
+    for (const auto& example : cases) {
+        kvxserver::ServerOptions options = serverOptions();
+        example.change(options);
+        try {
+            start(options);
+            ADD_FAILURE() << example.reason;
+        } catch (const std::invalid_argument& error) {
+            EXPECT_NE(std::string(error.what()).find(example.reason), std::string::npos)
+                << error.what();
+        }
+    }
+}
+
+}  // namespace
+
+}  // namespace storage::kvxremote
