@@ -299,7 +299,7 @@ void Link::finish(Active active, CURLcode result) {
     noteBoot(active.server, exchange);
     const Verdict verdict = judge(exchange);
     if (verdict.lost) {
-        leaveServer(active.server);
+        leaveServer(active.server, exchange.sent);
     }
     const bool reached = exchange.sent;
     active.call->endAttempt(verdict);
@@ -327,7 +327,7 @@ void Link::finishHello(std::size_t index) {
         return;  // The next turn asks again.
     }
     if (verdict.code == Code::BAD_NETWORK) {
-        leaveServer(index);
+        leaveServer(index, false);
     }
     for (auto& call : std::exchange(waiting_, {})) {
         conclude(std::move(call), verdict, false);
@@ -362,8 +362,9 @@ void Link::noteBoot(std::size_t index, const Exchange& exchange) {
     }
 }
 
-void Link::leaveServer(std::size_t index) {
-    servers_[index].known = false;
+/// Turns to the next server. One that could not be reached may be another one when it is back.
+void Link::leaveServer(std::size_t index, bool reached) {
+    servers_[index].known = servers_[index].known && reached;
     if (current_ == index) {
         current_ = (current_ + 1) % servers_.size();
     }

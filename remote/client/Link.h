@@ -83,7 +83,7 @@ private:
     void finishHello(std::size_t server);
     void learnHello(Server& server);
     void noteBoot(std::size_t server, const Exchange& exchange);
-    void leaveServer(std::size_t server);
+    void leaveServer(std::size_t server, bool reached);
     void conclude(std::unique_ptr<Call> call, const Verdict& verdict, bool reached);
     void complete(std::unique_ptr<Call> call);
     void endStalled();

@@ -120,7 +120,7 @@ void Transfer::start(Exchange& exchange, const std::string& server) {
     exchange.clearAnswer();
     message_[0] = '\0';
     position_ = 0;
-    paused_ = hasBody_ = false;
+    paused_ = hasHead_ = hasBody_ = false;
     uploaded_ = 0;
     queued_ = 0;
     lastMove_ = Clock::now();
@@ -187,7 +187,8 @@ void Transfer::stop(CURLcode result) {
     curl_easy_getinfo(easy_.get(), CURLINFO_NUM_CONNECTS, &connects);
     curl_easy_getinfo(easy_.get(), CURLINFO_OS_ERRNO, &systemError);
     curl_multi_remove_handle(multi_, easy_.get());
-    exchange_->result = result;
+    // libcurl takes a connection that ends inside the head for the head's end.
+    exchange_->result = result == CURLE_OK && !hasHead_ ? CURLE_PARTIAL_FILE : result;
     exchange_->message = message_;
     exchange_->systemError = static_cast<int>(systemError);
     exchange_->reused = exchange_->sent && connects == 0;
@@ -268,11 +269,13 @@ bool Transfer::takeHeader(std::string_view line) {
     lastMove_ = Clock::now();
     Exchange& exchange = *exchange_;
     if (line.substr(0, 5) == "HTTP/") {  // Also after an interim answer.
+        hasHead_ = false;
         exchange.headers.clear();
         exchange.status =
             numberAtFront<unsigned>(line.substr(std::min(line.find(' '), line.size() - 1) + 1));
         return true;
     }
+    hasHead_ = hasHead_ || trimHeader(line).empty();
     const std::size_t colon = line.find(':');
     if (colon == std::string_view::npos) {
         return true;

@@ -72,6 +72,8 @@ private:
     /// How much of the request's body was read.
     std::size_t position_ = 0;
     bool paused_ = false;
+    /// Whether the answer's head is complete, and whether its body has begun.
+    bool hasHead_ = false;
     bool hasBody_ = false;
     /// What had left the program and this machine when isStalled() was last asked.
     curl_off_t uploaded_ = 0;
