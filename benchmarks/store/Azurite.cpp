@@ -34,8 +34,10 @@ Azurite::~Azurite() {
 }
 
 double Azurite::run(const Load& load, double milliseconds) {
-    static constexpr const char* kinds[] = {"put", "get", "range", "list", "mixed"};
-    std::fprintf(toClient_, "%s %zu %g\n", kinds[load.kind], load.size, milliseconds);
+    static constexpr const char* kinds[] = {"put",   "get", "range",  "list",
+                                            "mixed", "get", "upload", "download"};
+    std::fprintf(toClient_, "%s %zu %d %g\n", kinds[load.kind], load.size, load.callers,
+                 milliseconds);
     std::fflush(toClient_);
     double time = 0;
     if (std::fscanf(fromClient_, "%lf", &time) != 1) {

@@ -64,15 +64,20 @@ void LocalPeer::operate(const Load& load, int caller, std::size_t number) {
             return expect(list(), listedEntries);
         case Load::MIXED:
             return operate({number % 4 == 0 ? Load::PUT : Load::GET, load.size}, caller, number);
+        case Load::PING:
+            return ping(caller);
+        case Load::UPLOAD:
+            return upload(load.size);
+        case Load::DOWNLOAD:
+            return expect(download(), load.size);
     }
 }
 
 double LocalPeer::run(const Load& load, double milliseconds) {
-    const int threads = load.kind == Load::LIST ? 1 : callers;
     const double start = now();
     std::atomic<std::size_t> operations{0};
     std::vector<std::jthread> running;
-    for (int caller = 0; caller < threads; ++caller) {
+    for (int caller = 0; caller < load.callers; ++caller) {
         running.emplace_back([&, caller] {
             std::size_t number = static_cast<std::size_t>(caller) * 1000;
             do {

@@ -59,7 +59,7 @@ void runAll(const Peers& peers) {
         row(peers, "64 KiB ranges through a handle, 8 threads", "range", {Load::RANGE, 64 * kibi},
             {faster(60, "Azurite")}),
         row(peers, "three gets to a put of 1 KiB, 8 threads", "operation", {Load::MIXED, kibi}, {}),
-        row(peers, "listing 100,000 entries", "entry", {Load::LIST, 1},
+        row(peers, "listing 100,000 entries", "entry", {Load::LIST, 1, 1},
             {faster(150, "Azurite"), faster(1, "plain files")}),
     };
     for (const bench::Row& each : rows) {

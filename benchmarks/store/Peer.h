@@ -6,7 +6,7 @@
 
 namespace bench {
 
-constexpr int callers = 8;
+constexpr int mostCallers = 64;
 constexpr std::size_t chunkSize = 256UL << 10U;
 /// The file that ranges are read from, and the folder that is listed.
 constexpr std::size_t bigFileSize = 64UL << 20U;
@@ -14,9 +14,10 @@ constexpr std::size_t listedEntries = 100'000;
 
 /// What callers do over and over in one row. Those that read do so in files of the same size.
 struct Load {
-    enum Kind { PUT, GET, RANGE, LIST, MIXED };
+    enum Kind { PUT, GET, RANGE, LIST, MIXED, PING, UPLOAD, DOWNLOAD };
     Kind kind;
     std::size_t size;
+    int callers = 8;  ///< One for LIST, UPLOAD and DOWNLOAD.
 };
 
 /// Something that keeps files.
@@ -28,7 +29,7 @@ public:
     virtual double run(const Load& load, double milliseconds) = 0;
 };
 
-/// A peer inside this process. Its operations are called by several threads at once, but no
+/// A peer that this process calls. Its operations are called by several threads at once, but no
 /// caller's number is used by two of them.
 class LocalPeer : public Peer {
 public:
@@ -48,6 +49,12 @@ protected:
     virtual std::size_t readRange(int caller, std::size_t offset, std::size_t size) = 0;
     /// Lists names, sizes and times into memory and returns their number.
     virtual std::size_t list() = 0;
+    /// Asks for nothing.
+    virtual void ping(int /*caller*/) {}
+    /// Stores a file of so many bytes piece by piece, several at once.
+    virtual void upload(std::size_t /*size*/) {}
+    /// Reads the file that upload() has stored last in the same way, and returns its size.
+    virtual std::size_t download() { return 0; }
 
     static constexpr const char* bigFile = "big";
 

@@ -144,7 +144,7 @@ RawSqlite::RawSqlite(const std::string& folder) {
     const std::string path = folder + "/raw.db";
     writer_ = std::make_unique<Connection>(path);
     writer_->run(schema);
-    for (int i = 0; i < callers; ++i) {
+    for (int i = 0; i < mostCallers; ++i) {
         readers_.push_back(std::make_unique<Connection>(path));
     }
     thread_ = std::thread([this] { write(); });

@@ -1,4 +1,4 @@
-// Runs the emulator and a client for it: reads "<load> <size> <milliseconds>" a line and answers
+// Runs the emulator and a client for it: reads "<load> <size> <callers> <milliseconds>" a line and answers
 // with the nanoseconds of one operation.
 
 import { spawn } from "node:child_process";
@@ -8,9 +8,10 @@ import net from "node:net";
 import readline from "node:readline";
 
 const [installation, folder] = process.argv.slice(2);
-const callers = 8;
+const mostCallers = 64;
 const filesToRead = 16;
 const bigFileSize = 16 << 20;
+const block = 4 << 20;
 const listedEntries = 5000;
 const account = "bench";
 const key = crypto.randomBytes(64);
@@ -32,7 +33,7 @@ const emulator = spawn(
     });
 emulator.on("exit", () => process.exit(1));
 
-const agent = new http.Agent({ keepAlive: true, maxSockets: callers });
+const agent = new http.Agent({ keepAlive: true, maxSockets: mostCallers });
 
 function authorization(method, path, query, headers, length) {
     const own = Object.keys(headers).filter((name) => name.startsWith("x-ms-")).sort();
@@ -97,8 +98,32 @@ const operations = {
         const answer = (await request("GET", container, { query })).toString();
         expect(answer.match(/<Name>[^<]*<\/Name>/g).length, listedEntries);
     },
+    // Blocks of 4 MiB, four at once.
+    upload: async (size) => {
+        const ids = Array.from({ length: size / block }, (_, i) =>
+            Buffer.from(String(i).padStart(8, "0")).toString("base64"));
+        await inTurns(ids.length, (i) => request("PUT", `${container}/uploaded`, {
+            query: { comp: "block", blockid: ids[i] }, body: content.subarray(0, block),
+        }));
+        const list = ids.map((id) => `<Latest>${id}</Latest>`).join("");
+        await request("PUT", `${container}/uploaded`, {
+            query: { comp: "blocklist" },
+            body: Buffer.from(`<?xml version="1.0"?><BlockList>${list}</BlockList>`),
+        });
+    },
+    download: (size) => inTurns(size / block, async (i) => {
+        const headers = { range: `bytes=${i * block}-${(i + 1) * block - 1}` };
+        expect((await request("GET", `${container}/uploaded`, { headers })).length, block);
+    }),
     mixed: (size, number) => operations[number % 4 ? "get" : "put"](size, number),
 };
+
+async function inTurns(count, work) {
+    let next = 0;
+    await onCallers(4, async () => {
+        while (next < count) await work(next++);
+    });
+}
 
 async function onCallers(count, work) {
     await Promise.all(Array.from({ length: count }, (_, caller) => work(caller)));
@@ -119,16 +144,16 @@ async function prepare() {
     }
     await put("big", bigFileSize);
     let entries = 0;
-    await onCallers(callers, async () => {
+    await onCallers(8, async () => {
         while (entries < listedEntries) await put(`listed/entry-${entries++}`, 0);
     });
 }
 
-async function measure(load, size, milliseconds) {
+async function measure(load, size, callers, milliseconds) {
     const start = process.hrtime.bigint();
     const passed = () => Number(process.hrtime.bigint() - start);
     let done = 0;
-    await onCallers(load === "list" ? 1 : callers, async (caller) => {
+    await onCallers(callers, async (caller) => {
         let number = caller * 1000;
         do {
             await operations[load](size, number++);
@@ -141,8 +166,8 @@ async function measure(load, size, milliseconds) {
 try {
     await prepare();
     for await (const line of readline.createInterface({ input: process.stdin })) {
-        const [load, size, milliseconds] = line.split(" ");
-        console.log(await measure(load, Number(size), Number(milliseconds)));
+        const [load, ...numbers] = line.split(" ");
+        console.log(await measure(load, ...numbers.map(Number)));
     }
 } catch (error) {
     console.error(error.message);

@@ -424,11 +424,11 @@ void Link::endStalled() {
 }
 
 void Link::sleep() {
-    auto patience = active_.empty() ? std::chrono::milliseconds(60'000) : 1'000ms;
+    auto longest = active_.empty() ? std::chrono::milliseconds(60'000) : 1'000ms;
     if (!pausing_.empty()) {
         const auto due =
             std::chrono::ceil<std::chrono::milliseconds>(pausing_.begin()->first - Clock::now());
-        patience = std::clamp(due, std::chrono::milliseconds(0), patience);
+        longest = std::clamp(due, std::chrono::milliseconds(0), longest);
     }
     {
         const std::lock_guard lock(mutex_);
@@ -437,7 +437,7 @@ void Link::sleep() {
         }
         sleeping_ = true;
     }
-    curl_multi_poll(multi_.get(), nullptr, 0, static_cast<int>(patience.count()), nullptr);
+    curl_multi_poll(multi_.get(), nullptr, 0, static_cast<int>(longest.count()), nullptr);
     const std::lock_guard lock(mutex_);
     sleeping_ = false;
 }

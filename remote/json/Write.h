@@ -187,9 +187,14 @@ public:
 private:
     template <std::size_t... index>
     void writeAt(std::string& out, std::index_sequence<index...>) {
-        ((index == next_ &&
-          (writeNext(out, std::get<index>(kvxfields::Fields<Record>::list)), true)) ||
-         ...);
+        (writeIf(index == next_, out, std::get<index>(kvxfields::Fields<Record>::list)), ...);
+    }
+
+    template <class Field>
+    void writeIf(bool isNext, std::string& out, const Field& field) {
+        if (isNext) {
+            writeNext(out, field);
+        }
     }
 
     template <class Field>

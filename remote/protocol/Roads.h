@@ -72,6 +72,33 @@ constexpr const Road* roadOf(std::string_view operation) {
     return nullptr;
 }
 
+inline constexpr std::string_view contentTypeParameter = "content-type";
+
+/// The parameters of fields on roads, by the fields' names.
+inline constexpr std::pair<std::string_view, std::string_view> parameterNames[] = {
+    {"versionId", "version-id"},
+    {"versionLabel", "label"},
+    {"createNewVersion", "new-version"},
+    {"contentType", contentTypeParameter},
+    {"showHidden", "hidden"},
+    {"showShared", "shared"},
+    {"includeInvitations", "invitations"},
+    {"forceRecursive", "force"},
+    {"startLocation", "start"},
+    {"length", "length"},
+    {"operation", "operation"},
+};
+
+/// The name of a field's parameter, empty if the field does not travel on roads.
+constexpr std::string_view parameterOf(std::string_view field) {
+    for (const auto& [name, parameter] : parameterNames) {
+        if (name == field) {
+            return parameter;
+        }
+    }
+    return {};
+}
+
 /// Whether a record has content.
 template <class Record>
 constexpr bool hasContent() {

@@ -3,10 +3,9 @@
 #include <algorithm>
 
 #include "json/Text.h"
+#include "json/WireError.h"
 #include "protocol/Percent.h"
 #include "protocol/Roads.h"
-
-#include "json/WireError.h"
 
 namespace storage::kvxremote {
 namespace {

@@ -1,5 +1,6 @@
 #include "protocol/Wire.h"
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 
@@ -20,33 +21,6 @@ using namespace std::string_view_literals;
 
 constexpr std::string_view jsonType = "application/json";
 constexpr std::string_view anyType = "application/octet-stream";
-constexpr std::string_view contentTypeParameter = "content-type";
-
-// The parameters of fields on roads, by the fields' names.
-constexpr std::pair<std::string_view, std::string_view> parameterNames[] = {
-    {"versionId", "version-id"},
-    {"versionLabel", "label"},
-    {"createNewVersion", "new-version"},
-    {"contentType", contentTypeParameter},
-    {"showHidden", "hidden"},
-    {"showShared", "shared"},
-    {"includeInvitations", "invitations"},
-    {"forceRecursive", "force"},
-    {"startLocation", "start"},
-    {"length", "length"},
-    {"operation", "operation"},
-};
-
-// The name of a field's parameter, empty if the field does not travel on roads.
-constexpr std::string_view parameterOf(std::string_view field) {
-    for (const auto& [name, parameter] : parameterNames) {
-        if (name == field) {
-            return parameter;
-        }
-    }
-    return {};
-}
-
 constexpr std::string_view closeWords[] = {"commit", "abort"};
 
 std::string toParameter(bool value) { return value ? "true" : "false"; }

@@ -390,22 +390,31 @@ void Call::start() {
 void Call::openDownload(Job& job) {
     const std::string_view header = headerValue(head_.headers, "Range");
     const auto [start, length] = rangeIn(header);
-    const unsigned status = header.empty() ? 200 : 206;
+    const bool isRange = !header.empty();
     // The answer begins with the first byte: until then a failure still has a status of its own.
-    auto begun = [self = shared_from_this(), status] {
+    auto begun = [self = shared_from_this(), isRange, first = start] {
         const auto spill = self->job_->spill;
         const auto failure = spill->failure();
-        if (failure && !spill->hasContent()) {
+        if (failure && (isRange || spill->kept() == 0)) {
             return self->fail(
                 kvxremote::parseError(*failure).value_or(Code::INTERNAL_SERVER_ERROR));
         }
         Answer answer;
-        answer.status = status;
         answer.headers = {{"Content-Type", "application/octet-stream"}, {"Trailer", "KVX-Error"}};
+        if (isRange) {
+            const std::string total = std::to_string(spill->total());
+            const std::uint64_t kept = spill->kept();
+            answer.status = kept == 0 ? 416 : 206;
+            answer.headers[1] = {"Content-Range",
+                                 kept == 0 ? "bytes */" + total
+                                           : "bytes " + std::to_string(first) + '-' +
+                                                 std::to_string(first + kept - 1) + '/' + total};
+            answer.size = kept;
+        }
         answer.source = spill->source();
         self->finish(std::move(answer));
     };
-    job.spill = std::make_shared<Spill>(start, length, std::move(begun));
+    job.spill = std::make_shared<Spill>(start, length, isRange, std::move(begun));
 }
 
 void Call::completed(Result result) {

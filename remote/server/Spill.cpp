@@ -72,6 +72,7 @@ std::unique_ptr<Source> Spill::source() {
 bool Spill::write(const char* data, std::size_t size) {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
+        total_ += size;
         const std::size_t skipped = std::min<std::uint64_t>(skip_, size);
         skip_ -= skipped;
         data += skipped;
@@ -80,7 +81,7 @@ bool Spill::write(const char* data, std::size_t size) {
         if (abandoned_ || !append(data, size)) {
             return false;
         }
-        hasContent_ |= size > 0;
+        kept_ += size;
     }
     wake();
     return true;
@@ -107,9 +108,14 @@ std::optional<std::string> Spill::failure() const {
     return failure_;
 }
 
-bool Spill::hasContent() const {
+std::uint64_t Spill::kept() const {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return hasContent_;
+    return kept_;
+}
+
+std::uint64_t Spill::total() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return total_;
 }
 
 bool Spill::append(const char* data, std::size_t size) {
@@ -186,7 +192,7 @@ void Spill::wake() {
     std::optional<std::string_view> block;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        if (begun_ && (hasContent_ || finished_)) {
+        if (begun_ && (finished_ || (kept_ > 0 && !awaitsEnd_))) {
             begun.swap(begun_);
         }
         if (ready_ && takeBlock(block)) {

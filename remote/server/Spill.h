@@ -22,10 +22,10 @@ class Spill : public std::enable_shared_from_this<Spill> {
 public:
     static constexpr std::size_t inMemory = 4UL << 20U;
 
-    /// Gives `length` bytes from `start` on. Calls `begun` once, when the first of them is there or
-    /// the writer is done.
-    Spill(std::uint64_t start, std::uint64_t length, std::function<void()> begun)
-        : skip_(start), wanted_(length), begun_(std::move(begun)) {}
+    /// Gives `length` bytes from `start` on. Calls `begun` once: when the first of them is there,
+    /// or with `awaitsEnd` only when the writer is done.
+    Spill(std::uint64_t start, std::uint64_t length, bool awaitsEnd, std::function<void()> begun)
+        : skip_(start), wanted_(length), awaitsEnd_(awaitsEnd), begun_(std::move(begun)) {}
     ~Spill();
 
     /// A stream that writes into it.
@@ -41,8 +41,10 @@ public:
     void abandon();
     /// What finish() was told.
     std::optional<std::string> failure() const;
-    /// Whether a byte came before the end.
-    bool hasContent() const;
+    /// How many bytes it gives, of those that came so far.
+    std::uint64_t kept() const;
+    /// How many bytes came so far.
+    std::uint64_t total() const;
 
 private:
     friend class SpillSource;
@@ -56,6 +58,7 @@ private:
     mutable std::mutex mutex_;
     std::uint64_t skip_;
     std::uint64_t wanted_;
+    bool awaitsEnd_;
     std::function<void()> begun_;
     std::deque<std::string> blocks_;
     std::size_t bytes_ = 0;
@@ -65,7 +68,8 @@ private:
     std::uint64_t fileWritten_ = 0;
     std::uint64_t fileRead_ = 0;
     Source::Ready ready_;
-    bool hasContent_ = false;
+    std::uint64_t kept_ = 0;
+    std::uint64_t total_ = 0;
     bool finished_ = false;
     bool abandoned_ = false;
     std::optional<std::string> failure_;

@@ -91,22 +91,53 @@ struct Field {
     bool hasSibling = false;
 };
 
-template <class Record, class Setter, class Getter, class Value>
+// A row of a table: what sets and gets a field, and the values by Which.
+template <class Setter, class Getter, class Value>
+struct Row {
+    Setter set;
+    Getter get;
+    Value values[3];
+    Kind kind = PLAIN;
+};
+
+template <class Setter, class Getter, class Value>
+Row<Setter, Getter, Value> field(Setter set, Getter get, const Value& value,
+                                 const Value& start = Value(), Kind kind = PLAIN) {
+    return {set, get, {start, value, sibling(value)}, kind};
+}
+
+// A list: a field whose order counts too.
+template <class Setter, class Getter, class Value>
+Row<Setter, Getter, std::vector<Value>> list(Setter set, Getter get, const Value& one,
+                                             const Value& other) {
+    return {set, get, {{}, {one, other}, {other, one}}};
+}
+
+// A field that only the constructor sets.
+template <class Getter, class Value>
+struct Fixed {
+    Getter get;
+    Value value;
+};
+
+template <class Getter, class Value>
+Fixed<Getter, Value> fixed(Getter get, const Value& value) {
+    return {get, value};
+}
+
+template <class Record, class Row>
 struct FieldOf final : Field<Record> {
-    FieldOf(Setter setter, Getter getter, const Value& start, const Value& value,
-            const Value& sibling)
-        : setter_(setter), getter_(getter), values_{start, value, sibling} {
-        this->hasSibling = !alike(value, sibling);
+    explicit FieldOf(const Row& row) : row_(row) {
+        this->kind = row.kind;
+        this->hasSibling = !alike(row.values[VALUE], row.values[SIBLING]);
     }
     Record& set(Record& record, Which which) const override {
-        return std::invoke(setter_, record, plain(values_[which]));
+        return std::invoke(row_.set, record, plain(row_.values[which]));
     }
     bool is(const Record& record, Which which) const override {
-        return alike(std::invoke(getter_, record), values_[which]);
+        return alike(std::invoke(row_.get, record), row_.values[which]);
     }
-    const Setter setter_;
-    const Getter getter_;
-    const Value values_[3];
+    const Row row_;
 };
 
 // The records that are checked; filled before any test runs.
@@ -137,34 +168,20 @@ public:
         tryOperationsOf(full_);
     }
 
-    template <class Setter, class Getter, class Value>
-    Check& field(Setter set, Getter get, const Value& value, const Value& start = Value(),
-                 Kind kind = PLAIN) {
-        return add(set, get, start, value, sibling(value), kind);
-    }
-
-    // A list: a field whose order counts too.
-    template <class Setter, class Getter, class Value>
-    Check& list(Setter set, Getter get, const Value& one, const Value& other) {
-        using List = std::vector<Value>;
-        return add(set, get, List(), List{one, other}, List{other, one}, PLAIN);
-    }
-
-    // A field that only the constructor sets.
-    template <class Getter, class Value>
-    Check& fixed(Getter get, const Value& value) {
-        expect(alike(std::invoke(get, new_), value), "is not what it was made with");
+    template <class... Rows>
+    Check& with(const Rows&... rows) {
+        (add(rows), ...);
         return *this;
     }
 
 private:
     template <class Setter, class Getter, class Value>
-    Check& add(Setter set, Getter get, const Value& start, const Value& value, const Value& sibling,
-               Kind kind) {
-        fields_.emplace_back(
-            new FieldOf<Record, Setter, Getter, Value>(set, get, start, value, sibling));
-        fields_.back()->kind = kind;
-        return *this;
+    void add(const Row<Setter, Getter, Value>& row) {
+        fields_.emplace_back(new FieldOf<Record, Row<Setter, Getter, Value>>(row));
+    }
+    template <class Getter, class Value>
+    void add(const Fixed<Getter, Value>& fixed) {
+        expect(alike(fixed.get(new_), fixed.value), "is not what it was made with");
     }
 
     // It starts as it should; another value survives copies and moves, replaces one of the same
@@ -205,9 +222,13 @@ private:
     std::size_t field_ = 0;
 };
 
-#define FIELD(Record, Name, ...) field(&Record::with##Name, &Record::get##Name, __VA_ARGS__)
-#define LIST(Record, Name, ...) list(&Record::with##Name, &Record::get##Name, __VA_ARGS__)
-#define RENAMED(Record, set, get, ...) field(&Record::set, &Record::get, __VA_ARGS__)
+#define SETTER(set) \
+    [](auto& r, const auto& value) -> auto& { return r.set(value); }
+#define GETTER(get) [](const auto& r) -> decltype(auto) { return r.get(); }
+#define RENAMED(set, get, ...) field(SETTER(set), GETTER(get), __VA_ARGS__)
+#define FIELD(Name, ...) RENAMED(with##Name, get##Name, __VA_ARGS__)
+#define LIST(Name, ...) list(SETTER(with##Name), GETTER(get##Name), __VA_ARGS__)
+#define FIXED(Name, ...) fixed(GETTER(get##Name), __VA_ARGS__)
 
 // Long enough to need memory, so that a copy shows.
 const std::u16string wide = u"a text of some length";
@@ -231,11 +252,9 @@ void checkRequestFor(const Check<Record>&) {
 }
 
 TEST(Records, ofTheSession) {
-    Check<LoginRequest>().FIELD(LoginRequest, Token, text);
-    Check<LoginResponse>()
-        .FIELD(LoginResponse, SessionId, text)
-        .FIELD(LoginResponse, MinutesBeforeRelogin, 60);
-    Check<PingResponse>().FIELD(PingResponse, Value, text);
+    Check<LoginRequest>().with(FIELD(Token, text));
+    Check<LoginResponse>().with(FIELD(SessionId, text), FIELD(MinutesBeforeRelogin, 60));
+    Check<PingResponse>().with(FIELD(Value, text));
     static_assert(!Comparable<PingResponse>);
     tryOperationsOf(storage::kvxtransport::PingRequest());
 }
@@ -256,49 +275,29 @@ TEST(Records, withoutContentAreEqualOnlyToThemselves) {
 }
 
 TEST(Records, summaries) {
-    Check<FileSummary>()
-        .FIELD(FileSummary, Name, wide)
-        .FIELD(FileSummary, Size, ~0UL)
-        .FIELD(FileSummary, Created, aTime)
-        .FIELD(FileSummary, LastModified, aTime)
-        .FIELD(FileSummary, ClientLastModified, aTime)
-        .RENAMED(FileSummary, withWritable, isWritable, true)
-        .FIELD(FileSummary, Watermark, text);
+    Check<FileSummary>().with(FIELD(Name, wide), FIELD(Size, ~0UL), FIELD(Created, aTime),
+                              FIELD(LastModified, aTime), FIELD(ClientLastModified, aTime),
+                              RENAMED(withWritable, isWritable, true), FIELD(Watermark, text));
     EXPECT_EQ(FileSummary().withName(u"a.txt"), FileSummary(u"a.txt"));
-    Check<FolderSummary>()
-        .FIELD(FolderSummary, Name, wide)
-        .FIELD(FolderSummary, Created, aTime)
-        .FIELD(FolderSummary, LastModified, aTime)
-        .FIELD(FolderSummary, ClientLastModified, aTime)
-        .RENAMED(FolderSummary, withWritable, isWritable, true)
-        .FIELD(FolderSummary, Watermark, text)
-        .RENAMED(FolderSummary, withSharedFolder, isSharedFolder, true)
-        .FIELD(FolderSummary, AccessType, AccessType::OWNER)
-        .FIELD(FolderSummary, Invitation, anInvitation)
-        .FIELD(FolderSummary, HasActiveLink, true);
+    Check<FolderSummary>().with(FIELD(Name, wide), FIELD(Created, aTime),
+                                FIELD(LastModified, aTime), FIELD(ClientLastModified, aTime),
+                                RENAMED(withWritable, isWritable, true), FIELD(Watermark, text),
+                                RENAMED(withSharedFolder, isSharedFolder, true),
+                                FIELD(AccessType, AccessType::OWNER),
+                                FIELD(Invitation, anInvitation), FIELD(HasActiveLink, true));
     EXPECT_FALSE(
         FolderSummary().withInvitation(Invitation().withHasActiveLink(true)).getHasActiveLink());
     EXPECT_EQ(wide, FolderSummary(wide).getName());
     static_assert(!Comparable<FolderSummary>);
-    Check<FileAttributes>()
-        .FIELD(FileAttributes, Type, text)
-        .FIELD(FileAttributes, Name, wide)
-        .FIELD(FileAttributes, Created, aTime)
-        .FIELD(FileAttributes, LastModified, aTime)
-        .FIELD(FileAttributes, ClientLastModified, aTime)
-        .FIELD(FileAttributes, Size, ~0UL)
-        .FIELD(FileAttributes, Writable, true)
-        .FIELD(FileAttributes, Watermark, text)
-        .FIELD(FileAttributes, Shareable, true)
-        .RENAMED(FileAttributes, withSharedFolder, isSharedFolder, true)
-        .FIELD(FileAttributes, AccessType, AccessType::OWNER);
+    Check<FileAttributes>().with(
+        FIELD(Type, text), FIELD(Name, wide), FIELD(Created, aTime), FIELD(LastModified, aTime),
+        FIELD(ClientLastModified, aTime), FIELD(Size, ~0UL), FIELD(Writable, true),
+        FIELD(Watermark, text), FIELD(Shareable, true),
+        RENAMED(withSharedFolder, isSharedFolder, true), FIELD(AccessType, AccessType::OWNER));
     const auto checkDeleted = [](auto check) {
         using Record = typename decltype(check)::type;
-        Check<Record>()
-            .FIELD(Record, ParentResource, resource)
-            .FIELD(Record, DeletedDate, aTime)
-            .FIELD(Record, Tombstone, text)
-            .FIELD(Record, SharedTrash, true);
+        Check<Record>().with(FIELD(ParentResource, resource), FIELD(DeletedDate, aTime),
+                             FIELD(Tombstone, text), FIELD(SharedTrash, true));
     };
     checkDeleted(std::type_identity<DeletedFileSummary>());
     checkDeleted(std::type_identity<DeletedFolderSummary>());
@@ -306,31 +305,22 @@ TEST(Records, summaries) {
 }
 
 TEST(Records, ofListings) {
-    checkRequestFor(Check<FolderListRequest>(resource)
-                        .FIELD(FolderListRequest, ShowHidden, true)
-                        .FIELD(FolderListRequest, ShowShared, true)
-                        .FIELD(FolderListRequest, IncludeInvitations, true));
-    checkRequestFor(
-        Check<MultiFolderListRequest>(resource).FIELD(MultiFolderListRequest, ShowShared, true));
-    checkRequestFor(Check<FileAttributesReadRequest>(resource).FIELD(FileAttributesReadRequest,
-                                                                     SharingMetadata, true));
-    Check<FolderListResponse>()
-        .FIELD(FolderListResponse, FolderSummary, aFolder)
-        .FIELD(FolderListResponse, Folders, folders)
-        .FIELD(FolderListResponse, Files, files);
+    checkRequestFor(Check<FolderListRequest>(resource).with(
+        FIELD(ShowHidden, true), FIELD(ShowShared, true), FIELD(IncludeInvitations, true)));
+    checkRequestFor(Check<MultiFolderListRequest>(resource).with(FIELD(ShowShared, true)));
+    checkRequestFor(Check<FileAttributesReadRequest>(resource).with(FIELD(SharingMetadata, true)));
+    Check<FolderListResponse>().with(FIELD(FolderSummary, aFolder), FIELD(Folders, folders),
+                                     FIELD(Files, files));
     EXPECT_EQ(u"folder", FolderListResponse(aFolder).getFolderSummary().getName());
-    Check<ResourceAndFolderList>(resource)
-        .fixed(&ResourceAndFolderList::getParentResource, resource)
-        .FIELD(ResourceAndFolderList, FolderSummary, aFolder)
-        .FIELD(ResourceAndFolderList, Files, files)
-        .FIELD(ResourceAndFolderList, Folders, folders);
+    Check<ResourceAndFolderList>(resource).with(FIXED(ParentResource, resource),
+                                                FIELD(FolderSummary, aFolder), FIELD(Files, files),
+                                                FIELD(Folders, folders));
     EXPECT_EQ(1u, MultiFolderListResponse()
                       .withFolders({ResourceAndFolderList(Resource())})
                       .withFolders({ResourceAndFolderList(resource)})
                       .getFolders()
                       .size());
-    Check<FileAttributesReadResponse>().FIELD(FileAttributesReadResponse, FileAttributes,
-                                              FileAttributes().withSize(1));
+    Check<FileAttributesReadResponse>().with(FIELD(FileAttributes, FileAttributes().withSize(1)));
     static_assert(!Comparable<FolderListResponse> && !Comparable<ResourceAndFolderList> &&
                   !Comparable<MultiFolderListResponse>);
     static_assert(!std::is_default_constructible_v<ResourceAndFolderList>);
@@ -349,126 +339,89 @@ std::string body(const Record& record) {
 }
 
 TEST(Records, ofTransfers) {
-    checkRequestFor(Check<FileCreateRequest>(resource)
-                        .field(
-                            append<FileCreateRequest>,
-                            [](const auto& r) {
-                                return std::string(r.getContent().begin(), r.getContent().end());
-                            },
-                            text, std::string(), APPENDED)
-                        .FIELD(FileCreateRequest, ContentType, text)
-                        .FIELD(FileCreateRequest, CreateNewVersion, true));
-    checkRequestFor(Check<FileReadRequest>(resource)
-                        .FIELD(FileReadRequest, VersionId, text)
-                        .FIELD(FileReadRequest, VersionLabel, 0, -1));
-    Check<FileReadResponse>()
-        .field(append<FileReadResponse>, body<FileReadResponse>, text, std::string(), APPENDED)
-        .FIELD(FileReadResponse, ContentType, text)
-        .fixed(&FileReadResponse::getResource, Resource());
-    Check<FileWriteResponse>()
-        .FIELD(FileWriteResponse, FileSummary, aFile)
-        .FIELD(FileWriteResponse, VersionId, text)
-        .FIELD(FileWriteResponse, VersionLabel, 0, -1);
+    checkRequestFor(Check<FileCreateRequest>(resource).with(
+        field(
+            append<FileCreateRequest>,
+            [](const auto& r) { return std::string(r.getContent().begin(), r.getContent().end()); },
+            text, std::string(), APPENDED),
+        FIELD(ContentType, text), FIELD(CreateNewVersion, true)));
+    checkRequestFor(
+        Check<FileReadRequest>(resource).with(FIELD(VersionId, text), FIELD(VersionLabel, 0, -1)));
+    Check<FileReadResponse>().with(
+        field(append<FileReadResponse>, body<FileReadResponse>, text, std::string(), APPENDED),
+        FIELD(ContentType, text), FIXED(Resource, Resource()));
+    Check<FileWriteResponse>().with(FIELD(FileSummary, aFile), FIELD(VersionId, text),
+                                    FIELD(VersionLabel, 0, -1));
     checkRequestFor(Check<FileDownloadCreateRequest>(resource));
-    Check<FileDownloadCreateResponse>().FIELD(FileDownloadCreateResponse, Location, text);
+    Check<FileDownloadCreateResponse>().with(FIELD(Location, text));
     const auto factory = [] { return std::make_unique<std::stringstream>(); };
-    Check<FileDownloadRequest>(text)
-        .fixed(&FileDownloadRequest::getLocation, text)
-        .field(
+    Check<FileDownloadRequest>(text).with(
+        FIXED(Location, text),
+        field(
             [&](auto& r, bool) -> auto& { return r.withStreamFactory(factory); },
-            [](const auto& r) { return r.getStreamFactory() != nullptr; }, true, false, LEFT_OUT)
-        .FIELD(FileDownloadRequest, ReadIntoString, true);
+            [](const auto& r) { return r.getStreamFactory() != nullptr; }, true, false, LEFT_OUT),
+        FIELD(ReadIntoString, true));
     EXPECT_FALSE(FileDownloadRequest("a/b") == FileDownloadRequest("a/c"));
     static_assert(!std::is_default_constructible_v<FileDownloadRequest>);
-    Check<FileDownloadResponse>().FIELD(FileDownloadResponse, StringBody, text);
+    Check<FileDownloadResponse>().with(FIELD(StringBody, text));
 }
 
 TEST(Records, ofHandles) {
-    checkRequestFor(Check<FileHandleReadOnlyCreateRequest>(resource)
-                        .FIELD(FileHandleReadOnlyCreateRequest, VersionId, text)
-                        .FIELD(FileHandleReadOnlyCreateRequest, VersionLabel, 0, -1));
-    Check<FileHandleReadOnlyCreateResponse>()
-        .FIELD(FileHandleReadOnlyCreateResponse, FileHandleId, text)
-        .FIELD(FileHandleReadOnlyCreateResponse, FileSize, ~0UL);
-    checkRequestFor(Check<FileHandleReadWriteCreateRequest>(resource)
-                        .FIELD(FileHandleReadWriteCreateRequest, CreateMode, FileCreateMode::UPDATE)
-                        .FIELD(FileHandleReadWriteCreateRequest, Truncate, true)
-                        .FIELD(FileHandleReadWriteCreateRequest, ContentType, text));
-    Check<FileHandleReadWriteCreateResponse>()
-        .FIELD(FileHandleReadWriteCreateResponse, FileHandleId, text)
-        .FIELD(FileHandleReadWriteCreateResponse, FileCreated, true)
-        .FIELD(FileHandleReadWriteCreateResponse, FileSize, ~0UL);
-    checkRequestFor(Check<FileContentReadRequest>(resource)
-                        .FIELD(FileContentReadRequest, FileHandleId, text)
-                        .FIELD(FileContentReadRequest, StartLocation, ~0UL)
-                        .FIELD(FileContentReadRequest, Length, ~0UL));
-    Check<FileContentReadResponse>()
-        .field(append<FileContentReadResponse>, body<FileContentReadResponse>, text, std::string(),
-               APPENDED)
-        .FIELD(FileContentReadResponse, StartLocation, ~0UL)
-        .FIELD(FileContentReadResponse, ContentType, text)
-        .FIELD(FileContentReadResponse, FileSize, ~0UL);
+    checkRequestFor(Check<FileHandleReadOnlyCreateRequest>(resource).with(
+        FIELD(VersionId, text), FIELD(VersionLabel, 0, -1)));
+    Check<FileHandleReadOnlyCreateResponse>().with(FIELD(FileHandleId, text),
+                                                   FIELD(FileSize, ~0UL));
+    checkRequestFor(Check<FileHandleReadWriteCreateRequest>(resource).with(
+        FIELD(CreateMode, FileCreateMode::UPDATE), FIELD(Truncate, true),
+        FIELD(ContentType, text)));
+    Check<FileHandleReadWriteCreateResponse>().with(
+        FIELD(FileHandleId, text), FIELD(FileCreated, true), FIELD(FileSize, ~0UL));
+    checkRequestFor(Check<FileContentReadRequest>(resource).with(
+        FIELD(FileHandleId, text), FIELD(StartLocation, ~0UL), FIELD(Length, ~0UL)));
+    Check<FileContentReadResponse>().with(
+        field(append<FileContentReadResponse>, body<FileContentReadResponse>, text, std::string(),
+              APPENDED),
+        FIELD(StartLocation, ~0UL), FIELD(ContentType, text), FIELD(FileSize, ~0UL));
     const unsigned char byte = 'x';
-    checkRequestFor(
-        Check<FileContentWriteRequest>(resource)
-            .FIELD(FileContentWriteRequest, FileHandleId, text)
-            .FIELD(FileContentWriteRequest, StartLocation, ~0UL)
-            .field(
-                [](auto& r, const unsigned char* data) -> auto& { return r.withContent(data, 1); },
-                &FileContentWriteRequest::getContent, &byte));
-    Check<FileContentWriteResponse>().FIELD(FileContentWriteResponse, FileSize, ~0UL);
-    checkRequestFor(
-        Check<FileHandleCloseRequest>(resource)
-            .FIELD(FileHandleCloseRequest, FileHandleId, text)
-            .FIELD(FileHandleCloseRequest, Operation, FileHandleCloseOperation::ABORT_CHANGES)
-            .FIELD(FileHandleCloseRequest, CreateNewVersion, true));
+    checkRequestFor(Check<FileContentWriteRequest>(resource).with(
+        FIELD(FileHandleId, text), FIELD(StartLocation, ~0UL),
+        field(
+            [](auto& r, const unsigned char* data) -> auto& { return r.withContent(data, 1); },
+            &FileContentWriteRequest::getContent, &byte)));
+    Check<FileContentWriteResponse>().with(FIELD(FileSize, ~0UL));
+    checkRequestFor(Check<FileHandleCloseRequest>(resource).with(
+        FIELD(FileHandleId, text), FIELD(Operation, FileHandleCloseOperation::ABORT_CHANGES),
+        FIELD(CreateNewVersion, true)));
 }
 
 TEST(Records, ofNamespaceAndMetadata) {
-    checkRequestFor(
-        Check<SetMetadataRequest>(resource).FIELD(SetMetadataRequest, ClientLastModified, aTime));
+    checkRequestFor(Check<SetMetadataRequest>(resource).with(FIELD(ClientLastModified, aTime)));
     checkRequestFor(Check<FolderCreateRequest>(resource));
-    checkRequestFor(
-        Check<FolderDeleteRequest>(resource).FIELD(FolderDeleteRequest, ForceRecursive, true));
+    checkRequestFor(Check<FolderDeleteRequest>(resource).with(FIELD(ForceRecursive, true)));
     checkRequestFor(Check<FileDeleteRequest>(resource));
-    Check<FolderDeleteResponse>().FIELD(FolderDeleteResponse, DeletedFolderSummary,
-                                        std::optional(DeletedFolderSummary()));
-    Check<FileDeleteResponse>().FIELD(FileDeleteResponse, DeletedFileSummary,
-                                      std::optional(DeletedFileSummary()));
+    Check<FolderDeleteResponse>().with(
+        FIELD(DeletedFolderSummary, std::optional(DeletedFolderSummary())));
+    Check<FileDeleteResponse>().with(
+        FIELD(DeletedFileSummary, std::optional(DeletedFileSummary())));
     const Resource target(u"/c", u"bucket");
     Check<MoveOrCopyRequest>(resource, target)
-        .fixed(&MoveOrCopyRequest::getSource, resource)
-        .fixed(&MoveOrCopyRequest::getTarget, target)
-        .FIELD(MoveOrCopyRequest, TargetOverwrite, true);
+        .with(FIXED(Source, resource), FIXED(Target, target), FIELD(TargetOverwrite, true));
     EXPECT_FALSE(MoveOrCopyRequest(resource, target) == MoveOrCopyRequest(target, resource));
     EXPECT_FALSE(MoveOrCopyRequest(resource, target) == MoveOrCopyRequest(resource, resource));
     static_assert(!std::is_default_constructible_v<MoveOrCopyRequest>);
 }
 
 TEST(Records, ofInvitations) {
-    Check<UserProfile>()
-        .FIELD(UserProfile, EmailAddress, wide)
-        .FIELD(UserProfile, FirstName, wide)
-        .FIELD(UserProfile, LastName, wide)
-        .FIELD(UserProfile, UserId, wide)
-        .FIELD(UserProfile, ProfileId, text);
-    Check<Invitation>()
-        .FIELD(Invitation, InvitationId, text)
-        .FIELD(Invitation, Resource, resource)
-        .FIELD(Invitation, AccessType, AccessType::OWNER)
-        .FIELD(Invitation, InvitationType, InvitationType::PERSONAL)
-        .FIELD(Invitation, Name, wide)
-        .FIELD(Invitation, Tombstone, text)
-        .FIELD(Invitation, Initiator, aProfile)
-        .FIELD(Invitation, Recipient, aProfile)
-        .RENAMED(Invitation, withInvitationStatus, getStatus, InvitationStatus::DECLINED)
-        .FIELD(Invitation, Created, aTime)
-        .FIELD(Invitation, LoginValidityDate, aTime)
-        .FIELD(Invitation, HasActiveLink, true)
-        .FIELD(Invitation, Application, text);
-    checkRequestFor(Check<InvitationCreateRequest>(resource)
-                        .FIELD(InvitationCreateRequest, Recipient, wide)
-                        .FIELD(InvitationCreateRequest, AccessType, AccessType::OWNER));
+    Check<UserProfile>().with(FIELD(EmailAddress, wide), FIELD(FirstName, wide),
+                              FIELD(LastName, wide), FIELD(UserId, wide), FIELD(ProfileId, text));
+    Check<Invitation>().with(
+        FIELD(InvitationId, text), FIELD(Resource, resource), FIELD(AccessType, AccessType::OWNER),
+        FIELD(InvitationType, InvitationType::PERSONAL), FIELD(Name, wide), FIELD(Tombstone, text),
+        FIELD(Initiator, aProfile), FIELD(Recipient, aProfile),
+        RENAMED(withInvitationStatus, getStatus, InvitationStatus::DECLINED), FIELD(Created, aTime),
+        FIELD(LoginValidityDate, aTime), FIELD(HasActiveLink, true), FIELD(Application, text));
+    checkRequestFor(Check<InvitationCreateRequest>(resource).with(
+        FIELD(Recipient, wide), FIELD(AccessType, AccessType::OWNER)));
     const auto recipient = [](std::u16string name) {
         return InvitationCreateRequest(Resource())
             .withRecipient(std::move(name))
@@ -476,111 +429,76 @@ TEST(Records, ofInvitations) {
     };
     EXPECT_EQ("", recipient(u""));
     EXPECT_EQ("a.b/c%20d%40%E2%82%AC", recipient(u"a.b/c d@€"));
-    Check<InvitationReadRequest>()
-        .fixed(&InvitationReadRequest::getResource, Resource())
-        .FIELD(InvitationReadRequest, InvitationId, text);
-    Check<InvitationUpdateRequest>()
-        .FIELD(InvitationUpdateRequest, Resource, resource)
-        .FIELD(InvitationUpdateRequest, InvitationId, text)
-        .FIELD(InvitationUpdateRequest, Status, std::optional(InvitationStatus::DECLINED),
-               std::optional(InvitationStatus::PENDING));
-    Check<InvitationDeleteRequest>()
-        .FIELD(InvitationDeleteRequest, Resource, resource)
-        .FIELD(InvitationDeleteRequest, InvitationId, text);
-    Check<InvitationListRequest>()
-        .FIELD(InvitationListRequest, Resource, resource)
-        .FIELD(InvitationListRequest, Status, std::optional(InvitationStatus::PENDING))
-        .FIELD(InvitationListRequest, Type, std::optional(InvitationType::OPEN));
-    Check<InvitationCopyFolderRequest>()
-        .FIELD(InvitationCopyFolderRequest, Resource, resource)
-        .FIELD(InvitationCopyFolderRequest, TargetResource, resource)
-        .FIELD(InvitationCopyFolderRequest, InvitationId, text);
-    Check<InvitationDetailsRequest>().FIELD(InvitationDetailsRequest, InvitationId, text);
-    Check<InvitationCreateResponse>().FIELD(InvitationCreateResponse, Invitation, anInvitation);
-    Check<InvitationReadResponse>().FIELD(InvitationReadResponse, Invitation, anInvitation);
-    Check<InvitationUpdateResponse>().FIELD(InvitationUpdateResponse, Invitation, anInvitation);
-    Check<InvitationDetailsResponse>().RENAMED(InvitationDetailsResponse, withInvitation,
-                                               getInvitationDetails, anInvitation);
-    Check<InvitationListResponse>().LIST(InvitationListResponse, Invitations, anInvitation,
-                                         Invitation());
-    Check<InvitationFolderContentRequest>()
-        .FIELD(InvitationFolderContentRequest, Resource, resource)
-        .FIELD(InvitationFolderContentRequest, InvitationId, text)
-        .RENAMED(InvitationFolderContentRequest, withShowHidden, showHidden, true);
-    Check<InvitationFolderContentResponse>()
-        .FIELD(InvitationFolderContentResponse, FolderSummary, aFolder)
-        .FIELD(InvitationFolderContentResponse, Folders, folders)
-        .FIELD(InvitationFolderContentResponse, Files, files);
+    Check<InvitationReadRequest>().with(FIXED(Resource, Resource()), FIELD(InvitationId, text));
+    Check<InvitationUpdateRequest>().with(FIELD(Resource, resource), FIELD(InvitationId, text),
+                                          FIELD(Status, std::optional(InvitationStatus::DECLINED),
+                                                std::optional(InvitationStatus::PENDING)));
+    Check<InvitationDeleteRequest>().with(FIELD(Resource, resource), FIELD(InvitationId, text));
+    Check<InvitationListRequest>().with(FIELD(Resource, resource),
+                                        FIELD(Status, std::optional(InvitationStatus::PENDING)),
+                                        FIELD(Type, std::optional(InvitationType::OPEN)));
+    Check<InvitationCopyFolderRequest>().with(
+        FIELD(Resource, resource), FIELD(TargetResource, resource), FIELD(InvitationId, text));
+    Check<InvitationDetailsRequest>().with(FIELD(InvitationId, text));
+    Check<InvitationCreateResponse>().with(FIELD(Invitation, anInvitation));
+    Check<InvitationReadResponse>().with(FIELD(Invitation, anInvitation));
+    Check<InvitationUpdateResponse>().with(FIELD(Invitation, anInvitation));
+    Check<InvitationDetailsResponse>().with(
+        RENAMED(withInvitation, getInvitationDetails, anInvitation));
+    Check<InvitationListResponse>().with(LIST(Invitations, anInvitation, Invitation()));
+    Check<InvitationFolderContentRequest>().with(FIELD(Resource, resource),
+                                                 FIELD(InvitationId, text),
+                                                 RENAMED(withShowHidden, showHidden, true));
+    Check<InvitationFolderContentResponse>().with(FIELD(FolderSummary, aFolder),
+                                                  FIELD(Folders, folders), FIELD(Files, files));
     EXPECT_EQ(u"folder", InvitationFolderContentResponse(aFolder).getFolderSummary().getName());
     static_assert(!Comparable<InvitationFolderContentResponse>);
 }
 
 TEST(Records, ofPermissions) {
     const auto subject = Subject().withSubjectName(wide);
-    Check<Subject>().FIELD(Subject, SubjectName, wide);
-    Check<Permission>()
-        .FIELD(Permission, PermissionId, text)
-        .FIELD(Permission, Subject, wide)
-        .FIELD(Permission, Resource, resource)
-        .FIELD(Permission, Operation, text)
-        .FIELD(Permission, Status, text);
-    checkRequestFor(Check<PermissionGrantRequest>(resource)
-                        .FIELD(PermissionGrantRequest, Subject, subject)
-                        .FIELD(PermissionGrantRequest, Operation, Operation::READ_WRITE)
-                        .FIELD(PermissionGrantRequest, AllowNonExistingUser, true));
-    Check<PermissionGrantResponse>().FIELD(PermissionGrantResponse, PermissionId, text);
-    checkRequestFor(Check<PermissionRevokeRequest>(resource).FIELD(PermissionRevokeRequest,
-                                                                   PermissionId, text));
+    Check<Subject>().with(FIELD(SubjectName, wide));
+    Check<Permission>().with(FIELD(PermissionId, text), FIELD(Subject, wide),
+                             FIELD(Resource, resource), FIELD(Operation, text),
+                             FIELD(Status, text));
+    checkRequestFor(Check<PermissionGrantRequest>(resource).with(
+        FIELD(Subject, subject), FIELD(Operation, Operation::READ_WRITE),
+        FIELD(AllowNonExistingUser, true)));
+    Check<PermissionGrantResponse>().with(FIELD(PermissionId, text));
+    checkRequestFor(Check<PermissionRevokeRequest>(resource).with(FIELD(PermissionId, text)));
     checkRequestFor(Check<PermissionListRequest>(resource));
-    Check<PermissionListResponse>().LIST(PermissionListResponse, Permissions,
-                                         Permission().withSubject(wide), Permission());
+    Check<PermissionListResponse>().with(
+        LIST(Permissions, Permission().withSubject(wide), Permission()));
 }
 
 TEST(Records, ofConfiguration) {
     const auto policy = ResourcePolicy().withVersionPolicy(VersionPolicy::ENABLED);
-    Check<ResourcePolicy>()
-        .FIELD(ResourcePolicy, VersionPolicy, VersionPolicy::ENABLED)
-        .FIELD(ResourcePolicy, PublicAccessPolicy, static_cast<PublicAccessPolicy>(-7));
-    Check<StorageUsageGetResponse>()
-        .FIELD(StorageUsageGetResponse, UsageQuota, ~0UL)
-        .FIELD(StorageUsageGetResponse, StorageUsage, ~0UL);
-    Check<ResourcePolicyGetRequest>().FIELD(ResourcePolicyGetRequest, Resource, resource);
-    Check<ResourcePolicyGetResponse>()
-        .FIELD(ResourcePolicyGetResponse, Policy, policy)
-        .FIELD(ResourcePolicyGetResponse, EffectivePolicy, policy);
-    Check<ResourcePolicySetRequest>()
-        .FIELD(ResourcePolicySetRequest, Resource, resource)
-        .FIELD(ResourcePolicySetRequest, ResourcePolicy, policy);
+    Check<ResourcePolicy>().with(FIELD(VersionPolicy, VersionPolicy::ENABLED),
+                                 FIELD(PublicAccessPolicy, static_cast<PublicAccessPolicy>(-7)));
+    Check<StorageUsageGetResponse>().with(FIELD(UsageQuota, ~0UL), FIELD(StorageUsage, ~0UL));
+    Check<ResourcePolicyGetRequest>().with(FIELD(Resource, resource));
+    Check<ResourcePolicyGetResponse>().with(FIELD(Policy, policy), FIELD(EffectivePolicy, policy));
+    Check<ResourcePolicySetRequest>().with(FIELD(Resource, resource),
+                                           FIELD(ResourcePolicy, policy));
 }
 
 TEST(Records, ofChangesAndVersions) {
     const std::vector changes{FileChangeSummary().withWatermark("1"),
                               FileChangeSummary().withWatermark("2")};
-    Check<FileChangeListRequest>().FIELD(FileChangeListRequest, Watermark, text);
-    Check<FileChangeSummary>()
-        .FIELD(FileChangeSummary, Resource, resource)
-        .FIELD(FileChangeSummary, Watermark, text);
-    Check<FileChangeListResponse>()
-        .FIELD(FileChangeListResponse, CurrentWatermark, text)
-        .LIST(FileChangeListResponse, FileChanges, changes[0], changes[1])
-        .LIST(FileChangeListResponse, FolderChanges, changes[0], changes[1]);
+    Check<FileChangeListRequest>().with(FIELD(Watermark, text));
+    Check<FileChangeSummary>().with(FIELD(Resource, resource), FIELD(Watermark, text));
+    Check<FileChangeListResponse>().with(FIELD(CurrentWatermark, text),
+                                         LIST(FileChanges, changes[0], changes[1]),
+                                         LIST(FolderChanges, changes[0], changes[1]));
 
     checkRequestFor(Check<VersionListRequest>(resource));
-    Check<VersionSummary>()
-        .FIELD(VersionSummary, VersionId, text)
-        .FIELD(VersionSummary, Created, aTime)
-        .FIELD(VersionSummary, VersionLabel, 0, -1);
-    Check<VersionListResponse>()
-        .FIELD(VersionListResponse, Name, wide)
-        .LIST(VersionListResponse, Versions, VersionSummary(),
-              VersionSummary().withVersionLabel(1));
-    checkRequestFor(Check<VersionRestoreRequest>(resource)
-                        .FIELD(VersionRestoreRequest, VersionId, text)
-                        .FIELD(VersionRestoreRequest, VersionLabel, 0, -1)
-                        .FIELD(VersionRestoreRequest, CreateNewVersion, true));
-    Check<VersionRestoreResponse>()
-        .FIELD(VersionRestoreResponse, VersionId, text)
-        .FIELD(VersionRestoreResponse, VersionLabel, 0, -1);
+    Check<VersionSummary>().with(FIELD(VersionId, text), FIELD(Created, aTime),
+                                 FIELD(VersionLabel, 0, -1));
+    Check<VersionListResponse>().with(
+        FIELD(Name, wide), LIST(Versions, VersionSummary(), VersionSummary().withVersionLabel(1)));
+    checkRequestFor(Check<VersionRestoreRequest>(resource).with(
+        FIELD(VersionId, text), FIELD(VersionLabel, 0, -1), FIELD(CreateNewVersion, true)));
+    Check<VersionRestoreResponse>().with(FIELD(VersionId, text), FIELD(VersionLabel, 0, -1));
 }
 
 TEST(Records, coverTheRequestOfEveryOperation) {

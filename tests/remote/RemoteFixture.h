@@ -60,7 +60,7 @@ inline kvxserver::ServerOptions serverOptions() {
 }
 
 /// A store in memory with two users, a server, and a network that a test can spoil.
-class RemoteTest : public testing::Test {
+class RemoteTest : public ::testing::Test {
 protected:
     std::string url(const std::string& query = "") const {
         return "kvx+plain://127.0.0.1:" + std::to_string(proxy.port()) + query;

@@ -31,7 +31,7 @@ namespace {
 enum Filling { TELLING, LEAST, MOST, ODD, UNTIDY, fillings };
 
 const std::string odd8("\xFF\x80 \0\"\\%2F/../\n\xC3", 15);
-const std::u16string odd16(u"\xD800 \0\"\\%2F//..\u20AC\xDFFF", 16);
+const std::u16string odd16(u"\xD800 \0\"\\%2F//..\u20AC\xDFFF", 14);
 const std::u16string telling16 = u"p\u00E4th \U0001F600 %41+\"\\";
 
 // A value that differs from those with other numbers.

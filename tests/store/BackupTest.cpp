@@ -45,7 +45,7 @@ TEST_F(BackupTest, KeepsWhatLastsAndNothingThatWasOpen) {
         const std::string location =
             user.files->createFileDownload(FileDownloadCreateRequest({u"/gone", u""}))
                 .getLocation();
-        user.files->deleteFile(FileDeleteRequest({u"/gone", u""}));
+        user.remove(u"/gone");
         const OpenFile open(user, u"/d/f");
         open.write(0, std::string(500'000, 'o'));
         const std::string invitation =

@@ -54,7 +54,7 @@ TEST_F(StoreTest, ListsTheLastChangeOfEveryPlaceSinceAWatermark) {
     Watcher old = watcher;
     account.move(u"/a", u"/b");
     EXPECT_EQ(watcher.look(), "/a/ /b/");
-    account.files->deleteFile(FileDeleteRequest({u"/b/f", u""}));
+    account.remove(u"/b/f");
     EXPECT_EQ(watcher.look(), "/b/f");
     account.move(u"/g", u"/b/f");
     EXPECT_EQ(watcher.look(), "/g /b/f");
@@ -129,7 +129,7 @@ TEST_F(StoreTest, ChangesAreToldToThoseWhoMaySeeThem) {
     EXPECT_EQ(watcher.look(), "/open/f");
     grant(u"/later");
     EXPECT_EQ(watcher.look(), "/later/ /later/g");
-    account.files->deleteFile(FileDeleteRequest({u"/open/f", u""}));
+    account.remove(u"/open/f");
     account.move(u"/later", u"/moved");
     EXPECT_EQ(watcher.look(), "/later/ /moved/ /open/f");
     account.move(u"/secret", u"/open/secret");

@@ -1,3 +1,6 @@
+#include <unistd.h>
+
+#include <fstream>
 #include <map>
 #include <sstream>
 
@@ -37,25 +40,13 @@ public:
         file.close();
         holes.resize(9'000 * kib + 3);
         holes.replace(3'000 * kib, 13, "in the middle").replace(9'000 * kib, 3, "end");
-        const FileHandleReadOnlyCreateRequest open({u"/d/f", u""});
-        handle = user.files->createReadOnlyFileHandle(open).getFileHandleId();
-        const FileHandleReadOnlyCreateRequest openHoles({u"/holes", u""});
-        holesHandle = user.files->createReadOnlyFileHandle(openHoles).getFileHandleId();
-        const FileDownloadCreateRequest download({u"/d/f", u""});
-        location = user.files->createFileDownload(download).getLocation();
+        handle = user.openToRead(u"/d/f");
+        holesHandle = user.openToRead(u"/holes");
+        location = user.offer(u"/d/f");
     }
 
     /// What each way to read gives: "right", "wrong", or the code and cause of its failure.
     std::map<std::string, std::string> readAll() const {
-        const auto range = [this](const std::string& id, unsigned long start, unsigned long size) {
-            const auto body = user.files
-                                  ->readFileContent(FileContentReadRequest({u"", u""})
-                                                        .withFileHandleId(id)
-                                                        .withStartLocation(start)
-                                                        .withLength(size))
-                                  .getResponseBody();
-            return std::string(body.begin(), body.end());
-        };
         std::map<std::string, std::string> found;
         const auto add = [&](const std::string& way, const std::string& expected,
                              const std::function<std::string()>& read) {
@@ -68,8 +59,8 @@ public:
         add("file", second, [&] { return user.get(u"/d/f"); });
         add("version", first, [&] { return readVersion(1); });
         add("range", second.substr(300 * kib, 64 * kib),
-            [&] { return range(handle, 300 * kib, 64 * kib); });
-        add("head", second.substr(0, 10), [&] { return range(handle, 0, 10); });
+            [&] { return user.read(handle, 300 * kib, 64 * kib); });
+        add("head", second.substr(0, 10), [&] { return user.read(handle, 0, 10); });
         add("download", second, [&] { return download(); });
         add("stream", second, [&] { return streamed(); });
         add("copy", second, [&] { return user.get(u"/copy"); });
@@ -77,9 +68,9 @@ public:
         add("other", other, [&] { return user.get(u"/other"); });
         add("holes", holes, [&] { return user.get(u"/holes"); });
         add("hole", holes.substr(2'999 * kib, 2 * kib),
-            [&] { return range(holesHandle, 2'999 * kib, 2 * kib); });
+            [&] { return user.read(holesHandle, 2'999 * kib, 2 * kib); });
         add("gap", holes.substr(6'000 * kib, 10),
-            [&] { return range(holesHandle, 6'000 * kib, 10); });
+            [&] { return user.read(holesHandle, 6'000 * kib, 10); });
         return found;
     }
 
@@ -121,6 +112,15 @@ private:
         return text;
     }
 };
+
+/// The paths of the damaged files.
+std::string pathsToldBy(const Store& store) {
+    std::string paths;
+    store.verify([&](const Damage& damage) {
+        paths += damage.path.empty() ? "" : ' ' + Resource(u"", damage.path).getUTF8Bucket();
+    });
+    return paths;
+}
 
 TEST(DamageTest, NoReadGivesWrongBytes) {
     const std::string flip =
@@ -231,6 +231,42 @@ TEST(DamageTest, AWriteCoversForNoDamageAndReplacesAllOfIt) {
         damaged.user.put(u"/d/f", damaged.second);
         EXPECT_EQ(damaged.user.get(u"/d/f"), damaged.second) << sql;
     }
+}
+
+TEST(DamageTest, VerifyGoesOnAfterAnIndexThatCannotBeRead) {
+    const DamagedStore damaged;
+    damaged.damage(
+        "update chunks set data = x'00' where id = 7; pragma writable_schema = on;"
+        "update sqlite_schema set rootpage = (select rootpage from sqlite_schema"
+        " where name = 'chunks') where name = 'extents_chunk'");
+    EXPECT_EQ(pathsToldBy(*Store::open(damaged.folder.url())), " /small");
+}
+
+TEST(DamageTest, VerifyComesToAnEndOverCellsOutOfOrder) {
+    const TemporaryFolder folder;
+    {
+        const auto store = Store::open(folder.url());
+        const Account user(*store, store->createUser({.name = u"u"}));
+        for (const std::u16string path : {u"/1", u"/2", u"/3", u"/4"}) {
+            user.put(path, Resource(u"", path).getUTF8Bucket() + "bytes");
+        }
+    }
+    // The chunks lie in one page of the file: places of cells, and from the end on cells of a size,
+    // a number and a header that begins with its size.
+    std::stringstream file;
+    file << std::ifstream(folder.file("store.db"), std::ios::binary).rdbuf();
+    std::string bytes = file.str();
+    const std::size_t page = bytes.find("/4bytes") / 16384 * 16384;
+    const std::size_t places = page + 8;
+    const auto fourth = static_cast<unsigned char>(bytes.at(places + 6)) * 256UL +
+                        static_cast<unsigned char>(bytes.at(places + 7));
+    ASSERT_EQ(bytes.at(page + fourth + 1), 4);
+    bytes.at(page + fourth + 2) = 127;
+    std::swap_ranges(&bytes[places + 2], &bytes[places + 4], &bytes[places + 4]);
+    std::ofstream(folder.file("store.db"), std::ios::binary) << bytes;
+    ::alarm(60);
+    EXPECT_EQ(pathsToldBy(*Store::open(folder.url())), " /2 /4");
+    ::alarm(0);
 }
 
 TEST(DamageTest, PruningByRulesLeavesDamagedSizesToTheCommandForThem) {

@@ -139,7 +139,7 @@ TEST_F(StoreTest, DownloadsTheContentThatTheLocationWasMadeFor) {
         user.files->createFileDownload(FileDownloadCreateRequest({u"/my file", u""})).getLocation();
     EXPECT_EQ(FileDownloadRequest(location).getLocationFilename(), "/my%20file");
     user.put(u"/my file", "overwritten");
-    user.files->deleteFile(FileDeleteRequest({u"/my file", u""}));
+    user.remove(u"/my file");
     timed->sweep();
 
     const auto request = FileDownloadRequest(location).withReadIntoString(true);
@@ -222,7 +222,7 @@ TEST_F(StoreTest, EnforcesQuotaAndSizeLimit) {
     EXPECT_EQ(codeOf([&] { user.put(u"/g", std::string(42, 'x'), false, u"second"); }),
               Code::QUOTA_EXCEEDED);
     // What was deleted makes room at once, whether or not it was purged.
-    user.files->deleteFile(FileDeleteRequest({u"/f", u""}));
+    user.remove(u"/f");
     EXPECT_EQ(put(u"/g", 60), std::nullopt);
     EXPECT_EQ(limited->listUsers().at(0).used, 60U);
     // So does what is overwritten; where that is not enough, it stays.

@@ -13,13 +13,6 @@ using enum FileHandleCloseOperation;
 constexpr unsigned long chunk = 256UL << 10U;
 constexpr unsigned long farEnd = std::numeric_limits<unsigned long>::max();
 
-std::string readOnly(const Account& account, const std::u16string& path, int label = -1) {
-    return account.files
-        ->createReadOnlyFileHandle(
-            FileHandleReadOnlyCreateRequest({path, u""}).withVersionLabel(label))
-        .getFileHandleId();
-}
-
 std::future<FileContentWriteResponse> startWrite(const OpenFile& file, const std::string& bytes) {
     return file.account.files->writeFileContentAsync(
         FileContentWriteRequest({u"", u""})
@@ -57,7 +50,7 @@ TEST_F(StoreTest, AHandleWritesToACopyAndItsCommitSharesTheRest) {
     EXPECT_EQ(store->verify(), std::vector<std::string>());
 
     const OpenFile old(account, u"/f");
-    const std::string pinned = readOnly(account, u"/f", 1);
+    const std::string pinned = account.openToRead(u"/f", u"", 1);
     account.put(u"/f", "without either");
     store->sweep();
     EXPECT_TRUE(old.read(0, farEnd) == model);
@@ -143,7 +136,7 @@ TEST_F(StoreTest, CommitsWhereTheFileIsByThen) {
     account.move(u"/f", u"/d/g");
     moved.close();
     EXPECT_EQ(account.get(u"/d/g"), "new");
-    account.files->deleteFile(FileDeleteRequest({u"/d/g", u""}));
+    account.remove(u"/d/g");
     EXPECT_EQ(codeOf([&] { later.close(); }), Code::RESOURCE_NOT_FOUND);
     EXPECT_EQ(codeOf([&] { later.write(0, "x"); }), Code::RESOURCE_NOT_FOUND);
     EXPECT_EQ(later.read(0, 3), "new");

@@ -143,7 +143,7 @@ void Lane::perform(const Account& account, const Step& step) {
             return;
         }
         case Kind::REMOVE:
-            account.files->deleteFile(FileDeleteRequest({step.path, u""}));
+            account.remove(step.path);
             return;
         case Kind::MOVE:
         case Kind::RENAME_FOLDER:

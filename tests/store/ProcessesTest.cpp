@@ -179,22 +179,12 @@ TEST_F(ProcessesTest, NoReadIsTorn) {
                 FileHandleReadOnlyCreateRequest({u"/f", u""}));
             std::string content;
             while (content.size() < handle.getFileSize()) {
-                const auto piece =
-                    account.files
-                        ->readFileContent(FileContentReadRequest({u"", u""})
-                                              .withFileHandleId(handle.getFileHandleId())
-                                              .withStartLocation(content.size())
-                                              .withLength(50'000))
-                        .getResponseBody();
-                content.append(piece.begin(), piece.end());
+                content += account.read(handle.getFileHandleId(), content.size(), 50'000);
             }
             if (!isWhole(content)) {
                 throw std::runtime_error("ranges of two contents were mixed");
             }
-            account.files->closeFileHandle(
-                FileHandleCloseRequest({u"", u""})
-                    .withFileHandleId(handle.getFileHandleId())
-                    .withOperation(FileHandleCloseOperation::ABORT_CHANGES));
+            account.close(handle.getFileHandleId(), FileHandleCloseOperation::ABORT_CHANGES);
             shared->checkedReads += 2;
         }
     });

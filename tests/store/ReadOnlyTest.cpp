@@ -53,7 +53,7 @@ protected:
         user.put(u"/d/f", std::string(600'000, '1'), true);
         user.put(u"/d/f", "two", true);
         user.put(u"/gone", "gone");
-        user.files->deleteFile(FileDeleteRequest({u"/gone", u""}));
+        user.remove(u"/gone");
         return token;
     }
 
@@ -72,17 +72,10 @@ protected:
                       .getResponseBody()
                       .size(),
                   600'000U);
-        const auto handle =
-            user.files->createReadOnlyFileHandle(FileHandleReadOnlyCreateRequest(resource));
-        const std::string id = handle.getFileHandleId();
-        const auto part = user.files->readFileContent(
-            FileContentReadRequest({u"", u""}).withFileHandleId(id).withLength(2));
-        EXPECT_EQ(part.getResponseBody().size(), 2U);
-        user.files->closeFileHandle(FileHandleCloseRequest({u"", u""})
-                                        .withFileHandleId(id)
-                                        .withOperation(FileHandleCloseOperation::COMMIT_CHANGES));
-        const auto location =
-            user.files->createFileDownload(FileDownloadCreateRequest(resource)).getLocation();
+        const std::string handle = user.openToRead(u"/d/f");
+        EXPECT_EQ(user.read(handle, 0, 2), "tw");
+        user.close(handle, FileHandleCloseOperation::COMMIT_CHANGES);
+        const std::string location = user.offer(u"/d/f");
         EXPECT_EQ(user.files->downloadFile(FileDownloadRequest(location).withReadIntoString(true))
                       .getStringBody(),
                   "two");
@@ -184,16 +177,8 @@ TEST_F(ReadOnlyTest, FollowsTheFileWhenOthersChangeIt) {
         const auto store = Store::open(url());
         const Account reader(*store, token);
         EXPECT_EQ(reader.get(u"/d/f"), "two");
-        const auto handle =
-            reader.files->createReadOnlyFileHandle(FileHandleReadOnlyCreateRequest({u"/d/f", u""}));
-        const auto readHandle = [&] {
-            return reader.files
-                ->readFileContent(FileContentReadRequest({u"", u""})
-                                      .withFileHandleId(handle.getFileHandleId())
-                                      .withLength(9))
-                .getResponseBody()
-                .size();
-        };
+        const std::string handle = reader.openToRead(u"/d/f");
+        const auto readHandle = [&] { return reader.read(handle, 0, 9); };
         protect("store.db", 0644);
         auto writable = Store::open(url());
         {
@@ -201,11 +186,11 @@ TEST_F(ReadOnlyTest, FollowsTheFileWhenOthersChangeIt) {
             for (const char* content : {"three", "four"}) {
                 writer.put(u"/d/f", content, true);
                 EXPECT_EQ(reader.get(u"/d/f"), content);
-                EXPECT_EQ(readHandle(), 3U);
+                EXPECT_EQ(readHandle(), "two");
             }
             writable->createBucket(u"more", u"main");
             EXPECT_EQ(store->listBuckets().size(), 2U);
-            writer.files->deleteFile(FileDeleteRequest({u"/d/f", u""}));
+            writer.remove(u"/d/f");
             writable->sweep();
             EXPECT_EQ(codeOf([&] { readHandle(); }), Code::RESOURCE_NOT_FOUND);
         }

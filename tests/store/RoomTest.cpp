@@ -33,7 +33,7 @@ void leaveUnusedRoom(const Account& account, int files) {
         account.put(numbered(u"/gone", i), std::string(oneMebibyte, 'g'));
     }
     for (int i = 0; i < files; ++i) {
-        account.files->deleteFile(FileDeleteRequest({numbered(u"/gone", i), u""}));
+        account.remove(numbered(u"/gone", i));
     }
 }
 
@@ -212,9 +212,7 @@ void requireAWayOut(const std::string& folder) {
     // A new session, and then no more than deleting.
     const Account later(*store, token);
     const auto remove = [&](const std::u16string& name, int number) {
-        attempt("delete " + std::to_string(number), [&] {
-            later.files->deleteFile(FileDeleteRequest({numbered(name, number), u""}));
-        });
+        attempt("delete " + std::to_string(number), [&] { later.remove(numbered(name, number)); });
     };
     const auto put = [&](const std::u16string& path, std::size_t size) {
         attempt("put", [&] { later.put(path, std::string(size, 'n')); });

@@ -90,7 +90,7 @@ TEST_F(SizeTest, ALargeFileTakesBoundedMemory) {
     EXPECT_LT(taken, mostMebibytes);
     expectQuick("deletion of it", [&] {
         copy.close(FileHandleCloseOperation::ABORT_CHANGES);
-        account.files->deleteFile(FileDeleteRequest({u"/copy", u""}));
+        account.remove(u"/copy");
     });
     EXPECT_EQ(store->verify(), std::vector<std::string>());
 }

@@ -63,6 +63,10 @@ void Account::copy(const std::u16string& from, const std::u16string& to, bool ov
     files->copy(MoveOrCopyRequest({from, u""}, {to, u""}).withTargetOverwrite(overwrite));
 }
 
+void Account::remove(const std::u16string& path) const {
+    files->deleteFile(FileDeleteRequest({path, u""}));
+}
+
 FileAttributes Account::stat(const std::u16string& path) const {
     return files->readFileAttributes(FileAttributesReadRequest({path, u""})).getFileAttributes();
 }
@@ -77,6 +81,35 @@ std::string Account::list(const std::u16string& path, bool hidden) const {
         names += Resource(u"", file.getName()).getUTF8Bucket() + ' ';
     }
     return names.empty() ? names : names.substr(0, names.size() - 1);
+}
+
+std::string Account::openToRead(const std::u16string& path, const std::u16string& bucket,
+                                int label) const {
+    FileHandleReadOnlyCreateRequest request({path, bucket});
+    return files->createReadOnlyFileHandle(request.withVersionLabel(label)).getFileHandleId();
+}
+
+std::string Account::read(const std::string& handle, unsigned long offset,
+                          unsigned long length) const {
+    const auto body = files
+                          ->readFileContent(FileContentReadRequest({u"", u""})
+                                                .withFileHandleId(handle)
+                                                .withStartLocation(offset)
+                                                .withLength(length))
+                          .getResponseBody();
+    return {body.begin(), body.end()};
+}
+
+void Account::close(const std::string& handle, FileHandleCloseOperation operation,
+                    bool newVersion) const {
+    files->closeFileHandle(FileHandleCloseRequest({u"", u""})
+                               .withFileHandleId(handle)
+                               .withOperation(operation)
+                               .withCreateNewVersion(newVersion));
+}
+
+std::string Account::offer(const std::u16string& path) const {
+    return files->createFileDownload(FileDownloadCreateRequest({path, u""})).getLocation();
 }
 
 OpenFile::OpenFile(const Account& user, const std::u16string& path, FileCreateMode mode,
@@ -96,20 +129,11 @@ void OpenFile::write(unsigned long offset, const std::string& bytes) const {
 }
 
 std::string OpenFile::read(unsigned long offset, unsigned long length) const {
-    const auto body = account.files
-                          ->readFileContent(FileContentReadRequest({u"", u""})
-                                                .withFileHandleId(id)
-                                                .withStartLocation(offset)
-                                                .withLength(length))
-                          .getResponseBody();
-    return {body.begin(), body.end()};
+    return account.read(id, offset, length);
 }
 
 void OpenFile::close(FileHandleCloseOperation operation, bool newVersion) const {
-    account.files->closeFileHandle(FileHandleCloseRequest({u"", u""})
-                                       .withFileHandleId(id)
-                                       .withOperation(operation)
-                                       .withCreateNewVersion(newVersion));
+    account.close(id, operation, newVersion);
 }
 
 std::u16string numbered(const std::u16string& name, unsigned long number) {

@@ -47,9 +47,18 @@ struct Account {
     void removeFolder(const std::u16string& path, bool force) const;
     void move(const std::u16string& from, const std::u16string& to, bool overwrite = false) const;
     void copy(const std::u16string& from, const std::u16string& to, bool overwrite = false) const;
+    void remove(const std::u16string& path) const;
     FileAttributes stat(const std::u16string& path) const;
     /// Names in listing order, folders first and with a slash at the end.
     std::string list(const std::u16string& path, bool hidden = false) const;
+    /// Opens a file for reading only; returns the handle's id.
+    std::string openToRead(const std::u16string& path, const std::u16string& bucket = u"",
+                           int label = -1) const;
+    std::string read(const std::string& handle, unsigned long offset, unsigned long length) const;
+    void close(const std::string& handle, FileHandleCloseOperation operation,
+               bool newVersion = false) const;
+    /// Makes a download location.
+    std::string offer(const std::u16string& path) const;
 
     std::unique_ptr<KVXClient> client;
     std::unique_ptr<FileAccess> files;

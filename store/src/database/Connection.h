@@ -7,6 +7,7 @@
 #include <functional>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -30,6 +31,20 @@ constexpr const char* notWritable =
 
 /// Throws a DatabaseError with DAMAGED; `damage` says what does not fit together.
 [[noreturn]] void throwDamaged(const std::string& damage);
+
+/// Does the work and returns the damage that ended it, if any. Other errors go on.
+template <class Work>
+std::optional<std::string> damageIn(Work work) {
+    try {
+        work();
+        return std::nullopt;
+    } catch (const DatabaseError& error) {
+        if (error.code() != StoreErrorCode::DAMAGED) {
+            throw;
+        }
+        return error.what();
+    }
+}
 
 /// Bytes to bind. The caller owns them and keeps them until the statement has been stepped.
 struct Blob {

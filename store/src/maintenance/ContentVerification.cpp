@@ -261,15 +261,7 @@ private:
 
     bool canRead(const Extent& extent, std::int64_t from, std::int64_t to) const {
         std::string buffer;
-        try {
-            readChunk(context_, extent, from, to, buffer);
-            return true;
-        } catch (const database::DatabaseError& error) {
-            if (error.code() != StoreErrorCode::DAMAGED) {
-                throw;
-            }
-            return false;
-        }
+        return !database::damageIn([&] { readChunk(context_, extent, from, to, buffer); });
     }
 
     const Context& context_;

@@ -14,20 +14,11 @@ constexpr std::int64_t bytesAtOnce = 64L << 20U;
 
 /// Whether all of the content is as its own rows and the checksums of its chunks say.
 bool isSound(const Context& context, const Content& content) {
-    if (context.database.number("select coalesce(cast(sum(size) as bigint), 0) from extents"
-                                " where content = $1 and chunk <> 0",
-                                {content.id}) != content.stored) {
-        return false;
-    }
-    try {
-        readContent(context, content, [](std::string_view) {});
-        return true;
-    } catch (const database::DatabaseError& error) {
-        if (error.code() != StoreErrorCode::DAMAGED) {
-            throw;
-        }
-        return false;
-    }
+    return context.database.number(
+               "select coalesce(cast(sum(size) as bigint), 0) from extents"
+               " where content = $1 and chunk <> 0",
+               {content.id}) == content.stored &&
+           !database::damageIn([&] { readContent(context, content, [](std::string_view) {}); });
 }
 
 void addBlockChecksums(const Context& context, std::int64_t content) {

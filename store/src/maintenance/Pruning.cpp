@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <string>
+#include <utility>
 
 #include "core/Text.h"
 #include "maintenance/Verification.h"
@@ -50,13 +51,12 @@ std::int64_t endOfTime(const Context& context, const PruneRules& rules) {
 }
 
 void recountBytes(const Context& context) {
-    context.database.execute(
-        "update buckets set used = (select coalesce(cast(sum(c.size) as bigint), 0) from nodes n"
-        " join versions v on v.node = n.id join contents c on c.id = v.content"
-        " where n.bucket = buckets.id) + (select coalesce(cast(sum(c.stored) as bigint), 0)"
-        " from handles h join contents c on c.id = h.work where h.bucket = buckets.id)"
-        " + (select coalesce(cast(sum(charge) as bigint), 0) from garbage g"
-        " where g.bucket = buckets.id and g.charge > 0)");
+    const auto wrong = collect(context.database.query(miscountedBuckets), [](const auto& row) {
+        return std::pair(row.integer(2), row.integer(3));
+    });
+    for (const auto& [bucket, bytes] : wrong) {
+        context.database.execute("update buckets set used = $2 where id = $1", {bucket, bytes});
+    }
 }
 
 void letGoOfUnnamed(const Context& context) {

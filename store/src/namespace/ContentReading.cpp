@@ -174,7 +174,7 @@ void readRange(const Context& context, const Content& content, std::int64_t offs
         return;
     }
     RangeReader reader(context, content, offset, length, sink);
-    try {
+    const auto damage = database::damageIn([&] {
         const auto extents =
             selectExtents(context, content, offset / chunkSize, (offset + length - 1) / chunkSize);
         while (extents->next()) {
@@ -182,11 +182,9 @@ void readRange(const Context& context, const Content& content, std::int64_t offs
                 {extents->integer(0), extents->integer(1), extents->integer(2), extents->bytes(3)});
         }
         reader.finish();
-    } catch (const database::DatabaseError& error) {
-        if (error.code() != StoreErrorCode::DAMAGED) {
-            throw;
-        }
-        throwDamagedContent(context, content, error.what());
+    });
+    if (damage) {
+        throwDamagedContent(context, content, *damage);
     }
 }
 

@@ -93,15 +93,14 @@ std::optional<Content> findSameContent(const Context& context, const ResolvedPat
     if (!path.exists() || path.node().kind != Kind::FILE || path.node().size != size) {
         return std::nullopt;
     }
-    try {
+    std::optional<Content> same;
+    database::damageIn([&] {
         Content current = findVersion(context, path.node(), {}, path.node().label);
-        return isSame(current) ? std::optional(std::move(current)) : std::nullopt;
-    } catch (const database::DatabaseError& error) {
-        if (error.code() != StoreErrorCode::DAMAGED) {
-            throw;
+        if (isSame(current)) {
+            same = std::move(current);
         }
-        return std::nullopt;
-    }
+    });
+    return same;
 }
 
 Node revise(const Context& context, const ResolvedPath& path, std::int64_t size,

@@ -171,14 +171,9 @@ void commit(const Context& context, const Handle& handle, bool createNewVersion)
 
 /// The current content of a file whose bytes are not needed: damage does not keep them.
 Content findTruncated(const Context& context, const Node& file) {
-    try {
-        return findVersion(context, file, {}, file.label);
-    } catch (const database::DatabaseError& error) {
-        if (error.code() != StoreErrorCode::DAMAGED) {
-            throw;
-        }
-        return {};
-    }
+    Content content;
+    database::damageIn([&] { content = findVersion(context, file, {}, file.label); });
+    return content;
 }
 
 /// The limit as a number that the database can store.

@@ -9,17 +9,6 @@ namespace storage::kvxstore::scheduler {
 
 namespace {
 
-/// Whether a file that this program may only read was written meanwhile, by one that may.
-bool wasChanged(const database::Connection& connection, const std::exception_ptr& error) {
-    try {
-        std::rethrow_exception(error);
-    } catch (const StoreError& failure) {
-        return connection.isReadOnly() && failure.code() == StoreErrorCode::FILE_CHANGED;
-    } catch (...) {
-        return false;
-    }
-}
-
 std::exception_ptr runSnapshot(database::Connection& connection, Job& job) {
     constexpr int mostTries = 50;
     for (int tries = 1;; ++tries) {
@@ -28,10 +17,14 @@ std::exception_ptr runSnapshot(database::Connection& connection, Job& job) {
             job.run(connection);
             snapshot.commit();
             return nullptr;
-        } catch (...) {
-            if (tries == mostTries || !wasChanged(connection, std::current_exception())) {
+        } catch (const StoreError& error) {
+            // Another program may have written a file that this one may only read.
+            if (tries == mostTries || !connection.isReadOnly() ||
+                error.code() != StoreErrorCode::FILE_CHANGED) {
                 return std::current_exception();
             }
+        } catch (...) {
+            return std::current_exception();
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }

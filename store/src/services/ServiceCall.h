@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include "operations/Operations.h"
@@ -12,27 +13,16 @@
 
 namespace storage::kvxstore::services {
 
+template <class Type, class... Types>
+constexpr bool isOneOf = (std::is_same_v<Type, Types> || ...);
+
 /// Operations that must work on a full disk: those that read or make room, and the way to them.
 template <class Operation>
-constexpr bool usesSpareRoom = false;
-template <>
-inline constexpr bool usesSpareRoom<kvxtransport::operations::Login> = true;
-template <>
-inline constexpr bool usesSpareRoom<kvxtransport::operations::Logout> = true;
-template <>
-inline constexpr bool usesSpareRoom<kvxtransport::operations::CreateReadOnlyFileHandle> = true;
-template <>
-inline constexpr bool usesSpareRoom<kvxtransport::operations::CreateFileDownload> = true;
-template <>
-inline constexpr bool usesSpareRoom<kvxtransport::operations::DeleteFile> = true;
-template <>
-inline constexpr bool usesSpareRoom<kvxtransport::operations::DeleteFolder> = true;
-template <>
-inline constexpr bool usesSpareRoom<kvxtransport::operations::CloseFileHandle> = true;
-template <>
-inline constexpr bool usesSpareRoom<kvxtransport::operations::RevokePermission> = true;
-template <>
-inline constexpr bool usesSpareRoom<kvxtransport::operations::DeleteInvitation> = true;
+constexpr bool usesSpareRoom() {
+    using namespace kvxtransport::operations;
+    return isOneOf<Operation, Login, Logout, CreateReadOnlyFileHandle, CreateFileDownload,
+                   DeleteFile, DeleteFolder, CloseFileHandle, RevokePermission, DeleteInvitation>;
+}
 
 /// A call of an operation on its way through the scheduler.
 template <class Operation>
@@ -42,7 +32,7 @@ public:
                 std::string sessionId, typename Operation::Request request,
                 typename Operation::Handler handler)
         : Job({accessOf(Operation::access), kvxtransport::contentBytesOf(request),
-               kvxtransport::orderOf(request), usesSpareRoom<Operation>}),
+               kvxtransport::orderOf(request), usesSpareRoom<Operation>()}),
           PendingCall(std::move(group)),
           engine_(engine),
           sessionId_(std::move(sessionId)),

@@ -26,7 +26,8 @@ void init(const StoreLocation& location, Invocation& invocation) {
     }
     const std::string token = createStore(location, newBucketArgument(user));
     invocation.out.remark("created the store " + location.text() + " for " + user +
-                          "; the token is kept in " + LoginFile(location.loginUrl()).path().string());
+                          "; the token is kept in " +
+                          LoginFile(location.loginUrl()).path().string());
     if (output) {
         output->write(token);
     }

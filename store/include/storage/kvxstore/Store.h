@@ -104,9 +104,10 @@ class Engine;
 /// A store in a file keeps to the file that it was opened with, under its one name. When the file
 /// is deleted, moved away, replaced or hard-linked, every call fails, and what it wrote is not
 /// acknowledged, until the file is right again; when it is cut or overwritten, until the store is
-/// opened anew. Reads notice it within a millisecond. A file that may be read but not written, or lies in such a folder or file system,
-/// is served for reading. Then sessions, handles and download locations are kept in memory, as long
-/// as the Store object and its clients last, and calls that would change the file fail.
+/// opened anew. Reads notice it within a millisecond. A file that may be read but not written, or
+/// lies in such a folder or file system, is served for reading. Then sessions, handles and download
+/// locations are kept in memory, as long as the Store object and its clients last, and calls that
+/// would change the file fail.
 ///
 /// @par Errors of administration
 /// Every member that opens or administers a store throws a StoreError. Beside the codes named at
