@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <utility>
-#include <vector>
 
 namespace storage::kvxserver {
 
@@ -107,7 +106,7 @@ private:
 };
 
 template <class Type>
-Operation describe() {
+constexpr Operation describe() {
     using namespace operations;
     constexpr auto is = []<class... Types>() { return (std::is_same_v<Type, Types> || ...); };
     Operation operation;
@@ -115,7 +114,6 @@ Operation describe() {
     operation.writes = Type::access == Access::WRITE;
     operation.isOnce = Type::repeat == Repeat::ONCE;
     operation.isHeavy = is.template operator()<ListFolder, ListMultiFolder, ListFileChanges>();
-    operation.opensForWriting = is.template operator()<CreateReadWriteFileHandle>();
     operation.opensHandle =
         is.template operator()<CreateReadOnlyFileHandle, CreateReadWriteFileHandle>();
     operation.isLogin = is.template operator()<Login>();
@@ -130,14 +128,10 @@ Operation describe() {
     return operation;
 }
 
-const std::vector<Operation>& allOperations() {
-    static const std::vector<Operation> all = [] {
-        std::vector<Operation> made;
-        forEachOperation([&](auto operation) { made.push_back(describe<decltype(operation)>()); });
-        return made;
-    }();
-    return all;
-}
+// Made by the compiler: servers may end after all objects with destructors have.
+#define KVXSERVER_OPERATION(Service, operation, Type, ...) describe<operations::Type>(),
+constexpr Operation operationTable[] = {KVXTRANSPORT_OPERATIONS(KVXSERVER_OPERATION)};
+#undef KVXSERVER_OPERATION
 
 }  // namespace
 
@@ -149,8 +143,6 @@ void Completion::complete(Result result) {
     }
 }
 
-std::size_t operationCount() { return allOperations().size(); }
-
-const Operation& operationAt(std::size_t index) { return allOperations().at(index); }
+const Operation& operationAt(std::size_t index) { return operationTable[index]; }
 
 }  // namespace storage::kvxserver

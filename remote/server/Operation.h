@@ -63,7 +63,6 @@ struct Operation {
     bool isOnce = false;
     bool isHeavy = false;
     bool opensHandle = false;
-    bool opensForWriting = false;
     bool isLogin = false;
     bool isLogout = false;
     bool isClose = false;
@@ -75,7 +74,6 @@ struct Operation {
                                    std::size_t mostContent) = nullptr;
 };
 
-std::size_t operationCount();
 const Operation& operationAt(std::size_t index);
 
 }  // namespace storage::kvxserver

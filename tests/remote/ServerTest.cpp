@@ -137,9 +137,9 @@ protected:
     const std::shared_ptr<kvxstore::Store> store = kvxstore::Store::open("sqlite::memory:");
     const std::string token = store->createUser({.name = u"main"});
     const std::string friendToken = store->createUser({.name = u"friend"});
-    std::unique_ptr<kvxserver::Server> server;
     std::mutex mutex;
     std::string log;
+    std::unique_ptr<kvxserver::Server> server;
 };
 
 TEST_F(ServerTest, refusesWhatBreaksALimitWithItsStatus) {

@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
@@ -91,11 +93,28 @@ struct Way {
     std::string url;
 };
 
+/// Ends the servers after the last test: the kit keeps the transport for longer than there is
+/// everything that a server uses.
+class EndOfWay : public testing::Environment {
+public:
+    explicit EndOfWay(std::shared_ptr<Way> way) : way_(std::move(way)) {}
+
+    void TearDown() override {
+        way_->proxy.reset();
+        way_->server.reset();
+        way_->inner.reset();
+    }
+
+private:
+    const std::shared_ptr<Way> way_;
+};
+
 }  // namespace
 
 Transport transport() {
     const char* road = std::getenv("CONFORMANCE_ROAD");
     const auto way = std::make_shared<Way>(road == nullptr ? "plain" : road);
+    testing::AddGlobalTestEnvironment(new EndOfWay(way));
     Transport transport;
     for (const char16_t* name : {u"owner", u"guest", u"stranger"}) {
         transport.users.push_back({name, name, way->store->createUser({.name = name})});

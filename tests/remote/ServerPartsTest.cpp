@@ -1,0 +1,133 @@
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "server/Budget.h"
+#include "server/Handles.h"
+#include "server/Outcomes.h"
+
+// What takes too long, or too much, to be seen from outside.
+
+namespace storage::kvxserver {
+
+namespace {
+
+using Verdict = Outcomes::Verdict;
+
+/// Arrives and, if it is carried out, completes.
+Verdict carryOut(Outcomes& outcomes, const std::string& call, bool repeated = false,
+                 std::chrono::milliseconds age = std::chrono::seconds(5)) {
+    Outcomes::Arrival arrival;
+    arrival.session = "s";
+    arrival.call = call;
+    arrival.repeated = repeated;
+    arrival.age = age;
+    std::uint64_t attempt = 0;
+    const Verdict verdict = outcomes.arrive(
+        arrival, [](auto) {}, [] {}, attempt);
+    if (verdict == Verdict::CARRY_OUT) {
+        EXPECT_TRUE(outcomes.received(arrival, attempt));
+        outcomes.complete(arrival, attempt, std::make_shared<const Outcome>());
+    }
+    return verdict;
+}
+
+TEST(ServerOutcomes, refusesARepeatOnlyWhenAnOutcomeOfItsAgeIsLost) {
+    Outcomes outcomes(2);
+    EXPECT_EQ(carryOut(outcomes, "a"), Verdict::CARRY_OUT);
+    EXPECT_EQ(carryOut(outcomes, "b"), Verdict::CARRY_OUT);
+    EXPECT_EQ(carryOut(outcomes, "a", true), Verdict::ANSWERED);
+    EXPECT_EQ(carryOut(outcomes, "c", true), Verdict::CARRY_OUT);
+    // Now "a" is lost.
+    EXPECT_EQ(carryOut(outcomes, "a", true), Verdict::IN_DOUBT);
+    EXPECT_EQ(carryOut(outcomes, "c", true), Verdict::ANSWERED);
+    EXPECT_EQ(carryOut(outcomes, "d"), Verdict::CARRY_OUT);
+    Outcomes shortLived(100, 1UL << 20U, std::chrono::milliseconds(1));
+    EXPECT_EQ(carryOut(shortLived, "a"), Verdict::CARRY_OUT);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+    EXPECT_EQ(carryOut(shortLived, "a", true), Verdict::IN_DOUBT);
+    EXPECT_EQ(carryOut(shortLived, "e", true, {}), Verdict::CARRY_OUT);
+    EXPECT_EQ(shortLived.counts().inDoubt, 1U);
+}
+
+TEST(ServerOutcomes, givesOneOutcomeToAllWhoJoinAndNoneToAnAbortedAttempt) {
+    Outcomes outcomes;
+    Outcomes::Arrival arrival;
+    arrival.call = "a";
+    std::uint64_t first = 0;
+    std::uint64_t second = 0;
+    std::uint64_t third = 0;
+    unsigned aborted = 0;
+    unsigned answered = 0;
+    const auto waiter = [&](auto outcome) { answered += outcome->status == 201 ? 1 : 100; };
+    const auto abort = [&] { ++aborted; };
+    outcomes.arrive(arrival, waiter, abort, first);
+    EXPECT_EQ(outcomes.arrive(arrival, waiter, abort, second), Verdict::CARRY_OUT);
+    EXPECT_EQ(aborted, 1U);
+    EXPECT_FALSE(outcomes.received(arrival, first));
+    outcomes.forget(arrival, first);
+    EXPECT_TRUE(outcomes.received(arrival, second));
+    EXPECT_EQ(outcomes.arrive(arrival, waiter, abort, third), Verdict::ANSWERED);
+    EXPECT_EQ(answered, 0U);
+    outcomes.complete(arrival, second, std::make_shared<const Outcome>(Outcome{201, {}, {}}));
+    outcomes.arrive(arrival, waiter, abort, third);
+    EXPECT_EQ(answered, 2U);
+    EXPECT_EQ(aborted, 1U);
+}
+
+TEST(ServerBudget, givesRoomInOrderAndKeepsUsersApart) {
+    const auto budget = std::make_shared<Budget>(100, 40);
+    std::string order;
+    std::map<char, std::shared_ptr<Budget::Share>> shares;
+    const auto take = [&](const std::string& user, std::size_t amount, char name) {
+        budget->take(user, amount, [&, name](auto share) {
+            order += name;
+            shares[name] = std::move(share);
+        });
+    };
+    take("u", 50, 'a');  // More than the user's limit, but alone.
+    take("u", 10, 'b');
+    take("v", 30, 'c');
+    take("u", 1, 'd');
+    take("w", 30, 'e');  // Beyond the total.
+    take("x", 5, 'f');   // Not before an earlier one.
+    EXPECT_EQ(order, "ac");
+    shares['c'].reset();
+    EXPECT_EQ(order,
+              "ace"
+              "f");
+    shares['a'].reset();
+    EXPECT_EQ(order, "acefbd");
+    shares['b']->resize(60);
+    EXPECT_EQ(budget->inUse(), 96U);
+    shares.clear();
+    EXPECT_EQ(budget->inUse(), 0U);
+}
+
+TEST(ServerHandles, failWhatFollowsANumberThatNeverComes) {
+    Handles handles(1, std::chrono::milliseconds(0));
+    const Handles::Key key = {"s", "h"};
+    EXPECT_TRUE(handles.reserve("s"));
+    EXPECT_FALSE(handles.reserve("s"));
+    EXPECT_TRUE(handles.reserve("t"));
+    handles.opened(key, {u"/f", u""}, nullptr);
+    std::string seen;
+    const auto await = [&](std::uint64_t number) {
+        handles.await(key, Handles::CALL, number, [&, number](bool passes) {
+            seen += std::to_string(number) + (passes ? "+" : "-");
+        });
+    };
+    await(3);
+    await(1);
+    handles.giveUpWaiting();
+    await(4);
+    await(1);
+    EXPECT_EQ(seen, "1+3-4-1+");
+    EXPECT_TRUE(handles.takeUnused(std::chrono::hours(1)).empty());
+    EXPECT_EQ(handles.takeUnused(std::chrono::milliseconds(-1)).size(), 1U);
+    EXPECT_TRUE(handles.reserve("s"));
+}
+
+}  // namespace
+
+}  // namespace storage::kvxserver
