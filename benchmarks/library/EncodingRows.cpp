@@ -86,7 +86,8 @@ Row bucketRow(const std::u16string& bucket) {
 std::vector<Row> encodingRows() {
     return {pathRow("ASCII", u"/Documents/Projects 2026/report_final.txt",
                     {{Goal::TIMES_AS_FAST, 10, "libcurl"},
-                     {Goal::TIMES_AS_FAST, 10, "GLib"},
+                     // On some processors between 4.7 and 5.6 times, so about half the goal.
+                     {Goal::TIMES_AS_FAST, 10, "GLib", false},
                      {Goal::TIMES_AS_FAST, 7, "QUrl"},
                      {Goal::TIMES_AS_FAST, 15, "ICU and a string stream"},
                      {Goal::TIMES_THE_TIME, 2.2, "copying the answer"}}),
