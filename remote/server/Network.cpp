@@ -22,6 +22,8 @@
 #include <utility>
 
 #include "Address.h"
+#include "Certificate.h"
+#include "Connections.h"
 
 // Everything of Beast is in this unit, which takes long to compile.
 
@@ -55,98 +57,6 @@ bool isMalformed(error_code error) {
     return error && error.category() == make_error_code(http::error::bad_method).category() &&
            error != http::error::end_of_stream && error != http::error::partial_message;
 }
-
-/// A connection as its listener sees it.
-class Closable {
-public:
-    virtual ~Closable() = default;
-    virtual void closeIfIdle() = 0;
-};
-
-/// The connections that are open, with the limits for their number.
-class Connections {
-public:
-    explicit Connections(const ServerOptions& options) : options_(options) {}
-
-    bool enter(const std::string& address) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        std::size_t& same = ofAddress_[address];
-        if (draining_ || open_ >= options_.connections ||
-            (address != "unix" && same >= options_.connectionsOfAddress)) {
-            ++refused_;
-            if (same == 0) {
-                ofAddress_.erase(address);
-            }
-            return false;
-        }
-        ++open_;
-        ++same;
-        return true;
-    }
-
-    void keep(const std::shared_ptr<Closable>& connection) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        all_[connection.get()] = connection;
-    }
-
-    void leave(Closable* connection, const std::string& address) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        all_.erase(connection);
-        if (--ofAddress_[address] == 0) {
-            ofAddress_.erase(address);
-        }
-        if (--open_ == 0) {
-            emptied_.notify_all();
-        }
-    }
-
-    void drain() {
-        std::vector<std::shared_ptr<Closable>> open;
-        {
-            const std::lock_guard<std::mutex> lock(mutex_);
-            draining_ = true;
-            for (auto& [key, weak] : all_) {
-                if (auto connection = weak.lock()) {
-                    open.push_back(std::move(connection));
-                }
-            }
-        }
-        for (auto& connection : open) {
-            connection->closeIfIdle();
-        }
-    }
-
-    bool waitUntilEmpty(std::chrono::milliseconds atMost) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return emptied_.wait_for(lock, atMost, [this] { return open_ == 0; });
-    }
-
-    ConnectionCounts counts() {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        return {open_, refused_};
-    }
-
-    bool draining() const { return draining_; }
-    const ServerOptions& options() const { return options_; }
-
-private:
-    const ServerOptions options_;
-    std::mutex mutex_;
-    std::condition_variable emptied_;
-    std::map<Closable*, std::weak_ptr<Closable>> all_;
-    std::map<std::string, std::size_t> ofAddress_;
-    std::size_t open_ = 0;
-    std::uint64_t refused_ = 0;
-    std::atomic<bool> draining_{false};
-};
-
-/// Ends the place of a connection among the others.
-struct Place {
-    std::shared_ptr<Connections> connections;
-    std::string address;
-    Closable* connection = nullptr;
-    ~Place() { connections->leave(connection, address); }
-};
 
 /// The life of one connection: handshake, then head, body and answer of each request in turn. All
 /// of it runs on the stream's strand. A request is read only after the last answer is written.
@@ -505,81 +415,6 @@ private:
     bool failed_ = false;
     bool idle_ = false;
     bool closed_ = false;
-};
-
-/// The certificate in use.
-class Certificate {
-public:
-    explicit Certificate(const ServerOptions& options) : options_(options) { reload(); }
-
-    void reload() {
-        auto context = std::make_shared<net::ssl::context>(net::ssl::context::tls_server);
-        SSL_CTX_set_min_proto_version(context->native_handle(), TLS1_2_VERSION);
-        SSL_CTX_set_mode(context->native_handle(), SSL_MODE_RELEASE_BUFFERS);
-        const auto use = [](const std::string& file, const auto& load) {
-            try {
-                load();
-            } catch (const boost::system::system_error& error) {
-                throw std::runtime_error("cannot use " + file + ": " + error.code().message());
-            }
-        };
-        const std::string stamp = stampOfFiles();
-        use(options_.certificateFile,
-            [&] { context->use_certificate_chain_file(options_.certificateFile); });
-        use(options_.keyFile,
-            [&] { context->use_private_key_file(options_.keyFile, net::ssl::context::pem); });
-        if (!options_.clientCaFile.empty()) {
-            use(options_.clientCaFile, [&] { context->load_verify_file(options_.clientCaFile); });
-            context->set_verify_mode(net::ssl::verify_peer | net::ssl::verify_fail_if_no_peer_cert);
-            static constexpr std::string_view name = "kvxd";
-            SSL_CTX_set_session_id_context(context->native_handle(),
-                                           reinterpret_cast<const unsigned char*>(name.data()),
-                                           static_cast<unsigned>(name.size()));
-        }
-        const std::lock_guard<std::mutex> lock(mutex_);
-        context_ = std::move(context);
-        stamp_ = stamp;
-    }
-
-    /// Reads the files again if they are others now. While they do not fit each other, the old ones
-    /// stay.
-    void reloadIfChanged() {
-        {
-            const std::lock_guard<std::mutex> lock(mutex_);
-            if (stamp_ == stampOfFiles()) {
-                return;
-            }
-        }
-        try {
-            reload();
-        } catch (const std::exception&) {
-            // Tried again in a moment.
-        }
-    }
-
-    std::shared_ptr<net::ssl::context> context() {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        return context_;
-    }
-
-private:
-    std::string stampOfFiles() const {
-        std::string stamp;
-        for (const std::string& file : {options_.certificateFile, options_.keyFile}) {
-            struct stat status {};
-            if (::stat(file.c_str(), &status) == 0) {
-                stamp += std::to_string(status.st_ino) + "." +
-                         std::to_string(status.st_mtim.tv_sec) + "." +
-                         std::to_string(status.st_mtim.tv_nsec) + " ";
-            }
-        }
-        return stamp;
-    }
-
-    const ServerOptions options_;
-    std::mutex mutex_;
-    std::shared_ptr<net::ssl::context> context_;
-    std::string stamp_;
 };
 
 }  // namespace
