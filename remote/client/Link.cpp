@@ -8,6 +8,7 @@
 
 #include "json/Value.h"
 #include "protocol/Headers.h"
+#include "storage/kvxtransport/Endings.h"
 
 namespace storage::kvxremote {
 
@@ -20,39 +21,8 @@ using Code = kvxclient::KVXClientErrorCode;
 constexpr std::size_t mostOutstanding = 1024;
 constexpr unsigned protocolVersion = 1;
 
-/// The links that end on threads of their own. The program's end waits for them, since it takes
-/// away what their threads use.
-class LinkEndings {
-public:
-    ~LinkEndings() {
-        std::unique_lock lock(mutex_);
-        // A handler that ends the program would wait for itself.
-        ended_.wait(lock, [this] { return count_ == 0 || onCompletionThread(); });
-    }
-
-    template <class End>
-    void start(End end) {
-        add(1);
-        std::thread([this, end] {
-            end();
-            add(-1);
-        }).detach();
-    }
-
-private:
-    void add(int difference) {
-        const std::lock_guard lock(mutex_);
-        count_ += difference;
-        ended_.notify_all();
-    }
-
-    std::mutex mutex_;
-    std::condition_variable ended_;
-    int count_ = 0;
-};
-
-LinkEndings& linkEndings() {
-    static LinkEndings all;
+kvxtransport::Endings& linkEndings() {
+    static kvxtransport::Endings all([] { return bool(onCompletionThread()); });
     return all;
 }
 
@@ -69,13 +39,7 @@ void initialiseCurl() {
 std::shared_ptr<Link> Link::start(Settings settings) {
     initialiseCurl();
     linkEndings();  // Made by now, it goes before what the library made when it was loaded.
-    const auto end = [](Link* link) {
-        if (onCompletionThread()) {
-            linkEndings().start([link] { delete link; });
-        } else {
-            delete link;
-        }
-    };
+    const auto end = [](Link* link) { linkEndings().run([link] { delete link; }); };
     return {new Link(std::move(settings)), end};
 }
 

@@ -94,8 +94,8 @@ struct Way {
 };
 
 /// Ends the servers and the store after the last test: the kit keeps the transport for longer than
-/// there is everything that they use. libcrypto, for one, frees what it keeps for a thread only when
-/// the thread ends before the program does.
+/// there is everything that they use. libcrypto, for one, frees what it keeps for a thread only
+/// when the thread ends before the program does.
 class EndOfWay : public testing::Environment {
 public:
     explicit EndOfWay(std::shared_ptr<Way> way) : way_(std::move(way)) {}
