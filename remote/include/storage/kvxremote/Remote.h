@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -56,5 +57,14 @@ struct RemoteOptions {
 /// Throws std::invalid_argument when the URL or an option is wrong, with a sentence that says what.
 KVXREMOTE_EXPORT std::unique_ptr<kvxclient::KVXClient> connect(std::string_view url,
                                                                RemoteOptions options = {});
+
+/// Returns a function that makes clients as connect() does, which share their connections, threads
+/// and bound of outstanding calls; cancelPendingCalls() is each client's own. For programs with a
+/// client for each of many sessions. Any thread may call the function; it throws nothing but
+/// std::bad_alloc.
+///
+/// Throws as connect() does.
+KVXREMOTE_EXPORT std::function<std::unique_ptr<kvxclient::KVXClient>()> connector(
+    std::string_view url, RemoteOptions options = {});
 
 }  // namespace storage::kvxremote
