@@ -93,6 +93,7 @@ void Call::beginAttempt(const std::string& boot) {
 
 void Call::endAttempt(const Verdict& verdict) {
     sent_ = sent_ || (exchange.sent && !verdict.refused);
+    answered_ = verdict.cause.empty();
     exchange.sent = false;
     exchange.fresh = verdict.kind == Verdict::Kind::AT_ONCE;
     // A proxy that does not know the word answers so.
@@ -122,22 +123,6 @@ void Call::fail(const Verdict& verdict) {
         cause.insert(0, sent_ || exchange.sent ? "outcome unknown: " : "not sent: ");
     }
     fail(verdict.code, cause);
-}
-
-void Orders::open(const std::string& handle) {
-    const std::lock_guard lock(mutex_);
-    last_.emplace(handle, 0);
-}
-
-std::optional<std::uint64_t> Orders::next(const std::string& handle) {
-    const std::lock_guard lock(mutex_);
-    const auto found = last_.find(handle);
-    return found == last_.end() ? std::nullopt : std::optional(++found->second);
-}
-
-void Orders::close(const std::string& handle) {
-    const std::lock_guard lock(mutex_);
-    last_.erase(handle);
 }
 
 }  // namespace storage::kvxremote

@@ -4,15 +4,14 @@
 #include <chrono>
 #include <cstdint>
 #include <exception>
-#include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
 
 #include "client/Completions.h"
 #include "client/Exchange.h"
+#include "client/Orders.h"
 #include "client/StreamSink.h"
 #include "client/Verdict.h"
 #include "storage/kvxtransport/PendingCalls.h"
@@ -55,15 +54,25 @@ public:
     /// Decides on another attempt: how long it must wait, or nothing if the call has failed.
     std::optional<Clock::duration> nextAttempt(const Verdict& verdict, unsigned mostAttempts);
 
+    /// Writes the request anew, without the path in its target.
+    virtual void encodeAsPost() = 0;
+
     /// Makes the call fail for good.
     void fail(const Verdict& verdict);
+    /// Makes it fail with BAD_NETWORK.
+    void giveUp(const char* cause) {
+        fail({Verdict::Kind::FAILED, kvxclient::KVXClientErrorCode::BAD_NETWORK, cause, {}, false});
+    }
     void fail(kvxclient::KVXClientErrorCode code, const std::string& cause) {
         error_ = makeError(code, cause);
     }
 
     bool hasFailed() const { return error_ != nullptr; }
+    /// Whether a server has answered, be it with a code.
+    bool isAnswered() const { return answered_; }
 
     Exchange exchange;
+    Orders::Place place;
     /// Where the bytes of a download go; null for all else.
     std::shared_ptr<StreamSink> sink;
     /// How many servers in a row could not be reached.
@@ -73,12 +82,7 @@ protected:
     /// The error that the handler gets, if any.
     std::exception_ptr takeError() {
         if (isCancelled()) {
-            fail({Verdict::Kind::FAILED,
-                  kvxclient::KVXClientErrorCode::BAD_NETWORK,
-                  "cancelled",
-                  {},
-                  false,
-                  false});
+            giveUp("cancelled");
         }
         return std::exchange(error_, nullptr);
     }
@@ -86,25 +90,13 @@ protected:
 private:
     const Repeatable repeatable_;
     unsigned attempts_ = 0;
+    bool answered_ = false;
     std::optional<Clock::time_point> began_;
     /// The first attempt that may have reached a server.
     bool sent_ = false;
     Clock::time_point sentAt_;
     std::string sentTo_;
     std::exception_ptr error_;
-};
-
-/// Numbers the calls on each handle that was opened for writing.
-class Orders {
-public:
-    void open(const std::string& handle);
-    /// The number of the next call, nothing for a handle without order.
-    std::optional<std::uint64_t> next(const std::string& handle);
-    void close(const std::string& handle);
-
-private:
-    std::mutex mutex_;
-    std::map<std::string, std::uint64_t> last_;
 };
 
 }  // namespace storage::kvxremote

@@ -8,6 +8,7 @@
 
 #include "json/Value.h"
 #include "protocol/Headers.h"
+#include "storage/kvxtransport/Endings.h"
 
 namespace storage::kvxremote {
 
@@ -20,39 +21,8 @@ using Code = kvxclient::KVXClientErrorCode;
 constexpr std::size_t mostOutstanding = 1024;
 constexpr unsigned protocolVersion = 1;
 
-/// The links that end on threads of their own. The program's end waits for them, since it takes
-/// away what their threads use.
-class LinkEndings {
-public:
-    ~LinkEndings() {
-        std::unique_lock lock(mutex_);
-        // A handler that ends the program would wait for itself.
-        ended_.wait(lock, [this] { return count_ == 0 || onCompletionThread(); });
-    }
-
-    template <class End>
-    void start(End end) {
-        add(1);
-        std::thread([this, end] {
-            end();
-            add(-1);
-        }).detach();
-    }
-
-private:
-    void add(int difference) {
-        const std::lock_guard lock(mutex_);
-        count_ += difference;
-        ended_.notify_all();
-    }
-
-    std::mutex mutex_;
-    std::condition_variable ended_;
-    int count_ = 0;
-};
-
-LinkEndings& linkEndings() {
-    static LinkEndings all;
+kvxtransport::Endings& linkEndings() {
+    static kvxtransport::Endings all([] { return bool(onCompletionThread()); });
     return all;
 }
 
@@ -64,29 +34,23 @@ void initialiseCurl() {
     }
 }
 
-Verdict givenUp(const char* cause) {
-    return {Verdict::Kind::FAILED, Code::BAD_NETWORK, cause, {}, false, false};
-}
-
 }  // namespace
 
 std::shared_ptr<Link> Link::start(Settings settings) {
     initialiseCurl();
     linkEndings();  // Made by now, it goes before what the library made when it was loaded.
-    const auto end = [](Link* link) {
-        if (onCompletionThread()) {
-            linkEndings().start([link] { delete link; });
-        } else {
-            delete link;
-        }
-    };
+    const auto end = [](Link* link) { linkEndings().run([link] { delete link; }); };
     return {new Link(std::move(settings)), end};
 }
 
-Link::Link(Settings settings) : settings_(std::move(settings)), multi_(curl_multi_init()) {
-    if (!multi_) {
+Link::Link(Settings settings)
+    : settings_(std::move(settings)), share_(curl_share_init()), multi_(curl_multi_init()) {
+    if (!share_ || !multi_) {
         throw std::bad_alloc();
     }
+    // The transfers have a cache each otherwise, and most connections would begin from nothing.
+    // All are the network thread's, so nothing needs a lock.
+    curl_share_setopt(share_.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
     curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS,
                       static_cast<long>(settings_.options.connections));
     for (const std::string& address : settings_.servers) {
@@ -167,15 +131,21 @@ bool Link::takeOrders() {
         stops = stopping_;
     }
     std::move(taken.begin(), taken.end(), std::back_inserter(waiting_));
-    if (cancels) {
-        giveUpCancelled();
+    if (std::exchange(broke_, false) || cancels) {
+        giveUpLost();
     }
     return !stops;
 }
 
-void Link::giveUpCancelled() {
+void Link::giveUpLost() {
+    const auto isLost = [this](Call& call) {
+        if (!call.isCancelled() && orders_.isBroken(call.place)) {
+            call.giveUp(lostCall);
+        }
+        return call.isCancelled() || call.hasFailed();
+    };
     for (auto& call : std::exchange(waiting_, {})) {
-        if (call->isCancelled()) {
+        if (isLost(*call)) {
             complete(std::move(call));
         } else {
             waiting_.push_back(std::move(call));
@@ -183,14 +153,14 @@ void Link::giveUpCancelled() {
     }
     for (auto entry = pausing_.begin(); entry != pausing_.end();) {
         const auto next = std::next(entry);
-        if (entry->second->isCancelled()) {
+        if (isLost(*entry->second)) {
             complete(std::move(entry->second));
             pausing_.erase(entry);
         }
         entry = next;
     }
     for (std::size_t i = active_.size(); i-- > 0;) {
-        if (active_[i].call && active_[i].call->isCancelled()) {
+        if (active_[i].call && isLost(*active_[i].call)) {
             Active ended = std::move(active_[i]);
             active_.erase(active_.begin() + static_cast<std::ptrdiff_t>(i));
             ended.transfer->stop(CURLE_ABORTED_BY_CALLBACK);
@@ -211,7 +181,7 @@ void Link::giveUpAll() {
         }
     }
     for (auto& call : waiting_) {
-        call->fail(givenUp("the client was closed"));
+        call->giveUp("the client was closed");
         complete(std::move(call));
     }
     waiting_.clear();
@@ -222,20 +192,25 @@ void Link::giveUpAll() {
 void Link::startDue() {
     const auto now = Clock::now();
     while (!pausing_.empty() && pausing_.begin()->first <= now) {
-        waiting_.push_back(std::move(pausing_.begin()->second));
+        waiting_.push_front(std::move(pausing_.begin()->second));
         pausing_.erase(pausing_.begin());
     }
 }
 
 void Link::startCalls() {
-    while (!waiting_.empty() && active_.size() < settings_.options.connections) {
+    for (std::size_t i = 0;
+         i < waiting_.size() && active_.size() < settings_.options.connections;) {
         Server& server = servers_[current_];
         if (!server.known) {
             startHello();
             return;
         }
-        auto call = std::move(waiting_.front());
-        waiting_.pop_front();
+        if (!mayStart(*waiting_[i])) {
+            ++i;
+            continue;
+        }
+        auto call = std::move(waiting_[i]);
+        waiting_.erase(waiting_.begin() + static_cast<std::ptrdiff_t>(i));
         if (call->isCancelled()) {
             complete(std::move(call));
         } else if (!takes(call->exchange.request.content.size())) {
@@ -249,6 +224,17 @@ void Link::startCalls() {
     }
 }
 
+/// Calls that wait for others at the server leave a connection to those.
+bool Link::mayStart(const Call& call) {
+    if (!orders_.isBehind(call.place)) {
+        return true;
+    }
+    const auto behind = std::count_if(active_.begin(), active_.end(), [this](const Active& active) {
+        return active.call && orders_.isBehind(active.call->place);
+    });
+    return static_cast<std::size_t>(behind) + 1 < settings_.options.connections;
+}
+
 void Link::startHello() {
     if (!std::exchange(asking_, true)) {
         start(nullptr, hello_);
@@ -258,7 +244,7 @@ void Link::startHello() {
 void Link::start(std::unique_ptr<Call> call, Exchange& exchange) {
     std::unique_ptr<Transfer> transfer;
     if (idle_.empty()) {
-        transfer = std::make_unique<Transfer>(multi_.get(), settings_);
+        transfer = std::make_unique<Transfer>(multi_.get(), share_.get(), settings_);
     } else {
         transfer = std::move(idle_.back());
         idle_.pop_back();
@@ -371,7 +357,10 @@ void Link::leaveServer(std::size_t index, bool reached) {
 }
 
 void Link::conclude(std::unique_ptr<Call> call, const Verdict& verdict, bool reached) {
-    if (verdict.kind == Verdict::Kind::AT_ONCE) {
+    if (verdict.kind == Verdict::Kind::AS_POST) {
+        call->encodeAsPost();
+    }
+    if (verdict.kind == Verdict::Kind::AT_ONCE || verdict.kind == Verdict::Kind::AS_POST) {
         waiting_.push_front(std::move(call));
         return;
     }
@@ -381,7 +370,7 @@ void Link::conclude(std::unique_ptr<Call> call, const Verdict& verdict, bool rea
     }
     const bool elsewhere = !reached && verdict.code == Code::BAD_NETWORK && !verdict.cause.empty();
     if (elsewhere && ++call->unreachable < servers_.size()) {
-        waiting_.push_back(std::move(call));
+        waiting_.push_front(std::move(call));
         return;
     }
     call->unreachable = 0;
@@ -396,6 +385,7 @@ void Link::conclude(std::unique_ptr<Call> call, const Verdict& verdict, bool rea
 }
 
 void Link::complete(std::unique_ptr<Call> call) {
+    broke_ = orders_.leave(call->place, call->isAnswered()) || broke_;
     const bool answered = !call->hasFailed() && !call->isCancelled();
     if (const auto sink = call->sink) {
         sink->end(std::move(call), answered);
@@ -424,6 +414,9 @@ void Link::endStalled() {
 }
 
 void Link::sleep() {
+    if (broke_) {
+        return;
+    }
     auto longest = active_.empty() ? std::chrono::milliseconds(60'000) : 1'000ms;
     if (!pausing_.empty()) {
         const auto due =

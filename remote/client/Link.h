@@ -51,6 +51,10 @@ private:
         void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
     };
 
+    struct ShareCleanup {
+        void operator()(CURLSH* share) const { curl_share_cleanup(share); }
+    };
+
     /// What is known of a server.
     struct Server {
         std::string address;
@@ -72,10 +76,12 @@ private:
     void work();
     /// Takes what other threads left; false at the end.
     bool takeOrders();
-    void giveUpCancelled();
+    /// Completes the calls that were cancelled, and those behind one that was lost.
+    void giveUpLost();
     void giveUpAll();
     void startDue();
     void startCalls();
+    bool mayStart(const Call& call);
     void startHello();
     void start(std::unique_ptr<Call> call, Exchange& exchange);
     bool collect();
@@ -94,7 +100,8 @@ private:
         std::make_shared<kvxtransport::PendingCalls>();
     Orders orders_;
     std::atomic<std::size_t> mostContent_{std::numeric_limits<std::size_t>::max()};
-    // Before the transfers, which leave it.
+    // Before the transfers, which leave them.
+    std::unique_ptr<CURLSH, ShareCleanup> share_;
     std::unique_ptr<CURLM, MultiCleanup> multi_;
 
     // Shared with the threads that call.
@@ -114,6 +121,8 @@ private:
     std::deque<std::unique_ptr<Call>> waiting_;
     std::multimap<Clock::time_point, std::unique_ptr<Call>> pausing_;
     std::vector<Active> active_;
+    /// Whether a handle broke, whose later calls wait in vain.
+    bool broke_ = false;
     std::vector<std::unique_ptr<Transfer>> idle_;
     Clock::time_point lastWatch_ = Clock::now();
 

@@ -32,14 +32,33 @@ public:
     /// Writes the request, which then must not move.
     void encode() { exchange.request = Wire<Operation>::encode(request_); }
 
+    void encodeAsPost() override {
+        auto& old = exchange.request.headers;
+        WireRequest request = Wire<Operation>::encodeAsPost(request_);
+        for (Header& header : old) {
+            if (header.first != headers::contentType) {
+                request.headers.push_back(std::move(header));
+            }
+        }
+        exchange.request = std::move(request);
+    }
+
     /// Takes the place of this call among those on its handle.
     void order() {
         const std::string handle = kvxtransport::orderOf(request_);
         if (handle.empty()) {
             return;
         }
-        if (const auto number = orders_.next(handle)) {
-            exchange.request.headers.emplace_back(headers::order, std::to_string(*number));
+        place = orders_.next(handle);
+        if (!orders_.isBroken(place)) {
+            if (place.lane) {
+                exchange.request.headers.emplace_back(headers::order, std::to_string(place.number));
+            }
+            return;
+        }
+        orders_.leave(std::exchange(place, {}), false);
+        if (!isAbort()) {
+            giveUp(lostCall);
         }
     }
 
@@ -71,6 +90,15 @@ public:
     }
 
 private:
+    /// Whether the call gives up the changes through its handle, which no lost call can spoil.
+    bool isAbort() const {
+        if constexpr (std::is_same_v<Operation, kvxtransport::operations::CloseFileHandle>) {
+            return request_.getOperation() == kvxclient::FileHandleCloseOperation::ABORT_CHANGES;
+        } else {
+            return false;
+        }
+    }
+
     Response decode() {
         if constexpr (std::is_same_v<Operation, kvxtransport::operations::DownloadFile>) {
             return Response().withStringBody(std::move(exchange.body));

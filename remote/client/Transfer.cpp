@@ -55,11 +55,12 @@ void Transfer::set(CURLoption option, Value value) {
     }
 }
 
-Transfer::Transfer(CURLM* multi, const Settings& settings)
+Transfer::Transfer(CURLM* multi, CURLSH* share, const Settings& settings)
     : multi_(multi), timeout_(settings.options.timeout), easy_(curl_easy_init()) {
     if (!easy_) {
         throw std::bad_alloc();
     }
+    set(CURLOPT_SHARE, share);
     set(CURLOPT_PRIVATE, this);
     set(CURLOPT_ERRORBUFFER, message_);
     set(CURLOPT_NOSIGNAL, 1L);

@@ -19,7 +19,7 @@ class Transfer {
 public:
     using Clock = std::chrono::steady_clock;
 
-    Transfer(CURLM* multi, const Settings& settings);
+    Transfer(CURLM* multi, CURLSH* share, const Settings& settings);
     ~Transfer();
     Transfer(const Transfer&) = delete;
     Transfer& operator=(const Transfer&) = delete;

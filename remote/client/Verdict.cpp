@@ -160,6 +160,12 @@ Verdict judgeStatus(const Exchange& exchange) {
         case 401:
         case 403:
             return failed(Code::UNAUTHORIZED, "refused on the way to the server");
+        case 414:
+        case 431:
+            if (exchange.request.method != "POST") {
+                return {Kind::AS_POST, Code::UNKNOWN, "the target is too long", {}, true, false};
+            }
+            [[fallthrough]];
         default:
             return failed(Code::UNKNOWN, "the answer has the status " +
                                              std::to_string(exchange.status) + " and no code");

@@ -16,12 +16,13 @@ struct Verdict {
         ANSWERED,  ///< With success; whether the answer makes sense is still open.
         FAILED,    ///< For good.
         AGAIN,     ///< To be attempted again if time is left, else failed.
-        AT_ONCE    ///< To be sent again now on another connection, without being counted.
+        AT_ONCE,   ///< To be sent again now on another connection, without being counted.
+        AS_POST    ///< To be sent again now without the path in its target.
     };
 
     Kind kind = Kind::ANSWERED;
     kvxclient::KVXClientErrorCode code = kvxclient::KVXClientErrorCode::BAD_NETWORK;
-    /// Empty when the server said the code.
+    /// Empty when the server said the code, or success.
     std::string cause;
     /// When the server wants to be asked again.
     std::optional<std::chrono::seconds> after;

@@ -312,14 +312,20 @@ Record readJson(json::Document&& document) {
 
 template <class Operation>
 WireRequest Wire<Operation>::encode(const Request& request) {
-    WireRequest result;
-    result.content = viewOfContent(request);
     if constexpr (roadOf(Operation::name) != nullptr) {
+        WireRequest result;
+        result.content = viewOfContent(request);
         if (RoadWriter(*roadOf(Operation::name), result).write(request)) {
             return result;
         }
-        result.headers.clear();
     }
+    return encodeAsPost(request);
+}
+
+template <class Operation>
+WireRequest Wire<Operation>::encodeAsPost(const Request& request) {
+    WireRequest result;
+    result.content = viewOfContent(request);
     result.method = "POST";
     result.target = targetPrefix;
     result.target += Operation::name == "login"sv ? loginRoom : Operation::name;

@@ -59,6 +59,8 @@ struct Wire {
 
     /// REQUIRES: the request outlives the result, which refers to its content.
     static WireRequest encode(const Request& request);
+    /// As JSON to POST /v1/{operation}, whatever the operation's road.
+    static WireRequest encodeAsPost(const Request& request);
     /// The content of a FileContentWriteRequest stays where it is, and must outlive the result.
     static Request decode(const WireRequest& request);
     static WireAnswer encodeAnswer(Response response);

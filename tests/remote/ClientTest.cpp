@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <future>
 #include <memory>
 #include <sstream>
@@ -11,6 +14,7 @@
 #include <vector>
 
 #include "ScriptedServer.h"
+#include "client/Orders.h"
 #include "client/Settings.h"
 #include "storage/kvxclient.h"
 #include "storage/kvxremote/Remote.h"
@@ -208,6 +212,30 @@ TEST(ClientRepeatTest, RepeatsWhatWasLostAndNothingElse) {
     }
 }
 
+TEST(ClientRepeatTest, WhatAProxyFindsTooLongGoesAsPost) {
+    const ScriptedServer server({answer(414), cut(), cut(), answer(200), answer(431), answer(431)});
+    const auto client = connect(server.url());
+    FileCreateRequest request(folder);
+    request.withContentType("text/plain").appendContent("content", 7);
+    EXPECT_EQ(outcomeOf([&] { client->createFileAccess()->createFile(request); }), "OK");
+    EXPECT_EQ(outcomeOf([&] { createFolder(*client); }),
+              "UNKNOWN: the answer has the status 431 and no code");
+    const auto seen = server.seen();
+    ASSERT_EQ(seen.size(), 6U);
+    EXPECT_EQ(seen[0].line(), "PUT /v1/files/main/folder");
+    const SeenRequest& last = seen[3];
+    EXPECT_EQ(last.line(), "POST /v1/createFile");
+    const std::size_t size = last.body.size() - 7;
+    EXPECT_EQ(last.header("KVX-Json-Size"), std::to_string(size));
+    EXPECT_EQ(last.header("Content-Type"), "application/octet-stream");
+    EXPECT_EQ(last.body.substr(size), "content");
+    EXPECT_NE(last.body.find(R"("contentType":"text/plain")"), std::string::npos);
+    EXPECT_EQ(last.header("KVX-Call"), seen[0].header("KVX-Call"));
+    EXPECT_EQ(seen[1].header("KVX-Boot"), "");  // Nothing was carried out.
+    EXPECT_NE(last.header("KVX-Boot"), "");
+    EXPECT_EQ(seen[5].line(), "POST /v1/createFolder");
+}
+
 TEST(ClientRepeatTest, WaitsAsLongAsTheServerSays) {
     const ScriptedServer server({answer(503, "Retry-After: 1\r\n")});
     const auto client = connect(server.url());
@@ -253,6 +281,26 @@ TEST(ClientRepeatTest, GivesUpACallThatMakesNoProgress) {
     EXPECT_EQ(outcomeOf([&] { createFolder(*client); }),
               "BAD_NETWORK: outcome unknown: no progress");
     EXPECT_EQ(outcomeOf([&] { ping(*client); }), "OK");
+}
+
+TEST(ClientTlsTest, ConnectionsGoOnWithTheSessionsOfOthers) {
+    std::string file = ::testing::TempDir() + "kvxtls-XXXXXX";
+    close(mkstemp(file.data()));
+    const std::string command =
+        "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 "
+        "-subj /CN=localhost -addext subjectAltName=IP:127.0.0.1 -keyout " +
+        file + " 2>/dev/null >" + file + ".crt && cat " + file + ".crt >>" + file;
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    const ScriptedServer server({hold()}, "1", file);
+    const auto client = connect("kvx://" + server.address() + "?ca=" + file);
+    client->ping([](const PingResponse&, const std::exception_ptr&) {});
+    server.waitFor(1);
+    EXPECT_EQ(outcomeOf([&] { ping(*client); }), "OK");
+    EXPECT_FALSE(server.seen()[0].resumed);
+    EXPECT_TRUE(server.seen()[1].resumed);
+    client->cancelPendingCalls();
+    std::remove(file.c_str());
+    std::remove((file + ".crt").c_str());
 }
 
 // Handlers.
@@ -385,6 +433,113 @@ TEST(ClientContentTest, NothingIsSentThatCannotSucceed) {
     client->withSessionId("a\nb");
     EXPECT_EQ(outcomeOf([&] { createFolder(*client); }), "INVALID_SESSION_ID");
     EXPECT_TRUE(server.seen().empty());
+}
+
+// The order of calls on a handle.
+
+/// A handle that is open for writing, and the outcomes of writes through it in their order.
+class Writer {
+public:
+    explicit Writer(const KVXClient& client) : files(client.createFileAccess()) {
+        files->createReadWriteFileHandle(FileHandleReadWriteCreateRequest(folder));
+    }
+
+    std::future<std::string> write() const {
+        auto outcome = std::make_shared<std::promise<std::string>>();
+        static const unsigned char byte = 1;
+        FileContentWriteRequest request(folder);
+        files->writeFileContent(
+            request.withFileHandleId("h1").withStartLocation(0).withContent(&byte, 1),
+            [outcome](const FileContentWriteResponse&, const std::exception_ptr& error) {
+                outcome->set_value(error ? textOf(error) : "OK");
+            });
+        return outcome->get_future();
+    }
+
+    std::string close(FileHandleCloseOperation operation) const {
+        return outcomeOf([&] {
+            files->closeFileHandle(
+                FileHandleCloseRequest(folder).withFileHandleId("h1").withOperation(operation));
+        });
+    }
+
+    const std::unique_ptr<FileAccess> files;
+};
+
+const Reaction opened = answer(200, {}, R"({"fileHandleId":"h1"})");
+
+TEST(ClientOrderTest, CallsThatWaitForAnEarlierOneLeaveItAConnection) {
+    const ScriptedServer server({opened, answer(503, "Retry-After: 1\r\n"), hold(), hold()});
+    const auto client = connect(server.url() + "?connections=3");
+    const Writer writer(*client);
+    auto first = writer.write();
+    server.waitFor(2);
+    std::vector<std::future<std::string>> later;
+    for (int i = 0; i < 5; ++i) {
+        later.push_back(writer.write());
+    }
+    ASSERT_EQ(first.wait_for(10s), std::future_status::ready);
+    EXPECT_EQ(first.get(), "OK");
+    EXPECT_EQ(server.seen().at(4).header("KVX-Order"), "1");
+}
+
+TEST(ClientOrderTest, ALostCallFailsThoseBehindItAtOnce) {
+    const ScriptedServer server({opened, hold()});
+    const auto client = connect(server.url() + "?connections=1");
+    const Writer writer(*client);
+    std::vector<std::future<std::string>> cancelled;
+    for (int i = 0; i < 2; ++i) {
+        cancelled.push_back(writer.write());
+    }
+    server.waitFor(2);
+    client->cancelPendingCalls();
+    EXPECT_EQ(cancelled[0].get(), "BAD_NETWORK: outcome unknown: cancelled");
+    EXPECT_EQ(cancelled[1].get(), "BAD_NETWORK: not sent: cancelled");
+    EXPECT_EQ(writer.write().get(),
+              "BAD_NETWORK: not sent: an earlier call on the handle was lost");
+    EXPECT_EQ(writer.close(FileHandleCloseOperation::COMMIT_CHANGES),
+              "BAD_NETWORK: not sent: an earlier call on the handle was lost");
+    // Without a number the server does not keep it waiting.
+    EXPECT_EQ(writer.close(FileHandleCloseOperation::ABORT_CHANGES), "OK");
+    EXPECT_EQ(server.seen().size(), 3U);
+    EXPECT_EQ(server.seen().back().header("KVX-Order"), "");
+}
+
+TEST(ClientOrderTest, ARefusedCallFailsThoseThatWereSentBehindIt) {
+    const ScriptedServer server({opened, answer(503, "Retry-After: 1\r\n"), hold(), answer(403),
+                                 answer(409, "KVX-Error: 5\r\n")});
+    const auto client = connect(server.url());
+    const Writer writer(*client);
+    auto refused = writer.write();
+    server.waitFor(2);
+    auto behind = writer.write();
+    EXPECT_EQ(refused.get(), "UNAUTHORIZED: refused on the way to the server");
+    ASSERT_EQ(behind.wait_for(10s), std::future_status::ready);
+    EXPECT_EQ(behind.get(), "BAD_NETWORK: outcome unknown: an earlier call on the handle was lost");
+}
+
+TEST(ClientOrderTest, TheServersRefusalBreaksNothing) {
+    const ScriptedServer server({opened, answer(409, "KVX-Error: 5\r\n")});
+    const auto client = connect(server.url());
+    const Writer writer(*client);
+    EXPECT_EQ(writer.write().get(), "CONFLICT");
+    EXPECT_EQ(writer.write().get(), "OK");
+}
+
+TEST(ClientOrderTest, HandlesThatWereLeftOpenAreForgotten) {
+    using std::chrono_literals::operator""h;
+    Orders orders;
+    const auto begin = Orders::Clock::now();
+    for (const char* const handle : {"left", "used", "waiting"}) {
+        orders.open(handle, begin);
+    }
+    const auto waiting = orders.next("waiting", begin);
+    EXPECT_TRUE(orders.leave(orders.next("used", begin + 2h), true) == false);
+    orders.open("new", begin + 3h);
+    EXPECT_EQ(orders.count(), 3U);
+    EXPECT_EQ(orders.next("left").number, 0U);
+    EXPECT_EQ(orders.next("used").number, 2U);
+    EXPECT_EQ(orders.next("waiting").number, 2U);
 }
 
 TEST(ClientContentTest, CallsOnAHandleForWritingAreNumbered) {

@@ -13,9 +13,17 @@ namespace {
 
 constexpr const char* bootId = "00000000000000b1";
 
-bool sendAll(int socket, std::string_view bytes) {
+/// A connection, encrypted or not.
+struct Stream {
+    int socket;
+    std::unique_ptr<SSL, void (*)(SSL*)> tls{nullptr, SSL_free};
+};
+
+bool sendAll(const Stream& stream, std::string_view bytes) {
     while (!bytes.empty()) {
-        const ssize_t sent = send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        const ssize_t sent =
+            stream.tls ? SSL_write(stream.tls.get(), bytes.data(), static_cast<int>(bytes.size()))
+                       : send(stream.socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
         if (sent <= 0) {
             return false;
         }
@@ -24,9 +32,10 @@ bool sendAll(int socket, std::string_view bytes) {
     return true;
 }
 
-bool receiveMore(int socket, std::string& text) {
+bool receiveMore(const Stream& stream, std::string& text) {
     char buffer[16384];
-    const ssize_t size = recv(socket, buffer, sizeof buffer, 0);
+    const ssize_t size = stream.tls ? SSL_read(stream.tls.get(), buffer, sizeof buffer)
+                                    : recv(stream.socket, buffer, sizeof buffer, 0);
     if (size > 0) {
         text.append(buffer, static_cast<std::size_t>(size));
     }
@@ -34,22 +43,22 @@ bool receiveMore(int socket, std::string& text) {
 }
 
 /// Reads a request and leaves what follows it in `text`; false at the connection's end.
-bool receiveRequest(int socket, std::string& text, SeenRequest& request) {
+bool receiveRequest(const Stream& stream, std::string& text, SeenRequest& request) {
     std::size_t end = 0;
     while ((end = text.find("\r\n\r\n")) == std::string::npos) {
-        if (!receiveMore(socket, text)) {
+        if (!receiveMore(stream, text)) {
             return false;
         }
     }
     request.head = text.substr(0, end + 2);
     text.erase(0, end + 4);
     if (!request.header("Expect").empty()) {
-        sendAll(socket, "HTTP/1.1 100 Continue\r\n\r\n");
+        sendAll(stream, "HTTP/1.1 100 Continue\r\n\r\n");
     }
     const std::string length = request.header("Content-Length");
     const std::size_t size = length.empty() ? 0 : std::stoul(length);
     while (text.size() < size) {
-        if (!receiveMore(socket, text)) {
+        if (!receiveMore(stream, text)) {
             return false;
         }
     }
@@ -74,8 +83,14 @@ std::string SeenRequest::header(const std::string& name) const {
     return head.substr(value, head.find("\r\n", value) - value);
 }
 
-ScriptedServer::ScriptedServer(std::deque<Reaction> script, std::string maxBody)
+ScriptedServer::ScriptedServer(std::deque<Reaction> script, std::string maxBody,
+                               const std::string& certificate)
     : maxBody_(std::move(maxBody)), script_(std::move(script)) {
+    if (!certificate.empty()) {
+        tls_.reset(SSL_CTX_new(TLS_server_method()));
+        SSL_CTX_use_certificate_chain_file(tls_.get(), certificate.c_str());
+        SSL_CTX_use_PrivateKey_file(tls_.get(), certificate.c_str(), SSL_FILETYPE_PEM);
+    }
     listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -131,9 +146,16 @@ void ScriptedServer::serve(int socket, int number) {
     std::string text;
     SeenRequest request;
     request.connection = number;
-    while (receiveRequest(socket, text, request)) {
+    Stream stream{socket};
+    if (tls_) {
+        stream.tls.reset(SSL_new(tls_.get()));
+        SSL_set_fd(stream.tls.get(), socket);
+        SSL_set_accept_state(stream.tls.get());
+    }
+    while (receiveRequest(stream, text, request)) {
+        request.resumed = stream.tls && SSL_session_reused(stream.tls.get()) != 0;
         const Reaction reaction = reactTo(request);
-        sendAll(socket, reaction.bytes);
+        sendAll(stream, reaction.bytes);
         if (reaction.then == Reaction::Then::CLOSE) {
             shutdown(socket, SHUT_RDWR);
             return;

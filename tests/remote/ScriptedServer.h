@@ -3,10 +3,13 @@
 /// @file
 /// A server that answers with given bytes and cuts where told.
 
+#include <openssl/ssl.h>
+
 #include <condition_variable>
 #include <deque>
 #include <functional>
 #include <list>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -33,6 +36,8 @@ struct SeenRequest {
     std::string head;
     std::string body;
     int connection = 0;
+    /// Whether the connection went on with the TLS session of another one.
+    bool resumed = false;
 
     std::string line() const { return head.substr(0, head.find(" HTTP/")); }
     /// The value of a header, empty without one.
@@ -43,7 +48,9 @@ struct SeenRequest {
 /// the script says, then with success.
 class ScriptedServer {
 public:
-    explicit ScriptedServer(std::deque<Reaction> script = {}, std::string maxBody = "67108864");
+    /// Speaks TLS if there is a PEM file with a certificate and its key.
+    explicit ScriptedServer(std::deque<Reaction> script = {}, std::string maxBody = "67108864",
+                            const std::string& certificate = {});
     ~ScriptedServer();
     ScriptedServer(const ScriptedServer&) = delete;
     ScriptedServer& operator=(const ScriptedServer&) = delete;
@@ -61,6 +68,7 @@ private:
     Reaction reactTo(const SeenRequest& request);
 
     const std::string maxBody_;
+    std::unique_ptr<SSL_CTX, void (*)(SSL_CTX*)> tls_{nullptr, SSL_CTX_free};
     int listener_ = -1;
     int port_ = 0;
     mutable std::mutex mutex_;

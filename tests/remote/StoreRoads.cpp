@@ -93,8 +93,9 @@ struct Way {
     std::string url;
 };
 
-/// Ends the servers after the last test: the kit keeps the transport for longer than there is
-/// everything that a server uses.
+/// Ends the servers and the store after the last test: the kit keeps the transport for longer than
+/// there is everything that they use. libcrypto, for one, frees what it keeps for a thread only
+/// when the thread ends before the program does.
 class EndOfWay : public testing::Environment {
 public:
     explicit EndOfWay(std::shared_ptr<Way> way) : way_(std::move(way)) {}
@@ -103,6 +104,7 @@ public:
         way_->proxy.reset();
         way_->server.reset();
         way_->inner.reset();
+        way_->store.reset();
     }
 
 private:

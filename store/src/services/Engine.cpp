@@ -1,14 +1,13 @@
 #include "services/Engine.h"
 
 #include <algorithm>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
 
 #include "core/Secrets.h"
 #include "database/Open.h"
 #include "maintenance/Cleaning.h"
 #include "maintenance/Leases.h"
+#include "storage/kvxtransport/Endings.h"
 #include "storage/kvxtransport/FaultInjector.h"
 
 namespace storage::kvxstore::services {
@@ -42,39 +41,8 @@ std::chrono::milliseconds cleanSome(database::Connection& database, std::int64_t
     return hasHandles(database, instance) ? std::chrono::seconds(15) : std::chrono::hours(1);
 }
 
-/// The stores that end on threads of their own. The program's end waits for them, since it takes
-/// away what their threads use.
-class Endings {
-public:
-    ~Endings() {
-        std::unique_lock lock(mutex_);
-        // A handler that ends the program would wait for itself.
-        ended_.wait(lock, [this] { return count_ == 0 || scheduler::onStoreThread(); });
-    }
-
-    template <class End>
-    void start(End end) {
-        add(1);
-        std::thread([this, end] {
-            end();
-            add(-1);
-        }).detach();
-    }
-
-private:
-    void add(int difference) {
-        const std::lock_guard lock(mutex_);
-        count_ += difference;
-        ended_.notify_all();
-    }
-
-    std::mutex mutex_;
-    std::condition_variable ended_;
-    int count_ = 0;
-};
-
-Endings& endings() {
-    static Endings all;
+kvxtransport::Endings& endings() {
+    static kvxtransport::Endings all([] { return bool(scheduler::onStoreThread()); });
     return all;
 }
 
@@ -82,13 +50,7 @@ Endings& endings() {
 
 std::shared_ptr<Engine> Engine::start(const std::string& url, StoreOptions options) {
     endings();  // Made by now, it goes before what the library made when it was loaded.
-    const auto end = [](Engine* engine) {
-        if (scheduler::onStoreThread()) {
-            endings().start([engine] { delete engine; });
-        } else {
-            delete engine;
-        }
-    };
+    const auto end = [](Engine* engine) { endings().run([engine] { delete engine; }); };
     return {new Engine(url, std::move(options)), end};
 }
 

@@ -34,20 +34,20 @@ KVXFIELDS_LIST(InvitationCreateRequest, argument<&R::getResource>("resource"),
                field<&R::getRecipient, &R::withRecipient>("recipient"),
                field<&R::getAccessType, &R::withAccessType>("accessType"))
 KVXFIELDS_LIST(InvitationReadRequest,
-               field<&R::getInvitationId, &R::withInvitationId>("invitationId"))
+               field<&R::getInvitationId, &R::withInvitationId, Kind::SECRET>("invitationId"))
 KVXFIELDS_LIST(InvitationUpdateRequest, field<&R::getResource, &R::withResource>("resource"),
-               field<&R::getInvitationId, &R::withInvitationId>("invitationId"),
+               field<&R::getInvitationId, &R::withInvitationId, Kind::SECRET>("invitationId"),
                field<&R::getStatus, &R::withStatus>("status"))
 KVXFIELDS_LIST(InvitationDeleteRequest, field<&R::getResource, &R::withResource>("resource"),
-               field<&R::getInvitationId, &R::withInvitationId>("invitationId"))
+               field<&R::getInvitationId, &R::withInvitationId, Kind::SECRET>("invitationId"))
 KVXFIELDS_LIST(InvitationListRequest, field<&R::getResource, &R::withResource>("resource"),
                field<&R::getStatus, &R::withStatus>("status"),
                field<&R::getType, &R::withType>("type"))
 KVXFIELDS_LIST(InvitationCopyFolderRequest, field<&R::getResource, &R::withResource>("resource"),
                field<&R::getTargetResource, &R::withTargetResource>("targetResource"),
-               field<&R::getInvitationId, &R::withInvitationId>("invitationId"))
+               field<&R::getInvitationId, &R::withInvitationId, Kind::SECRET>("invitationId"))
 KVXFIELDS_LIST(InvitationDetailsRequest,
-               field<&R::getInvitationId, &R::withInvitationId>("invitationId"))
+               field<&R::getInvitationId, &R::withInvitationId, Kind::SECRET>("invitationId"))
 KVXFIELDS_LIST(InvitationCreateResponse, field<&R::getInvitation, &R::withInvitation>("invitation"))
 KVXFIELDS_LIST(InvitationReadResponse, field<&R::getInvitation, &R::withInvitation>("invitation"))
 KVXFIELDS_LIST(InvitationUpdateResponse, field<&R::getInvitation, &R::withInvitation>("invitation"))
@@ -58,7 +58,7 @@ KVXFIELDS_LIST(InvitationListResponse,
 KVXFIELDS_LIST(InvitationDeleteResponse, )
 KVXFIELDS_LIST(InvitationCopyFolderResponse, )
 KVXFIELDS_LIST(InvitationFolderContentRequest, field<&R::getResource, &R::withResource>("resource"),
-               field<&R::getInvitationId, &R::withInvitationId>("invitationId"),
+               field<&R::getInvitationId, &R::withInvitationId, Kind::SECRET>("invitationId"),
                field<&R::showHidden, &R::withShowHidden>("showHidden"))
 KVXFIELDS_LIST(InvitationFolderContentResponse,
                field<&R::getFolderSummary, &R::withFolderSummary>("folderSummary"),

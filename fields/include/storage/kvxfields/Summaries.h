@@ -25,7 +25,8 @@ KVXFIELDS_LIST(UserProfile, field<&R::getEmailAddress, &R::withEmailAddress>("em
                field<&R::getLastName, &R::withLastName>("lastName"),
                field<&R::getUserId, &R::withUserId>("userId"),
                field<&R::getProfileId, &R::withProfileId>("profileId"))
-KVXFIELDS_LIST(Invitation, field<&R::getInvitationId, &R::withInvitationId>("invitationId"),
+KVXFIELDS_LIST(Invitation,
+               field<&R::getInvitationId, &R::withInvitationId, Kind::SECRET>("invitationId"),
                field<&R::getResource, &R::withResource>("resource"),
                field<&R::getAccessType, &R::withAccessType>("accessType"),
                field<&R::getInvitationType, &R::withInvitationType>("invitationType"),
