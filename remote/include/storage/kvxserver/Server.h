@@ -65,10 +65,10 @@ struct CallRecord {
     std::string_view path;             ///< The path it is about; for debugging only.
     std::optional<std::int32_t> code;  ///< The number of its error, if it failed.
     unsigned status = 0;               ///< HTTP's.
-    std::chrono::microseconds duration{0};
-    std::uint64_t bytesIn = 0;
-    std::uint64_t bytesOut = 0;
-    bool repeated = false;  ///< Whether it got the outcome of an earlier attempt.
+    std::chrono::microseconds duration{0};  ///< From the request's head to the answer's end.
+    std::uint64_t bytesIn = 0;              ///< Of the request's body.
+    std::uint64_t bytesOut = 0;             ///< Of the answer's body.
+    bool repeated = false;                  ///< Whether it got the outcome of an earlier attempt.
 };
 
 /// Serves a transport over HTTP/1.1, with TLS unless told otherwise. Any thread may call any
