@@ -4,6 +4,7 @@
 
 #include "Call.h"
 #include "Digest.h"
+#include "Network.h"
 
 namespace storage::kvxserver {
 
@@ -58,7 +59,8 @@ Shared::Shared(const ServerOptions& serverOptions, Sessions::Factory factory, Se
       logins(options.failedLogins),
       running(options.calls, options.callsOfUser),
       content(std::make_shared<Budget>(options.contentInHand, options.contentOfUser)),
-      heavy(std::make_shared<Budget>(heavyCalls, heavyCallsOfUser)) {}
+      heavy(std::make_shared<Budget>(heavyCalls, heavyCallsOfUser)),
+      entry(Network::threadsFor(options)) {}
 
 void Calls::begin(std::shared_ptr<Channel> channel, Head head) {
     std::make_shared<Call>(shared_, std::move(channel), std::move(head))->begin();

@@ -2,9 +2,11 @@
 
 #include <utility>
 
+#include "Network.h"
+
 namespace storage::kvxserver {
 
-Entry::Entry() {
+Entry::Entry(unsigned networkThreads) : direct_(networkThreads - 1) {
     for (std::thread& thread : threads_) {
         thread = std::thread([this] { run(); });
     }
@@ -13,18 +15,26 @@ Entry::Entry() {
 Entry::~Entry() { stop(); }
 
 void Entry::add(const std::string& user, std::size_t size, std::function<void()> call) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (direct_ > 0 && turns_.empty() && hasRoom(size) && Network::isOnThread()) {
+        --direct_;
+        Waiting now{size, std::move(call)};
+        make(lock, now);
+        ++direct_;
+        return;
+    }
     Turn& turn = *ofUser_.try_emplace(user).first;
     turn.second.push_back({size, std::move(call)});
     if (turn.second.size() == 1) {
         turns_.push_back(&turn);
     }
+    lock.unlock();  // A woken thread would wait for it.
     changed_.notify_one();
 }
 
 void Entry::left(std::size_t size) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const bool waited = !turns_.empty() && !hasRoom();
+    const bool waited = !turns_.empty() && !hasRoom(turns_.front()->second.front().size);
     --callsInside_;
     bytesInside_ -= size;
     if (waited) {
@@ -58,15 +68,25 @@ std::size_t Entry::inside() const {
     return callsInside_;
 }
 
-bool Entry::hasRoom() const {
-    const std::size_t next = turns_.front()->second.front().size;
+bool Entry::hasRoom(std::size_t next) const {
     return stops_ || (callsInside_ < calls && (bytesInside_ == 0 || bytesInside_ + next <= bytes));
+}
+
+void Entry::make(std::unique_lock<std::mutex>& lock, Waiting& waiting) {
+    ++callsInside_;
+    bytesInside_ += waiting.size;
+    lock.unlock();
+    waiting.call();
+    waiting.call = nullptr;
+    lock.lock();
 }
 
 void Entry::run() {
     std::unique_lock<std::mutex> lock(mutex_);
     while (true) {
-        changed_.wait(lock, [this] { return turns_.empty() ? stops_ : hasRoom(); });
+        changed_.wait(lock, [this] {
+            return turns_.empty() ? stops_ : hasRoom(turns_.front()->second.front().size);
+        });
         if (turns_.empty()) {
             return;
         }
@@ -79,12 +99,7 @@ void Entry::run() {
         } else {
             turns_.push_back(&turn);
         }
-        ++callsInside_;
-        bytesInside_ += next.size;
-        lock.unlock();
-        next.call();
-        next.call = nullptr;
-        lock.lock();
+        make(lock, next);
     }
 }
 

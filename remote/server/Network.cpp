@@ -47,6 +47,11 @@ constexpr std::size_t blockSize = 256UL << 10U;
 constexpr std::size_t smallBlock = 16UL << 10U;
 constexpr std::size_t idleBuffer = 2048;
 
+bool& onThread() {
+    thread_local bool isOn = false;
+    return isOn;
+}
+
 const char* reasonOf(unsigned status) {
     const auto reason = http::obsolete_reason(static_cast<http::status>(status));
     return reason.empty() ? "Unknown" : reason.data();
@@ -477,11 +482,11 @@ public:
     }
 
     void run() {
-        const unsigned count = options_.threads > 0
-                                   ? options_.threads
-                                   : std::max(1U, std::thread::hardware_concurrency());
-        for (unsigned i = 0; i < count; ++i) {
-            threads_.emplace_back([this] { context_.run(); });
+        for (unsigned i = threadsFor(options_); i > 0; --i) {
+            threads_.emplace_back([this] {
+                onThread() = true;
+                context_.run();
+            });
         }
     }
 
@@ -628,6 +633,13 @@ std::uint16_t Network::listenForMetrics(std::shared_ptr<Service> service) {
 }
 
 void Network::run() { impl_->run(); }
+
+unsigned Network::threadsFor(const ServerOptions& options) {
+    return options.threads > 0 ? options.threads
+                               : std::max(1U, std::thread::hardware_concurrency());
+}
+
+bool Network::isOnThread() { return onThread(); }
 
 void Network::later(std::chrono::milliseconds delay, std::function<void()> function) {
     impl_->later(delay, std::move(function));

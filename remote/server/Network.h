@@ -35,6 +35,10 @@ public:
     std::uint16_t listenForMetrics(std::shared_ptr<Service> service);
     /// Starts the threads.
     void run();
+    /// How many threads the options ask for.
+    static unsigned threadsFor(const ServerOptions& options);
+    /// Whether the calling thread is one of them, of this network or another one.
+    static bool isOnThread();
     /// Calls the function on one of the threads, unless the network ends before.
     void later(std::chrono::milliseconds delay, std::function<void()> function);
     void reloadCertificate();
