@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "server/Calls.h"
+#include "server/Network.h"
 #include "storage/kvxtransport/Services.h"
 
 // Reads the input as what comes over a connection: requests one behind the other, with their
@@ -114,6 +115,10 @@ ServerOptions smallOptions() {
 }
 
 }  // namespace
+
+// Instead of a network: calls are made on the thread that brings them.
+unsigned Network::threadsFor(const ServerOptions&) { return 2; }
+bool Network::isOnThread() { return true; }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static std::atomic<int> open{0};
