@@ -37,6 +37,14 @@ std::optional<int> parseCommandLine(int argc, char** argv, Options& options) {
                            const char* help) {
         app.add_option(flag, value, help)->check(CLI::PositiveNumber)->envname(variable);
     };
+    const auto time = [&](const char* flag, const char* variable, std::chrono::seconds& value,
+                          const char* help) {
+        app.add_option_function<std::uint32_t>(
+               flag, [&value](std::uint32_t seconds) { value = std::chrono::seconds(seconds); },
+               help)
+            ->check(CLI::PositiveNumber)
+            ->envname(variable);
+    };
     limit("--max-body", "KVXD_MAX_BODY", server.bodySize, "Bytes of content of one request");
     limit("--max-connections", "KVXD_MAX_CONNECTIONS", server.connections, "Open connections");
     limit("--max-connections-of-address", "KVXD_MAX_CONNECTIONS_OF_ADDRESS",
@@ -46,6 +54,20 @@ std::optional<int> parseCommandLine(int argc, char** argv, Options& options) {
           "Calls of one user at once");
     limit("--max-handles", "KVXD_MAX_HANDLES", server.handlesOfSession,
           "Open handles of one session");
+    limit("--max-content", "KVXD_MAX_CONTENT", server.contentInHand, "Bytes of content in hand");
+    limit("--max-content-of-user", "KVXD_MAX_CONTENT_OF_USER", server.contentOfUser,
+          "Bytes of content in hand of one user");
+    limit("--max-head", "KVXD_MAX_HEAD", server.headerSize, "Bytes of a request's head");
+    limit("--max-json", "KVXD_MAX_JSON", server.jsonSize, "Bytes of a request's JSON");
+    app.add_option("--failed-logins", server.failedLogins,
+                   "Failed logins of one address in a minute before they are delayed")
+        ->envname("KVXD_FAILED_LOGINS");
+    time("--handle-idle", "KVXD_HANDLE_IDLE", server.handleIdle,
+         "Seconds after which an unused handle is aborted");
+    time("--head-time", "KVXD_HEAD_TIME", server.headTime, "Seconds for a request's head");
+    time("--progress-time", "KVXD_PROGRESS_TIME", server.progressTime,
+         "Seconds without progress within a request or an answer");
+    time("--idle-time", "KVXD_IDLE_TIME", server.idleTime, "Seconds between requests");
     app.set_version_flag("--version", "kvxd " + std::to_string(KVXCLIENT_VERSION_MAJOR) + "." +
                                           std::to_string(KVXCLIENT_VERSION_MINOR) + "." +
                                           std::to_string(KVXCLIENT_VERSION_PATCH));

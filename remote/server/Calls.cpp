@@ -11,8 +11,6 @@ namespace storage::kvxserver {
 namespace {
 
 constexpr std::chrono::minutes clientIdle{15};
-constexpr std::size_t heavyCalls = 4;
-constexpr std::size_t heavyCallsOfUser = 2;
 
 }  // namespace
 

@@ -24,6 +24,10 @@
 
 namespace storage::kvxserver {
 
+/// Large listings at once, of all and of one user.
+inline constexpr std::size_t heavyCalls = 4;
+inline constexpr std::size_t heavyCallsOfUser = 2;
+
 /// The calls under way, with the limits for their number.
 class Running {
 public:

@@ -75,7 +75,8 @@ public:
 private:
     std::string stampOfFiles() const {
         std::string stamp;
-        for (const std::string& file : {options_.certificateFile, options_.keyFile}) {
+        for (const std::string& file :
+             {options_.certificateFile, options_.keyFile, options_.clientCaFile}) {
             struct stat status {};
             if (::stat(file.c_str(), &status) == 0) {
                 stamp += std::to_string(status.st_ino) + "." +

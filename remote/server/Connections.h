@@ -28,15 +28,15 @@ public:
     bool enter(const std::string& address) {
         const std::lock_guard<std::mutex> lock(mutex_);
         std::size_t& same = ofAddress_[address];
-        if (draining_ || open_ >= options_.connections ||
+        if (draining_ || counts_.open >= options_.connections ||
             (address != "unix" && same >= options_.connectionsOfAddress)) {
-            ++refused_;
+            ++counts_.refused;
             if (same == 0) {
                 ofAddress_.erase(address);
             }
             return false;
         }
-        ++open_;
+        ++counts_.open;
         ++same;
         return true;
     }
@@ -52,9 +52,19 @@ public:
         if (--ofAddress_[address] == 0) {
             ofAddress_.erase(address);
         }
-        if (--open_ == 0) {
+        if (--counts_.open == 0) {
             emptied_.notify_all();
         }
+    }
+
+    void timedOut() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        ++counts_.timedOut;
+    }
+
+    void headRefused() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        ++counts_.headsRefused;
     }
 
     void drain() {
@@ -75,12 +85,12 @@ public:
 
     bool waitUntilEmpty(std::chrono::milliseconds atMost) {
         std::unique_lock<std::mutex> lock(mutex_);
-        return emptied_.wait_for(lock, atMost, [this] { return open_ == 0; });
+        return emptied_.wait_for(lock, atMost, [this] { return counts_.open == 0; });
     }
 
     ConnectionCounts counts() {
         const std::lock_guard<std::mutex> lock(mutex_);
-        return {open_, refused_};
+        return counts_;
     }
 
     bool draining() const { return draining_; }
@@ -92,8 +102,7 @@ private:
     std::condition_variable emptied_;
     std::map<Closable*, std::weak_ptr<Closable>> all_;
     std::map<std::string, std::size_t> ofAddress_;
-    std::size_t open_ = 0;
-    std::uint64_t refused_ = 0;
+    ConnectionCounts counts_;
     std::atomic<bool> draining_{false};
 };
 

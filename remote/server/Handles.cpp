@@ -147,11 +147,17 @@ std::vector<Handles::Unused> Handles::takeUnused(std::chrono::milliseconds idle)
                 unused.push_back({key, handle.resource, handle.client});
             }
         }
+        aborted_ += unused.size();
     }
     for (const Unused& handle : unused) {
         closed(handle.key);
     }
     return unused;
+}
+
+std::uint64_t Handles::aborted() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return aborted_;
 }
 
 std::size_t Handles::count() const {

@@ -62,6 +62,8 @@ public:
     /// Takes out the handles that were not used for so long.
     std::vector<Unused> takeUnused(std::chrono::milliseconds idle);
     std::size_t count() const;
+    /// How many takeUnused() took out so far.
+    std::uint64_t aborted() const;
 
 private:
     struct Turns {
@@ -83,6 +85,7 @@ private:
     mutable std::mutex mutex_;
     std::map<Key, Handle> handles_;
     std::map<std::string, std::size_t> ofSession_;
+    std::uint64_t aborted_ = 0;
 };
 
 }  // namespace storage::kvxserver

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <map>
 #include <mutex>
 #include <string>
@@ -30,14 +31,21 @@ public:
     }
 
     /// Nothing for the first ones within a minute, then a second more each time, up to 30.
-    std::chrono::milliseconds delay(const std::string& address) const {
+    std::chrono::milliseconds delay(const std::string& address) {
         const std::lock_guard<std::mutex> lock(mutex_);
         const auto found = failures_.find(address);
         if (found == failures_.end() || found->second.count < allowed_ ||
             Clock::now() - found->second.last > std::chrono::minutes(1)) {
             return {};
         }
+        ++delayed_;
         return std::chrono::seconds(std::min(30U, found->second.count - allowed_ + 1));
+    }
+
+    /// How many logins had to wait so far.
+    std::uint64_t delayed() const {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return delayed_;
     }
 
 private:
@@ -49,6 +57,7 @@ private:
     const unsigned allowed_;
     mutable std::mutex mutex_;
     std::map<std::string, Failures> failures_;
+    std::uint64_t delayed_ = 0;
 };
 
 }  // namespace storage::kvxserver

@@ -130,7 +130,7 @@ private:
             lowest().expires_after(options().headTime);
             stream_.async_handshake(net::ssl::stream_base::server,
                                     [self = this->shared_from_this()](error_code error) {
-                                        error ? self->close() : self->awaitRequest();
+                                        error ? self->closeFor(error) : self->awaitRequest();
                                     });
         } else {
             awaitRequest();
@@ -153,7 +153,7 @@ private:
                                 [self = this->shared_from_this()](error_code error, std::size_t n) {
                                     self->idle_ = false;
                                     if (error) {
-                                        return self->close();
+                                        return self->closeFor(error);
                                     }
                                     self->buffer_.commit(n);
                                     self->readHead();
@@ -173,7 +173,7 @@ private:
                                     } else if (isMalformed(error)) {
                                         self->refuse(400);
                                     } else if (error) {
-                                        self->close();
+                                        self->closeFor(error);
                                     } else {
                                         self->takeHead();
                                     }
@@ -182,6 +182,7 @@ private:
 
     /// Answers what is no request, and closes.
     void refuse(unsigned status) {
+        place_->connections->headRefused();
         unread_ = 1;
         keepAlive_ = false;
         isHead_ = false;
@@ -230,15 +231,20 @@ private:
             return net::async_write(
                 stream_, net::buffer(text.data(), text.size()),
                 [self = this->shared_from_this(), into, size](error_code error, std::size_t) {
-                    error ? self->finishRead(false) : self->readMore(into, size);
+                    error ? self->failRead(error) : self->readMore(into, size);
                 });
         }
         stream_.async_read_some(
             net::buffer(into, std::min(size, blockSize)),
             [self = this->shared_from_this(), into, size](error_code error, std::size_t n) {
                 self->unread_ -= n;
-                error ? self->finishRead(false) : self->readMore(into + n, size - n);
+                error ? self->failRead(error) : self->readMore(into + n, size - n);
             });
+    }
+
+    void failRead(error_code error) {
+        noteTime(error);
+        finishRead(false);
     }
 
     void finishRead(bool complete) {
@@ -343,6 +349,7 @@ private:
             [self = this->shared_from_this(), last](error_code error, std::size_t) {
                 self->out_.clear();
                 self->tail_.clear();
+                self->noteTime(error);
                 if (error || last) {
                     self->finishAnswer(!error && !std::exchange(self->failed_, false));
                 } else {
@@ -391,6 +398,17 @@ private:
                                  [self = this->shared_from_this()](error_code error, std::size_t) {
                                      error ? self->close() : self->discard();
                                  });
+    }
+
+    void noteTime(error_code error) const {
+        if (error == beast::error::timeout) {
+            place_->connections->timedOut();
+        }
+    }
+
+    void closeFor(error_code error) {
+        noteTime(error);
+        close();
     }
 
     void close() {
@@ -452,14 +470,16 @@ public:
 
     std::uint16_t listenTcp(const Address& address, std::shared_ptr<Service> service,
                             std::shared_ptr<Connections> connections, bool encrypted) {
-        auto acceptor = std::make_shared<Tcp::acceptor>(context_);
+        auto acceptor = std::make_shared<Tcp::acceptor>(Strand(context_.get_executor()));
         const Tcp::endpoint endpoint(net::ip::make_address(address.host), address.port);
         acceptor->open(endpoint.protocol());
         acceptor->set_option(net::socket_base::reuse_address(true));
         listenAt(*acceptor, endpoint, address.text);
         stops_.push_back([acceptor] {
-            error_code ignored;
-            acceptor->close(ignored);
+            net::post(acceptor->get_executor(), [acceptor] {
+                error_code ignored;
+                acceptor->close(ignored);
+            });
         });
         accept(acceptor, std::move(service), std::move(connections), encrypted);
         return acceptor->local_endpoint().port();
@@ -470,13 +490,15 @@ public:
             throw std::invalid_argument("the path of the socket is too long: " + address.path);
         }
         removeDeadSocket(address.path);
-        auto acceptor = std::make_shared<Local::acceptor>(context_);
+        auto acceptor = std::make_shared<Local::acceptor>(Strand(context_.get_executor()));
         acceptor->open();
         listenAt(*acceptor, Local::endpoint(address.path), address.text);
         socketPath_ = address.path;
         stops_.push_back([acceptor] {
-            error_code ignored;
-            acceptor->close(ignored);
+            net::post(acceptor->get_executor(), [acceptor] {
+                error_code ignored;
+                acceptor->close(ignored);
+            });
         });
         accept(acceptor, std::move(service), connections_, false);
     }
@@ -500,11 +522,9 @@ public:
     }
 
     void drain() {
-        net::post(context_, [this] {
-            for (const auto& stop : stops_) {
-                stop();
-            }
-        });
+        for (const auto& stop : stops_) {
+            stop();
+        }
         connections_->drain();
     }
 
@@ -558,8 +578,10 @@ private:
                     return;
                 }
                 if (error) {  // No more descriptors, most likely: some time will free them.
-                    return later(std::chrono::milliseconds(100),
-                                 [=, this] { accept(acceptor, service, connections, encrypted); });
+                    return later(std::chrono::milliseconds(100), [=, this] {
+                        net::post(acceptor->get_executor(),
+                                  [=, this] { accept(acceptor, service, connections, encrypted); });
+                    });
                 }
                 begin(std::move(socket), service, connections, encrypted);
                 accept(acceptor, service, connections, encrypted);

@@ -14,10 +14,15 @@
 
 namespace storage::kvxserver {
 
-/// How many connections there are.
+/// How many connections there are, and how many a limit has ended.
 struct ConnectionCounts {
     std::size_t open = 0;
+    /// By the limits for their number.
     std::uint64_t refused = 0;
+    /// By a time that was over.
+    std::uint64_t timedOut = 0;
+    /// Answered without a call: heads that were too long or no HTTP.
+    std::uint64_t headsRefused = 0;
 };
 
 /// Accepts connections and gives their requests to services, on threads of its own.

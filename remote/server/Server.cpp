@@ -36,6 +36,8 @@ private:
     const std::shared_ptr<Shared> shared_;
 };
 
+std::size_t secondsOf(std::chrono::seconds time) { return static_cast<std::size_t>(time.count()); }
+
 void checkOptions(const ServerOptions& options) {
     const auto demand = [](bool holds, const std::string& sentence) {
         if (!holds) {
@@ -123,6 +125,18 @@ private:
         number(
             "connections_refused_total", "Connections refused by a limit",
             [this] { return network_.counts().refused; }, true);
+        number(
+            "connections_timed_out_total", "Connections closed by a limit of time",
+            [this] { return network_.counts().timedOut; }, true);
+        number(
+            "heads_refused_total", "Requests whose head was too long or malformed",
+            [this] { return network_.counts().headsRefused; }, true);
+        number(
+            "logins_delayed_total", "Logins delayed after failed ones",
+            [shared] { return shared->logins.delayed(); }, true);
+        number(
+            "handles_aborted_total", "File handles aborted because nobody used them",
+            [shared] { return shared->handles.aborted(); }, true);
         number("calls_running", "Calls under way", [shared] { return shared->running.count(); });
         number("backend_calls", "Calls at the transport behind",
                [shared] { return shared->entry.inside(); });
@@ -151,6 +165,15 @@ private:
         limit("json_bytes", "a JSON body", options_.jsonSize);
         limit("body_bytes", "content of one request", options_.bodySize);
         limit("sessions", "sessions with a client", Sessions::mostClients);
+        limit("heavy_calls", "large listings under way", heavyCalls);
+        limit("heavy_calls_user", "large listings of one user", heavyCallsOfUser);
+        limit("failed_logins_address", "failed logins of one address in a minute",
+              options_.failedLogins);
+        limit("head_seconds", "time for a request's head", secondsOf(options_.headTime));
+        limit("progress_seconds", "time without progress", secondsOf(options_.progressTime));
+        limit("idle_seconds", "time between requests", secondsOf(options_.idleTime));
+        limit("handle_idle_seconds", "time without use of a handle",
+              secondsOf(options_.handleIdle));
     }
 
     std::mutex stopping_;

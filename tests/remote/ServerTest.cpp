@@ -117,6 +117,13 @@ protected:
 
     RawAnswer ask(const std::string& text) { return RawConnection(server->port()).ask(text); }
 
+    /// Whether the metrics have the line.
+    bool counts(const std::string& line) const {
+        const std::string text =
+            RawConnection(server->metricsPort()).ask(request("GET /metrics")).body;
+        return text.find('\n' + line + '\n') != std::string::npos;
+    }
+
     /// The header of a new session.
     std::string logIn(const std::string& with) {
         const std::string body =
@@ -148,6 +155,7 @@ TEST_F(ServerTest, refusesWhatBreaksALimitWithItsStatus) {
     options.jsonSize = 500;
     options.headerSize = 4096;
     options.handlesOfSession = 1;
+    options.metrics = "127.0.0.1:0";
     start(options);
     const std::string session = logIn(token);
     const struct {
@@ -179,12 +187,14 @@ TEST_F(ServerTest, refusesWhatBreaksALimitWithItsStatus) {
         EXPECT_EQ(answer.status, example.status) << example.text.substr(0, 60);
         EXPECT_TRUE(answer.has(example.header)) << example.text.substr(0, 60) << answer.head;
     }
+    EXPECT_TRUE(counts("kvxd_heads_refused_total 2"));
 }
 
 TEST_F(ServerTest, closesConnectionsThatAreSlowStalledIdleOrTooMany) {
     kvxserver::ServerOptions options = serverOptions();
     options.headTime = options.progressTime = options.idleTime = std::chrono::seconds(1);
     options.connectionsOfAddress = 3;
+    options.metrics = "127.0.0.1:0";
     start(options);
     const std::string session = logIn(token);
     RawConnection slow(server->port());
@@ -195,6 +205,8 @@ TEST_F(ServerTest, closesConnectionsThatAreSlowStalledIdleOrTooMany) {
     EXPECT_EQ(idle.ask(request("GET /v1/ping")).status, 200);
     EXPECT_EQ(ask(request("GET /v1/ping")).status, 0);
     EXPECT_TRUE(slow.closes() && stalled.closes() && idle.closes());
+    EXPECT_TRUE(counts("kvxd_connections_timed_out_total 3"));
+    EXPECT_TRUE(counts("kvxd_connections_refused_total 1"));
     EXPECT_EQ(ask(request("GET /v1/files/-/cut", session)).status, 404);
 }
 

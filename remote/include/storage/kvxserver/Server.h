@@ -26,7 +26,8 @@ struct ServerOptions {
     std::string certificateFile;
     /// See certificateFile.
     std::string keyFile;
-    /// Admits only clients with a certificate of these authorities, a PEM file. Empty: all.
+    /// Admits only clients with a certificate of these authorities, a PEM file, read again when it
+    /// changes. Empty: all.
     std::string clientCaFile;
     /// Serves without TLS. REQUIRES: a loopback address or a socket in the file system.
     bool plain = false;
