@@ -35,14 +35,16 @@ std::optional<int> parseCommandLine(int argc, char** argv, Options& options) {
         ->envname("KVXD_DRAIN");
     const auto limit = [&](const char* flag, const char* variable, std::size_t& value,
                            const char* help) {
-        app.add_option(flag, value, help)->check(CLI::PositiveNumber)->envname(variable);
+        app.add_option(flag, value, help)
+            ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 40U))
+            ->envname(variable);
     };
     const auto time = [&](const char* flag, const char* variable, std::chrono::seconds& value,
                           const char* help) {
         app.add_option_function<std::uint32_t>(
                flag, [&value](std::uint32_t seconds) { value = std::chrono::seconds(seconds); },
                help)
-            ->check(CLI::PositiveNumber)
+            ->check(CLI::Range(1U, 31'536'000U))
             ->envname(variable);
     };
     limit("--max-body", "KVXD_MAX_BODY", server.bodySize, "Bytes of content of one request");

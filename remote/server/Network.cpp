@@ -162,7 +162,8 @@ private:
 
     void readHead() {
         parser_.emplace();
-        parser_->header_limit(static_cast<std::uint32_t>(options().headerSize));
+        parser_->header_limit(
+            static_cast<std::uint32_t>(std::min<std::size_t>(options().headerSize, UINT32_MAX)));
         // The parser reads no body; "none" would compare as less than any length.
         parser_->body_limit(UINT64_MAX);
         lowest().expires_after(options().headTime);

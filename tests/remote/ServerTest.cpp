@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <future>
 #include <map>
@@ -225,13 +226,35 @@ TEST_F(ServerTest, givesACallTheRightsOfItsSessionAndLogsNoSecret) {
     const std::string handle = opened.substr(at, opened.find('"', at) - at);
     EXPECT_EQ(ask(request("GET /v1/handles/" + handle + "?length=6", mine)).body, "secret");
     EXPECT_GE(ask(request("GET /v1/handles/" + handle + "?length=6", theirs)).status, 401);
+    const std::string pinned =
+        ask(request("POST /v1/createFileDownload", mine, R"({"resource":{"path":"/mine"}})")).body;
+    const std::size_t from = pinned.find("\"location\":\"") + 12;
+    const std::string location = pinned.substr(from, pinned.find('"', from) - from);
+    EXPECT_TRUE(ask(request("GET /v1/downloads/" + location, mine)).has("200 OK"));
+    EXPECT_EQ(ask(request("GET /v1/downloads/x" + location, mine)).status, 404);
     EXPECT_EQ(ask(request("DELETE /v1/session", mine)).status, 200);
     EXPECT_EQ(ask(request("GET /v1/files/-/mine", mine)).status, 401);
     server.reset();
     EXPECT_NE(log.find("createFile"), std::string::npos);
-    for (const std::string& secret : {token, mine.substr(22, 20), handle}) {
+    for (const std::string& secret : {token, mine.substr(22, 20), handle, location}) {
         EXPECT_EQ(log.find(secret), std::string::npos);
     }
+}
+
+TEST_F(ServerTest, refusesASessionThatIsOverThoughItKnowsItsClient) {
+    std::atomic<std::chrono::hours> later{std::chrono::hours(0)};
+    const auto other = kvxstore::Store::open(
+        "sqlite::memory:",
+        {.clock = [&] { return std::chrono::system_clock::now() + later.load(); }});
+    server =
+        std::make_unique<kvxserver::Server>(serverOptions(), [&] { return other->createClient(); });
+    const std::string session = logIn(other->createUser({.name = u"main"}));
+    EXPECT_EQ(ask(request("GET /v1/folders/-/", session)).status, 200);
+    later = std::chrono::hours(2);
+    const RawAnswer answer = ask(request("GET /v1/folders/-/", session));
+    EXPECT_EQ(answer.status, 401);
+    EXPECT_TRUE(answer.has("KVX-Error: 11\r\n")) << answer.head;
+    server.reset();
 }
 
 TEST_F(ServerTest, carriesARepeatedCallOutOnce) {
@@ -293,6 +316,28 @@ TEST_F(ServerTest, makesCallsOnAHandleInTheirOrder) {
     EXPECT_EQ(second.read().status, 200);
     EXPECT_EQ(commit.read().status, 200);
     EXPECT_EQ(ask(request("GET /v1/files/-/f", session)).body, "BBAA");
+}
+
+/// What ThreadSanitizer sees best.
+TEST_F(ServerTest, stopsWhileConnectionsCome) {
+    for (int round = 0; round < 20; ++round) {
+        start();
+        std::atomic<bool> ends{false};
+        std::thread visitor([&, port = server->port()] {
+            while (!ends) {
+                try {
+                    RawConnection(port).write("GET");
+                } catch (const std::runtime_error&) {
+                    // It has stopped.
+                }
+            }
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        server->stop();
+        EXPECT_THROW(RawConnection(server->port()), std::runtime_error);
+        ends = true;
+        visitor.join();
+    }
 }
 
 TEST_F(ServerTest, takesOptionsThatProtectOnly) {

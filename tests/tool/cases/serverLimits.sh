@@ -40,5 +40,5 @@ common=("$work/limits.db" --listen 127.0.0.1:0 --plain --metrics 127.0.0.1:0)
 shows serve "${common[@]}" "${flags[@]}"
 export "${variables[@]}"
 shows serve "${common[@]}"
-expect 2 'kvxd: --head-time: Number less or equal to 0' \
+expect 2 'kvxd: --head-time: Value 0 not in range 1 to 31536000' \
     "$(dirname "$program")/kvxd" --store sqlite::memory: --head-time 0
