@@ -90,8 +90,7 @@ void Link::submit(std::unique_ptr<Call> call) {
     }
 }
 
-void Link::cancelPendingCalls() {
-    group_->cancel();
+void Link::giveUpCancelled() {
     {
         const std::lock_guard lock(mutex_);
         cancelling_ = true;

@@ -13,8 +13,8 @@ trap 'rm -rf "$work"' EXIT
 export PKG_CONFIG_PATH=$work/root/$libdir/pkgconfig
 export LD_LIBRARY_PATH=$work/root/$libdir
 
-cmake -G Ninja -S "$source/tests/package/consumer" -B "$work/build" -DFROM="$from" -DWITH_STORE="${WITH_STORE:-OFF}" \
-    -DCMAKE_PREFIX_PATH="$work/root" -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF -DCMAKE_UNITY_BUILD=ON >"$work/log" ||
+cmake -G Ninja -S "$source/tests/package/consumer" -B "$work/build" -DFROM="$from" \
+    -DCOMPONENTS="${COMPONENTS:-}" -DCMAKE_PREFIX_PATH="$work/root" -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF -DCMAKE_UNITY_BUILD=ON >"$work/log" ||
     { cat "$work/log"; exit 1; }
 cmake --build "$work/build" >"$work/log" || { cat "$work/log"; exit 1; }
 program=$(find "$work/build" -name consumer -type f)

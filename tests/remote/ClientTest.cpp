@@ -513,16 +513,18 @@ TEST(ClientOrderTest, HandlesThatWereLeftOpenAreForgotten) {
     using std::chrono_literals::operator""h;
     Orders orders;
     const auto begin = Orders::Clock::now();
+    const auto key = [](const char* handle) { return Orders::Key("session", handle); };
     for (const char* const handle : {"left", "used", "waiting"}) {
-        orders.open(handle, begin);
+        orders.open(key(handle), begin);
     }
-    const auto waiting = orders.next("waiting", begin);
-    EXPECT_FALSE(orders.leave(orders.next("used", begin + 2h), true));
-    orders.open("new", begin + 3h);
+    const auto waiting = orders.next(key("waiting"), begin);
+    EXPECT_FALSE(orders.leave(orders.next(key("used"), begin + 2h), true));
+    orders.open(key("new"), begin + 3h);
     EXPECT_EQ(orders.count(), 3U);
-    EXPECT_EQ(orders.next("left").number, 0U);
-    EXPECT_EQ(orders.next("used").number, 2U);
-    EXPECT_EQ(orders.next("waiting").number, 2U);
+    EXPECT_EQ(orders.next(key("left")).number, 0U);
+    EXPECT_EQ(orders.next(key("used")).number, 2U);
+    EXPECT_EQ(orders.next(key("waiting")).number, 2U);
+    EXPECT_EQ(orders.next({"another session", "used"}).number, 0U);
 }
 
 TEST(ClientContentTest, CallsOnAHandleForWritingAreNumbered) {

@@ -21,7 +21,8 @@ std::string contentOf(const std::vector<char>& bytes) { return {bytes.begin(), b
 class CutTest : public RemoteTest {
 protected:
     std::string get(const RemoteUser& user, const std::u16string& path) {
-        return contentOf(user.files->readFile(FileReadRequest(Resource(path, u""))).getResponseBody());
+        return contentOf(
+            user.files->readFile(FileReadRequest(Resource(path, u""))).getResponseBody());
     }
 
     std::size_t versionsOf(const RemoteUser& user, const std::u16string& path) {

@@ -1,7 +1,30 @@
 # What the cases share. A case runs in an empty folder with a home of its own, and fails with the
 # first command that fails.
 
-kvx() { "$program" "$@"; }
+# Through a server, "init" begins to serve the store that it makes, and administration goes to the
+# file.
+kvx() {
+    case $served:$1 in
+        yes:user | yes:bucket | yes:prune | yes:verify | yes:sweep)
+            KVX_STORE='' "$program" "$@" ;;
+        yes:init)
+            "$program" "$@"
+            serve "$store" --listen "unix:$work/socket"
+            export KVX_STORE=kvx+unix://$work/socket
+            head -n 1 "$HOME"/.local/state/kvx/login-* | "$program" login -q ;;
+        *) "$program" "$@" ;;
+    esac
+}
+
+# serve FILE FLAGS...: a server of the store in this file. Sets "port", and "server" to its process.
+serve() {
+    rm -f port-file
+    "$(dirname "$program")/kvxd" --store "sqlite://$1" --port-file port-file "${@:2}" 2>>log &
+    server=$!
+    for _ in {1..200}; do [[ -s port-file ]] && break; sleep 0.05; done
+    port=$(<port-file) || fail "no server: $(<log)"
+}
+
 fail() { echo "FAILED: $*" >&2; exit 1; }
 
 # expect CODE ERRORS COMMAND...: the exit code and the whole of standard error.

@@ -73,6 +73,14 @@ std::unique_ptr<kvxclient::KVXClient> connectTo(const StoreLocation& location) {
 #endif
 }
 
+void refuseServer(const StoreLocation& location) {
+    if (location.isRemote()) {
+        throw Failure(ExitCode::USAGE, location.text(),
+                      "a server's store is administered on its machine: run this there, with "
+                      "--store naming the store's file");
+    }
+}
+
 std::string createUser(const kvxstore::Store& store, const std::u16string& name) try {
     kvxstore::NewUser user;
     user.name = name;
@@ -84,11 +92,7 @@ std::string createUser(const kvxstore::Store& store, const std::u16string& name)
 }  // namespace
 
 std::shared_ptr<kvxstore::Store> openStore(const StoreLocation& location) {
-    if (location.isRemote()) {
-        throw Failure(ExitCode::USAGE, location.text(),
-                      "a server's store is administered on its machine: run this there, with "
-                      "--store naming the store's file");
-    }
+    refuseServer(location);
     return openAs(location, kvxstore::CreateMode::MUST_EXIST);
 }
 
@@ -97,6 +101,7 @@ std::unique_ptr<kvxclient::KVXClient> openClient(const StoreLocation& location) 
 }
 
 std::string createStore(const StoreLocation& location, const std::u16string& user) {
+    refuseServer(location);
     if (!location.file()) {
         throw Failure(ExitCode::USAGE, location.text(), "only a store in a file can be created");
     }

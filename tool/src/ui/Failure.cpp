@@ -1,6 +1,7 @@
 #include "ui/Failure.h"
 
 #include <new>
+#include <string_view>
 #include <system_error>
 
 #include "storage/kvxstore/StoreError.h"
@@ -131,14 +132,47 @@ StoreErrorCode causeOf(const std::exception& error) {
     return StoreErrorCode::OTHER;
 }
 
-/// The text of the exception nested in `error`, after a colon; empty without one.
+/// The text of the exception nested in `error`; empty without one.
 std::string nestedCause(const std::exception& error) {
     try {
         std::rethrow_if_nested(error);
     } catch (const std::exception& cause) {
-        return std::string(": ") + cause.what();
+        return cause.what();
     }
     return {};
+}
+
+struct Advice {
+    std::string_view cause;
+    const char* words;
+};
+
+/// What helps where a server cannot be reached.
+constexpr Advice advices[] = {
+    {"connection refused", "is the server running there?"},
+    {"there is no such socket", "is the server running?"},
+    {"name not resolved", "is the name of the host right?"},
+    {"certificate has expired", "the server needs a new one"},
+    {"certificate is for another host name", "name the host as the certificate does"},
+    {"certificate is not of a known authority",
+     "?ca=FILE behind the URL, or KVX_CA_FILE, names its certificate"},
+    {"the server wants a client certificate", "set KVX_CLIENT_CERT and KVX_CLIENT_KEY"},
+    {"the server does not speak TLS", "is it served as kvx+plain?"},
+};
+
+/// Why no server was reached, and what helps.
+std::string unreachable(const std::string& words, std::string_view cause) {
+    constexpr std::string_view NOT_SENT = "not sent: ";  // Nobody would expect otherwise.
+    if (cause.starts_with(NOT_SENT)) {
+        cause.remove_prefix(NOT_SENT.size());
+    }
+    std::string text = words + ": " + std::string(cause);
+    for (const Advice& advice : advices) {
+        if (cause.ends_with(advice.cause)) {
+            text += std::string(" (") + advice.words + ')';
+        }
+    }
+    return text;
 }
 
 }  // namespace
@@ -167,7 +201,13 @@ Failure Failure::of(const std::string& subject, const std::exception_ptr& error)
             return {ExitCode::NO_ROOM, subject, "the store's disk is full"};
         }
         const Meaning meaning = meaningOf(exception.getErrorCode());
-        return {meaning.code, subject, meaning.words + nestedCause(exception)};
+        const std::string reason = nestedCause(exception);
+        if (reason.empty()) {
+            return {meaning.code, subject, meaning.words};
+        }
+        return {meaning.code, subject,
+                meaning.code == ExitCode::UNREACHABLE ? unreachable(meaning.words, reason)
+                                                      : meaning.words + std::string(": ") + reason};
     } catch (const kvxstore::StoreError& exception) {
         const Meaning meaning = meaningOf(exception.code());
         return meaning.words == nullptr ? Failure(meaning.code, "", exception.what())
