@@ -51,11 +51,11 @@ bool isVisibleAscii(const std::string& text) {
 void Call::identify(const kvxtransport::Caller& caller, bool needsSession) {
     auto& headers = exchange.request.headers;
     if (needsSession) {
-        const std::string id = caller.sessionId();
-        if (!isVisibleAscii(id)) {  // No header may hold it, and none such is given out.
+        session_ = caller.sessionId();
+        if (!isVisibleAscii(session_)) {  // No header may hold it, and none such is given out.
             fail(kvxclient::KVXClientErrorCode::INVALID_SESSION_ID, {});
-        } else if (!id.empty()) {
-            headers.emplace_back(headers::authorization, "Bearer " + id);
+        } else if (!session_.empty()) {
+            headers.emplace_back(headers::authorization, "Bearer " + session_);
         }
     }
     const auto add = [&](std::string_view name, const std::string& text) {

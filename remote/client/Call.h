@@ -79,6 +79,8 @@ public:
     std::size_t unreachable = 0;
 
 protected:
+    /// The session of the caller when the call began, empty if it needs none.
+    const std::string& session() const { return session_; }
     /// The error that the handler gets, if any.
     std::exception_ptr takeError() {
         if (isCancelled()) {
@@ -89,6 +91,7 @@ protected:
 
 private:
     const Repeatable repeatable_;
+    std::string session_;
     unsigned attempts_ = 0;
     bool answered_ = false;
     std::optional<Clock::time_point> began_;

@@ -23,15 +23,22 @@ std::string valueOf(const char* name) {
 
 }  // namespace
 
-std::unique_ptr<kvxclient::KVXClient> connect(std::string_view url, RemoteOptions options) {
+std::function<std::unique_ptr<kvxclient::KVXClient>()> connector(std::string_view url,
+                                                                 RemoteOptions options) {
     Settings settings = parseSettings(url, std::move(options), valueOf);
     if (settings.encrypted) {
         requireReadable(settings.options.caFile);
         requireReadable(settings.options.certificateFile);
         requireReadable(settings.options.keyFile);
     }
-    return std::make_unique<kvxtransport::DispatchingClient<RemoteDispatcher>>(
-        std::string(url), RemoteDispatcher(Link::start(std::move(settings))));
+    return [endpoint = std::string(url), link = Link::start(std::move(settings))] {
+        return std::make_unique<kvxtransport::DispatchingClient<RemoteDispatcher>>(
+            endpoint, RemoteDispatcher(link));
+    };
+}
+
+std::unique_ptr<kvxclient::KVXClient> connect(std::string_view url, RemoteOptions options) {
+    return connector(url, std::move(options))();
 }
 
 }  // namespace storage::kvxremote

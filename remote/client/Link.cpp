@@ -90,8 +90,7 @@ void Link::submit(std::unique_ptr<Call> call) {
     }
 }
 
-void Link::cancelPendingCalls() {
-    group_->cancel();
+void Link::giveUpCancelled() {
     {
         const std::lock_guard lock(mutex_);
         cancelling_ = true;
@@ -370,7 +369,7 @@ void Link::conclude(std::unique_ptr<Call> call, const Verdict& verdict, bool rea
     }
     const bool elsewhere = !reached && verdict.code == Code::BAD_NETWORK && !verdict.cause.empty();
     if (elsewhere && ++call->unreachable < servers_.size()) {
-        waiting_.push_front(std::move(call));
+        waiting_.push_back(std::move(call));
         return;
     }
     call->unreachable = 0;

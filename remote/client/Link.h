@@ -21,8 +21,8 @@
 
 namespace storage::kvxremote {
 
-/// The connections of one client: a thread that speaks with the servers, and those that complete
-/// calls.
+/// The connections of one or several clients: a thread that speaks with the servers, and those that
+/// complete calls.
 class Link {
 public:
     /// The last reference to go ends the link: on a thread that completes calls, which cannot wait
@@ -32,15 +32,14 @@ public:
     /// Sends a call, or completes one that has failed already. Waits for room, but not on a thread
     /// that completes calls.
     void submit(std::unique_ptr<Call> call);
-    void cancelPendingCalls();
-    void waitForPendingCalls() { group_->wait(); }
+    /// Completes the calls that were cancelled, soon.
+    void giveUpCancelled();
 
     /// Whether the server takes so much content, as far as is known.
     bool takes(std::size_t content) const { return content <= mostContent_; }
     /// Goes on with downloads whose streams have room again. Called on any thread.
     void resume() { curl_multi_wakeup(multi_.get()); }
 
-    const std::shared_ptr<kvxtransport::PendingCalls>& group() const { return group_; }
     Orders& orders() { return orders_; }
     Completions& completions() { return completions_; }
 
@@ -96,8 +95,6 @@ private:
     void sleep();
 
     const Settings settings_;
-    const std::shared_ptr<kvxtransport::PendingCalls> group_ =
-        std::make_shared<kvxtransport::PendingCalls>();
     Orders orders_;
     std::atomic<std::size_t> mostContent_{std::numeric_limits<std::size_t>::max()};
     // Before the transfers, which leave them.

@@ -11,7 +11,7 @@ constexpr std::chrono::hours unusedTime(2);
 
 }  // namespace
 
-void Orders::open(const std::string& handle, Clock::time_point now) {
+void Orders::open(const Key& handle, Clock::time_point now) {
     const std::lock_guard lock(mutex_);
     for (auto lane = lanes_.begin(); lane != lanes_.end();) {
         const bool unused = lane->second->open.empty() && now - lane->second->used > unusedTime;
@@ -22,12 +22,12 @@ void Orders::open(const std::string& handle, Clock::time_point now) {
     lane->used = now;
 }
 
-void Orders::close(const std::string& handle) {
+void Orders::close(const Key& handle) {
     const std::lock_guard lock(mutex_);
     lanes_.erase(handle);
 }
 
-Orders::Place Orders::next(const std::string& handle, Clock::time_point now) {
+Orders::Place Orders::next(const Key& handle, Clock::time_point now) {
     const std::lock_guard lock(mutex_);
     const auto found = lanes_.find(handle);
     if (found == lanes_.end()) {

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <utility>
 
 namespace storage::kvxremote {
 
@@ -38,10 +39,13 @@ public:
         std::uint64_t number = 0;
     };
 
-    void open(const std::string& handle, Clock::time_point now = Clock::now());
-    void close(const std::string& handle);
+    /// A session and the id of a handle: another session's calls on it have no order.
+    using Key = std::pair<std::string, std::string>;
+
+    void open(const Key& handle, Clock::time_point now = Clock::now());
+    void close(const Key& handle);
     /// The place of the next call on the handle.
-    Place next(const std::string& handle, Clock::time_point now = Clock::now());
+    Place next(const Key& handle, Clock::time_point now = Clock::now());
     /// The call is over. `arrived` says whether the server certainly had it. Returns whether the
     /// handle broke.
     bool leave(const Place& place, bool arrived);
@@ -54,7 +58,7 @@ public:
 
 private:
     std::mutex mutex_;
-    std::map<std::string, std::shared_ptr<Lane>> lanes_;
+    std::map<Key, std::shared_ptr<Lane>> lanes_;
 };
 
 }  // namespace storage::kvxremote

@@ -49,7 +49,7 @@ public:
         if (handle.empty()) {
             return;
         }
-        place = orders_.next(handle);
+        place = orders_.next({session(), handle});
         if (!orders_.isBroken(place)) {
             if (place.lane) {
                 exchange.request.headers.emplace_back(headers::order, std::to_string(place.number));
@@ -107,9 +107,9 @@ private:
                 Wire<Operation>::decodeAnswer(exchange.headers, std::move(exchange.body));
             using namespace kvxtransport::operations;
             if constexpr (std::is_same_v<Operation, CreateReadWriteFileHandle>) {
-                orders_.open(response.getFileHandleId());
+                orders_.open({session(), response.getFileHandleId()});
             } else if constexpr (std::is_same_v<Operation, CloseFileHandle>) {
-                orders_.close(request_.getFileHandleId());
+                orders_.close({session(), request_.getFileHandleId()});
             }
             return response;
         }

@@ -8,7 +8,7 @@
 
 namespace storage::kvxremote {
 
-/// The servers as a transport.
+/// The servers as the transport of one client, over a link that others may share.
 class RemoteDispatcher {
 public:
     explicit RemoteDispatcher(std::shared_ptr<Link> link) : link_(std::move(link)) {}
@@ -18,7 +18,7 @@ public:
               typename Operation::Handler handler) const {
         // The handler may hold the last of the client, and run before the call has returned.
         const std::shared_ptr<Link> alive = link_;
-        auto call = std::make_unique<RemoteCall<Operation>>(alive->group(), alive->orders(),
+        auto call = std::make_unique<RemoteCall<Operation>>(group_, alive->orders(),
                                                             std::move(request), std::move(handler));
         try {
             prepare(*alive, *call, caller);
@@ -28,8 +28,11 @@ public:
         alive->submit(std::move(call));
     }
 
-    void cancelPendingCalls() const { link_->cancelPendingCalls(); }
-    void waitForPendingCalls() const { link_->waitForPendingCalls(); }
+    void cancelPendingCalls() const {
+        group_->cancel();
+        link_->giveUpCancelled();
+    }
+    void waitForPendingCalls() const { group_->wait(); }
 
 private:
     template <class Operation>
@@ -54,6 +57,8 @@ private:
     }
 
     std::shared_ptr<Link> link_;
+    std::shared_ptr<kvxtransport::PendingCalls> group_ =
+        std::make_shared<kvxtransport::PendingCalls>();
 };
 
 }  // namespace storage::kvxremote

@@ -40,13 +40,18 @@ void notifySystem(const char* state) {
     ::close(socket);
 }
 
-Factory openStore(const std::string& url) {
+/// A store refuses what is too large for an answer before it reads it; behind another server that
+/// one does.
+Factory openStore(const std::string& url, std::size_t mostContent) {
     if (url.rfind("kvx:", 0) == 0 || url.rfind("kvx+", 0) == 0) {
-        kvxremote::connect(url);  // Says now what is wrong with it.
-        return [url] { return kvxremote::connect(url); };
+        return kvxremote::connector(url);
     }
     try {
-        return [store = kvxstore::Store::open(url)] { return store->createClient(); };
+        kvxstore::StoreOptions options;
+        options.readLimit = mostContent;
+        return [store = kvxstore::Store::open(url, std::move(options))] {
+            return store->createClient();
+        };
     } catch (const kvxstore::StoreError& error) {
         if (error.code() == kvxstore::StoreErrorCode::ILLEGAL_URL) {
             throw std::invalid_argument(error.what());
@@ -99,7 +104,7 @@ void serve(const Options& options) {
     kvxclient::BufferSize::MAX_READ_BUFFER_SIZE = 64UL << 10U;
 
     Log log(options.log);
-    kvxserver::Server server(options.server, openStore(options.store),
+    kvxserver::Server server(options.server, openStore(options.store, options.server.bodySize),
                              [&log](const kvxserver::CallRecord& call) { log.tell(call); });
     log.tell("ready", server.port(), server.metricsPort());
     if (!options.portFile.empty()) {

@@ -27,6 +27,14 @@ void Budget::take(const std::string& user, std::size_t amount, Taken taken) {
     serve();
 }
 
+void Budget::open() {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        isOpen_ = true;
+    }
+    serve();
+}
+
 std::size_t Budget::inUse() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return inUse_;
@@ -55,12 +63,12 @@ void Budget::serve() {
         const std::lock_guard<std::mutex> lock(mutex_);
         std::set<std::string> late;
         for (auto next = waiting_.begin(); next != waiting_.end();) {
-            if (late.contains(next->user) || !fits(next->user, next->amount)) {
+            if (!isOpen_ && (late.contains(next->user) || !fits(next->user, next->amount))) {
                 late.insert(next->user);
                 ++next;
                 continue;
             }
-            if (inUse_ > 0 && inUse_ + next->amount > total_) {
+            if (!isOpen_ && inUse_ > 0 && inUse_ + next->amount > total_) {
                 break;
             }
             if (next->amount > 0) {

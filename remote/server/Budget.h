@@ -49,6 +49,8 @@ public:
 
     /// Calls `taken` when there is room: at once, or on the thread that gives room back.
     void take(const std::string& user, std::size_t amount, Taken taken);
+    /// Gives room to all that wait and to all that come, whatever is in use.
+    void open();
     std::size_t inUse() const;
 
 private:
@@ -65,6 +67,7 @@ private:
     const std::size_t total_;
     const std::size_t ofUser_;
     mutable std::mutex mutex_;
+    bool isOpen_ = false;
     std::size_t inUse_ = 0;
     std::map<std::string, std::size_t> inUseBy_;
     std::list<Waiting> waiting_;

@@ -117,11 +117,11 @@ void Call::begin() {
         return finish(std::move(answer));
     }
     try {
-        if (!route() || !checkSizes()) {
+        if (!route()) {
             return;
         }
         readIdentity();
-        if (!enter()) {
+        if (!checkSizes() || !enter()) {
             return;
         }
     } catch (const kvxremote::WireError&) {
@@ -263,6 +263,9 @@ void Call::takeRoom() {
 }
 
 void Call::readBody() {
+    if (shared_->ending) {
+        return fail(Code::BAD_NETWORK);
+    }
     if (bodySize_ == 0) {
         return decode();
     }
@@ -472,6 +475,7 @@ void Call::note(const Result& result) {
 
 void Call::fail(Code code) {
     code_ = static_cast<std::int32_t>(code);
+    passTurns();
     Answer answer;
     answer.status = kvxremote::statusOf(code);
     answer.headers = {jsonHeader, {std::string(names::error), std::to_string(*code_)}};
@@ -490,10 +494,27 @@ void Call::refuse(unsigned status, const char* word, bool inDoubt) {
         answer.headers.emplace_back(names::inDoubt, "1");
     }
     answer.text = R"({"error":")" + std::string(word) + R"("})";
-    if (attempt_ > 0 && status != 400) {
+    if (status == 400) {
+        passTurns();
+    } else if (attempt_ > 0) {
         shared_->outcomes.forget(arrival_, std::exchange(attempt_, 0));
     }
     finish(std::move(answer));
+}
+
+void Call::passTurns() {
+    if (!isOrdered()) {
+        return;
+    }
+    for (const auto stage : {Handles::ROOM, Handles::CALL}) {
+        shared_->handles.await(
+            handleKey(), stage, order_,
+            [shared = shared_, key = handleKey(), stage, order = order_](bool passes) {
+                if (passes) {
+                    shared->handles.done(key, stage, order);
+                }
+            });
+    }
 }
 
 void Call::finish(Answer answer) {

@@ -48,6 +48,8 @@ private:
     void fail(Code code);
     /// An answer that is the server's own, without a code of the interface.
     void refuse(unsigned status, const char* word, bool inDoubt = false);
+    /// Takes the turns of a call that ends for good, so that those after it need not wait.
+    void passTurns();
     /// Keeps the outcome for repeats, and sends the answer.
     void finish(Answer answer);
     void send(Answer answer);

@@ -88,6 +88,8 @@ void Calls::end() {
     shared_->ending = true;
     shared_->sessions.cancel();
     abortHandles(std::chrono::milliseconds(-1));
+    shared_->content->open();
+    shared_->heavy->open();
     shared_->entry.waitUntilEmpty(std::chrono::seconds(5));
     shared_->sessions.close();
     shared_->entry.stop();

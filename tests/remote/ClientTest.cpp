@@ -468,8 +468,9 @@ public:
 
 const Reaction opened = answer(200, {}, R"({"fileHandleId":"h1"})");
 
-TEST(ClientOrderTest, CallsThatWaitForAnEarlierOneLeaveItAConnection) {
-    const ScriptedServer server({opened, answer(503, "Retry-After: 1\r\n"), hold(), hold()});
+TEST(ClientOrderTest, CallsThatWaitForAnEarlierOneLeaveItAConnectionAndFailWithIt) {
+    const ScriptedServer server(
+        {opened, answer(503, "Retry-After: 1\r\n"), hold(), hold(), answer(403)});
     const auto client = connect(server.url() + "?connections=3");
     const Writer writer(*client);
     auto first = writer.write();
@@ -478,68 +479,52 @@ TEST(ClientOrderTest, CallsThatWaitForAnEarlierOneLeaveItAConnection) {
     for (int i = 0; i < 5; ++i) {
         later.push_back(writer.write());
     }
-    ASSERT_EQ(first.wait_for(10s), std::future_status::ready);
-    EXPECT_EQ(first.get(), "OK");
+    EXPECT_EQ(first.get(), "UNAUTHORIZED: refused on the way to the server");
+    ASSERT_EQ(later.back().wait_for(10s), std::future_status::ready);
+    for (std::size_t i = 0; i < later.size(); ++i) {
+        EXPECT_EQ(later[i].get(), std::string("BAD_NETWORK: ") +
+                                      (i < 2 ? "outcome unknown" : "not sent") +
+                                      ": an earlier call on the handle was lost");
+    }
     EXPECT_EQ(server.seen().at(4).header("KVX-Order"), "1");
 }
 
-TEST(ClientOrderTest, ALostCallFailsThoseBehindItAtOnce) {
-    const ScriptedServer server({opened, hold()});
+TEST(ClientOrderTest, ALostCallBreaksItsHandleAndARefusedOneDoesNot) {
+    const ScriptedServer server({opened, answer(409, "KVX-Error: 5\r\n"), hold()});
     const auto client = connect(server.url() + "?connections=1");
     const Writer writer(*client);
-    std::vector<std::future<std::string>> cancelled;
-    for (int i = 0; i < 2; ++i) {
-        cancelled.push_back(writer.write());
-    }
-    server.waitFor(2);
+    EXPECT_EQ(writer.write().get(), "CONFLICT");
+    auto sent = writer.write();
+    auto waiting = writer.write();
+    server.waitFor(3);
     client->cancelPendingCalls();
-    EXPECT_EQ(cancelled[0].get(), "BAD_NETWORK: outcome unknown: cancelled");
-    EXPECT_EQ(cancelled[1].get(), "BAD_NETWORK: not sent: cancelled");
-    EXPECT_EQ(writer.write().get(),
-              "BAD_NETWORK: not sent: an earlier call on the handle was lost");
-    EXPECT_EQ(writer.close(FileHandleCloseOperation::COMMIT_CHANGES),
-              "BAD_NETWORK: not sent: an earlier call on the handle was lost");
+    EXPECT_EQ(sent.get(), "BAD_NETWORK: outcome unknown: cancelled");
+    EXPECT_EQ(waiting.get(), "BAD_NETWORK: not sent: cancelled");
+    const std::string lost = "BAD_NETWORK: not sent: an earlier call on the handle was lost";
+    EXPECT_EQ(writer.write().get(), lost);
+    EXPECT_EQ(writer.close(FileHandleCloseOperation::COMMIT_CHANGES), lost);
     // Without a number the server does not keep it waiting.
     EXPECT_EQ(writer.close(FileHandleCloseOperation::ABORT_CHANGES), "OK");
-    EXPECT_EQ(server.seen().size(), 3U);
+    EXPECT_EQ(server.seen().size(), 4U);
     EXPECT_EQ(server.seen().back().header("KVX-Order"), "");
-}
-
-TEST(ClientOrderTest, ARefusedCallFailsThoseThatWereSentBehindIt) {
-    const ScriptedServer server({opened, answer(503, "Retry-After: 1\r\n"), hold(), answer(403),
-                                 answer(409, "KVX-Error: 5\r\n")});
-    const auto client = connect(server.url());
-    const Writer writer(*client);
-    auto refused = writer.write();
-    server.waitFor(2);
-    auto behind = writer.write();
-    EXPECT_EQ(refused.get(), "UNAUTHORIZED: refused on the way to the server");
-    ASSERT_EQ(behind.wait_for(10s), std::future_status::ready);
-    EXPECT_EQ(behind.get(), "BAD_NETWORK: outcome unknown: an earlier call on the handle was lost");
-}
-
-TEST(ClientOrderTest, TheServersRefusalBreaksNothing) {
-    const ScriptedServer server({opened, answer(409, "KVX-Error: 5\r\n")});
-    const auto client = connect(server.url());
-    const Writer writer(*client);
-    EXPECT_EQ(writer.write().get(), "CONFLICT");
-    EXPECT_EQ(writer.write().get(), "OK");
 }
 
 TEST(ClientOrderTest, HandlesThatWereLeftOpenAreForgotten) {
     using std::chrono_literals::operator""h;
     Orders orders;
     const auto begin = Orders::Clock::now();
+    const auto key = [](const char* handle) { return Orders::Key("session", handle); };
     for (const char* const handle : {"left", "used", "waiting"}) {
-        orders.open(handle, begin);
+        orders.open(key(handle), begin);
     }
-    const auto waiting = orders.next("waiting", begin);
-    EXPECT_TRUE(orders.leave(orders.next("used", begin + 2h), true) == false);
-    orders.open("new", begin + 3h);
+    const auto waiting = orders.next(key("waiting"), begin);
+    EXPECT_FALSE(orders.leave(orders.next(key("used"), begin + 2h), true));
+    orders.open(key("new"), begin + 3h);
     EXPECT_EQ(orders.count(), 3U);
-    EXPECT_EQ(orders.next("left").number, 0U);
-    EXPECT_EQ(orders.next("used").number, 2U);
-    EXPECT_EQ(orders.next("waiting").number, 2U);
+    EXPECT_EQ(orders.next(key("left")).number, 0U);
+    EXPECT_EQ(orders.next(key("used")).number, 2U);
+    EXPECT_EQ(orders.next(key("waiting")).number, 2U);
+    EXPECT_EQ(orders.next({"another session", "used"}).number, 0U);
 }
 
 TEST(ClientContentTest, CallsOnAHandleForWritingAreNumbered) {

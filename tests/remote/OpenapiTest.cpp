@@ -4,6 +4,7 @@
 #include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <set>
 
 #include "RemoteFixture.h"
@@ -129,12 +130,11 @@ protected:
         }
     }
 
-    /// Puts what was learnt in the place of $names.
+    /// Replaces @path@ and $name.
     std::string filled(std::string text) const {
+        text = std::regex_replace(text, std::regex("@([^@]*)@"), R"({"path":"$1","bucket":""})");
         for (const auto& [name, id] : ids) {
-            if (const auto at = text.find("\"$" + name + '"'); at != std::string::npos) {
-                text.replace(at + 1, name.size() + 1, id);
-            }
+            text = std::regex_replace(text, std::regex("\"\\$" + name + '"'), '"' + id + '"');
         }
         return text;
     }
@@ -153,58 +153,48 @@ struct Question {
     bool byFriend = false;
 };
 
-const char* const aboutFolder = R"({"resource":{"path":"/d","bucket":""}})";
-const char* const aboutFile = R"({"resource":{"path":"/d/f","bucket":""}})";
-
+// @path@ stands for a resource, $name for the value that an answer had by that name.
 const Question questions[] = {
     {"ping", "{}"},
-    {"createFolder", aboutFolder},
-    {"createFolder", R"({"resource":{"path":"/d/sub","bucket":""}})"},
-    {"createFile", aboutFile, "one"},
-    {"createFile", R"({"resource":{"path":"/d/f","bucket":""},"createNewVersion":true})", "two"},
-    {"listVersions", aboutFile},
-    {"restoreVersion", R"({"resource":{"path":"/d/f","bucket":""},"versionLabel":1})"},
-    {"createInvitation",
-     R"({"resource":{"path":"/d","bucket":""},"recipient":"friend","accessType":"READ_ONLY"})"},
+    {"createFolder", R"({"resource":@/d@})"},
+    {"createFolder", R"({"resource":@/d/sub@})"},
+    {"createFile", R"({"resource":@/d/f@})", "one"},
+    {"createFile", R"({"resource":@/d/f@,"createNewVersion":true})", "two"},
+    {"listVersions", R"({"resource":@/d/f@})"},
+    {"restoreVersion", R"({"resource":@/d/f@,"versionLabel":1})"},
+    {"createInvitation", R"({"resource":@/d@,"recipient":"friend"})"},
     {"readInvitation", R"({"invitationId":"$invitationId"})"},
     {"getInvitationDetails", R"({"invitationId":"$invitationId"})"},
     {"updateInvitation", R"({"invitationId":"$invitationId","status":"ACCEPTED"})", "", true},
     {"getFolderContentFromInvitation", R"({"invitationId":"$invitationId"})", "", true},
-    {"copyFolderFromInvitation",
-     R"({"invitationId":"$invitationId","targetResource":{"path":"/c","bucket":"friend"}})", "",
+    {"copyFolderFromInvitation", R"({"invitationId":"$invitationId","targetResource":@/c@})", "",
      true},
     {"listInvitations", R"({"status":"ACCEPTED"})"},
-    {"grantPermission",
-     R"({"resource":{"path":"/d","bucket":""},"subject":{"subjectName":"friend"}})"},
-    {"listPermissions", aboutFolder},
-    {"listFolder",
-     R"({"resource":{"path":"/d","bucket":""},"showShared":true,"includeInvitations":true})"},
-    {"listMultiFolder", R"({"resource":{"path":"/","bucket":""},"showShared":true})"},
-    {"readFileAttributes", R"({"resource":{"path":"/d/f","bucket":""},"sharingMetadata":true})"},
-    {"revokePermission",
-     R"({"resource":{"path":"/d","bucket":""},"permissionId":"$permissionId"})"},
-    {"deleteInvitation",
-     R"({"resource":{"path":"/d","bucket":""},"invitationId":"$invitationId"})"},
-    {"readFile", aboutFile},
-    {"createFileDownload", aboutFile},
+    {"grantPermission", R"({"resource":@/d@,"subject":{"subjectName":"friend"}})"},
+    {"listPermissions", R"({"resource":@/d@})"},
+    {"listFolder", R"({"resource":@/d@,"showShared":true,"includeInvitations":true})"},
+    {"listMultiFolder", R"({"resource":@/@,"showShared":true})"},
+    {"readFileAttributes", R"({"resource":@/d/f@,"sharingMetadata":true})"},
+    {"revokePermission", R"({"resource":@/d@,"permissionId":"$permissionId"})"},
+    {"deleteInvitation", R"({"resource":@/d@,"invitationId":"$invitationId"})"},
+    {"readFile", R"({"resource":@/d/f@})"},
+    {"createFileDownload", R"({"resource":@/d/f@})"},
     {"downloadFile", R"({"location":"$location"})"},
-    {"createReadOnlyFileHandle", aboutFile},
+    {"createReadOnlyFileHandle", R"({"resource":@/d/f@})"},
     {"readFileContent", R"({"fileHandleId":"$fileHandleId","length":3})"},
     {"closeFileHandle", R"({"fileHandleId":"$fileHandleId"})"},
-    {"createReadWriteFileHandle",
-     R"({"resource":{"path":"/d/f","bucket":""},"createMode":"UPDATE"})"},
+    {"createReadWriteFileHandle", R"({"resource":@/d/f@,"createMode":"UPDATE"})"},
     {"writeFileContent", R"({"fileHandleId":"$fileHandleId"})", "new"},
     {"closeFileHandle", R"({"fileHandleId":"$fileHandleId","operation":"COMMIT_CHANGES"})"},
-    {"setMetadata", R"({"resource":{"path":"/d/f","bucket":""},"clientLastModified":1})"},
-    {"copy", R"({"source":{"path":"/d/f","bucket":""},"target":{"path":"/d/g","bucket":""}})"},
-    {"move", R"({"source":{"path":"/d/g","bucket":""},"target":{"path":"/d/h","bucket":""}})"},
-    {"setResourcePolicy",
-     R"({"resource":{"path":"/d","bucket":""},"resourcePolicy":{"versionPolicy":"ENABLED"}})"},
-    {"getResourcePolicy", aboutFolder},
+    {"setMetadata", R"({"resource":@/d/f@,"clientLastModified":1})"},
+    {"copy", R"({"source":@/d/f@,"target":@/d/g@})"},
+    {"move", R"({"source":@/d/g@,"target":@/d/h@})"},
+    {"setResourcePolicy", R"({"resource":@/d@,"resourcePolicy":{"versionPolicy":"ENABLED"}})"},
+    {"getResourcePolicy", R"({"resource":@/d@})"},
     {"getStorageUsage", "{}"},
     {"listFileChanges", "{}"},
-    {"deleteFile", aboutFile},
-    {"deleteFolder", R"({"resource":{"path":"/d","bucket":""},"forceRecursive":true})"},
+    {"deleteFile", R"({"resource":@/d/f@})"},
+    {"deleteFolder", R"({"resource":@/d@,"forceRecursive":true})"},
     {"logout", "{}"},
 };
 
@@ -255,7 +245,7 @@ TEST_F(OpenapiTest, TheServerAnswersAsTheDocumentSays) {
     }
     EXPECT_EQ(asked, documented);
     EXPECT_EQ(seen, listed);
-    EXPECT_EQ(ask("readFile", sessions[1], aboutFile), 404);
+    EXPECT_EQ(ask("readFile", sessions[1], filled(R"({"resource":@/d/f@})")), 404);
     EXPECT_EQ(faultOf({{"$ref", "#/components/schemas/Error"}}, answer()), "");
 }
 

@@ -26,7 +26,7 @@ struct Way {
         Factory clients = [this] { return store->createClient(); };
         if (road == "relay") {
             inner = std::make_unique<kvxserver::Server>(plainOptions(), clients);
-            clients = [target = plainUrl(inner->port())] { return kvxremote::connect(target); };
+            clients = kvxremote::connector(plainUrl(inner->port()));
         }
         kvxserver::ServerOptions options = plainOptions();
         if (road == "unix") {

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -53,8 +54,21 @@ struct RemoteOptions {
 /// answer was lost; the exception nests a std::runtime_error with the cause. For calls that change
 /// something it begins with "not sent: " or "outcome unknown: ".
 ///
+/// Calls through a handle that is open for writing take effect in the order in which they were made.
+/// When one of them is cancelled or fails with BAD_NETWORK, the server may never have had it: all
+/// later ones then fail with BAD_NETWORK, but for closing the handle with ABORT_CHANGES.
+///
 /// Throws std::invalid_argument when the URL or an option is wrong, with a sentence that says what.
 KVXREMOTE_EXPORT std::unique_ptr<kvxclient::KVXClient> connect(std::string_view url,
                                                                RemoteOptions options = {});
+
+/// Returns a function that makes clients as connect() does, which share their connections, threads
+/// and bound of outstanding calls; cancelPendingCalls() is each client's own. For programs with a
+/// client for each of many sessions. Any thread may call the function; it throws nothing but
+/// std::bad_alloc.
+///
+/// Throws as connect() does.
+KVXREMOTE_EXPORT std::function<std::unique_ptr<kvxclient::KVXClient>()> connector(
+    std::string_view url, RemoteOptions options = {});
 
 }  // namespace storage::kvxremote

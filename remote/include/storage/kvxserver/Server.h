@@ -45,7 +45,9 @@ struct ServerOptions {
     std::size_t contentOfUser = 64UL << 20U;   ///< The same of one user.
     std::size_t headerSize = 64UL << 10U;      ///< Bytes of a request's head; beyond them 431.
     std::size_t jsonSize = 1UL << 20U;         ///< Bytes of a JSON body; beyond them 413.
-    std::size_t bodySize = 64UL << 20U;     ///< Bytes of content of one request; beyond them 413.
+    /// Bytes of content of one request or answer; beyond them 413. A transport that reads more than
+    /// this at once has it in memory before it is refused: tell the store the same (readLimit).
+    std::size_t bodySize = 64UL << 20U;
     std::chrono::seconds headTime{10};      ///< For a request's head.
     std::chrono::seconds progressTime{60};  ///< Without progress within a request or an answer.
     std::chrono::seconds idleTime{900};     ///< Between requests.
