@@ -429,7 +429,7 @@ void Call::completed(Result result) {
     }
     client_.reset();
     if (operation_->isDownload && job_->spill) {
-        // Its answer may be over already: ended() finds the error in the spill.
+        // The answer may be over by now.
         return job_->spill->finish(
             result.error ? std::optional(std::to_string(static_cast<std::int32_t>(*result.error)))
                          : std::nullopt);
@@ -553,11 +553,6 @@ void Call::send(Answer answer) {
                      });
 }
 
-std::optional<kvxclient::KVXClientErrorCode> Call::failureOfDownload() const {
-    const auto failure = job_ && job_->spill ? job_->spill->failure() : std::nullopt;
-    return failure ? kvxremote::parseError(*failure) : std::nullopt;
-}
-
 void Call::giveUp() {
     if (attempt_ > 0) {
         shared_->outcomes.forget(arrival_, std::exchange(attempt_, 0));
@@ -577,8 +572,11 @@ void Call::ended(std::uint64_t bytes, bool complete) {
     if (isRunning_) {
         shared_->running.leave(user_);
     }
+    if (!code_ && job_ && job_->spill && job_->spill->failure()) {
+        code_ = static_cast<std::int32_t>(numberIn(*job_->spill->failure()));
+    }
     if (!complete && !code_) {
-        code_ = static_cast<std::int32_t>(failureOfDownload().value_or(Code::BAD_NETWORK));
+        code_ = static_cast<std::int32_t>(Code::BAD_NETWORK);
     }
     const std::string path = pathIn(head_.target);
     const std::string_view call = headerValue(head_.headers, names::call);

@@ -56,8 +56,6 @@ private:
     void sendOutcome(const Outcome& outcome);
     void ended(std::uint64_t bytes, bool complete);
     void giveUp();
-    /// What ended a download after its head was sent.
-    std::optional<Code> failureOfDownload() const;
 
     Handles::Key handleKey() const { return {identity_.session, handle_}; }
     bool isOfSession() const {

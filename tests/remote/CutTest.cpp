@@ -15,13 +15,14 @@ std::string pattern(std::size_t size) {
     return bytes;
 }
 
-std::string textOf(const std::vector<char>& bytes) { return {bytes.begin(), bytes.end()}; }
+std::string contentOf(const std::vector<char>& bytes) { return {bytes.begin(), bytes.end()}; }
 
 /// A connection may break anywhere; a call has one effect, and its answer is that of this effect.
 class CutTest : public RemoteTest {
 protected:
     std::string get(const RemoteUser& user, const std::u16string& path) {
-        return textOf(user.files->readFile(FileReadRequest(Resource(path, u""))).getResponseBody());
+        return contentOf(
+            user.files->readFile(FileReadRequest(Resource(path, u""))).getResponseBody());
     }
 
     std::size_t versionsOf(const RemoteUser& user, const std::u16string& path) {

@@ -54,9 +54,9 @@ struct RemoteOptions {
 /// answer was lost; the exception nests a std::runtime_error with the cause. For calls that change
 /// something it begins with "not sent: " or "outcome unknown: ".
 ///
-/// Calls through a handle that is open for writing take effect in the order in which they were made.
-/// When one of them is cancelled or fails with BAD_NETWORK, the server may never have had it: all
-/// later ones then fail with BAD_NETWORK, but for closing the handle with ABORT_CHANGES.
+/// Calls through a handle that is open for writing take effect in the order in which they were
+/// made. When one of them is cancelled or fails with BAD_NETWORK, the server may never have had it:
+/// all later ones then fail with BAD_NETWORK, but for closing the handle with ABORT_CHANGES.
 ///
 /// Throws std::invalid_argument when the URL or an option is wrong, with a sentence that says what.
 KVXREMOTE_EXPORT std::unique_ptr<kvxclient::KVXClient> connect(std::string_view url,
