@@ -444,6 +444,9 @@ public:
             thread.join();
         }
         threads_.clear();
+        for (const auto& stop : lastStops_) {
+            stop();
+        }
         if (!socketPath_.empty()) {
             ::unlink(socketPath_.c_str());
             socketPath_.clear();
@@ -457,7 +460,8 @@ public:
         acceptor->open(endpoint.protocol());
         acceptor->set_option(net::socket_base::reuse_address(true));
         listenAt(*acceptor, endpoint, address.text);
-        stops_.push_back([acceptor] {
+        // Whoever watches the server is told that it ends until it has ended.
+        (connections == connections_ ? stops_ : lastStops_).push_back([acceptor] {
             error_code ignored;
             acceptor->close(ignored);
         });
@@ -609,6 +613,7 @@ private:
     net::io_context context_;
     net::executor_work_guard<net::io_context::executor_type> work_{context_.get_executor()};
     std::vector<std::function<void()>> stops_;
+    std::vector<std::function<void()>> lastStops_;
     std::vector<std::thread> threads_;
     std::string socketPath_;
 };
