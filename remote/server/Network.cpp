@@ -476,12 +476,10 @@ public:
         acceptor->open(endpoint.protocol());
         acceptor->set_option(net::socket_base::reuse_address(true));
         listenAt(*acceptor, endpoint, address.text);
-        stops_.push_back([acceptor] {
-            net::post(acceptor->get_executor(), [acceptor] {
-                error_code ignored;
-                acceptor->close(ignored);
-            });
-        });
+        // Whoever watches the server is told that it ends until it has ended.
+        if (connections == connections_) {
+            closeWhenDraining(acceptor);
+        }
         accept(acceptor, std::move(service), std::move(connections), encrypted);
         return acceptor->local_endpoint().port();
     }
@@ -495,12 +493,7 @@ public:
         acceptor->open();
         listenAt(*acceptor, Local::endpoint(address.path), address.text);
         socketPath_ = address.path;
-        stops_.push_back([acceptor] {
-            net::post(acceptor->get_executor(), [acceptor] {
-                error_code ignored;
-                acceptor->close(ignored);
-            });
-        });
+        closeWhenDraining(acceptor);
         accept(acceptor, std::move(service), connections_, false);
     }
 
@@ -539,6 +532,16 @@ private:
         options.connections = 64;
         options.connectionsOfAddress = 64;
         return options;
+    }
+
+    template <class Acceptor>
+    void closeWhenDraining(const std::shared_ptr<Acceptor>& acceptor) {
+        stops_.push_back([acceptor] {
+            net::post(acceptor->get_executor(), [acceptor] {
+                error_code ignored;
+                acceptor->close(ignored);
+            });
+        });
     }
 
     template <class Acceptor, class Endpoint>

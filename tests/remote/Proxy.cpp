@@ -4,11 +4,13 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
 namespace storage::kvxremote {
 
@@ -50,12 +52,16 @@ bool sendAll(int socket, const char* data, std::size_t size) {
 
 }  // namespace
 
-Proxy::Proxy(std::uint16_t server) : server_(server) {
+Proxy::Proxy(std::uint16_t server) : server_(server) { listen(); }
+
+Proxy::Proxy(std::string server) : path_(std::move(server)) { listen(); }
+
+void Proxy::listen() {
     listener_ = check(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_in address = loopback(0);
     socklen_t size = sizeof(address);
     check(bind(listener_, reinterpret_cast<sockaddr*>(&address), size));
-    check(listen(listener_, 64));
+    check(::listen(listener_, 64));
     check(getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size));
     port_ = ntohs(address.sin_port);
     acceptor_ = std::thread([this] { accept(); });
@@ -90,10 +96,24 @@ void Proxy::accept() {
     }
 }
 
+int Proxy::reach(bool& open) const {
+    const int server =
+        check(socket(path_.empty() ? AF_INET : AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (path_.empty()) {
+        const sockaddr_in address = loopback(server_);
+        open = connect(server, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
+    } else {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path_.copy(address.sun_path, sizeof(address.sun_path) - 1);
+        open = connect(server, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
+    }
+    return server;
+}
+
 void Proxy::serve(int client) {
-    const int server = check(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_in address = loopback(server_);
-    bool open = connect(server, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
+    bool open = false;
+    const int server = reach(open);
     for (const int end : {client, server}) {
         const int yes = 1;
         setsockopt(end, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof(yes));

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -16,6 +17,8 @@ public:
     static constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max();
 
     explicit Proxy(std::uint16_t server);
+    /// The server's socket is in the file system.
+    explicit Proxy(std::string server);
     ~Proxy();
     Proxy(const Proxy&) = delete;
     Proxy& operator=(const Proxy&) = delete;
@@ -36,12 +39,16 @@ public:
     std::int64_t bytesFromServer() const { return passed_[1]; }
 
 private:
+    void listen();
+    /// A connection to the server, or a socket without one.
+    int reach(bool& open) const;
     void accept();
     void serve(int client);
     /// Passes on what there is; false at the end of the connection.
     bool pass(int from, int to, int direction);
 
-    std::uint16_t server_;
+    std::uint16_t server_ = 0;
+    std::string path_;
     std::uint16_t port_ = 0;
     int listener_ = -1;
     std::atomic<bool> stops_{false};
