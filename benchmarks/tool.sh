@@ -115,3 +115,39 @@ done
 rowTimes "$list" listing kvx
 reached=$(median ${times[$list kvx]})
 goal "$list" "below a second" "$(awk "BEGIN { printf \"%.2f s\", $reached / 1e9 }")" "$reached < 1e9"
+
+# The same tree over TLS on this machine.
+kvxd=$(dirname "$kvx")/kvxd
+[[ -x $kvxd ]] || exit 0
+webdav="\`rclone copy\` to \`rclone serve webdav\`"
+trap 'kill $(jobs -p)' EXIT
+openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 -subj /CN=localhost \
+    -addext subjectAltName=DNS:localhost,IP:127.0.0.1 -keyout key.pem -out cert.pem 2>/dev/null
+"$kvx" --store served.db init -q --token-file token
+"$kvxd" --store "sqlite://$PWD/served.db" --listen 127.0.0.1:0 --port-file port --log warn \
+    --tls-cert cert.pem --tls-key key.pem &
+mkdir webdav
+rclone serve webdav webdav --addr localhost:0 --cert cert.pem --key key.pem 2>webdav.log &
+until [[ -s port ]] && grep -q 'https://' webdav.log; do sleep 0.1; done
+export KVX_CA_FILE=$PWD/cert.pem KVX_STORE=kvx://localhost:$(<port) KVX_TOKEN=$(<token)
+dav=":webdav,url='$(grep -o 'https://[^/]*' webdav.log | head -n 1)',vendor=other:"
+rcloneDav() { rclone -q --ca-cert cert.pem "$@"; }
+andSyncFiles() { "$@" && sync -f .; }
+
+netPut="put the tree over TLS"
+netGet="get the tree over TLS"
+netSync="synchronize the unchanged tree over TLS"
+for ((round = 0; round < rounds; round++)); do
+    timed "$netPut" kvx andSyncFiles "$kvx" put -qr tree :/$round
+    timed "$netPut" "$webdav" andSyncFiles rcloneDav copy tree "$dav$round"
+    timed "$netGet" kvx andSyncFiles "$kvx" get -qr :/$round served-kvx-$round
+    timed "$netGet" "$webdav" andSyncFiles rcloneDav copy "$dav$round" served-rclone-$round
+    diff -r tree served-kvx-$round >&2
+    timed "$netSync" kvx andSyncFiles "$kvx" sync -q tree :/$round
+    timed "$netSync" "$webdav" andSyncFiles rcloneDav copy tree "$dav$round"
+done
+for row in "$netPut" "$netGet" "$netSync"; do
+    rowTimes "$row" tree kvx "$webdav"
+    goal "$row" "faster than $webdav" "$(printf '%.2f times' "${ratios[$webdav]}")" \
+        "${ratios[$webdav]} > 1"
+done

@@ -429,9 +429,7 @@ void Call::completed(Result result) {
     }
     client_.reset();
     if (operation_->isDownload && job_->spill) {
-        if (result.error) {
-            code_ = static_cast<std::int32_t>(*result.error);
-        }
+        // The answer may be over by now.
         return job_->spill->finish(
             result.error ? std::optional(std::to_string(static_cast<std::int32_t>(*result.error)))
                          : std::nullopt);
@@ -573,6 +571,9 @@ void Call::ended(std::uint64_t bytes, bool complete) {
     }
     if (isRunning_) {
         shared_->running.leave(user_);
+    }
+    if (!code_ && job_ && job_->spill && job_->spill->failure()) {
+        code_ = static_cast<std::int32_t>(numberIn(*job_->spill->failure()));
     }
     if (!complete && !code_) {
         code_ = static_cast<std::int32_t>(Code::BAD_NETWORK);
