@@ -1,9 +1,15 @@
+#include <algorithm>
+#include <atomic>
 #include <boost/asio/buffer.hpp>
 #include <boost/beast/http/empty_body.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
 
 #include "server/Calls.h"
 #include "server/Network.h"
