@@ -1,6 +1,7 @@
 #include "Daemon.h"
 
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -69,6 +70,15 @@ sigset_t watchedSignals() {
     return signals;
 }
 
+/// Each connection is an open file, and a shell allows a tenth of the default limit.
+void allowManyConnections() {
+    rlimit files{};
+    if (::getrlimit(RLIMIT_NOFILE, &files) == 0) {
+        files.rlim_cur = files.rlim_max;
+        ::setrlimit(RLIMIT_NOFILE, &files);
+    }
+}
+
 void writePort(const std::string& file, std::uint16_t port) {
     // Nobody must read half a number.
     const std::string unfinished = file + ".new";
@@ -100,6 +110,7 @@ void serve(const Options& options) {
     const sigset_t signals = watchedSignals();
     ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     ::signal(SIGPIPE, SIG_IGN);
+    allowManyConnections();
     // Each answer with content would reserve as much.
     kvxclient::BufferSize::MAX_READ_BUFFER_SIZE = 64UL << 10U;
 

@@ -463,6 +463,9 @@ public:
             thread.join();
         }
         threads_.clear();
+        for (const Listener& listener : listeners_) {
+            listener.close();
+        }
         if (!socketPath_.empty()) {
             ::unlink(socketPath_.c_str());
             socketPath_.clear();
@@ -477,9 +480,7 @@ public:
         acceptor->set_option(net::socket_base::reuse_address(true));
         listenAt(*acceptor, endpoint, address.text);
         // Whoever watches the server is told that it ends until it has ended.
-        if (connections == connections_) {
-            closeWhenDraining(acceptor);
-        }
+        add(acceptor, connections == connections_);
         accept(acceptor, std::move(service), std::move(connections), encrypted);
         return acceptor->local_endpoint().port();
     }
@@ -493,7 +494,7 @@ public:
         acceptor->open();
         listenAt(*acceptor, Local::endpoint(address.path), address.text);
         socketPath_ = address.path;
-        closeWhenDraining(acceptor);
+        add(acceptor, true);
         accept(acceptor, std::move(service), connections_, false);
     }
 
@@ -516,8 +517,10 @@ public:
     }
 
     void drain() {
-        for (const auto& stop : stops_) {
-            stop();
+        for (const Listener& listener : listeners_) {
+            if (listener.drains) {
+                net::post(listener.strand, listener.close);
+            }
         }
         connections_->drain();
     }
@@ -528,6 +531,13 @@ public:
     std::unique_ptr<Certificate> certificate_;
 
 private:
+    struct Listener {
+        net::any_io_executor strand;
+        std::function<void()> close;
+        /// Whether it closes when the server begins to end.
+        bool drains;
+    };
+
     static ServerOptions metricsLimits(ServerOptions options) {
         options.connections = 64;
         options.connectionsOfAddress = 64;
@@ -535,13 +545,13 @@ private:
     }
 
     template <class Acceptor>
-    void closeWhenDraining(const std::shared_ptr<Acceptor>& acceptor) {
-        stops_.push_back([acceptor] {
-            net::post(acceptor->get_executor(), [acceptor] {
-                error_code ignored;
-                acceptor->close(ignored);
-            });
-        });
+    void add(const std::shared_ptr<Acceptor>& acceptor, bool drains) {
+        listeners_.push_back({acceptor->get_executor(),
+                              [acceptor] {
+                                  error_code ignored;
+                                  acceptor->close(ignored);
+                              },
+                              drains});
     }
 
     template <class Acceptor, class Endpoint>
@@ -634,7 +644,7 @@ private:
 
     net::io_context context_;
     net::executor_work_guard<net::io_context::executor_type> work_{context_.get_executor()};
-    std::vector<std::function<void()>> stops_;
+    std::vector<Listener> listeners_;
     std::vector<std::thread> threads_;
     std::string socketPath_;
 };

@@ -2,9 +2,11 @@
 
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -31,10 +33,11 @@ bool comesTrue(const Condition& holds) {
     return true;
 }
 
-std::vector<std::string> commandOf(const std::vector<std::string>& options,
+std::vector<std::string> commandOf(const std::string& program,
+                                   const std::vector<std::string>& options,
                                    const std::string& portFile) {
     std::filesystem::remove(portFile);
-    std::vector<std::string> command = {KVXD_PROGRAM, "--port-file", portFile};
+    std::vector<std::string> command = {program, "--port-file", portFile};
     command.insert(command.end(), options.begin(), options.end());
     return command;
 }
@@ -62,6 +65,10 @@ Child::Child(const std::vector<std::string>& command, const std::string& errors)
     process_ = ::fork();
     if (process_ == 0) {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        rlimit files{};
+        ::getrlimit(RLIMIT_NOFILE, &files);
+        files.rlim_cur = std::min<rlim_t>(files.rlim_max, 1024);  // As where users log in.
+        ::setrlimit(RLIMIT_NOFILE, &files);
         ::close_range(3, ~0U, 0);  // Connections of the test, which would not end with it.
         if (::freopen(errors.c_str(), "a", stderr) != nullptr) {
             ::execv(arguments[0], arguments.data());
@@ -98,8 +105,10 @@ std::uint64_t Child::peakMemory() const {
     return at == std::string::npos ? 0 : std::stoull(status.substr(at + 6)) << 10U;
 }
 
-Kvxd::Kvxd(const TemporaryFolder& folder, const std::vector<std::string>& options)
-    : Child(commandOf(options, folder / "port"), folder / "log"), logFile_(folder / "log") {
+Kvxd::Kvxd(const TemporaryFolder& folder, const std::vector<std::string>& options,
+           const std::string& program)
+    : Child(commandOf(program, options, folder / "port"), folder / "log"),
+      logFile_(folder / "log") {
     if (!comesTrue([&] { return !textOfFile(folder / "port").empty(); })) {
         throw std::runtime_error("kvxd does not start: " + log());
     }

@@ -40,11 +40,12 @@ private:
     int process_ = 0;
 };
 
-/// The program kvxd, ready for calls.
+/// The program kvxd, or another server with its options, ready for calls.
 class Kvxd : public Child {
 public:
     /// The log and the port are files in the folder.
-    Kvxd(const TemporaryFolder& folder, const std::vector<std::string>& options);
+    Kvxd(const TemporaryFolder& folder, const std::vector<std::string>& options,
+         const std::string& program = KVXD_PROGRAM);
 
     std::uint16_t port() const { return port_; }
     /// What it has told so far.

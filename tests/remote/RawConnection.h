@@ -42,6 +42,8 @@ public:
     RawConnection(const RawConnection&) = delete;
     RawConnection& operator=(const RawConnection&) = delete;
 
+    int socket() const { return socket_; }
+
     void write(const std::string& text) const {
         ::send(socket_, text.data(), text.size(), MSG_NOSIGNAL);
     }

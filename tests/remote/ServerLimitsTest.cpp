@@ -283,5 +283,25 @@ TEST(ServerHandlesTest, abortsWhatIsUnusedForTooLong) {
     EXPECT_EQ(user.files->listFolder(FolderListRequest(Resource(u"/", u""))).getFiles().size(), 1U);
 }
 
+TEST(ServerSessionTest, tellsThatASessionIsOver) {
+    std::atomic<int> hours{0};
+    kvxstore::StoreOptions storeOptions;
+    storeOptions.clock = [&] { return std::chrono::system_clock::now() + hours.load() * 1h; };
+    const auto store = kvxstore::Store::open("sqlite::memory:", storeOptions);
+    const std::string token = store->createUser({.name = u"main"});
+    kvxserver::Server server(serverOptions(), [&] { return store->createClient(); });
+    const RemoteUser user("kvx+plain://127.0.0.1:" + std::to_string(server.port()), token);
+    const auto create = [&] { user.files->createFile(createRequest(u"/f", "content")); };
+    EXPECT_EQ(codeOf(create), std::nullopt);
+    hours = 2;
+    EXPECT_EQ(codeOf(create), Code::SESSION_EXPIRED);
+    user.client->withSessionId(user.client->login(LoginRequest().withToken(token)).getSessionId());
+    EXPECT_EQ(codeOf(create), std::nullopt);
+    user.client->withSessionId("guess");
+    EXPECT_EQ(codeOf(create), Code::INVALID_SESSION_ID);
+    EXPECT_EQ(codeOf([&] { user.files->downloadFile(FileDownloadRequest("guess")); }),
+              Code::RESOURCE_NOT_FOUND);
+}
+
 }  // namespace
 }  // namespace storage::kvxremote

@@ -5,6 +5,7 @@
 #include "server/Budget.h"
 #include "server/Handles.h"
 #include "server/Outcomes.h"
+#include "server/Spill.h"
 
 // What takes too long, or too much, to be seen from outside.
 
@@ -126,6 +127,64 @@ TEST(ServerHandles, failWhatFollowsANumberThatNeverComes) {
     EXPECT_TRUE(handles.takeUnused(std::chrono::hours(1)).empty());
     EXPECT_EQ(handles.takeUnused(std::chrono::milliseconds(-1)).size(), 1U);
     EXPECT_TRUE(handles.reserve("s"));
+}
+
+/// Reads what there is, up to so many bytes; false when the content has failed.
+bool readFrom(Source& source, std::string& into, std::size_t most, bool& ended) {
+    bool isGood = true;
+    bool isThere = true;
+    while (isGood && isThere && !ended && into.size() < most) {
+        isThere = false;
+        source.next([&](std::optional<std::string_view> block) {
+            isThere = true;
+            isGood = block.has_value();
+            ended = block && block->empty();
+            into += block.value_or("");
+        });
+    }
+    return isGood;
+}
+
+TEST(ServerSpill, givesEachByteOnceWhoeverIsFaster) {
+    std::string content;
+    while (content.size() < 16UL << 20U) {
+        content += std::to_string(content.size()) + ' ';
+    }
+    constexpr std::size_t mebibyte = 1UL << 20U;
+    const struct {
+        std::uint64_t start;
+        std::uint64_t length;
+        bool fails;
+    } cases[] = {
+        {0, UINT64_MAX, false}, {0, UINT64_MAX, true}, {3 * mebibyte + 1, 9 * mebibyte, false}};
+    for (const auto& example : cases) {
+        bool begun = false;
+        const auto spill =
+            std::make_shared<Spill>(example.start, example.length, false, [&] { begun = true; });
+        const auto source = spill->source();
+        const auto write = [&](std::size_t from, std::size_t to) {
+            for (std::size_t at = from; at < to; at += 100'000) {
+                EXPECT_TRUE(
+                    spill->write(content.data() + at, std::min<std::size_t>(100'000, to - at)));
+            }
+        };
+        std::string got;
+        bool ended = false;
+        write(0, 10 * mebibyte);  // More than waits in memory.
+        EXPECT_TRUE(begun);
+        EXPECT_TRUE(readFrom(*source, got, 5 * mebibyte, ended));
+        write(10 * mebibyte, 14 * mebibyte);  // While some wait in the file.
+        EXPECT_TRUE(readFrom(*source, got, 8 * mebibyte, ended));
+        write(14 * mebibyte, content.size());
+        spill->finish(example.fails ? std::optional<std::string>("3") : std::nullopt);
+        EXPECT_EQ(readFrom(*source, got, SIZE_MAX, ended), !example.fails);
+        EXPECT_EQ(ended, !example.fails);
+        EXPECT_TRUE(got == content.substr(example.start, example.length));
+        EXPECT_EQ(source->failure(), example.fails ? "3" : "");
+    }
+    const auto abandoned = std::make_shared<Spill>(0, UINT64_MAX, false, [] {});
+    abandoned->source().reset();
+    EXPECT_FALSE(abandoned->write("x", 1));
 }
 
 }  // namespace

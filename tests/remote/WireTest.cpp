@@ -164,7 +164,7 @@ TEST(Wire, CarriesEveryRecordOfEveryOperationBothWays) {
         using Operation = decltype(operation);
         for (int i = 0; i < fillings; ++i) {
             const auto filling = static_cast<Filling>(i);
-            SCOPED_TRACE(testing::Message() << Operation::name << ", filling " << i);
+            SCOPED_TRACE(::testing::Message() << Operation::name << ", filling " << i);
             auto request = valueFor<typename Operation::Request>(filling, 0);
             giveBytes(request, filling == LEAST ? std::string_view() : content);
             const WireRequest wire = Wire<Operation>::encode(request);
