@@ -206,7 +206,8 @@ private:
             head.length = *parser_->content_length();
         }
         head.chunked = parser_->chunked();
-        keepAlive_ = message.keep_alive();
+        // What follows a chunked body is never taken for a request.
+        keepAlive_ = message.keep_alive() && !head.chunked;
         isHead_ = message.method() == http::verb::head;
         isOldVersion_ = message.version() < 11;
         continues_ = beast::iequals(message[http::field::expect], "100-continue");
