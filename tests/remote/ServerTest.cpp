@@ -153,7 +153,8 @@ TEST_F(ServerTest, givesACallTheRightsOfItsSessionAndLogsNoSecret) {
     EXPECT_EQ(ask(request("GET /v1/files/-/mine", mine)).status, 401);
     server.reset();
     EXPECT_NE(log.find("createFile"), std::string::npos);
-    for (const std::string& secret : {token, mine.substr(22, 20), handle, location.substr(20, 40)}) {
+    for (const std::string& secret :
+         {token, mine.substr(22, 20), handle, location.substr(20, 40)}) {
         EXPECT_EQ(log.find(secret), std::string::npos);
     }
 }
