@@ -572,8 +572,9 @@ void Call::ended(std::uint64_t bytes, bool complete) {
     if (isRunning_) {
         shared_->running.leave(user_);
     }
-    if (!code_ && job_ && job_->spill && job_->spill->failure()) {
-        code_ = static_cast<std::int32_t>(numberIn(*job_->spill->failure()));
+    if (const auto failure = job_ && job_->spill ? job_->spill->failure() : std::nullopt) {
+        code_ = static_cast<std::int32_t>(
+            kvxremote::parseError(*failure).value_or(Code::INTERNAL_SERVER_ERROR));
     }
     if (!complete && !code_) {
         code_ = static_cast<std::int32_t>(Code::BAD_NETWORK);

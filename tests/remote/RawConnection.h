@@ -34,7 +34,14 @@ public:
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         const timeval patience{20, 0};
         ::setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-        if (::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        const int result =
+            ::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+        // Where nobody listens any more, a socket that got this very port connects to itself.
+        sockaddr_in own{};
+        socklen_t size = sizeof own;
+        ::getsockname(socket_, reinterpret_cast<sockaddr*>(&own), &size);
+        if (result != 0 || own.sin_port == address.sin_port) {
+            ::close(socket_);
             throw std::runtime_error("cannot connect");
         }
     }
