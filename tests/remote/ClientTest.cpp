@@ -60,11 +60,11 @@ std::string outcomeOf(const Call& call) {
     }
 }
 
-const Resource folder(u"/folder", u"main");
+const Resource anyFolder(u"/folder", u"main");
 
 void ping(KVXClient& client) { client.ping(); }
 void login(KVXClient& client) { client.login(LoginRequest().withToken("token")); }
-void createFolder(KVXClient& client) { client.createFileAccess()->createFolder(folder); }
+void createFolder(KVXClient& client) { client.createFileAccess()->createFolder(anyFolder); }
 
 // URLs.
 
@@ -215,7 +215,7 @@ TEST(ClientRepeatTest, RepeatsWhatWasLostAndNothingElse) {
 TEST(ClientRepeatTest, WhatAProxyFindsTooLongGoesAsPost) {
     const ScriptedServer server({answer(414), cut(), cut(), answer(200), answer(431), answer(431)});
     const auto client = connect(server.url());
-    FileCreateRequest request(folder);
+    FileCreateRequest request(anyFolder);
     request.withContentType("text/plain").appendContent("content", 7);
     EXPECT_EQ(outcomeOf([&] { client->createFileAccess()->createFile(request); }), "OK");
     EXPECT_EQ(outcomeOf([&] { createFolder(*client); }),
@@ -311,8 +311,8 @@ public:
     void start(const KVXClient& client, const FileAccess& files) {
         for (int i = 0; i < 40; ++i) {
             client.ping(handler<PingResponse>());
-            files.createFolder(folder, handler<FolderCreateResponse>());
-            FileContentWriteRequest write(folder);
+            files.createFolder(anyFolder, handler<FolderCreateResponse>());
+            FileContentWriteRequest write(anyFolder);
             files.writeFileContent(
                 write.withFileHandleId("handle").withStartLocation(0).withContent(bytes_.data(),
                                                                                   bytes_.size()),
@@ -426,7 +426,7 @@ TEST(ClientContentTest, UploadsWaitForTheServersWordAndArriveWhole) {
 TEST(ClientContentTest, NothingIsSentThatCannotSucceed) {
     const ScriptedServer server({}, "10");
     const auto client = connect(server.url());
-    FileCreateRequest request(folder);
+    FileCreateRequest request(anyFolder);
     request.appendContent("01234567890", 11);
     EXPECT_EQ(outcomeOf([&] { client->createFileAccess()->createFile(request); }),
               "FILE_TOO_LARGE");
@@ -441,13 +441,13 @@ TEST(ClientContentTest, NothingIsSentThatCannotSucceed) {
 class Writer {
 public:
     explicit Writer(const KVXClient& client) : files(client.createFileAccess()) {
-        files->createReadWriteFileHandle(FileHandleReadWriteCreateRequest(folder));
+        files->createReadWriteFileHandle(FileHandleReadWriteCreateRequest(anyFolder));
     }
 
     std::future<std::string> write() const {
         auto outcome = std::make_shared<std::promise<std::string>>();
         static const unsigned char byte = 1;
-        FileContentWriteRequest request(folder);
+        FileContentWriteRequest request(anyFolder);
         files->writeFileContent(
             request.withFileHandleId("h1").withStartLocation(0).withContent(&byte, 1),
             [outcome](const FileContentWriteResponse&, const std::exception_ptr& error) {
@@ -459,7 +459,7 @@ public:
     std::string close(FileHandleCloseOperation operation) const {
         return outcomeOf([&] {
             files->closeFileHandle(
-                FileHandleCloseRequest(folder).withFileHandleId("h1").withOperation(operation));
+                FileHandleCloseRequest(anyFolder).withFileHandleId("h1").withOperation(operation));
         });
     }
 
@@ -532,15 +532,15 @@ TEST(ClientContentTest, CallsOnAHandleForWritingAreNumbered) {
     const auto client = connect(server.url());
     client->withSessionId("session").withApplicationId("my app");
     const auto files = client->createFileAccess();
-    files->createReadWriteFileHandle(FileHandleReadWriteCreateRequest(folder));
+    files->createReadWriteFileHandle(FileHandleReadWriteCreateRequest(anyFolder));
     const unsigned char byte = 1;
     for (const char* const handle : {"h1", "other", "h1"}) {
-        files->writeFileContent(FileContentWriteRequest(folder)
+        files->writeFileContent(FileContentWriteRequest(anyFolder)
                                     .withFileHandleId(handle)
                                     .withStartLocation(0)
                                     .withContent(&byte, 1));
     }
-    files->closeFileHandle(FileHandleCloseRequest(folder).withFileHandleId("h1"));
+    files->closeFileHandle(FileHandleCloseRequest(anyFolder).withFileHandleId("h1"));
     std::string orders;
     for (const SeenRequest& seen : server.seen()) {
         orders += "<" + seen.header("KVX-Order") + ">";
