@@ -40,7 +40,8 @@ public:
         sockaddr_in own{};
         socklen_t size = sizeof own;
         ::getsockname(socket_, reinterpret_cast<sockaddr*>(&own), &size);
-        if (result != 0 || own.sin_port == address.sin_port) {
+        if (result != 0 ||
+            (own.sin_port == address.sin_port && own.sin_addr.s_addr == address.sin_addr.s_addr)) {
             ::close(socket_);
             throw std::runtime_error("cannot connect");
         }
