@@ -4,8 +4,8 @@
 #include <chrono>
 #include <utility>
 
-#include "database/NewFile.h"
 #include "database/Open.h"
+#include "database/sqlite/NewFile.h"
 #include "maintenance/Cleaning.h"
 #include "maintenance/Conversion.h"
 #include "maintenance/Pruning.h"
@@ -23,6 +23,7 @@ using services::withStoreErrors;
 namespace {
 
 constexpr bool makesRoom = true;
+constexpr bool tellsMeanwhile = true;
 
 void rebuildIfThereIsRoom(database::Connection& connection) {
     const std::vector<RoomNeed> needs = connection.rebuildNeeds();
@@ -44,7 +45,7 @@ std::shared_ptr<Store> Store::open(const std::string& url, StoreOptions options)
     try {
         return std::shared_ptr<Store>(new Store(services::Engine::start(url, std::move(options))));
     } catch (const database::DatabaseError& error) {
-        throw StoreError(error.code(), "cannot open the store " + url + ": " + error.what());
+        throw StoreError(error.code(), "cannot open the store " + database::shownUrl(url) + ": " + error.what());
     }
 }
 
@@ -101,14 +102,15 @@ std::vector<Bucket> Store::listBuckets() const {
 }
 
 unsigned long Store::verify(const std::function<void(const Damage&)>& tell) const {
-    return administer(*engine_, Access::READ, [&](const Context& context) {
+    const auto verifyAll = [&](const Context& context) {
         unsigned long count = 0;
         kvxstore::verify(context, [&](const FoundDamage& damage) {
             ++count;
             tell(damage);
         });
         return count;
-    });
+    };
+    return administer(*engine_, Access::READ, verifyAll, !makesRoom, tellsMeanwhile);
 }
 
 std::vector<std::string> Store::verify() const {
@@ -172,7 +174,8 @@ void Store::sweep() const {
         const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(20);
         bool more = true;
         while (more && std::chrono::steady_clock::now() < end) {
-            more = clean(context.database, context.instance, context.now());
+            more =
+                clean(context.database, context.instance, context.now(), database::RowLock::CHANGE);
         }
         return more;
     };

@@ -83,5 +83,42 @@ TEST_F(UpgradeTest, ASweepMakesNoWrongVersionRight) {
     }
 }
 
+TEST(UpgradeFromTheSecondSchemaTest, BytesThatOnlyADownloadHoldsCountUntilItExpires) {
+    const TemporaryFolder folder;
+    std::string token;
+    std::string location;
+    {
+        const auto store = Store::open(folder.url());
+        token = store->createUser({.name = u"main", .quota = 1'000});
+        const Account account(*store, token);
+        account.put(u"/f", std::string(600, 'x'));
+        location = account.offer(u"/f");
+        account.put(u"/f", "new");
+    }
+    RawDatabase(folder.file("store.db"))
+        .run(
+            "alter table buckets drop column structure; drop table locks; drop table garbage;"
+            "create table garbage(content integer primary key, bucket integer not null default 0,"
+            " charge integer not null default 0, held integer not null default 0);"
+            "create index garbage_waiting on garbage(content) where held = 0;"
+            "insert into garbage select content, bucket, charge, 1 from charges;"
+            "drop table charges; update schema_version set n = 2");
+    std::chrono::minutes late{};
+    const auto store = Store::open(
+        folder.url(), {.clock = [&] { return std::chrono::system_clock::now() + late; }});
+    const Account account(*store, token);
+    EXPECT_EQ(store->listBuckets().front().used, 603U);
+    EXPECT_EQ(codeOf([&] { account.put(u"/g", std::string(500, 'x')); }), Code::QUOTA_EXCEEDED);
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+    EXPECT_EQ(account.files->downloadFile(FileDownloadRequest(location).withReadIntoString(true))
+                  .getStringBody(),
+              std::string(600, 'x'));
+    late = std::chrono::minutes(16);
+    store->sweep();
+    EXPECT_EQ(store->listBuckets().front().used, 3U);
+    EXPECT_EQ(store->statistics().stored, 3U);
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+}
+
 }  // namespace
 }  // namespace storage::kvxstore

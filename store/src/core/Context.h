@@ -13,6 +13,8 @@ namespace storage::kvxstore {
 
 // Requests, responses and error codes are the client's.
 using namespace kvxclient;
+using database::BucketRow;
+using database::BucketStep;
 using ErrorCode = KVXClientErrorCode;
 
 inline const std::string noSession;

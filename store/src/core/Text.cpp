@@ -62,6 +62,14 @@ bool isName(std::u16string_view name) {
     return isAddress(name) && name != u"." && name != u".." && name.find(u'/') == name.npos;
 }
 
+bool isSecret(std::string_view text) {
+    return text.size() == 64 && text.find_first_not_of("0123456789abcdef") == text.npos;
+}
+
+bool isNumber(std::string_view text) {
+    return !text.empty() && text.size() < 20 && text.find_first_not_of("0123456789") == text.npos;
+}
+
 void requireContentType(std::string_view text) {
     if (text.size() > longestContentType || text.find('\0') != text.npos) {
         refuse(ErrorCode::UNKNOWN);

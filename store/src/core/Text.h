@@ -18,6 +18,12 @@ bool isName(std::u16string_view name);
 /// Whether an invitation may be addressed to the text: a name or an e-mail address.
 bool isAddress(std::u16string_view text);
 
+/// Whether the text has the form of a secret's 64 hexadecimal digits.
+bool isSecret(std::string_view text);
+
+/// Whether the text is the number of a row as it is given out.
+bool isNumber(std::string_view text);
+
 /// Refuses with UNKNOWN what no file may have as its content type.
 void requireContentType(std::string_view text);
 

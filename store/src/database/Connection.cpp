@@ -37,6 +37,19 @@ void Connection::requireWritable() const {
     }
 }
 
+void Connection::setSavepoint() {
+    execute("savepoint job");
+    buckets_.save();
+}
+
+void Connection::releaseSavepoint() { execute("release savepoint job"); }
+
+void Connection::rollbackToSavepoint() {
+    execute("rollback to savepoint job");
+    releaseSavepoint();
+    buckets_.restore();
+}
+
 Transaction::Transaction(Connection& connection, Access access, std::chrono::milliseconds patience)
     : connection_(connection) {
     retryWhileBusy(patience, [&] { connection_.begin(access); });

@@ -14,6 +14,7 @@
 #include <variant>
 #include <vector>
 
+#include "database/Buckets.h"
 #include "storage/kvxstore/Administration.h"
 #include "storage/kvxstore/StoreError.h"
 
@@ -46,12 +47,30 @@ std::optional<std::string> damageIn(Work work) {
     }
 }
 
+/// A failure that undid the transaction for reasons of others, so that it may run again.
+class TransientError : public DatabaseError {
+public:
+    explicit TransientError(const std::string& message)
+        : DatabaseError(StoreErrorCode::IN_USE, message) {}
+};
+
+/// Thrown when a transaction has to lock more buckets before it reads. It is undone, and runs again
+/// after lockNext() with these as well.
+struct LocksNeeded {
+    std::vector<std::int64_t> buckets;
+};
+
 /// Bytes to bind. The caller owns them and keeps them until the statement has been stepped.
 struct Blob {
     std::string_view bytes;
 };
 
-using Value = std::variant<std::int64_t, std::string_view, Blob>;
+/// A text of any bytes, NUL too, that is compared but never ordered. Kept as a Blob is.
+struct FreeText {
+    std::string_view bytes;
+};
+
+using Value = std::variant<std::int64_t, std::string_view, Blob, FreeText>;
 
 /// A running statement. Call next() before reading the first row.
 class Statement {
@@ -87,10 +106,20 @@ auto collect(const Rows& rows, Make make) {
 
 enum class Access { READ, WRITE };
 
+/// How a row is held up to the end of the transaction, where many write at a time.
+enum class RowLock {
+    KEEP,     ///< Nobody deletes it or changes its key.
+    SHARE,    ///< Nobody changes it.
+    CHANGE,   ///< Nobody else locks it.
+    IF_FREE,  ///< As CHANGE, but a row that somebody else holds is left out.
+};
+
 /// Identifies a state of the database, as one connection sees it.
 struct DataVersion {
     std::int64_t byOthers = 0;
     std::int64_t own = 0;
+    /// How often something was undone.
+    std::int64_t undone = 0;
 
     bool operator==(const DataVersion&) const = default;
 };
@@ -108,8 +137,30 @@ public:
     virtual std::int64_t execute(std::string_view sql,
                                  std::initializer_list<Value> values = {}) = 0;
 
-    /// Inserts a row into a table with an id and returns the id.
-    virtual std::int64_t insert(std::string_view sql, std::initializer_list<Value> values = {}) = 0;
+    /// As execute(), but nobody needs the count, and a later call may tell of its failure.
+    virtual void post(std::string_view sql, std::initializer_list<Value> values) {
+        execute(sql, values);
+    }
+
+    /// Asks ahead: a query() with the same text and values in this transaction may take the answer.
+    /// REQUIRES: nothing changes what is asked for before that.
+    virtual void prime(std::string_view /*sql*/, std::initializer_list<Value> /*values*/) {}
+
+    /// As query(), and locks the rows.
+    /// REQUIRES: a transaction for writing, and a selection from one table.
+    virtual Rows lock(RowLock /*how*/, std::string_view sql, std::initializer_list<Value> values) {
+        return query(sql, values);
+    }
+
+    /// Inserts a row into a table with an id and returns the id. `columns` is a list with commas.
+    virtual std::int64_t insert(std::string_view table, std::string_view columns,
+                                std::initializer_list<Value> values) = 0;
+
+    /// An id for another row that is inserted with its id.
+    /// REQUIRES: the row with the id `newest` is the last that was inserted into the table.
+    virtual std::int64_t idAfter(std::string_view /*table*/, std::int64_t newest) {
+        return newest + 1;
+    }
 
     /// Copies a range of a chunk.
     /// REQUIRES: the chunk has that many bytes; a shorter one throws DAMAGED.
@@ -124,17 +175,35 @@ public:
     /// Copies the database, as the transaction sees it, into an empty file.
     /// REQUIRES: a transaction.
     virtual void copyInto(const std::string& path) = 0;
+    /// Passes on a sentence for each damage that the database finds in its own files.
+    virtual void checkIntegrity(const std::function<void(std::string)>& tell) = 0;
+
+    /// The rows of the buckets, as this transaction has them.
+    Buckets& buckets() { return buckets_; }
+    /// Whether others write at the same time, so that a transaction for writing has to lock the
+    /// buckets that it works in before it reads.
+    virtual bool sharesWriting() const { return false; }
+    /// Makes the next begin() for writing lock these buckets.
+    virtual void lockNext(std::vector<std::int64_t> /*buckets*/) {}
+    /// The database's clock at begin(), in nanoseconds since the epoch; nothing where all programs
+    /// have the clock of one machine.
+    virtual std::optional<std::int64_t> serverTime() const { return std::nullopt; }
 
     virtual void begin(Access access) = 0;
     virtual void commit() = 0;
     virtual void rollback() noexcept = 0;
     /// False also after a failure that made the database roll back by itself.
     virtual bool inTransaction() const = 0;
+    /// Whether a statement failed, so that nothing but a rollback is possible.
+    virtual bool hasFailed() const { return false; }
+    void setSavepoint();
+    void releaseSavepoint();
     /// Undoes the changes since the savepoint, and releases it.
-    virtual void rollbackTo(std::string_view savepoint) = 0;
+    virtual void rollbackToSavepoint();
     /// The number of rows that this connection has changed so far, rolled back or not.
     virtual std::int64_t changes() const = 0;
-    /// Differs after every change by any connection, rolled back or not.
+    /// Differs after every change by any connection, rolled back or not. Where writing is shared it
+    /// differs from transaction to transaction.
     /// REQUIRES: a transaction.
     virtual DataVersion version() const = 0;
     /// Whether the latest begin() waited for a lock of another program.
@@ -167,8 +236,17 @@ public:
     /// State that the users of the connection keep between transactions.
     std::any& attachment() { return attachment_; }
 
+protected:
+    Buckets buckets_{*this};
+
 private:
     std::any attachment_;
+};
+
+/// How many threads serve a store, each with a connection.
+struct Threads {
+    unsigned readers = 1;
+    unsigned writers = 1;
 };
 
 /// Makes another connection to an opened database. The database stays open as long as one of its

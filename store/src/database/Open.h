@@ -9,9 +9,15 @@
 
 namespace storage::kvxstore::database {
 
+/// The URL as people may see it: without a password and without the query.
+std::string shownUrl(const std::string& url);
+
 /// The path of the file that a store's URL names, as it stands there, or nothing for a store in
-/// memory. Throws a StoreError with ILLEGAL_URL for any other URL.
+/// memory or on a server. Throws a StoreError with ILLEGAL_URL for any other URL.
 std::optional<std::string> filePath(const std::string& url);
+
+/// The numbers that suit the store's database.
+Threads threadsFor(const std::string& url);
 
 /// Opens the store that a URL names, or makes it as the mode allows. A failure throws a StoreError
 /// or DatabaseError and changes nothing that was there. The connections wait for locks of other

@@ -5,11 +5,29 @@
 namespace storage::kvxstore::database {
 
 /// The version of the schema that this code writes and reads.
-constexpr std::int64_t schemaVersion = 2;
+constexpr std::int64_t schemaVersion = 3;
+
+/// The words in which engines differ, for the statements that make the tables.
+struct Dialect {
+    /// A column whose ids are never used twice, and one whose may be.
+    std::string_view id;
+    std::string_view key;
+    std::string_view integer;
+    std::string_view bytes;
+    /// Text that is compared by bytes, and FreeText.
+    std::string_view text;
+    std::string_view freeText;
+    /// After a table that has a key of its own, and after one whose rows often change.
+    std::string_view noRowId;
+    std::string_view hot;
+};
+
+/// Distinguishes the watermarks of a store from those of others.
+std::string newIdentity();
 
 /// Makes all tables.
 /// REQUIRES: an empty database and a transaction.
-void createSchema(Connection& connection);
+void createSchema(Connection& connection, const Dialect& dialect);
 
 /// Brings tables of an earlier version to the present one.
 /// REQUIRES: a transaction for writing.

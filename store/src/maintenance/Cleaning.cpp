@@ -12,6 +12,7 @@ namespace storage::kvxstore {
 namespace {
 
 using database::Connection;
+using database::RowLock;
 
 constexpr std::int64_t workAtOnce = 256;
 constexpr std::int64_t chunksAtOnce = 16;
@@ -39,8 +40,8 @@ std::int64_t deleteChunks(Connection& database, std::int64_t content) {
                                {content, chunksAtOnce}),
                 [](const auto& row) { return std::pair(row.integer(0), row.integer(1)); });
     for (const auto& [idx, chunk] : extents) {
-        database.execute("delete from extents where content = $1 and idx = $2", {content, idx});
-        database.execute(
+        database.post("delete from extents where content = $1 and idx = $2", {content, idx});
+        database.post(
             "delete from chunks where id = $1"
             " and not exists(select 1 from extents where chunk = $1)",
             {chunk});
@@ -49,21 +50,16 @@ std::int64_t deleteChunks(Connection& database, std::int64_t content) {
     return work;
 }
 
-/// Looks at the first content in the garbage that is not known to be held. Deletes some chunks of
-/// an unused one, and the content with its last one. Returns the amount of work, 0 when there is no
-/// such content.
+/// Looks at the first content in the garbage. Deletes some chunks of an unused one, and the content
+/// with its last one. Returns the amount of work, 0 when there is no garbage.
 std::int64_t collectGarbage(Connection& database) {
-    const auto first = database.query("select content, charge from garbage where held = 0 limit 1");
+    const auto first = database.query("select id, content from garbage order by id limit 1");
     if (!first->next()) {
         return 0;
     }
-    const std::int64_t content = first->integer(0);
+    const std::int64_t content = first->integer(1);
     const Use use = useOf(database, content);
-    if (use == Use::HELD) {
-        database.execute("update garbage set held = 1 where content = $1", {content});
-        return 1;
-    }
-    if (first->integer(1) > 0) {
+    if (use != Use::HELD) {
         endCharge(database, content);
     }
     std::int64_t work = 1;
@@ -73,21 +69,29 @@ std::int64_t collectGarbage(Connection& database) {
             // Full chunks are more work than the small ones of most contents.
             return 4 * work;
         }
-        database.execute("delete from contents where id = $1", {content});
+        database.post("delete from contents where id = $1", {content});
     }
-    database.execute("delete from garbage where content = $1", {content});
+    // Who lets go of a held content adds it again.
+    database.post("delete from garbage where id = $1", {first->integer(0)});
     return work;
 }
 
 void forgetExpired(Connection& database, std::int64_t now) {
     deleteExpiredDownloads(database, now);
-    database.execute("delete from sessions where expires <= $1", {now - sessionMemory.count()});
+    database.post("delete from sessions where expires <= $1", {now - sessionMemory.count()});
 }
 
 }  // namespace
 
-bool clean(Connection& database, std::int64_t instance, std::int64_t now) {
-    closeLostHandles(database, instance, now);
+bool clean(Connection& database, std::int64_t instance, std::int64_t now, RowLock turn) {
+    if (hasHandles(database, instance)) {
+        renewLease(database, instance, now);
+    }
+    // One transaction cleans at a time, in all programs.
+    if (!database.lock(turn, "select name from locks where name = 'clean'", {})->next()) {
+        return false;
+    }
+    closeLostHandles(database, now);
     forgetExpired(database, now);
     if (database.isReadOnly()) {
         return false;

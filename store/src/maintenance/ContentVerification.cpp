@@ -71,14 +71,21 @@ private:
     }
 
     void readChunksAfter(std::int64_t& last) {
-        const auto chunks = context_.database.query(
-            "select id, checksum, data from chunks where id > $1 order by id", {last});
-        while (chunks->next()) {
-            if (chunks->integer(0) <= last) {
-                database::throwDamaged("parts of contents are out of order");
+        // A database may hand over all rows of an answer at once.
+        constexpr std::int64_t chunksAtOnce = 64;
+        for (bool more = true; more;) {
+            more = false;
+            const auto chunks = context_.database.query(
+                "select id, checksum, data from chunks where id > $1 order by id limit $2",
+                {last, chunksAtOnce});
+            while (chunks->next()) {
+                if (chunks->integer(0) <= last) {
+                    database::throwDamaged("parts of contents are out of order");
+                }
+                checkChunk(chunks->integer(0), chunks->integer(1), chunks->bytes(2));
+                last = chunks->integer(0);
+                more = true;
             }
-            checkChunk(chunks->integer(0), chunks->integer(1), chunks->bytes(2));
-            last = chunks->integer(0);
         }
     }
 

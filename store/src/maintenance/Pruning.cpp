@@ -26,8 +26,8 @@ std::int64_t findByName(const Context& context, const std::string& table,
         return 0;
     }
     const std::string text = toUtf8(name);
-    const auto row =
-        context.database.query("select id from " + table + "s where name = $1", {text});
+    const auto row = context.database.query("select id from " + table + "s where name = $1",
+                                            {isName(name) ? text : std::string()});
     if (!row->next()) {
         throw StoreError(StoreErrorCode::NOT_FOUND, "there is no " + table + " \"" + text + '"');
     }
@@ -51,11 +51,16 @@ std::int64_t endOfTime(const Context& context, const PruneRules& rules) {
 }
 
 void recountBytes(const Context& context) {
+    context.database.buckets().write();
     const auto wrong = collect(context.database.query(miscountedBuckets), [](const auto& row) {
         return std::pair(row.integer(2), row.integer(3));
     });
+    std::vector<std::int64_t> ids(wrong.size());
+    std::ranges::transform(wrong, ids.begin(), [](const auto& entry) { return entry.first; });
+    context.database.buckets().need(ids);
     for (const auto& [bucket, bytes] : wrong) {
-        context.database.execute("update buckets set used = $2 where id = $1", {bucket, bytes});
+        const std::int64_t used = context.database.buckets().find(bucket)->used;
+        context.database.buckets().count(bucket, {bytes - used, 0, 0});
     }
 }
 
@@ -65,7 +70,8 @@ void letGoOfUnnamed(const Context& context) {
         " where not exists(select 1 from versions where content = c.id)"
         " and not exists(select 1 from downloads where content = c.id)"
         " and not exists(select 1 from handles where base = c.id)"
-        " and not exists(select 1 from handles where work = c.id) on conflict do nothing");
+        " and not exists(select 1 from handles where work = c.id)"
+        " except select content from garbage");
     context.database.execute(
         "delete from chunks where not exists(select 1 from extents where chunk = chunks.id)");
 }
@@ -143,10 +149,12 @@ Pruned removeVersions(const Context& context, const std::vector<OldVersion>& ver
             continue;
         }
         const std::int64_t bucket = row->integer(0);
+        const bool isThere = context.database.buckets().find(bucket) != nullptr;
         const std::int64_t charged =
             discardVersions(context.database, version.node, bucket, {version.label, version.label});
-        context.database.execute("update buckets set used = used - $2 where id = $1",
-                                 {bucket, version.size - charged});
+        if (isThere) {
+            context.database.buckets().count(bucket, {charged - version.size, 0, 0});
+        }
         removed.push_back(version);
     }
     return countVersions(removed);

@@ -41,12 +41,12 @@ constexpr Check checks[] = {
      "select v.node, '' from versions v left join nodes n on n.id = v.node"
      " where n.id is null or n.kind <> 1"},
     {"that nothing uses and no cleaning would find",
-     "select 0, 'a content of ' || c.size || ' bytes' from contents c"
+     "select 0, 'a content of ' || l.size || ' bytes' from (select c.id, c.size from contents c"
      " where not exists(select 1 from versions where content = c.id)"
      " and not exists(select 1 from downloads where content = c.id)"
      " and not exists(select 1 from handles where base = c.id)"
      " and not exists(select 1 from handles where work = c.id)"
-     " and not exists(select 1 from garbage where content = c.id)",
+     " except select g.content, c.size from garbage g join contents c on c.id = g.content) l",
      true},
     {"counts its bytes in use wrong", miscountedBuckets, true},
     {"is open without its content",
@@ -66,8 +66,9 @@ constexpr Check checks[] = {
      "select i.node, '' from invitations i where i.status = 1"
      " and not exists(select 1 from grants where invitation = i.id and level = i.level)"},
     {"is marked wrong as to being shared",
-     "select id, '' from nodes n where n.shared <> (exists(select 1 from grants where node = n.id)"
-     " or exists(select 1 from invitations where node = n.id))"},
+     "select id, '' from nodes n where n.shared <> case when"
+     " exists(select 1 from grants where node = n.id)"
+     " or exists(select 1 from invitations where node = n.id) then 1 else 0 end"},
     {"has a policy, but is missing",
      "select p.node, '' from policies p"
      " where not exists(select 1 from nodes n where n.id = p.node)"},
@@ -91,14 +92,10 @@ void run(const Check& check, const Context& context, Damages& damages) {
 }
 
 void checkTables(database::Connection& database, Damages& damages) {
-    const auto integrity = database.query("pragma integrity_check");
-    while (integrity->next()) {
-        std::string sentence = integrity->text(0);
-        if (sentence != "ok") {
-            std::replace(sentence.begin(), sentence.end(), '\n', ' ');
-            damages.add("the database file is damaged: " + sentence);
-        }
-    }
+    database.checkIntegrity([&](std::string sentence) {
+        std::replace(sentence.begin(), sentence.end(), '\n', ' ');
+        damages.add("the database file is damaged: " + sentence);
+    });
 }
 
 /// Finds the folders that are below themselves. Every other one leads up to a root, which the

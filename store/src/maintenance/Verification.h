@@ -15,7 +15,7 @@ constexpr std::string_view miscountedBuckets =
     " where n.bucket = buckets.id) + (select coalesce(cast(sum(c.stored) as bigint), 0)"
     " from handles h join contents c on c.id = h.work where h.bucket = buckets.id)"
     " + coalesce(g.charge, 0) as bytes from buckets left join (select bucket,"
-    " cast(sum(charge) as bigint) as charge from garbage where charge > 0 group by bucket) g"
+    " cast(sum(charge) as bigint) as charge from charges group by bucket) g"
     " on g.bucket = buckets.id) b where b.used <> b.bytes";
 
 /// Checks everything and tells each damage, in bounded memory.

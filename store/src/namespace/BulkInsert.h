@@ -28,6 +28,8 @@ public:
             values_[count_] = value;
             if (const auto* text = std::get_if<std::string_view>(&value)) {
                 values_[count_] = texts_[count_].assign(*text);
+            } else if (const auto* freeText = std::get_if<database::FreeText>(&value)) {
+                values_[count_] = database::FreeText{texts_[count_].assign(freeText->bytes)};
             }
             ++count_;
         }
@@ -59,7 +61,7 @@ private:
     template <std::size_t size>
     void run(const std::string& sql, std::size_t start) {
         [&]<std::size_t... i>(std::index_sequence<i...>) {
-            database_.execute(sql, {values_[start + i]...});
+            database_.post(sql, {values_[start + i]...});
         }
         (std::make_index_sequence<size>());
     }

@@ -1,65 +1,48 @@
 #include "namespace/Charges.h"
 
-#include <string>
-
 namespace storage::kvxstore {
 
 std::int64_t discardVersions(database::Connection& database, std::int64_t node, std::int64_t bucket,
                              const Labels& labels, std::int64_t kept) {
     std::int64_t charged = 0;
-    const auto discarded = database.query(
-        "insert into garbage(content, bucket, charge) select v.content, $2, case when"
-        " (exists(select 1 from handles where base = v.content)"
-        " or exists(select 1 from downloads where content = v.content))"
-        " and not exists(select 1 from versions o where o.content = v.content"
-        " and (o.node <> $1 or o.label < $3 or o.label > $4))"
-        " then coalesce((select size from contents where id = v.content), 0) else 0 end"
-        " from versions v where v.node = $1 and v.label between $3 and $4 and v.content <> $5"
-        // Each content once, though several versions may have it.
-        " and not exists(select 1 from versions o where o.content = v.content and o.node = $1"
-        " and o.label >= $3 and o.label < v.label)"
-        " on conflict(content) do update set bucket = excluded.bucket, charge = excluded.charge,"
-        " held = 0 where garbage.charge = 0 returning charge",
-        {node, bucket, labels.first, labels.last, kept});
-    while (discarded->next()) {
-        charged += discarded->integer(0);
-    }
-    database.execute("delete from versions where node = $1 and label between $2 and $3",
-                     {node, labels.first, labels.last});
-    return charged;
-}
-
-std::vector<std::int64_t> addGarbage(database::Connection& database, std::string_view selection,
-                                     std::initializer_list<database::Value> values) {
-    std::string sql = "insert into garbage(content) ";
-    sql.append(selection).append(
-        " on conflict(content) do update set held = 0 returning content, charge");
-    std::vector<std::int64_t> charged;
-    const auto added = database.query(sql, values);
-    while (added->next()) {
-        if (added->integer(1) > 0) {
-            charged.push_back(added->integer(0));
+    {
+        const auto charges = database.query(
+            "insert into charges(content, bucket, charge) select c.id, $2, c.size from contents c"
+            " where c.id in (select content from versions where node = $1"
+            " and label between $3 and $4) and c.id <> $5 and c.size > 0"
+            " and (exists(select 1 from handles where base = c.id)"
+            " or exists(select 1 from downloads where content = c.id))"
+            " and not exists(select 1 from versions o where o.content = c.id"
+            " and (o.node <> $1 or o.label < $3 or o.label > $4))"
+            " on conflict(content) do nothing returning charge",
+            {node, bucket, labels.first, labels.last, kept});
+        while (charges->next()) {
+            charged += charges->integer(0);
         }
     }
+    database.post(
+        "insert into garbage(content) select content from versions where node = $1"
+        " and label between $2 and $3 and content <> $4",
+        {node, labels.first, labels.last, kept});
+    database.post("delete from versions where node = $1 and label between $2 and $3",
+                  {node, labels.first, labels.last});
     return charged;
 }
 
 void endCharge(database::Connection& database, std::int64_t content) {
-    database.execute(
-        "update buckets set used = used - (select charge from garbage where content = $1)"
-        " where id = (select bucket from garbage where content = $1)",
+    const auto row = database.query(
+        "select bucket, charge from charges where content = $1"
+        " and not exists(select 1 from handles where base = $1)"
+        " and not exists(select 1 from downloads where content = $1)",
         {content});
-    database.execute("update garbage set charge = 0 where content = $1", {content});
-}
-
-void releaseCharges(database::Connection& database, const std::vector<std::int64_t>& contents) {
-    for (const std::int64_t content : contents) {
-        if (database.number("select exists(select 1 from handles where base = $1)"
-                            " or exists(select 1 from downloads where content = $1)",
-                            {content}) == 0) {
-            endCharge(database, content);
-        }
+    if (!row->next()) {
+        return;
     }
+    // The bucket may have been deleted.
+    if (database.buckets().find(row->integer(0)) != nullptr) {
+        database.buckets().count(row->integer(0), {-row->integer(1), 0, 0});
+    }
+    database.post("delete from charges where content = $1", {content});
 }
 
 bool hasExpiredDownloads(database::Connection& database, std::int64_t now) {
@@ -67,10 +50,25 @@ bool hasExpiredDownloads(database::Connection& database, std::int64_t now) {
 }
 
 void deleteExpiredDownloads(database::Connection& database, std::int64_t now) {
-    const auto charged =
-        addGarbage(database, "select distinct content from downloads where expires <= $1", {now});
-    database.execute("delete from downloads where expires <= $1", {now});
-    releaseCharges(database, charged);
+    std::vector<std::int64_t> charged;
+    std::vector<std::int64_t> buckets;
+    {
+        const auto expired = database.query(
+            "select c.content, c.bucket from charges c where exists(select 1 from downloads d"
+            " where d.content = c.content and d.expires <= $1)",
+            {now});
+        while (expired->next()) {
+            charged.push_back(expired->integer(0));
+            buckets.push_back(expired->integer(1));
+        }
+    }
+    database.buckets().need(buckets);
+    database.post("insert into garbage(content) select content from downloads where expires <= $1",
+                  {now});
+    database.post("delete from downloads where expires <= $1", {now});
+    for (const std::int64_t content : charged) {
+        endCharge(database, content);
+    }
 }
 
 }  // namespace storage::kvxstore

@@ -10,7 +10,7 @@ namespace storage::kvxstore {
 
 // A content that no version names any more may still be held by an open handle or a download
 // location. Until they let it go, its bytes count in the bucket of the last version that named it:
-// they are the charge of its row in the garbage.
+// they are its charge.
 
 /// A range of the labels of a file's versions.
 struct Labels {
@@ -24,17 +24,8 @@ struct Labels {
 std::int64_t discardVersions(database::Connection& database, std::int64_t node, std::int64_t bucket,
                              const Labels& labels, std::int64_t kept = 0);
 
-/// Adds contents to the garbage. Returns those with a charge, which the caller releases once
-/// nothing holds them.
-/// REQUIRES: `selection` selects contents, each once, and has a condition.
-std::vector<std::int64_t> addGarbage(database::Connection& database, std::string_view selection,
-                                     std::initializer_list<database::Value> values);
-
-/// Takes the charge of a content in the garbage off the bytes that its bucket uses.
+/// Takes the charge of a content that nothing holds any more off the bytes that its bucket uses.
 void endCharge(database::Connection& database, std::int64_t content);
-
-/// Ends the charges of those contents that nothing holds any more.
-void releaseCharges(database::Connection& database, const std::vector<std::int64_t>& contents);
 
 bool hasExpiredDownloads(database::Connection& database, std::int64_t now);
 

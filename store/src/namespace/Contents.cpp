@@ -35,32 +35,30 @@ std::optional<OwnExtent> findExtent(const Context& context, std::int64_t content
 std::int64_t insertContent(const Context& context, std::int64_t size, std::int64_t stored,
                            std::int64_t checksum) {
     const std::int64_t content =
-        context.database.insert("insert into contents(size, stored, checksum) values($1, $2, $3)",
-                                {size, stored, checksum});
+        context.database.insert("contents", "size, stored, checksum", {size, stored, checksum});
     // A content whose row was lost leaves its extents to the next one with its id.
-    context.database.execute("delete from extents where content = $1", {content});
+    context.database.post("delete from extents where content = $1", {content});
     return content;
 }
 
 void insertExtent(const Context& context, std::int64_t content, const Extent& extent) {
-    context.database.execute(
+    context.database.post(
         "insert into extents(content, idx, chunk, size, checksums) values($1, $2, $3, $4, $5)",
         {content, extent.idx, extent.chunk, extent.size, database::Blob{extent.checksums}});
 }
 
 void insertChunk(const Context& context, std::int64_t content, std::int64_t idx,
                  std::string_view data, std::string_view checksums) {
-    const std::int64_t chunk =
-        context.database.insert("insert into chunks(checksum, data) values($1, $2)",
-                                {checksumOf(data), database::Blob{data}});
+    const std::int64_t chunk = context.database.insert("chunks", "checksum, data",
+                                                       {checksumOf(data), database::Blob{data}});
     insertExtent(context, content, {idx, chunk, static_cast<std::int64_t>(data.size()), checksums});
 }
 
 void updateChunk(const Context& context, std::int64_t content, const Extent& old,
                  std::string_view data) {
-    context.database.execute("update chunks set checksum = $2, data = $3 where id = $1",
-                             {old.chunk, checksumOf(data), database::Blob{data}});
-    context.database.execute(
+    context.database.post("update chunks set checksum = $2, data = $3 where id = $1",
+                          {old.chunk, checksumOf(data), database::Blob{data}});
+    context.database.post(
         "update extents set size = $3, checksums = $4 where content = $1 and idx = $2",
         {content, old.idx, static_cast<std::int64_t>(data.size()),
          database::Blob{blockChecksumsOf(old.idx, data)}});
@@ -92,7 +90,7 @@ void writePiece(const Context& context, Content& content, std::int64_t idx, std:
 }
 
 void shareChunks(const Context& context, std::int64_t from, std::int64_t to) {
-    context.database.execute(
+    context.database.post(
         "insert into extents(content, idx, chunk, size, checksums)"
         " select $1, idx, chunk, size, checksums from extents b"
         " where content = $2 and chunk <> 0 and not exists(select 1 from extents e"
@@ -224,8 +222,8 @@ void writeRange(const Context& context, Content& content, std::int64_t offset,
         bytes.remove_prefix(piece.size());
     }
     content.size = std::max(content.size, offset);
-    context.database.execute("update contents set size = $2, stored = $3 where id = $1",
-                             {content.id, content.size, content.stored});
+    context.database.post("update contents set size = $2, stored = $3 where id = $1",
+                          {content.id, content.size, content.stored});
 }
 
 void sealContent(const Context& context, Content& content) {
@@ -252,8 +250,8 @@ void sealContent(const Context& context, Content& content) {
             insertExtent(context, content.id, hole);
         }
     }
-    context.database.execute("update contents set stored = $2, checksum = $3 where id = $1",
-                             {content.id, content.stored, content.checksum});
+    context.database.post("update contents set stored = $2, checksum = $3 where id = $1",
+                          {content.id, content.stored, content.checksum});
 }
 
 bool haveSameBytes(const Context& context, const Content& a, const Content& b) {

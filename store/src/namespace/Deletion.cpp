@@ -47,7 +47,10 @@ public:
         }
         std::int64_t total = 0;
         for (const auto& [bucket, bytes] : freed_) {
-            database_.execute("update buckets set used = used - $2 where id = $1", {bucket, bytes});
+            // That of a user who was removed is gone.
+            if (database_.buckets().find(bucket) != nullptr) {
+                database_.buckets().count(bucket, {-bytes, 0, 0});
+            }
             total += bytes;
         }
         return total;
@@ -72,14 +75,14 @@ private:
             freed_[node.bucket] +=
                 size - discardVersions(database_, node.id, node.bucket, {0, all});
         } else {
-            database_.execute("delete from vacated where parent = $1", {node.id});
+            database_.post("delete from vacated where parent = $1", {node.id});
         }
         if (node.shared) {
-            database_.execute("delete from grants where node = $1", {node.id});
-            database_.execute("delete from invitations where node = $1", {node.id});
+            database_.post("delete from grants where node = $1", {node.id});
+            database_.post("delete from invitations where node = $1", {node.id});
         }
-        database_.execute("delete from policies where node = $1", {node.id});
-        database_.execute("delete from nodes where id = $1", {node.id});
+        database_.post("delete from policies where node = $1", {node.id});
+        database_.post("delete from nodes where id = $1", {node.id});
         ++removed_;
     }
 
@@ -98,25 +101,40 @@ Purge purgeSome(database::Connection& database, std::vector<DeletedNode> nodes, 
 
 void softDelete(const Context& context, const Node& node, std::int64_t seq) {
     vacate(context, node, seq);
-    context.database.execute(
+    context.database.post(
         "update nodes set parent = $2, name = cast(id as text), seq = $3 where id = $1",
         {node.id, trashOf(node.bucket), seq});
 }
 
 Purge purgeTrash(database::Connection& database) {
+    const auto first = database.query("select bucket from nodes where parent < 0 limit 1");
+    return first->next() ? purgeTrashIn(database, first->integer(0)) : Purge();
+}
+
+Purge purgeTrashIn(database::Connection& database, std::int64_t bucket) {
     constexpr std::int64_t most = 256;
-    const auto nodes = database.query(
-        "select id, bucket, kind, shared from nodes where parent < 0 limit $1", {most});
-    return purgeSome(database, collectNodes(nodes), most);
+    // Whoever moves something into the trash or out of it holds the bucket.
+    database.buckets().need({bucket});
+    return purgeSome(database,
+                     collectNodes(database.query(
+                         "select id, bucket, kind, shared from nodes where parent = $1 limit $2",
+                         {trashOf(bucket), most})),
+                     most);
 }
 
 Purge purgeTrashOf(database::Connection& database, std::int64_t user) {
     constexpr std::int64_t most = 1'024;
+    database.buckets().need(bucketsOf(database, user));
     const auto nodes = database.query(
         "select n.id, n.bucket, n.kind, n.shared from buckets b"
         " join nodes n on n.parent = -b.id where b.owner = $1 limit $2",
         {user, most});
     return purgeSome(database, collectNodes(nodes), most);
+}
+
+std::vector<std::int64_t> bucketsOf(database::Connection& database, std::int64_t user) {
+    return collect(database.query("select id from buckets where owner = $1", {user}),
+                   [](const auto& row) { return row.integer(0); });
 }
 
 void purgeTree(database::Connection& database, std::int64_t node) {

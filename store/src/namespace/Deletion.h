@@ -16,11 +16,14 @@ struct Purge {
     bool more = false;
 };
 
-/// Purges a small part of the trash.
+/// Purges a small part of the trash of one bucket.
 Purge purgeTrash(database::Connection& database);
+Purge purgeTrashIn(database::Connection& database, std::int64_t bucket);
 
 /// As purgeTrash(), but from the buckets of one user, and a larger part: somebody waits for it.
 Purge purgeTrashOf(database::Connection& database, std::int64_t user);
+
+std::vector<std::int64_t> bucketsOf(database::Connection& database, std::int64_t user);
 
 /// Purges a node in the trash with all below it, at once.
 void purgeTree(database::Connection& database, std::int64_t node);

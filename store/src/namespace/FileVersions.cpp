@@ -38,7 +38,7 @@ bool keepsVersions(const Context& context, const ResolvedPath& path) {
 }
 
 void updateFile(const Context& context, const Node& file) {
-    context.database.execute(
+    context.database.post(
         "update nodes set seq = $2, size = $3, label = $4, modified = $5, client_modified = 0"
         " where id = $1",
         {file.id, file.seq, file.size, file.label, file.modified});
@@ -108,7 +108,7 @@ Node revise(const Context& context, const ResolvedPath& path, std::int64_t size,
     const bool replaces = path.exists();
     Node file = replaces ? path.node(Kind::FILE, Right::WRITE) : newFile(path);
     const bool keepsOld = replaces && createNewVersion && keepsVersions(context, path);
-    file.seq = advance(context, file.bucket, size - (keepsOld ? 0 : file.size));
+    file.seq = advanceFile(context, file.bucket, size - (keepsOld ? 0 : file.size));
     if (replaces && !keepsOld) {
         dropVersion(context, file, kept);
     }
@@ -127,10 +127,11 @@ Node revise(const Context& context, const ResolvedPath& path, std::int64_t size,
 }
 
 void addVersion(const Context& context, const Node& file, const Content& content) {
-    context.database.execute(
+    context.database.post(
         "insert into versions(node, label, content, content_type, created, checksum)"
         " values($1, $2, $3, $4, $5, $6)",
-        {file.id, file.label, content.id, content.type, file.modified, rowChecksumOf(content)});
+        {file.id, file.label, content.id, database::FreeText{content.type}, file.modified,
+         rowChecksumOf(content)});
 }
 
 }  // namespace storage::kvxstore

@@ -24,7 +24,10 @@ UserProfile profileOf(const Context& context, std::int64_t user, const std::stri
 }  // namespace
 
 InvitationRow findInvitation(const Context& context, std::int64_t user, const std::string& id) {
-    auto rows = selectInvitations(context, "id = $1", {id});
+    std::vector<InvitationRow> rows;
+    if (isSecret(id)) {
+        rows = selectInvitations(context, "id = $1", {id});
+    }
     if (rows.empty() || (rows.front().inviter != user && rows.front().recipient != user &&
                          rows.front().type != InvitationType::OPEN)) {
         refuse(ErrorCode::RESOURCE_NOT_FOUND);

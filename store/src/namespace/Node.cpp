@@ -71,15 +71,14 @@ bool hasChildren(const Context& context, const Node& folder) {
 
 void insertNode(const Context& context, Node& node) {
     node.id = context.database.insert(
-        "insert into nodes(bucket, parent, name, kind, seq, size, label, created, modified,"
-        " client_modified) values($1, $2, $3, $4, $5, $6, $7, $8, $9, $10)",
+        "nodes", "bucket, parent, name, kind, seq, size, label, created, modified, client_modified",
         {node.bucket, node.parent, node.name, static_cast<std::int64_t>(node.kind), node.seq,
          node.size, node.label, node.created, node.modified, node.clientModified});
     occupy(context, node.parent, node.name);
 }
 
 void vacate(const Context& context, const Node& node, std::int64_t seq) {
-    context.database.execute(
+    context.database.post(
         "insert into vacated(parent, name, bucket, seq, node, kind) values($1, $2, $3, $4, $5, $6)"
         " on conflict(parent, name) do update set bucket = excluded.bucket, seq = excluded.seq,"
         " node = excluded.node, kind = excluded.kind",
@@ -87,7 +86,7 @@ void vacate(const Context& context, const Node& node, std::int64_t seq) {
 }
 
 void occupy(const Context& context, std::int64_t parent, const std::string& name) {
-    context.database.execute("delete from vacated where parent = $1 and name = $2", {parent, name});
+    context.database.post("delete from vacated where parent = $1 and name = $2", {parent, name});
 }
 
 }  // namespace storage::kvxstore

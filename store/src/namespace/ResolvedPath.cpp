@@ -13,20 +13,6 @@ namespace {
 
 constexpr std::size_t mostLevels = 32;
 
-const std::string selectBucket = "select id, name, root, owner from buckets where ";
-const std::string selectBucketById = selectBucket + "id = $1";
-const std::string selectBucketByName = selectBucket + "name = $1";
-const std::string selectOwnBucket =
-    selectBucket + "owner = $1 and name = (select name from users where id = $1)";
-
-bool readBucket(const database::Rows& row, BucketRow& bucket) {
-    if (!row->next()) {
-        return false;
-    }
-    bucket = {row->integer(0), row->text(1), row->integer(2), row->integer(3)};
-    return true;
-}
-
 /// The user's right to a node in a folder to which they have the right `inherited`.
 Right rightTo(const Context& context, std::int64_t user, const Node& node, Right inherited) {
     if (inherited == Right::OWN || !node.shared) {
@@ -48,11 +34,12 @@ void append(const Context& context, ResolvedPath& path, Node node) {
 ResolvedPath rootOf(const Context& context, std::int64_t user, const std::string& bucket) {
     ResolvedPath path;
     path.user = user;
-    if (!readBucket(bucket.empty() ? context.database.query(selectOwnBucket, {path.user})
-                                   : context.database.query(selectBucketByName, {bucket}),
-                    path.bucket)) {
+    auto& buckets = context.database.buckets();
+    const BucketRow* const row = bucket.empty() ? buckets.findOwn(user) : buckets.find(bucket);
+    if (row == nullptr) {
         refuse(ErrorCode::RESOURCE_NOT_FOUND);
     }
+    path.bucket = *row;
     std::optional<Node> root = findNode(context, path.bucket.root);
     if (!root) {
         database::throwDamaged("a bucket has no root");
@@ -73,18 +60,18 @@ ResolvedPath folderAt(const Context& context, std::int64_t user, const std::stri
     for (const std::string& name : names) {
         key.append(1, '/').append(name);
     }
-    // No name contains a NUL, but the bucket of a request may contain anything.
+    // No name contains a NUL.
     key.append(1, '\0').append(bucket);
-    auto& known = LookupCache::on(context.database).folders();
-    if (const auto folder = known.find(key); folder != known.end()) {
-        return folder->second;
+    LookupCache& cache = LookupCache::on(context.database);
+    if (const ResolvedPath* const known = cache.findFolder(key)) {
+        return *known;
     }
     ResolvedPath path = rootOf(context, user, bucket);
     for (const std::string& name : names) {
         descend(context, path, name);
     }
     if (path.exists() && path.chain.back().kind == Kind::FOLDER && names.size() < mostLevels) {
-        known.emplace(std::move(key), path);
+        cache.addFolder(std::move(key), path);
     }
     return path;
 }
@@ -142,6 +129,9 @@ ResolvedPath resolve(const Context& context, const Resource& resource) {
     const std::int64_t user = requireUser(context);
     std::vector<std::string> folders = splitPath(resource.getPath());
     const std::string bucket = resource.getUTF8Bucket();
+    if (!bucket.empty() && !isName(resource.getBucket())) {
+        refuse(ErrorCode::RESOURCE_NOT_FOUND);
+    }
     ResolvedPath path;
     if (folders.empty()) {
         path = rootOf(context, user, bucket);
@@ -170,11 +160,15 @@ ResolvedPath resolveNode(const Context& context, std::int64_t user, std::int64_t
     std::vector<Node> upwards = climb(context, node);
     ResolvedPath path;
     path.user = user;
-    if (upwards.empty() || upwards.back().parent != rootParent ||
-        !readBucket(context.database.query(selectBucketById, {upwards.back().bucket}),
-                    path.bucket)) {
+    if (upwards.empty() || upwards.back().parent != rootParent) {
         return {};
     }
+    const std::int64_t bucket = upwards.back().bucket;
+    const BucketRow* const row = context.database.buckets().find(bucket);
+    if (row == nullptr) {
+        return {};
+    }
+    path.bucket = *row;
     for (auto step = upwards.rbegin(); step != upwards.rend(); ++step) {
         if (step != upwards.rbegin()) {
             path.names.push_back(step->name);

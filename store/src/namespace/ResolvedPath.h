@@ -9,13 +9,6 @@
 
 namespace storage::kvxstore {
 
-struct BucketRow {
-    std::int64_t id = 0;
-    std::string name;
-    std::int64_t root = 0;
-    std::int64_t owner = 0;
-};
-
 /// A path looked up as far as it exists, with a user's rights to each node on it.
 struct ResolvedPath {
     std::int64_t user = 0;

@@ -47,7 +47,7 @@ std::int64_t changeBucket(const Context& context, const ResolvedPath& source,
     vacate(context, node, advance(context, node.bucket, -size));
     const std::int64_t seq = advance(context, target.id, size, replaced);
     const auto run = [&](const std::string& sql, std::initializer_list<database::Value> values) {
-        context.database.execute(belowNode + sql + " in (select id from tree)", values);
+        context.database.post(belowNode + sql + " in (select id from tree)", values);
     };
     run("update nodes set bucket = $2, seq = $3 where id", {node.id, target.id, seq});
     run("update vacated set bucket = $2, seq = $3 where parent", {node.id, target.id, seq});
@@ -70,11 +70,11 @@ void requireRoomBelow(const Context& context, const Node& folder, const Resolved
     const std::size_t length = pathLength(target);
     // A path has at least as many bytes, and at most as many code points, as UTF-16 units.
     const auto rows = context.database.query(
-        "with recursive tree(id, path) as (select cast($1 as bigint), ''"
+        "with recursive tree(id, path) as (select id, substr(name, 1, 0) from nodes where id = $1"
         " union all select n.id, t.path || '/' || n.name from nodes n"
         " join tree t on n.parent = t.id where n.kind = 0 and length(t.path) <= $2)"
         " select t.path || '/' || n.name from tree t join nodes n on n.parent = t.id"
-        " where length(cast(t.path as blob)) + $3 >= $2",
+        " where octet_length(t.path) + $3 >= $2",
         {folder.id, static_cast<std::int64_t>(longestPath - length), mostNameBytes});
     while (rows->next()) {
         if (length + toUtf16(rows->bytes(0)).size() > longestPath) {
@@ -93,8 +93,7 @@ std::int64_t clearTarget(const Context& context, const ResolvedPath& target) {
     return target.node().id;
 }
 
-/// Copies all below a folder into its copy, which is the newest node, so that the ids after its own
-/// are free.
+/// Copies all below a folder into its copy, which is the newest node.
 void copyBelow(const Context& context, const Node& source, const Node& copy, std::size_t length) {
     struct Folder {
         std::int64_t source;
@@ -123,13 +122,14 @@ void copyBelow(const Context& context, const Node& source, const Node& copy, std
             if (below > longestPath) {
                 refuse(ErrorCode::ILLEGAL_PATH);
             }
-            nodes.add({++newest, copy.bucket, folder.copy, name, kind, copy.seq, rows->integer(3),
+            newest = context.database.idAfter("nodes", newest);
+            nodes.add({newest, copy.bucket, folder.copy, name, kind, copy.seq, rows->integer(3),
                        label, copy.created, copy.created, rows->integer(4)});
             if (Kind(kind) == Kind::FOLDER) {
                 pending.push({rows->integer(0), newest, below});
             } else if (const std::int64_t content = rows->integer(5); content != 0) {
-                versions.add(
-                    {newest, label, content, rows->bytes(6), copy.created, rows->integer(7)});
+                versions.add({newest, label, content, database::FreeText{rows->bytes(6)},
+                              copy.created, rows->integer(7)});
             } else {
                 database::throwDamaged("the file \"" + std::string(name) + "\" has no content");
             }
@@ -154,8 +154,8 @@ void moveTree(const Context& context, const ResolvedPath& source, const Resolved
     } else {
         seq = changeBucket(context, source, target.bucket, replaced);
     }
-    context.database.execute("update nodes set parent = $2, name = $3, seq = $4 where id = $1",
-                             {node.id, target.parent().id, target.name(), seq});
+    context.database.post("update nodes set parent = $2, name = $3, seq = $4 where id = $1",
+                          {node.id, target.parent().id, target.name(), seq});
     occupy(context, target.parent().id, target.name());
 }
 

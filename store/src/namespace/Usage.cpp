@@ -1,5 +1,7 @@
 #include "namespace/Usage.h"
 
+#include <utility>
+
 #include "namespace/Charges.h"
 #include "namespace/Deletion.h"
 #include "scheduler/Postponement.h"
@@ -10,17 +12,47 @@ namespace {
 
 struct Growth {
     std::int64_t bucket = 0;
-    std::int64_t bytes = 0;
-    std::int64_t changes = 0;
+    BucketStep step;
 };
 
+struct Room {
+    std::int64_t owner = 0;
+    std::int64_t quota = 0;
+    std::int64_t used = 0;
+
+    std::int64_t free() const { return quota - used; }
+};
+
+/// The room of the bucket's owner, which no other transaction fills meanwhile.
+Room roomIn(const Context& context, std::int64_t bucket) {
+    const BucketRow* const row = context.database.buckets().find(bucket);
+    if (row == nullptr) {
+        refuse(ErrorCode::RESOURCE_NOT_FOUND);
+    }
+    Room room{row->owner, 0, row->used};
+    const auto user = context.database.query(
+        "select quota, (select count(*) from buckets where owner = $1) from users where id = $1",
+        {room.owner});
+    if (!user->next()) {
+        database::throwDamaged("the owner of a bucket is missing");
+    }
+    room.quota = user->integer(0);
+    if (user->integer(1) > 1 && std::cmp_less(room.quota, NewUser::UNLIMITED)) {
+        room.used = 0;
+        context.database.buckets().write();
+        room.used = context.database.number(
+            "select cast(sum(used) as bigint) from buckets where owner = $1", {room.owner});
+    }
+    return room;
+}
+
 bool grow(const Context& context, const Growth& growth) {
-    return context.database.execute(
-               "update buckets set seq = seq + $3, used = used + $2 where id = $1 and ($2 <= 0 or "
-               "$2 <="
-               " (select u.quota - (select cast(sum(b.used) as bigint) from buckets b"
-               " where b.owner = u.id) from users u where u.id = buckets.owner))",
-               {growth.bucket, growth.bytes, growth.changes}) > 0;
+    if (growth.step.bytes > 0 && growth.step.bytes > roomIn(context, growth.bucket).free()) {
+        return false;
+    }
+    context.database.buckets().find(growth.bucket);
+    context.database.buckets().count(growth.bucket, growth.step);
+    return true;
 }
 
 /// What is in the way of a growth: bytes of this user.
@@ -31,15 +63,11 @@ struct Shortage {
 
 /// Refuses growth that no purge can make room for.
 Shortage shortageOf(const Context& context, const Growth& growth) {
-    const auto row = context.database.query(
-        "select b.owner, u.quota, (select cast(sum(o.used) as bigint) from buckets o"
-        " where o.owner = b.owner) from buckets b join users u on u.id = b.owner where b.id = $1",
-        {growth.bucket});
-    if (!row->next() || growth.bytes > row->integer(1)) {
+    const Room room = roomIn(context, growth.bucket);
+    if (growth.step.bytes > room.quota) {
         refuse(ErrorCode::QUOTA_EXCEEDED);
     }
-    const std::int64_t free = row->integer(1) - row->integer(2);
-    const Shortage shortage{row->integer(0), growth.bytes - free};
+    const Shortage shortage{room.owner, growth.step.bytes - room.free()};
     if (bytesInTrash(context.database, shortage.user, shortage.bytes) < shortage.bytes &&
         !hasExpiredDownloads(context.database, context.now())) {
         refuse(ErrorCode::QUOTA_EXCEEDED);
@@ -81,12 +109,17 @@ void growOrRefuse(const Context& context, const Growth& growth, std::int64_t rep
 
 std::int64_t advance(const Context& context, std::int64_t bucket, std::int64_t growth,
                      std::int64_t replaced) {
-    growOrRefuse(context, {bucket, growth, 1}, replaced);
-    return context.database.number("select seq from buckets where id = $1", {bucket});
+    growOrRefuse(context, {bucket, {growth, 1, 1}}, replaced);
+    return context.database.buckets().find(bucket)->seq;
+}
+
+std::int64_t advanceFile(const Context& context, std::int64_t bucket, std::int64_t growth) {
+    growOrRefuse(context, {bucket, {growth, 1, 0}}, 0);
+    return context.database.buckets().find(bucket)->seq;
 }
 
 void reserve(const Context& context, std::int64_t bucket, std::int64_t growth) {
-    growOrRefuse(context, {bucket, growth, 0}, 0);
+    growOrRefuse(context, {bucket, {growth, 0, 0}}, 0);
 }
 
 }  // namespace storage::kvxstore

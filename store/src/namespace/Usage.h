@@ -12,6 +12,9 @@ namespace storage::kvxstore {
 std::int64_t advance(const Context& context, std::int64_t bucket, std::int64_t growth = 0,
                      std::int64_t replaced = 0);
 
+/// As advance(), for a change that concerns one file, and no folder, right or grant.
+std::int64_t advanceFile(const Context& context, std::int64_t bucket, std::int64_t growth = 0);
+
 /// As advance(), but counts no change.
 void reserve(const Context& context, std::int64_t bucket, std::int64_t growth);
 

@@ -5,12 +5,16 @@
 
 #include "core/Secrets.h"
 #include "core/Text.h"
+#include "namespace/Deletion.h"
 #include "namespace/Grants.h"
 #include "storage/kvxstore/StoreError.h"
 
 namespace storage::kvxstore::operations {
 
 namespace {
+
+using database::FreeText;
+using database::RowLock;
 
 std::string checkedName(const std::u16string& name) {
     if (!isName(name)) {
@@ -20,12 +24,15 @@ std::string checkedName(const std::u16string& name) {
     return toUtf8(name);
 }
 
-std::int64_t findUser(const Context& context, const std::string& name) {
-    const auto row = context.database.query("select id from users where name = $1", {name});
-    if (!row->next()) {
-        throw StoreError(StoreErrorCode::NOT_FOUND, "there is no user \"" + name + '"');
+std::int64_t findUser(const Context& context, const std::u16string& name) {
+    const std::string text = toUtf8(name);
+    if (isName(name)) {
+        const auto row = context.database.query("select id from users where name = $1", {text});
+        if (row->next()) {
+            return row->integer(0);
+        }
     }
-    return row->integer(0);
+    throw StoreError(StoreErrorCode::NOT_FOUND, "there is no user \"" + text + '"');
 }
 
 std::string makeToken(const Context& context, std::int64_t user) {
@@ -50,13 +57,13 @@ void insertBucket(const Context& context, const std::string& name, std::int64_t 
         throw StoreError(StoreErrorCode::ALREADY_EXISTS,
                          "there is a bucket \"" + name + "\" already");
     }
-    const std::int64_t bucket = context.database.insert(
-        "insert into buckets(name, owner, root, seq, used) values($1, $2, 0, 0, 0)", {name, owner});
+    const std::int64_t bucket =
+        context.database.insert("buckets", "name, owner, root, seq, used", {name, owner, 0, 0, 0});
     const std::int64_t root = context.database.insert(
-        "insert into nodes(bucket, parent, name, kind, seq, size, label, created, modified,"
-        " client_modified) values($1, $2, $3, 0, 0, 0, 0, $4, $4, 0)",
-        {bucket, rootParent, name, context.now()});
-    context.database.execute("update buckets set root = $2 where id = $1", {bucket, root});
+        "nodes", "bucket, parent, name, kind, seq, size, label, created, modified, client_modified",
+        {bucket, rootParent, name, 0, 0, 0, 0, context.now(), context.now(), 0});
+    context.database.post("update buckets set root = $2 where id = $1", {bucket, root});
+    context.database.buckets().hold(bucket, BucketRow{bucket, name, root, owner});
 }
 
 /// `units` of 4 GiB and the rest, or the largest number where the sum is larger.
@@ -70,17 +77,21 @@ unsigned long joined(unsigned long units, unsigned long rest) {
 
 std::string createUser(const Context& context, const NewUser& user) {
     const std::string name = checkedName(user.name);
+    const std::string email = toUtf8(user.emailAddress);
+    holdWaiting(context, name, email);
+    lockDirectory(context, RowLock::CHANGE);
+    holdWaiting(context, name, email);
     if (context.database.query("select 1 from users where name = $1", {name})->next()) {
         throw StoreError(StoreErrorCode::ALREADY_EXISTS,
                          "there is a user \"" + name + "\" already");
     }
+    const std::string firstName = toUtf8(user.firstName);
+    const std::string lastName = toUtf8(user.lastName);
     const std::int64_t id = context.database.insert(
-        "insert into users(name, email, first_name, last_name, quota)"
-        " values($1, $2, $3, $4, $5)",
-        {name, toUtf8(user.emailAddress), toUtf8(user.firstName), toUtf8(user.lastName),
-         asStored(user.quota)});
+        "users", "name, email, first_name, last_name, quota",
+        {name, FreeText{email}, FreeText{firstName}, FreeText{lastName}, asStored(user.quota)});
     insertBucket(context, name, id);
-    bindWaiting(context, id, name, toUtf8(user.emailAddress));
+    bindWaiting(context, id, name, email);
     return makeToken(context, id);
 }
 
@@ -97,20 +108,29 @@ std::vector<User> listUsers(const Context& context) {
 }
 
 std::string renewToken(const Context& context, const std::u16string& user) {
-    const std::int64_t id = findUser(context, toUtf8(user));
+    const std::int64_t id = findUser(context, user);
     endLogins(context, id);
     return makeToken(context, id);
 }
 
 void setQuota(const Context& context, const std::u16string& user, unsigned long quota) {
-    context.database.execute("update users set quota = $2 where id = $1",
-                             {findUser(context, toUtf8(user)), asStored(quota)});
+    const std::int64_t id = findUser(context, user);
+    context.database.buckets().need(bucketsOf(context.database, id));
+    context.database.execute("update users set quota = $2 where id = $1", {id, asStored(quota)});
 }
 
 void removeUser(const Context& context, const std::u16string& name) {
-    const std::int64_t user = findUser(context, toUtf8(name));
+    const std::int64_t user = findUser(context, name);
+    const auto hold = [&] {
+        context.database.buckets().need(bucketsOf(context.database, user));
+        holdSharing(context, user);
+    };
+    hold();
+    lockDirectory(context, RowLock::CHANGE);
+    hold();
     dropSharing(context, user);
     endLogins(context, user);
+    context.database.buckets().release();
     context.database.execute(
         "update nodes set parent = -bucket, name = cast(id as text)"
         " where id in (select root from buckets where owner = $1)",
@@ -120,7 +140,11 @@ void removeUser(const Context& context, const std::u16string& name) {
 }
 
 void createBucket(const Context& context, const std::u16string& name, const std::u16string& owner) {
-    insertBucket(context, checkedName(name), findUser(context, toUtf8(owner)));
+    const std::string checked = checkedName(name);
+    // Who writes to the only bucket of its owner does not look for others.
+    context.database.buckets().need(bucketsOf(context.database, findUser(context, owner)));
+    lockDirectory(context, RowLock::CHANGE);
+    insertBucket(context, checked, findUser(context, owner));
 }
 
 std::vector<Bucket> listBuckets(const Context& context) {

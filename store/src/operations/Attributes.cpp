@@ -17,8 +17,10 @@ SetMetadataResponse setMetadata(const Context& context, const SetMetadataRequest
     const ResolvedPath path = resolve(context, request.getResource());
     const Node& node = path.node(Right::WRITE);
     const std::int64_t time = request.getClientLastModified().time_since_epoch().count();
-    context.database.execute("update nodes set client_modified = $2, seq = $3 where id = $1",
-                             {node.id, time, advance(context, path.bucket.id)});
+    const std::int64_t seq = node.kind == Kind::FILE ? advanceFile(context, path.bucket.id)
+                                                     : advance(context, path.bucket.id);
+    context.database.post("update nodes set client_modified = $2, seq = $3 where id = $1",
+                          {node.id, time, seq});
     if (node.kind == Kind::FILE) {
         LookupCache::on(context.database).keep();
     }

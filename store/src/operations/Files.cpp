@@ -114,7 +114,7 @@ FileDeleteResponse deleteFile(const Context& context, const FileDeleteRequest& r
     const ResolvedPath path = resolve(context, request.getResource());
     const Node& file = path.node(Kind::FILE);
     path.parent();
-    softDelete(context, file, advance(context, path.bucket.id));
+    softDelete(context, file, advanceFile(context, path.bucket.id));
     return FileDeleteResponse().withDeletedFileSummary(
         DeletedFileSummary()
             .withParentResource(path.parentResource())

@@ -32,7 +32,7 @@ FolderCreateResponse createFolder(const Context& context, const FolderCreateRequ
     folder.bucket = path.bucket.id;
     folder.parent = parent.id;
     folder.name = path.name();
-    folder.seq = advance(context, path.bucket.id);
+    folder.seq = advanceFile(context, path.bucket.id);  // No folder was there before.
     folder.created = folder.modified = context.now();
     insertNode(context, folder);
     LookupCache::on(context.database).keep();

@@ -21,6 +21,7 @@ namespace storage::kvxstore::operations {
 namespace {
 
 using database::Blob;
+using database::FreeText;
 
 struct Handle {
     std::string hash;
@@ -56,8 +57,8 @@ std::string insertHandle(const Context& context, const Handle& handle) {
             " where (select count(*) from handles where owner = $3) < $14",
             {Blob{hash}, context.instance, handle.owner, handle.bucket, handle.node, handle.parent,
              handle.name, handle.base, handle.work, static_cast<std::int64_t>(handle.writable),
-             static_cast<std::int64_t>(handle.exclusive), handle.contentType, handle.checksum,
-             context.options.handleLimit}) > 0;
+             static_cast<std::int64_t>(handle.exclusive), FreeText{handle.contentType},
+             handle.checksum, context.options.handleLimit}) > 0;
     if (!inserted) {
         refuse(ErrorCode::QUOTA_EXCEEDED);
     }

@@ -14,10 +14,10 @@ namespace {
 void insertInvitation(const Context& context, InvitationRow& row) {
     row.id = newSecret();
     row.created = context.now();
-    context.database.execute(
+    context.database.post(
         "insert into invitations(id, node, inviter, recipient, recipient_name, type, level, status,"
         " created, origin) values($1, $2, $3, $4, $5, $6, $7, $8, $9, $10)",
-        {row.id, row.node, row.inviter, row.recipient, row.recipientName,
+        {row.id, row.node, row.inviter, row.recipient, database::FreeText{row.recipientName},
          static_cast<std::int64_t>(row.type), static_cast<std::int64_t>(row.right),
          static_cast<std::int64_t>(row.status), row.created, row.origin});
     limitSharing(context, row.node);
@@ -31,8 +31,8 @@ std::string userName(const Context& context, std::int64_t user) {
 /// The user with that name, or else with that e-mail address; 0 when there is none.
 std::int64_t findRecipient(const Context& context, const std::string& text) {
     const auto row = context.database.query(
-        "select id from users where name = $1 or email = $1 order by name = $1 desc, id limit 1",
-        {text});
+        "select id from users where name = $1 or email = $2 order by name = $1 desc, id limit 1",
+        {text, database::FreeText{text}});
     return row->next() ? row->integer(0) : 0;
 }
 
@@ -42,9 +42,13 @@ InvitationRow ownFrom(const Context& context, const InvitationRow& open, std::in
     if (!existing.empty()) {
         return std::move(existing.front());
     }
+    lockDirectory(context, database::RowLock::SHARE);
     InvitationRow own = open;
     own.recipient = user;
     own.recipientName = userName(context, user);
+    if (!lockUser(context, own.recipientName)) {
+        refuse(ErrorCode::INVALID_SESSION_ID);  // The user was removed meanwhile.
+    }
     own.type = InvitationType::CREATED_FROM_OPEN;
     own.origin = open.id;
     insertInvitation(context, own);
@@ -96,6 +100,7 @@ InvitationCreateResponse createInvitation(const Context& context,
     } else if (!isAddress(request.getRecipient())) {
         refuse(ErrorCode::RESOURCE_NOT_FOUND);
     } else {
+        lockDirectory(context, database::RowLock::SHARE);
         row.recipient = findRecipient(context, row.recipientName);
     }
     insertInvitation(context, row);

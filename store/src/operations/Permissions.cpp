@@ -17,10 +17,12 @@ PermissionGrantResponse grantPermission(const Context& context,
     grant.node = node.id;
     grant.name = toUtf8(subject);
     grant.right = request.getOperation() == Operation::READ ? Right::READ : Right::WRITE;
-    const auto user = context.database.query("select id from users where name = $1", {grant.name});
-    if (user->next()) {
-        grant.grantee = user->integer(0);
-    } else if (!request.getAllowNonExistingUser() || !isName(subject)) {
+    if (!isName(subject)) {
+        refuse(ErrorCode::RESOURCE_NOT_FOUND);
+    }
+    lockDirectory(context, database::RowLock::SHARE);
+    grant.grantee = lockUser(context, grant.name).value_or(0);
+    if (grant.grantee == 0 && !request.getAllowNonExistingUser()) {
         refuse(ErrorCode::RESOURCE_NOT_FOUND);
     }
     return PermissionGrantResponse().withPermissionId(
@@ -31,7 +33,8 @@ PermissionRevokeResponse revokePermission(const Context& context,
                                           const PermissionRevokeRequest& request) {
     const ResolvedPath path = resolve(context, request.getResource());
     const Node& node = path.node(Right::OWN);
-    if (context.database.execute(
+    if (!isNumber(request.getPermissionId()) ||
+        context.database.execute(
             "delete from grants where node = $1 and cast(id as text) = $2 and invitation = ''",
             {node.id, request.getPermissionId()}) == 0) {
         refuse(ErrorCode::RESOURCE_NOT_FOUND);

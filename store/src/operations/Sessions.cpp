@@ -32,7 +32,8 @@ PingResponse ping(const Context&, const kvxtransport::PingRequest&) {
 LoginResponse login(const Context& context, const LoginRequest& request) {
     const std::string tokenHash = hashOf(request.getToken());
     const auto token =
-        context.database.query("select owner from tokens where hash = $1", {Blob{tokenHash}});
+        context.database.lock(database::RowLock::KEEP,  // Or the session could outlive the token.
+                              "select owner from tokens where hash = $1", {Blob{tokenHash}});
     if (!token->next()) {
         refuse(ErrorCode::INVALID_TOKEN);
     }
@@ -40,8 +41,8 @@ LoginResponse login(const Context& context, const LoginRequest& request) {
     const std::string sessionHash = hashOf(sessionId);
     const auto lifetime = context.options.sessionLifetime;
     const std::int64_t expires = context.now() + std::chrono::nanoseconds(lifetime).count();
-    context.database.execute("insert into sessions(hash, owner, expires) values($1, $2, $3)",
-                             {Blob{sessionHash}, token->integer(0), expires});
+    context.database.post("insert into sessions(hash, owner, expires) values($1, $2, $3)",
+                          {Blob{sessionHash}, token->integer(0), expires});
     limitSessions(context, token->integer(0));
     const auto minutes = std::chrono::floor<std::chrono::minutes>(lifetime).count();
     return LoginResponse().withSessionId(sessionId).withMinutesBeforeRelogin(

@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "database/BucketPlan.h"
 #include "database/Connection.h"
 
 namespace storage::kvxstore::scheduler {
@@ -19,6 +20,11 @@ struct JobTraits {
     std::string strand = {};
     /// May use the room on the disk that is kept for what deletes.
     bool usesSpareRoom = false;
+    /// Where several threads write, jobs with the same key are run in the order in which they came,
+    /// by one of them at a time; an empty one binds nothing.
+    std::string key = {};
+    /// Hands something on while it runs, so that it must not run again.
+    bool runsOnce = false;
 };
 
 /// A piece of work: run by a worker, then finished on a completion thread. It has one owner at a
@@ -29,6 +35,9 @@ public:
     virtual ~Job() = default;
     Job(const Job&) = delete;
     Job& operator=(const Job&) = delete;
+
+    /// Says which buckets run() will work in, as far as that is known without reading.
+    virtual void plan(database::BucketPlan& /*plan*/) const {}
 
     /// Does the work in the transaction that the connection is in. May be run again in another
     /// transaction when the first one is undone.

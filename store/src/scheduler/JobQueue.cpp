@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 
 namespace storage::kvxstore::scheduler {
 
@@ -34,18 +35,64 @@ bool JobQueue::push(std::unique_ptr<Job>& job, WhenFull whenFull) {
 
 Jobs JobQueue::pop(std::size_t maxJobs, std::size_t maxWeight, std::chrono::milliseconds patience) {
     std::unique_lock lock(mutex_);
-    filled_.wait_for(lock, patience, [this] { return closed_ || !jobs_.empty(); });
+    ++waiting_;
+    filled_.wait_for(lock, patience, [this] { return closed_ || hasFree(); });
+    const std::size_t maxKeys = shareOfKeys();
+    --waiting_;
     Jobs taken;
+    std::deque<std::unique_ptr<Job>> left;
+    std::unordered_set<std::string> keys;
     std::size_t weight = 0;
     while (!jobs_.empty() && taken.size() < maxJobs &&
            (taken.empty() || weight + jobs_.front()->traits().weight <= maxWeight)) {
-        weight += jobs_.front()->traits().weight;
-        taken.push_back(std::move(jobs_.front()));
+        const Job& job = *jobs_.front();
+        const std::string& key = job.traits().key;
+        const bool mayTake = takers_ == 1 || key.empty() || keys.contains(key) ||
+                             (isFree(job) && keys.size() < maxKeys);
+        if (mayTake) {
+            if (takers_ > 1 && !key.empty()) {
+                keys.insert(key);
+            }
+            weight += job.traits().weight;
+            taken.push_back(std::move(jobs_.front()));
+        } else {
+            left.push_back(std::move(jobs_.front()));
+        }
         jobs_.pop_front();
     }
+    jobs_.insert(jobs_.begin(), std::move_iterator(left.begin()), std::move_iterator(left.end()));
+    busy_.merge(keys);
     weight_ -= weight;
     drained_.notify_all();
     return taken;
+}
+
+bool JobQueue::hasFree() const {
+    return std::ranges::any_of(jobs_, [this](const auto& job) { return isFree(*job); });
+}
+
+std::size_t JobQueue::shareOfKeys() const {
+    if (takers_ == 1) {
+        return mostJobs;
+    }
+    std::unordered_set<std::string_view> keys;
+    for (const auto& job : jobs_) {
+        if (isFree(*job)) {
+            keys.insert(job->traits().key);
+        }
+    }
+    return std::max<std::size_t>((keys.size() + waiting_ - 1) / waiting_, 1);
+}
+
+void JobQueue::done(const Jobs& jobs) {
+    if (takers_ == 1) {
+        return;
+    }
+    const std::lock_guard lock(mutex_);
+    for (const auto& job : jobs) {
+        busy_.erase(job->traits().key);
+    }
+    filled_.notify_all();
 }
 
 void JobQueue::gather(std::size_t moreJobs, std::size_t maxJobs,

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <thread>
+#include <utility>
 
 #include "storage/kvxtransport/PendingCalls.h"
 
@@ -11,12 +12,17 @@ namespace {
 
 std::exception_ptr runSnapshot(database::Connection& connection, Job& job) {
     constexpr int mostTries = 50;
+    const auto deadline = std::chrono::steady_clock::now() + connection.lockPatience();
     for (int tries = 1;; ++tries) {
         try {
             database::Transaction snapshot(connection, database::Access::READ);
             job.run(connection);
             snapshot.commit();
             return nullptr;
+        } catch (const database::TransientError&) {
+            if (job.traits().runsOnce || std::chrono::steady_clock::now() > deadline) {
+                return std::current_exception();
+            }
         } catch (const StoreError& error) {
             // Another program may have written a file that this one may only read.
             if (tries == mostTries || !connection.isReadOnly() ||
@@ -37,21 +43,24 @@ JobQueue::WhenFull whenFull() {
 
 }  // namespace
 
-Scheduler::Scheduler(const database::Connector& connect, unsigned readers, BackgroundTask task)
-    : strands_([this](std::unique_ptr<Job> job) {
+Scheduler::Scheduler(const database::Connector& connect, const database::Threads& threads,
+                     BackgroundTask task)
+    : writes_(threads.writers), strands_([this](std::unique_ptr<Job> job) {
           // The queue is open: the strands are closed before it, and then hold nothing.
           queueFor(*job).push(job, JobQueue::WhenFull::EXCEED);
       }) {
     std::vector<std::unique_ptr<database::Connection>> connections;
-    for (unsigned i = 0; i < readers; ++i) {
+    for (unsigned i = 0; i < threads.readers; ++i) {
         connections.push_back(connect());
     }
-    writeThread_.emplace(
-        connect(), writes_,
-        [this](std::unique_ptr<Job> job, std::exception_ptr error) {
-            finish(std::move(job), std::move(error));
-        },
-        std::move(task));
+    for (unsigned i = 0; i < threads.writers; ++i) {
+        writers_.push_back(std::make_unique<WriteThread>(
+            connect(), writes_,
+            [this](std::unique_ptr<Job> job, std::exception_ptr error) {
+                finish(std::move(job), std::move(error));
+            },
+            std::exchange(task, nullptr)));
+    }
     for (auto& connection : connections) {
         readers_.emplace_back([this, own = std::move(connection)] { read(*own); });
     }
@@ -69,7 +78,7 @@ Scheduler::~Scheduler() {
     for (std::thread& reader : readers_) {
         reader.join();
     }
-    writeThread_.reset();
+    writers_.clear();
 }
 
 void Scheduler::read(database::Connection& connection) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <thread>
 #include <vector>
 
@@ -14,7 +13,8 @@ namespace storage::kvxstore::scheduler {
 /// Brings jobs to the threads that run them, and their outcomes to the threads that finish them.
 class Scheduler {
 public:
-    Scheduler(const database::Connector& connect, unsigned readers, BackgroundTask task);
+    Scheduler(const database::Connector& connect, const database::Threads& threads,
+              BackgroundTask task);
     /// Jobs that have not begun are finished with BAD_NETWORK.
     ~Scheduler();
     Scheduler(const Scheduler&) = delete;
@@ -38,7 +38,7 @@ private:
     JobQueue reads_;
     Strands strands_;
     std::vector<std::thread> readers_;
-    std::optional<WriteThread> writeThread_;
+    std::vector<std::unique_ptr<WriteThread>> writers_;
 };
 
 }  // namespace storage::kvxstore::scheduler

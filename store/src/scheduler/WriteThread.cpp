@@ -1,9 +1,9 @@
 #include "scheduler/WriteThread.h"
 
 #include <algorithm>
+#include <array>
 
 #include "scheduler/CompletionPool.h"
-#include "scheduler/Postponement.h"
 
 namespace storage::kvxstore::scheduler {
 
@@ -11,11 +11,15 @@ namespace {
 
 using namespace std::chrono_literals;
 using database::Access;
+using database::LocksNeeded;
 using database::Transaction;
+using database::TransientError;
 
 constexpr std::size_t batchJobs = 256;
 constexpr std::size_t batchWeight = 4UL << 20U;
 constexpr auto idleTime = 50ms;
+/// Between tries of a transaction that others are in the way of.
+constexpr std::chrono::milliseconds longestPause = 50ms;
 /// How long the background task waits for an idle moment.
 constexpr auto taskPatience = 10s;
 /// When to try again what failed, perhaps since another program kept the store locked.
@@ -73,6 +77,7 @@ void WriteThread::work() {
         if (!jobs.empty()) {
             auto errors = commitTogether(jobs);
             retryFull(jobs, errors);
+            queue_.done(jobs);
             for (std::size_t i = 0; i < jobs.size(); ++i) {
                 uncleaned_ += bytesOfJob + jobs[i]->traits().weight;
                 load_ += loadOfJob + jobs[i]->traits().weight;
@@ -92,15 +97,50 @@ void WriteThread::work() {
     }
 }
 
+template <class Work>
+auto WriteThread::persist(Work work) {
+    const auto deadline = std::chrono::steady_clock::now() + connection_->lockPatience();
+    for (std::chrono::milliseconds pause = 1ms;; pause = std::min(2 * pause, longestPause)) {
+        try {
+            return work();
+        } catch (const LocksNeeded& needed) {
+            locks_.insert(needed.buckets.begin(), needed.buckets.end());
+            continue;
+        } catch (const TransientError&) {
+            if (std::chrono::steady_clock::now() > deadline) {
+                throw;
+            }
+        }
+        std::this_thread::sleep_for(pause);
+    }
+}
+
+template <class SomeJobs>
+void WriteThread::planFor(const SomeJobs& jobs) {
+    locks_.clear();
+    if (!connection_->sharesWriting()) {
+        return;
+    }
+    database::BucketPlan plan;
+    for (const auto& job : jobs) {
+        job->plan(plan);
+    }
+    locks_ = persist([&] { return plan.find(*connection_); });
+}
+
 std::vector<std::exception_ptr> WriteThread::commitTogether(const Jobs& jobs) {
+    try {
+        planFor(jobs);
+        return persist([&] { return tryTogether(jobs); });
+    } catch (...) {
+        return std::vector<std::exception_ptr>(jobs.size(), std::current_exception());
+    }
+}
+
+std::vector<std::exception_ptr> WriteThread::tryTogether(const Jobs& jobs) {
     std::vector<std::exception_ptr> errors(jobs.size());
     std::optional<Transaction> transaction;
-    try {
-        beginBatch(transaction);
-    } catch (...) {
-        errors.assign(jobs.size(), std::current_exception());
-        return errors;
-    }
+    beginBatch(transaction);
     try {
         // A savepoint costs as much as the work in it, and a job that fails has seldom written.
         if (!runAll(jobs, errors)) {
@@ -112,6 +152,10 @@ std::vector<std::exception_ptr> WriteThread::commitTogether(const Jobs& jobs) {
         }
         transaction->commit();
         return errors;
+    } catch (const LocksNeeded&) {
+        throw;
+    } catch (const TransientError&) {
+        throw;
     } catch (const Postponement&) {
         transaction.reset();
     } catch (...) {
@@ -135,13 +179,17 @@ bool WriteThread::runAll(const Jobs& jobs, std::vector<std::exception_ptr>& erro
             if (!jobs[i]->isCancelled()) {
                 run(*jobs[i]);
             }
+        } catch (const LocksNeeded&) {
+            throw;
+        } catch (const TransientError&) {
+            throw;
         } catch (const Postponement&) {
             throw;
         } catch (...) {
             if (!connection_->inTransaction()) {
                 throw;
             }
-            if (connection_->changes() != before) {
+            if (connection_->changes() != before || connection_->hasFailed()) {
                 return false;
             }
             errors[i] = std::current_exception();
@@ -151,6 +199,7 @@ bool WriteThread::runAll(const Jobs& jobs, std::vector<std::exception_ptr>& erro
 }
 
 void WriteThread::beginBatch(std::optional<Transaction>& transaction) {
+    connection_->lockNext({locks_.begin(), locks_.end()});
     transaction.emplace(*connection_, Access::WRITE);
     if (connection_->hadToWait()) {
         contended_ = std::chrono::steady_clock::now();
@@ -159,7 +208,8 @@ void WriteThread::beginBatch(std::optional<Transaction>& transaction) {
 
 std::exception_ptr WriteThread::commitAlone(Job& job) {
     try {
-        while (!runAlone(job)) {
+        planFor(std::array{&job});
+        while (!persist([&] { return runAlone(job); })) {
         }
         return nullptr;
     } catch (...) {
@@ -169,7 +219,6 @@ std::exception_ptr WriteThread::commitAlone(Job& job) {
 
 bool WriteThread::runAlone(Job& job) {
     std::optional<Transaction> transaction;
-    Postponement postponement;
     try {
         beginBatch(transaction);
         if (!job.isCancelled()) {
@@ -177,28 +226,39 @@ bool WriteThread::runAlone(Job& job) {
         }
         transaction->commit();
         return true;
-    } catch (const Postponement& thrown) {
-        postponement = thrown;
-    }
-    for (bool more = true; more && !job.isCancelled();) {
+    } catch (const Postponement& postponement) {
         transaction.reset();
-        letOthersWrite();
-        beginBatch(transaction);
-        more = postponement.portion(*connection_);
-        transaction->commit();
+        runPostponed(job, postponement);
+        return false;
     }
-    return false;
+}
+
+void WriteThread::runPostponed(Job& job, const Postponement& postponement) {
+    for (bool more = true; more && !job.isCancelled();) {
+        letOthersWrite();
+        more = persist([&] {
+            std::optional<Transaction> transaction;
+            beginBatch(transaction);
+            const bool rest = postponement.portion(*connection_);
+            transaction->commit();
+            return rest;
+        });
+    }
 }
 
 std::exception_ptr WriteThread::runInSavepoint(Job& job) {
     if (job.isCancelled()) {
         return nullptr;
     }
-    connection_->execute("savepoint job");
+    connection_->setSavepoint();
     try {
         run(job);
-        connection_->execute("release job");
+        connection_->releaseSavepoint();
         return nullptr;
+    } catch (const LocksNeeded&) {
+        throw;
+    } catch (const TransientError&) {
+        throw;
     } catch (const Postponement&) {
         throw;
     } catch (...) {
@@ -206,7 +266,7 @@ std::exception_ptr WriteThread::runInSavepoint(Job& job) {
         if (!connection_->inTransaction()) {
             throw;
         }
-        connection_->rollbackTo("job");
+        connection_->rollbackToSavepoint();
         return error;
     }
 }
@@ -254,6 +314,11 @@ void WriteThread::makeRoom(std::size_t bytes) {
 
 void WriteThread::runTask(bool idle) {
     load_ = 0;
+    if (!task_) {
+        taskDone_ = std::chrono::steady_clock::now();
+        taskDue_ = taskDone_ + std::chrono::hours(1);
+        return;
+    }
     std::chrono::milliseconds wait{};
     try {
         wait = runPortion();
@@ -278,7 +343,7 @@ void WriteThread::runTask(bool idle) {
 /// Programs that end after a few calls would leave all cleaning to others.
 void WriteThread::cleanAtTheEnd() {
     constexpr auto time = 50ms;
-    if (connection_->changes() == 0) {
+    if (!task_ || connection_->changes() == 0) {
         return;
     }
     try {
@@ -293,10 +358,18 @@ void WriteThread::cleanAtTheEnd() {
 
 // It is not worth waiting for another program: calls, and the end of the store, would wait as well.
 std::chrono::milliseconds WriteThread::runPortion() {
-    Transaction transaction(*connection_, Access::WRITE, 0ms);
-    const std::chrono::milliseconds wait = task_(*connection_);
-    transaction.commit();
-    return wait;
+    locks_.clear();
+    for (;;) {
+        try {
+            connection_->lockNext({locks_.begin(), locks_.end()});
+            Transaction transaction(*connection_, Access::WRITE, 0ms);
+            const std::chrono::milliseconds wait = task_(*connection_);
+            transaction.commit();
+            return wait;
+        } catch (const LocksNeeded& needed) {
+            locks_.insert(needed.buckets.begin(), needed.buckets.end());
+        }
+    }
 }
 
 bool WriteThread::giveRoomBack(std::size_t bytes, std::size_t kept) {

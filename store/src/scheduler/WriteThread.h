@@ -5,22 +5,25 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <thread>
 #include <vector>
 
 #include "scheduler/JobQueue.h"
+#include "scheduler/Postponement.h"
 
 namespace storage::kvxstore::scheduler {
 
-/// A little cleaning, in the transaction that the connection is in; returns after how long there is
-/// more, even if nothing was written: zero for at once.
+/// What a thread does beside its jobs; none for all but one thread. A little cleaning, in the
+/// transaction that the connection is in; returns after how long there is more, even if nothing was
+/// written: zero for at once.
 using BackgroundTask = std::function<std::chrono::milliseconds(database::Connection&)>;
 
 /// Takes a job that has run.
 using Finish = std::function<void(std::unique_ptr<Job>, std::exception_ptr)>;
 
-/// The one thread that writes. It commits what waits in its queue together, since a commit costs
-/// far more than the work in it.
+/// A thread that writes: the only one, or one of several where the database lets many write. It
+/// commits what waits in its queue together, since a commit costs far more than the work in it.
 class WriteThread {
 public:
     WriteThread(std::unique_ptr<database::Connection> connection, JobQueue& queue, Finish finish,
@@ -33,6 +36,13 @@ public:
 private:
     void work();
     std::vector<std::exception_ptr> commitTogether(const Jobs& jobs);
+    std::vector<std::exception_ptr> tryTogether(const Jobs& jobs);
+    /// Does the work of one transaction, and again while others are in its way.
+    template <class Work>
+    auto persist(Work work);
+    /// Finds the buckets that the next transactions have to lock.
+    template <class SomeJobs>
+    void planFor(const SomeJobs& jobs);
     /// Returns false when a job failed after it had written, which has to be undone.
     bool runAll(const Jobs& jobs, std::vector<std::exception_ptr>& errors);
     void beginBatch(std::optional<database::Transaction>& transaction);
@@ -48,9 +58,12 @@ private:
     void cleanAtTheEnd();
     std::chrono::milliseconds runPortion();
     bool giveRoomBack(std::size_t bytes, std::size_t kept);
+    void runPostponed(Job& job, const Postponement& postponement);
     void letOthersWrite();
 
     std::unique_ptr<database::Connection> connection_;
+    /// The buckets that the transaction locks.
+    std::set<std::int64_t> locks_;
     JobQueue& queue_;
     Finish finish_;
     BackgroundTask task_;

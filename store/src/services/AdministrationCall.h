@@ -56,9 +56,10 @@ auto withStoreErrors(Work work) {
 ///
 /// REQUIRES: not called on a thread of a store.
 template <class Work>
-auto administer(Engine& engine, database::Access access, Work work, bool usesSpareRoom = false) {
+auto administer(Engine& engine, database::Access access, Work work, bool usesSpareRoom = false,
+                bool runsOnce = false) {
     auto call = std::make_unique<AdministrationCall<Work>>(
-        engine, scheduler::JobTraits{access, 0, {}, usesSpareRoom}, std::move(work));
+        engine, scheduler::JobTraits{access, 0, {}, usesSpareRoom, {}, runsOnce}, std::move(work));
     auto result = call->result();
     engine.scheduler().submit(std::move(call));
     return withStoreErrors([&] { return result.get(); });

@@ -1,7 +1,6 @@
 #include "services/Engine.h"
 
 #include <algorithm>
-#include <thread>
 
 #include "core/Secrets.h"
 #include "database/Open.h"
@@ -16,12 +15,12 @@ namespace {
 
 using namespace std::chrono_literals;
 
-StoreOptions completed(StoreOptions options) {
+StoreOptions completed(const std::string& url, StoreOptions options) {
     if (!options.clock) {
         options.clock = [] { return std::chrono::system_clock::now(); };
     }
     if (options.readers == 0) {
-        options.readers = std::clamp(std::thread::hardware_concurrency(), 1U, 4U);
+        options.readers = database::threadsFor(url).readers;
     }
     // Nanoseconds since the epoch hold no more than some centuries.
     options.sessionLifetime =
@@ -54,17 +53,18 @@ std::shared_ptr<Engine> Engine::start(const std::string& url, StoreOptions optio
     return {new Engine(url, std::move(options)), end};
 }
 
-Engine::Engine(std::string url, StoreOptions options)
-    : url_(std::move(url)),
-      options_(completed(std::move(options))),
+Engine::Engine(const std::string& url, StoreOptions options)
+    : url_(database::shownUrl(url)),
+      options_(completed(url, std::move(options))),
       instance_(newNumber()),
       delayed_(options_.faults ? std::make_shared<kvxtransport::DelayedCalls>(
                                      [] { scheduler::onStoreThread() = true; })
                                : nullptr),
-      connect_(database::open(url_, options_.createMode, options_.lockPatience)),
-      scheduler_(connect_, options_.readers, [this](database::Connection& database) {
-          const auto now = options_.clock().time_since_epoch().count();
-          return cleanSome(database, instance_, now);
-      }) {}
+      connect_(database::open(url, options_.createMode, options_.lockPatience)),
+      scheduler_(connect_, {options_.readers, database::threadsFor(url_).writers},
+                 [this](database::Connection& database) {
+                     const auto now = options_.clock().time_since_epoch().count();
+                     return cleanSome(database, instance_, now);
+                 }) {}
 
 }  // namespace storage::kvxstore::services

@@ -20,6 +20,7 @@ public:
     /// itself, soon after.
     static std::shared_ptr<Engine> start(const std::string& url, StoreOptions options);
 
+    /// As people may see it.
     const std::string& url() const { return url_; }
     /// As given, with the clock set.
     const StoreOptions& options() const { return options_; }
@@ -32,7 +33,7 @@ public:
     const std::shared_ptr<kvxtransport::DelayedCalls>& delayed() const { return delayed_; }
 
 private:
-    Engine(std::string url, StoreOptions options);
+    Engine(const std::string& url, StoreOptions options);
 
     std::string url_;
     StoreOptions options_;

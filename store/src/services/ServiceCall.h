@@ -8,6 +8,7 @@
 #include "operations/Operations.h"
 #include "scheduler/Job.h"
 #include "services/Engine.h"
+#include "services/PlannedBuckets.h"
 #include "services/ServiceError.h"
 #include "storage/kvxtransport/PendingCalls.h"
 
@@ -31,13 +32,16 @@ public:
     ServiceCall(const Engine& engine, std::shared_ptr<kvxtransport::PendingCalls> group,
                 std::string sessionId, typename Operation::Request request,
                 typename Operation::Handler handler)
-        : Job({accessOf(Operation::access), kvxtransport::contentBytesOf(request),
-               kvxtransport::orderOf(request), usesSpareRoom<Operation>()}),
+        : Job(traitsOf(sessionId, request)),
           PendingCall(std::move(group)),
           engine_(engine),
           sessionId_(std::move(sessionId)),
           request_(std::move(request)),
           handler_(std::move(handler)) {}
+
+    void plan(database::BucketPlan& plan) const override {
+        planBuckets(plan, sessionId_, request_);
+    }
 
     void run(database::Connection& connection) override {
         const Context context{connection, engine_.options(), engine_.instance(), sessionId_,
@@ -66,6 +70,18 @@ private:
     static constexpr database::Access accessOf(kvxtransport::Access access) {
         return access == kvxtransport::Access::WRITE ? database::Access::WRITE
                                                      : database::Access::READ;
+    }
+
+    static scheduler::JobTraits traitsOf(const std::string& sessionId,
+                                         const typename Operation::Request& request) {
+        std::string strand = kvxtransport::orderOf(request);
+        std::string key = strand.empty() ? sessionId : strand;
+        return {accessOf(Operation::access),
+                kvxtransport::contentBytesOf(request),
+                std::move(strand),
+                usesSpareRoom<Operation>(),
+                std::move(key),
+                isOneOf<Operation, kvxtransport::operations::DownloadFile>};
     }
 
     const Engine& engine_;

@@ -20,7 +20,8 @@ namespace {
 // Opening a handle or a download counts in the bucket, and its end makes garbage.
 constexpr const char* tableStatements =
     "select sql from store.sqlite_schema where sql is not null and tbl_name in"
-    " ('sessions', 'instances', 'handles', 'downloads', 'garbage', 'buckets')"
+    " ('sessions', 'instances', 'handles', 'downloads', 'garbage', 'charges',"
+    " 'buckets')"
     " and not exists(select 1 from main.sqlite_schema) order by rowid";
 
 // A session ends when its user's token was replaced. Handles and downloads of this store stay while
@@ -39,6 +40,8 @@ constexpr const char* fillStatements =
     "insert or ignore into main.downloads select * from store.downloads;"
     "delete from main.garbage;"
     "insert into main.garbage select * from store.garbage;"
+    "delete from main.charges;"
+    "insert into main.charges select * from store.charges;"
     "delete from main.buckets;"
     "insert into main.buckets select * from store.buckets;";
 

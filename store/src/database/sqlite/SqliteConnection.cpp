@@ -68,7 +68,13 @@ struct Binder {
         return sqlite3_bind_blob64(statement, index, blob.bytes.empty() ? "" : blob.bytes.data(),
                                    blob.bytes.size(), SQLITE_STATIC);
     }
+    int operator()(FreeText text) const { return (*this)(text.bytes); }
 };
+
+/// Debian's SQLite has no such function.
+void countOctets(sqlite3_context* context, int /*count*/, sqlite3_value** values) {
+    sqlite3_result_int(context, sqlite3_value_bytes(values[0]));
+}
 
 /// Two programs on one file poll more often than a commit takes, so that each soon gets its turn.
 int waitBriefly(void* hadToWait, int tries) {
@@ -178,6 +184,9 @@ SqliteConnection::SqliteConnection(SqliteLocation location) : location_(std::mov
         sqlite3_int64 limit = std::numeric_limits<sqlite3_int64>::max();
         sqlite3_file_control(database, "main", SQLITE_FCNTL_SIZE_LIMIT, &limit);
     }
+    check(database, sqlite3_create_function_v2(database, "octet_length", 1,
+                                               SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr,
+                                               countOctets, nullptr, nullptr, nullptr));
     check(database, sqlite3_busy_handler(database, waitBriefly, &hadToWait_));
     if (!location_.turn) {
         checkpointOnClose(false);
@@ -243,8 +252,14 @@ std::int64_t SqliteConnection::execute(std::string_view sql, std::initializer_li
 }
 
 // RETURNING makes a temporary table for each row.
-std::int64_t SqliteConnection::insert(std::string_view sql, std::initializer_list<Value> values) {
-    execute(sql, values);
+std::int64_t SqliteConnection::insert(std::string_view table, std::string_view columns,
+                                      std::initializer_list<Value> values) {
+    std::string sql = "insert into ";
+    sql.append(table).append("(").append(columns).append(") values(");
+    for (std::size_t number = 1; number <= values.size(); ++number) {
+        sql.append(number == 1 ? "$" : ", $").append(std::to_string(number));
+    }
+    execute(sql += ')', values);
     return sqlite3_last_insert_rowid(database_.get());
 }
 
@@ -272,8 +287,18 @@ void SqliteConnection::copyInto(const std::string& path) {
     copyDatabase(database_.get(), schema(), path);
 }
 
+void SqliteConnection::checkIntegrity(const std::function<void(std::string)>& tell) {
+    const Rows found = query("pragma integrity_check");
+    while (found->next()) {
+        if (std::string sentence = found->text(0); sentence != "ok") {
+            tell(std::move(sentence));
+        }
+    }
+}
+
 void SqliteConnection::begin(Access access) {
     hadToWait_ = false;
+    buckets_.begin(false);
     writing_ = access == Access::WRITE;
     if (location_.turn) {
         turn_ = std::unique_lock(*location_.turn);
@@ -308,6 +333,7 @@ void SqliteConnection::begin(Access access) {
 }
 
 void SqliteConnection::commit() {
+    buckets_.write();
     blob_.reset();
     if (identity_ && changes() != changesBefore_) {
         identity_->stampLog();
@@ -334,6 +360,7 @@ void SqliteConnection::commit() {
 
 void SqliteConnection::rollback() noexcept {
     blob_.reset();
+    buckets_.begin(false);
     rollbacks_ += writing_ ? 1 : 0;
     if (readOnly_) {
         readOnly_->forgetFill();
@@ -348,17 +375,18 @@ bool SqliteConnection::inTransaction() const {
     return sqlite3_get_autocommit(database_.get()) == 0;
 }
 
-std::int64_t SqliteConnection::changes() const { return sqlite3_total_changes64(database_.get()); }
+std::int64_t SqliteConnection::changes() const {
+    return sqlite3_total_changes64(database_.get()) + buckets_.counted();
+}
 
-void SqliteConnection::rollbackTo(std::string_view savepoint) {
+void SqliteConnection::rollbackToSavepoint() {
     ++rollbacks_;
-    execute("rollback to " + std::string(savepoint));
-    execute("release " + std::string(savepoint));
+    Connection::rollbackToSavepoint();
 }
 
 DataVersion SqliteConnection::version() const {
     const unsigned ofFile = readOnly_ ? fileVersion(ReadOnlyFile::schema) : 0;
-    return {fileVersion() - ownCommits_ + ofFile, changes() + rollbacks_};
+    return {fileVersion() - ownCommits_ + ofFile, changes(), rollbacks_};
 }
 
 unsigned SqliteConnection::fileVersion(const char* schema) const {

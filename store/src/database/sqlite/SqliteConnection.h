@@ -43,14 +43,16 @@ public:
 
     Rows query(std::string_view sql, std::initializer_list<Value> values = {}) override;
     std::int64_t execute(std::string_view sql, std::initializer_list<Value> values = {}) override;
-    std::int64_t insert(std::string_view sql, std::initializer_list<Value> values) override;
+    std::int64_t insert(std::string_view table, std::string_view columns,
+                        std::initializer_list<Value> values) override;
     void readChunk(std::int64_t chunk, std::size_t offset, char* into, std::size_t size) override;
     void copyInto(const std::string& path) override;
+    void checkIntegrity(const std::function<void(std::string)>& tell) override;
     void begin(Access access) override;
     void commit() override;
     void rollback() noexcept override;
     bool inTransaction() const override;
-    void rollbackTo(std::string_view savepoint) override;
+    void rollbackToSavepoint() override;
     std::int64_t changes() const override;
     DataVersion version() const override;
     bool isReadOnly() const override { return readOnly_.has_value(); }

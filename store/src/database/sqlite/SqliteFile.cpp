@@ -19,6 +19,15 @@ namespace storage::kvxstore::database {
 
 namespace {
 
+constexpr Dialect dialect{"integer primary key autoincrement",
+                          "integer primary key",
+                          "integer",
+                          "blob",
+                          "text",
+                          "text",
+                          "without rowid",
+                          ""};
+
 /// The error of a system call on the file, taken from errno.
 StoreError systemFailure(const std::string& action, const std::string& path) {
     return {codeOfSystemError(errno), action + ' ' + path + ": " + std::strerror(errno)};
@@ -95,10 +104,10 @@ void makeReady(Connection& connection) {
     Transaction transaction(connection, Access::WRITE);
     if (connection.number("select count(*) from sqlite_schema") == 0) {
         connection.execute("pragma application_id = " + std::to_string(applicationId));
-        createSchema(connection);
+        createSchema(connection, dialect);
     }
     upgradeSchema(connection);
-    connection.execute("update identity set id = lower(hex(randomblob(8))) where id = ''");
+    connection.execute("update identity set id = $1 where id = ''", {newIdentity()});
     transaction.commit();
 }
 

@@ -1,4 +1,4 @@
-#include "database/NewFile.h"
+#include "database/sqlite/NewFile.h"
 
 #include <fcntl.h>
 #include <stdio.h>
