@@ -13,6 +13,9 @@ namespace {
 
 std::string storeUrl() {
     const char* kind = std::getenv("CONFORMANCE_STORE");
+    if (kind != nullptr && std::string(kind).starts_with("postgresql:")) {
+        return kind;
+    }
     if (kind == nullptr || std::string(kind) != "file") {
         return "sqlite::memory:";
     }
