@@ -53,6 +53,8 @@ std::optional<std::string> Store::filePath(const std::string& url) {
     return database::filePath(url);
 }
 
+std::string Store::shownUrl(const std::string& url) { return database::shownUrl(url); }
+
 std::unique_ptr<kvxclient::KVXClient> Store::createClient() const {
     return services::makeClient(engine_);
 }

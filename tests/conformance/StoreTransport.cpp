@@ -5,7 +5,7 @@
 #include "storage/kvxstore/Store.h"
 
 // The embedded store as the kit sees it; in memory unless CONFORMANCE_STORE is "file",
-// behind a decorator that misbehaves as CONFORMANCE_MISBEHAVIOUR says, if that is set.
+// or "server" for the one that KVXSTORE_TEST_POSTGRES names, behind a decorator that misbehaves as CONFORMANCE_MISBEHAVIOUR says, if that is set.
 
 namespace storage::kvxconformance {
 
@@ -13,8 +13,8 @@ namespace {
 
 std::string storeUrl() {
     const char* kind = std::getenv("CONFORMANCE_STORE");
-    if (kind != nullptr && std::string(kind).starts_with("postgresql:")) {
-        return kind;
+    if (kind != nullptr && std::string(kind) == "server") {
+        return std::getenv("KVXSTORE_TEST_POSTGRES");
     }
     if (kind == nullptr || std::string(kind) != "file") {
         return "sqlite::memory:";

@@ -164,7 +164,7 @@ TEST_F(CallsTest, ACallSeesWhatWasDoneJustBeforeIt) {
 
 TEST_F(CallsTest, ACallSeesWhatWasDoneOnOtherConnections) {
     const auto second = Store::open(folder.url());
-    const auto inMemory = Store::open("sqlite::memory:", {.readers = 1});
+    const auto inMemory = Store::open(newStoreUrl(), {.readers = 1});
     const Account other(*second, token);
     const Account only(*inMemory, inMemory->createUser({.name = u"main"}));
     const auto sees = [](const Account& user, const Account& mover) {

@@ -94,7 +94,7 @@ TEST_F(StoreTest, EveryWatermarkOfAnAnswerServesAndNoOtherText) {
         EXPECT_EQ(list(all[i].getWatermark()).size(), all.size() - i - 1);
     }
     const std::string good = watcher.watermark();
-    const auto other = Store::open("sqlite::memory:");
+    const auto other = Store::open(newStoreUrl());
     const Account stranger(*other, other->createUser({.name = u"main"}));
     Watcher elsewhere(stranger);
     elsewhere.look();
@@ -201,7 +201,7 @@ TEST_F(StoreTest, FaultsHappenOnPurpose) {
         {.operation = "listFolder", .dropHandler = true},
         {.operation = "none", .error = Code::UNKNOWN},
     });
-    const auto faulty = Store::open("sqlite::memory:", {.faults = plan});
+    const auto faulty = Store::open(newStoreUrl(), {.faults = plan});
     const Account user(*faulty, faulty->createUser({.name = u"u"}));
     EXPECT_EQ(codeOf([&] { user.makeFolder(u"/a"); }), std::nullopt);
     EXPECT_EQ(codeOf([&] { user.makeFolder(u"/b"); }), Code::BAD_NETWORK);

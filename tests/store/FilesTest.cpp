@@ -130,8 +130,7 @@ TEST_F(StoreTest, TellsWhatWasDeletedAndLosesIt) {
 TEST_F(StoreTest, DownloadsTheContentThatTheLocationWasMadeFor) {
     const auto start = std::chrono::system_clock::now();
     std::atomic<std::chrono::minutes> later{0min};  // The store's threads look at it too.
-    const auto timed =
-        Store::open("sqlite::memory:", {.clock = [&] { return start + later.load(); }});
+    const auto timed = Store::open(newStoreUrl(), {.clock = [&] { return start + later.load(); }});
     const Account user(*timed, timed->createUser({.name = u"u"}));
     const std::string content(600'000, 'x');
     user.put(u"/my file", content);
@@ -172,7 +171,7 @@ TEST_F(StoreTest, ChecksSessions) {
     const auto start = std::chrono::system_clock::now();
     std::atomic<std::chrono::seconds> later{0s};
     const auto timed = Store::open(
-        "sqlite::memory:", {.sessionLifetime = 90s, .clock = [&] { return start + later.load(); }});
+        newStoreUrl(), {.sessionLifetime = 90s, .clock = [&] { return start + later.load(); }});
     const std::string good = timed->createUser({.name = u"u"});
     const auto client = timed->createClient();
     const auto files = client->createFileAccess();
@@ -207,7 +206,7 @@ TEST_F(StoreTest, ChecksSessions) {
 }
 
 TEST_F(StoreTest, EnforcesQuotaAndSizeLimit) {
-    const auto limited = Store::open("sqlite::memory:", {.fileSizeLimit = 60});
+    const auto limited = Store::open(newStoreUrl(), {.fileSizeLimit = 60});
     const Account user(*limited, limited->createUser({.name = u"u", .quota = 100}));
     const auto put = [&](std::u16string path, std::size_t size, bool newVersion = false) {
         return codeOf([&] { user.put(path, std::string(size, 'x'), newVersion); });

@@ -15,7 +15,7 @@ inline Resource own(const std::u16string& path) { return {path, u""}; }
 
 /// An owner who gave a reader and a writer a folder each may use, and a stranger nothing.
 struct World {
-    std::shared_ptr<Store> store = Store::open("sqlite::memory:", {.readers = 1});
+    std::shared_ptr<Store> store = Store::open(newStoreUrl(), {.readers = 1});
     Account owner{*store, store->createUser({.name = u"owner"})};
     Account writer{*store, store->createUser({.name = u"writer"})};
     Account reader{*store, store->createUser({.name = u"reader"})};

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include "PostgresServer.h"
+
 // The standard library counts references to an exception in code that is not instrumented, so that
 // the thread that lets go of it last seems to free what another still reads.
 extern "C" __attribute__((visibility("default"))) const char* __tsan_default_suppressions();
@@ -20,6 +22,16 @@ TemporaryFolder::TemporaryFolder() {
     }
     path_ = name;
 }
+
+std::string TemporaryFolder::url(const std::string& name) const {
+    if (!isOnServer()) {
+        return "sqlite://" + file(name);
+    }
+    std::string& url = onServer_[name];
+    return url.empty() ? url = newStoreUrl() : url;
+}
+
+std::string newStoreUrl() { return isOnServer() ? newSchema() : "sqlite::memory:"; }
 
 Account::Account(const Store& store, const std::string& token) : client(store.createClient()) {
     client->withSessionId(client->login(LoginRequest().withToken(token)).getSessionId());

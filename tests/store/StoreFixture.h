@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -30,11 +31,17 @@ public:
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
     std::string file(const std::string& name) const { return path_ / name; }
-    std::string url(const std::string& name = "store.db") const { return "sqlite://" + file(name); }
+    /// The same store for the same name: the file of that name, where stores lie in files.
+    std::string url(const std::string& name = "store.db") const;
 
 private:
     std::filesystem::path path_;
+    mutable std::map<std::string, std::string> onServer_;
 };
+
+/// A new store each time: in memory, or in a schema of the server that KVXSTORE_TEST_POSTGRES names
+/// where that is set.
+std::string newStoreUrl();
 
 /// A logged-in user with short forms of calls, in the user's own bucket unless another is named.
 struct Account {
@@ -103,7 +110,8 @@ std::string causeOf(const std::function<void()>& action);
 class StoreTest : public testing::Test {
 protected:
     TemporaryFolder folder;
-    std::shared_ptr<Store> store = Store::open("sqlite::memory:");
+    const std::string storeUrl = newStoreUrl();
+    std::shared_ptr<Store> store = Store::open(storeUrl);
     std::string token = store->createUser({.name = u"main"});
     Account account{*store, token};
 };

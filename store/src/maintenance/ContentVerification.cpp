@@ -57,6 +57,8 @@ private:
             unreadable.reset();
             try {
                 readChunksAfter(last);
+            } catch (const database::TransientError&) {
+                throw;
             } catch (const database::DatabaseError&) {
                 unreadable = ++breaks > mostBreaks ? std::nullopt : chunkAfter(last);
                 if (!unreadable) {

@@ -55,6 +55,10 @@ StoreLocation::StoreLocation(const std::string& urlOrPath)
     }
 }
 
+std::string StoreLocation::loginUrl() const {
+    return isRemote() ? url_.substr(0, url_.find('?')) : kvxstore::Store::shownUrl(url_);
+}
+
 bool StoreLocation::isRemote() const { return isOfServer(url_); }
 
 std::vector<std::filesystem::path> StoreLocation::files() const {

@@ -21,7 +21,7 @@ public:
     /// Whether it is a server's.
     bool isRemote() const;
     /// What the user's login is kept for: the URL without the options of a connection.
-    std::string loginUrl() const { return url_.substr(0, isRemote() ? url_.find('?') : url_.npos); }
+    std::string loginUrl() const;
     /// Whether nobody named it, so that its folder is for the tool to create.
     bool isDefault() const { return isDefault_; }
     /// The file and those that the store may have beside it; none for a store that is no file.

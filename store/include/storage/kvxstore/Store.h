@@ -119,6 +119,10 @@ public:
     /// as long as the object and its clients. Only its owner may read a new file. A failure leaves
     /// existing files untouched. Does not wait for a program that writes to the store.
     ///
+    /// "postgresql://user@host/database" names a store on a PostgreSQL server, which many programs
+    /// on many machines may serve. It lies in the schema that the connection's search_path names,
+    /// and has all parameters that libpq knows. Passwords belong into a password file.
+    ///
     /// @throws StoreError with ILLEGAL_URL for a URL of another kind, NOT_FOUND when the file must
     /// exist and does not, or its folder does not, ALREADY_EXISTS when the file must be new and
     /// exists, NOT_A_STORE for another kind of file, NEWER_VERSION when a newer version of this
@@ -127,10 +131,14 @@ public:
     static std::shared_ptr<Store> open(const std::string& url, StoreOptions options = {});
 
     /// The path of the file that a store's URL names, as it stands in the URL, or nothing for a
-    /// store in memory. Opens nothing.
+    /// store in memory or on a database server. Opens nothing.
     ///
     /// @throws StoreError with ILLEGAL_URL for a URL that open() refuses with that code.
     static std::optional<std::string> filePath(const std::string& url);
+
+    /// A store's URL as people may see it: that of a database server without its password and
+    /// without the query, any other as it is.
+    static std::string shownUrl(const std::string& url);
 
     /// Ends the store, unless clients or services of it still exist; then the last of these ends
     /// it. Calls that have not begun complete with BAD_NETWORK, and those under way are finished.

@@ -181,8 +181,11 @@ const std::string& PostgresConnection::prepare(std::string_view sql, Values valu
 }
 
 void PostgresConnection::send(Pending::Kind kind, std::string_view sql, Values values) {
-    if (lost_) {
+    if (lost_ && open_) {
         throwLost("it is not connected");
+    }
+    if (lost_) {
+        connect();
     }
     if (!pending_.empty() && pending_.back().kind == Pending::Kind::SYNC) {
         readAnswers();
@@ -356,8 +359,17 @@ void PostgresConnection::copyInto(const std::string& /*path*/) {
                         "a store on a database server is backed up by the server's own means");
 }
 
+// A server that ends an idle connection first sends the reason.
+bool PostgresConnection::hasEnded() {
+    if (!pending_.empty()) {
+        readAnswers();
+    }
+    pg_conn* const connection = connection_.get();
+    return PQconsumeInput(connection) != 1 || PQconsumeInput(connection) != 1;
+}
+
 void PostgresConnection::begin(Access access) {
-    if (lost_) {
+    if (lost_ || hasEnded()) {
         connect();
     }
     writing_ = access == Access::WRITE;

@@ -85,6 +85,8 @@ private:
     void noteWrite();
     [[noreturn]] void throwLost(const std::string& message);
     [[noreturn]] void throwFailure(const PostgresResult& result);
+    /// Whether the connection was lost while it was idle.
+    bool hasEnded();
     void beginWriting();
     /// Finds out whether a commit took effect whose answer was lost.
     bool hasCommitted();

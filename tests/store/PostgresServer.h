@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace storage::kvxstore {
+
+/// Whether stores lie on the server that KVXSTORE_TEST_POSTGRES names, and not in files.
+bool isOnServer();
+
+/// The URL of a new schema on that server. It is dropped when the program ends.
+std::string newSchema();
+
+/// Runs a statement on that server, and returns the first column of the rows.
+std::vector<std::string> onServer(const std::string& sql);
+
+}  // namespace storage::kvxstore

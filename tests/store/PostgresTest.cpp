@@ -1,0 +1,201 @@
+#include <atomic>
+#include <future>
+#include <thread>
+
+#include "PostgresServer.h"
+#include "Soak.h"
+#include "StoreFixture.h"
+
+namespace storage::kvxstore {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// Stores on a server, which other processes serve as well.
+class PostgresTest : public StoreTest {
+protected:
+    void SetUp() override {
+        if (!isOnServer()) {
+            GTEST_SKIP() << "KVXSTORE_TEST_POSTGRES names no server";
+        }
+        other = Store::open(storeUrl);
+    }
+
+    /// Runs the work of each at the same time, and returns what the calls failed with.
+    static std::vector<std::optional<Code>> together(
+        const std::vector<std::function<void()>>& works) {
+        std::atomic<std::size_t> ready = 0;
+        std::vector<std::future<std::optional<Code>>> results;
+        for (const auto& work : works) {
+            results.push_back(std::async(std::launch::async, [&] {
+                for (++ready; ready < works.size();) {
+                    std::this_thread::yield();
+                }
+                return codeOf(work);
+            }));
+        }
+        std::vector<std::optional<Code>> codes;
+        for (auto& result : results) {
+            codes.push_back(result.get());
+        }
+        return codes;
+    }
+
+    std::shared_ptr<Store> other;
+};
+
+TEST_F(PostgresTest, NothingIsLostOrDoubledWhenConnectionsAreTerminatedUnderLoad) {
+    constexpr unsigned callers = 16;
+    const unsigned terminations = longOrShort(1'000U, 100U);
+    std::atomic<bool> stop = false;
+    std::atomic<unsigned> calls = 0;
+    std::atomic<std::int64_t> longest = 0;
+    std::vector<std::future<void>> work;
+    for (unsigned caller = 0; caller < callers; ++caller) {
+        work.push_back(std::async(std::launch::async, [&, caller] {
+            const Account user(caller % 2 == 0 ? *store : *other, token);
+            const std::u16string path = numbered(u"/f", caller);
+            for (int i = 1; !stop; ++i) {
+                const auto start = std::chrono::steady_clock::now();
+                const int label = user.put(path, std::to_string(i), true).getVersionLabel();
+                const auto wait = (std::chrono::steady_clock::now() - start) / 1ms;
+                longest = std::max<std::int64_t>(longest, wait);
+                ++calls;
+                if (label != i) {
+                    throw std::runtime_error("call " + std::to_string(i) + " made version " +
+                                             std::to_string(label));
+                }
+            }
+        }));
+    }
+    for (unsigned i = 0; i < terminations;) {
+        i += static_cast<unsigned>(
+            onServer("select pg_terminate_backend(pid) from pg_stat_activity"
+                     " where application_name = 'kvxstore' order by random() limit 1")
+                .size());
+        std::this_thread::sleep_for(30ms);
+    }
+    stop = true;
+    for (auto& caller : work) {
+        EXPECT_NO_THROW(caller.get());
+    }
+    EXPECT_LT(longest, 5'000);
+    EXPECT_EQ(store->statistics().versions, calls);
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+    report("terminations") << terminations << " connections terminated under " << calls
+                           << " calls, none failed, lost or doubled; longest wait " << longest
+                           << " ms\n";
+}
+
+TEST_F(PostgresTest, FilesMovedBetweenTwoBucketsOfAQuotaBothWaysBlockNobody) {
+    store->createBucket(u"second", u"main");
+    store->setQuota(u"main", 10'000);
+    const auto moveToAndFro = [&](const std::shared_ptr<Store>& through, const std::u16string& path,
+                                  const std::u16string& from, const std::u16string& to) {
+        return [&, through, path, from, to] {
+            const Account user(*through, token);
+            user.put(path, std::string(100, 'x'), false, from);
+            for (int i = 0; i < 40; ++i) {
+                const Resource here(path, i % 2 == 0 ? from : to);
+                const Resource there(path, i % 2 == 0 ? to : from);
+                user.files->move(MoveOrCopyRequest(here, there));
+            }
+        };
+    };
+    for (const auto& code : together({moveToAndFro(store, u"/a", u"main", u"second"),
+                                      moveToAndFro(other, u"/b", u"second", u"main"),
+                                      moveToAndFro(other, u"/c", u"main", u"second")})) {
+        EXPECT_EQ(code, std::nullopt);
+    }
+    EXPECT_EQ(store->statistics().used, 300U);
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+}
+
+TEST_F(PostgresTest, TwoBucketsTogetherGetNoMoreThanTheQuota) {
+    store->createBucket(u"second", u"main");
+    store->setQuota(u"main", 1'000);
+    const Account here(*store, token);
+    const Account there(*other, token);
+    for (unsigned i = 0; i < 20; ++i) {
+        const std::u16string path = numbered(u"/f", i);
+        const auto codes =
+            together({[&] { here.put(path, std::string(600, 'x')); },
+                      [&] { there.put(path, std::string(600, 'x'), false, u"second"); }});
+        EXPECT_NE(codes[0].has_value(), codes[1].has_value()) << i;
+        EXPECT_EQ(codes[0].value_or(*codes[1]), Code::QUOTA_EXCEEDED) << i;
+        if (!codes[0]) {
+            here.remove(path);
+        } else {
+            there.files->deleteFile(FileDeleteRequest({path, u"second"}));
+        }
+    }
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+}
+
+TEST_F(PostgresTest, AGrantToANewUserNeitherWaitsForeverNorIsLost) {
+    const Account owner(*store, token);
+    for (unsigned i = 0; i < 20; ++i) {
+        const std::u16string name = numbered(u"user", i);
+        std::string newToken;
+        const auto codes = together({[&] {
+                                         owner.sharing->grantPermission(
+                                             PermissionGrantRequest({u"/", u""})
+                                                 .withSubject(Subject().withSubjectName(name))
+                                                 .withAllowNonExistingUser(true));
+                                     },
+                                     [&] { newToken = other->createUser({.name = name}); }});
+        ASSERT_EQ(codes, (std::vector<std::optional<Code>>(2)));
+        EXPECT_EQ(
+            codeOf([&] {
+                Account(*other, newToken).files->listFolder(FolderListRequest({u"/", u"main"}));
+            }),
+            std::nullopt)
+            << i;
+    }
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+}
+
+TEST_F(PostgresTest, NoSessionOutlivesItsToken) {
+    std::string current = token;
+    for (unsigned i = 0; i < 30; ++i) {
+        std::unique_ptr<Account> late;
+        std::string next;
+        const auto codes = together({[&] { late = std::make_unique<Account>(*store, current); },
+                                     [&] { next = other->renewToken(u"main"); }});
+        if (!codes[0]) {
+            EXPECT_EQ(codeOf([&] { late->list(u"/"); }), Code::INVALID_SESSION_ID) << i;
+        }
+        current = next;
+    }
+}
+
+TEST_F(PostgresTest, FoldersThatAnotherProgramMovedAreNotFoundInACache) {
+    const Account here(*store, token);
+    const Account there(*other, token);
+    here.makeFolder(u"/a");
+    for (int i = 0; i < 20; ++i) {  // As often as there are connections to remember it.
+        there.put(u"/a/f", "old");
+        EXPECT_EQ(there.get(u"/a/f"), "old");
+    }
+    here.move(u"/a", u"/b");
+    here.makeFolder(u"/a");
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(codeOf([&] { there.get(u"/a/f"); }), Code::RESOURCE_NOT_FOUND);
+    }
+    there.put(u"/a/f", "new");
+    EXPECT_EQ(here.get(u"/b/f"), "old");
+}
+
+TEST_F(PostgresTest, TheUrlIsShownWithoutItsSecrets) {
+    const auto error = storeErrorOf([] {
+        Store::open("postgresql://name:hidden@/none?host=/nowhere&password=secret",
+                    {.lockPatience = 10ms});
+    });
+    ASSERT_TRUE(error);
+    EXPECT_EQ(std::string(error->what()).find("hidden"), std::string::npos) << error->what();
+    EXPECT_EQ(std::string(error->what()).find("secret"), std::string::npos) << error->what();
+    EXPECT_EQ(store->createClient()->getEndpoint().find('?'), std::string::npos);
+}
+
+}  // namespace
+}  // namespace storage::kvxstore
