@@ -5,6 +5,7 @@
 #include <optional>
 #include <thread>
 
+#include "PostgresServer.h"
 #include "RawDatabase.h"
 #include "StoreFixture.h"
 
@@ -69,16 +70,26 @@ protected:
 
     /// Lets no write begin until release().
     void holdUpWrites() {
+        if (isOnServer()) {
+            serverLock = holdWriters(folder.url());
+            return;
+        }
         lock.emplace(folder.file("store.db"));
         lock->run("begin immediate");
     }
-    void release() { lock->run("commit"); }
+    void release() {
+        if (lock) {
+            lock->run("commit");
+        }
+        serverLock.reset();
+    }
 
     TemporaryFolder folder;
     std::shared_ptr<Store> store = Store::open(folder.url());
     std::string token = store->createUser({.name = u"main", .quota = 100'000});
     std::optional<Account> account{std::in_place, *store, token};
     std::optional<RawDatabase> lock;
+    std::shared_ptr<void> serverLock;
 };
 
 TEST_F(CallsTest, AFailingCallHarmsNoNeighbourInItsBatch) {

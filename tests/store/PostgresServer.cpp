@@ -51,9 +51,16 @@ std::string newSchema() {
 
 #ifdef KVXSTORE_HAS_POSTGRES
 
-std::vector<std::string> onServer(const std::string& sql) {
-    PGconn* const connection = PQconnectdb(serverUrl());
-    PQsetNoticeProcessor(connection, [](void*, const char*) {}, nullptr);
+namespace {
+
+std::shared_ptr<PGconn> connectTo(const std::string& url) {
+    PGconn* const connection = PQconnectdb(url.c_str());
+    PQsetNoticeProcessor(
+        connection, [](void*, const char*) {}, nullptr);
+    return {connection, PQfinish};
+}
+
+std::vector<std::string> run(PGconn* connection, const std::string& sql) {
     PGresult* const result = PQexec(connection, sql.c_str());
     std::vector<std::string> rows;
     for (int row = 0; row < PQntuples(result); ++row) {
@@ -61,14 +68,29 @@ std::vector<std::string> onServer(const std::string& sql) {
     }
     const std::string error = PQresultErrorMessage(result);
     PQclear(result);
-    PQfinish(connection);
     if (!error.empty()) {
         throw std::runtime_error(error);
     }
     return rows;
 }
 
+}  // namespace
+
+std::shared_ptr<void> holdWriters(const std::string& storeUrl) {
+    auto connection = connectTo(storeUrl);
+    run(connection.get(), "begin; lock table lanes");
+    return connection;
+}
+
+std::vector<std::string> onServer(const std::string& sql) {
+    return run(connectTo(serverUrl()).get(), sql);
+}
+
 #else
+
+std::shared_ptr<void> holdWriters(const std::string& /*storeUrl*/) {
+    throw std::runtime_error("built without PostgreSQL");
+}
 
 std::vector<std::string> onServer(const std::string& /*sql*/) {
     throw std::runtime_error("built without PostgreSQL");

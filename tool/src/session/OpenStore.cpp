@@ -23,6 +23,13 @@ using kvxstore::StoreErrorCode;
 /// file, the system says why.
 Failure openingFailure(const StoreLocation& location, const kvxstore::StoreError& error,
                        kvxstore::CreateMode mode) {
+    if (location.isOnDatabaseServer()) {
+        return {error.code() == StoreErrorCode::NOT_FOUND        ? ExitCode::NOT_FOUND
+                : error.code() == StoreErrorCode::ALREADY_EXISTS ? ExitCode::CONFLICT
+                : error.code() == StoreErrorCode::ILLEGAL_URL    ? ExitCode::USAGE
+                                                                 : ExitCode::STORE_FAILED,
+                location.text(), error.what()};
+    }
     if (!location.file()) {
         return {ExitCode::USAGE, "", error.what()};
     }
@@ -102,8 +109,9 @@ std::unique_ptr<kvxclient::KVXClient> openClient(const StoreLocation& location) 
 
 std::string createStore(const StoreLocation& location, const std::u16string& user) {
     refuseServer(location);
-    if (!location.file()) {
-        throw Failure(ExitCode::USAGE, location.text(), "only a store in a file can be created");
+    if (!location.file() && !location.isOnDatabaseServer()) {
+        throw Failure(ExitCode::USAGE, location.text(),
+                      "only a store in a file or on a database server can be created");
     }
     if (location.isDefault()) {
         std::filesystem::create_directories(location.file()->parent_path());

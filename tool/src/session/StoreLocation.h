@@ -18,6 +18,8 @@ public:
     const std::string& url() const { return url_; }
     /// The file of the store; empty for a store that is not kept in a file.
     const std::optional<std::filesystem::path>& file() const { return file_; }
+    /// Whether it lies on a database server that this program connects to.
+    bool isOnDatabaseServer() const { return !file_ && url_.starts_with("postgres"); }
     /// Whether it is a server's.
     bool isRemote() const;
     /// What the user's login is kept for: the URL without the options of a connection.

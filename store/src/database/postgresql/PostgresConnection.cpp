@@ -144,7 +144,7 @@ void PostgresConnection::connect() {
     lost_ = PQstatus(connection_.get()) != CONNECTION_OK;
     if (lost_) {
         throw TransientError(std::string("the database server cannot be reached: ") +
-                             PQerrorMessage(connection_.get()));
+                             oneLine(PQerrorMessage(connection_.get())));
     }
     PQsetNoticeProcessor(
         connection_.get(), [](void*, const char*) {}, nullptr);
@@ -153,7 +153,7 @@ void PostgresConnection::connect() {
 
 void PostgresConnection::throwLost(const std::string& message) {
     lost_ = true;
-    throw TransientError("the connection to the database server was lost: " + message);
+    throw TransientError("the connection to the database server was lost: " + oneLine(message));
 }
 
 void PostgresConnection::throwFailure(const PostgresResult& result) {

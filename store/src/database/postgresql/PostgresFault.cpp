@@ -24,6 +24,13 @@ bool isOneOf(const std::array<std::string_view, count>& codes, std::string_view 
 
 }  // namespace
 
+std::string oneLine(std::string message) {
+    std::ranges::replace_if(
+        message, [](char c) { return c == '\n' || c == '\t'; }, ' ');
+    message.erase(message.find_last_not_of(' ') + 1);
+    return message;
+}
+
 PostgresFault::PostgresFault(const pg_result& result)
     : code_(fieldOf(result, PG_DIAG_SQLSTATE)), message_(fieldOf(result, PG_DIAG_MESSAGE_PRIMARY)) {
     if (code_.empty()) {

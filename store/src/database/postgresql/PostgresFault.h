@@ -6,6 +6,9 @@ struct pg_result;
 
 namespace storage::kvxstore::database {
 
+/// A message of several lines as one sentence.
+std::string oneLine(std::string message);
+
 /// What a server's failed answer means.
 class PostgresFault {
 public:
