@@ -87,6 +87,29 @@ TEST_F(PostgresTest, NothingIsLostOrDoubledWhenConnectionsAreTerminatedUnderLoad
                            << " ms\n";
 }
 
+// A commit that waits for a standby has taken effect already.
+TEST_F(PostgresTest, ACommitWhoseAnswerWasLostCountsOnce) {
+    const auto waiting = [] {
+        return onServer("select pid from pg_stat_activity where wait_event = 'SyncRep'").size();
+    };
+    account.put(u"/f", "one", true);
+    onServer("alter system set synchronous_standby_names = 'none_of_that_name'");
+    onServer("select pg_reload_conf()");
+    auto label = std::async(std::launch::async,
+                            [&] { return account.put(u"/f", "two", true).getVersionLabel(); });
+    for (int i = 0; i < 1'000 && waiting() == 0; ++i) {
+        std::this_thread::sleep_for(10ms);
+    }
+    const auto ended = onServer(
+        "select pg_terminate_backend(pid) from pg_stat_activity where wait_event = 'SyncRep'");
+    onServer("alter system reset synchronous_standby_names");
+    onServer("select pg_reload_conf()");
+    EXPECT_GE(ended.size(), 1U);
+    EXPECT_EQ(label.get(), 2);
+    EXPECT_EQ(store->statistics().versions, 2U);
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+}
+
 TEST_F(PostgresTest, FilesMovedBetweenTwoBucketsOfAQuotaBothWaysBlockNobody) {
     store->createBucket(u"second", u"main");
     store->setQuota(u"main", 10'000);
