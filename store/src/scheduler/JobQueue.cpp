@@ -29,7 +29,11 @@ bool JobQueue::push(std::unique_ptr<Job>& job, WhenFull whenFull) {
     weight_ += job->traits().weight;
     jobs_.push_back(std::move(job));
     lock.unlock();
-    filled_.notify_one();
+    if (takers_ == 1) {
+        filled_.notify_one();
+    } else {
+        filled_.notify_all();  // One that gathers, or has its key under way, would not take it.
+    }
     return true;
 }
 
