@@ -55,6 +55,12 @@ const BucketRow* Buckets::findOwn(std::int64_t user) {
     return take(*connection_.query(selectOwn, {user}));
 }
 
+void Buckets::prime(std::int64_t id) {
+    if (!held_.contains(id)) {
+        connection_.prime(selectById, {id});
+    }
+}
+
 void Buckets::need(const std::vector<std::int64_t>& ids) {
     LocksNeeded missing;
     for (const std::int64_t id : ids) {

@@ -42,6 +42,9 @@ public:
     /// The bucket that has the name of its owner.
     const BucketRow* findOwn(std::int64_t user);
 
+    /// Asks ahead for a find() by id.
+    void prime(std::int64_t id);
+
     /// Finds the buckets, which throws LocksNeeded once for all of them.
     void need(const std::vector<std::int64_t>& ids);
 

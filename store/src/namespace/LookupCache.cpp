@@ -26,6 +26,18 @@ std::unordered_map<std::string, SessionRow>& LookupCache::sessions() {
     return sessions_;
 }
 
+std::unordered_map<std::string, std::int64_t>& LookupCache::owners() {
+    if (owners_.size() > mostEntries) {
+        owners_.clear();
+    }
+    return owners_;
+}
+
+const ResolvedPath* LookupCache::guessFolder(const std::string& key) const {
+    const auto found = folders_.find(key);
+    return found == folders_.end() ? nullptr : &found->second.path;
+}
+
 const ResolvedPath* LookupCache::findFolder(const std::string& key) {
     look();
     const auto found = folders_.find(key);

@@ -24,6 +24,11 @@ public:
     /// The present entries, for lookups and additions until the next write.
     std::unordered_map<std::string, SessionRow>& sessions();
 
+    /// Whose the sessions were that were looked up: known even when they have ended.
+    std::unordered_map<std::string, std::int64_t>& owners();
+
+    /// As findFolder(), but of what may be outdated.
+    const ResolvedPath* guessFolder(const std::string& key) const;
     /// Null for an unknown folder. Valid until the next call.
     const ResolvedPath* findFolder(const std::string& key);
     /// REQUIRES: this transaction resolved the path.
@@ -47,6 +52,7 @@ private:
     /// Counts the changes of the version.
     std::int64_t state_ = 0;
     std::unordered_map<std::string, SessionRow> sessions_;
+    std::unordered_map<std::string, std::int64_t> owners_;
     std::unordered_map<std::string, Folder> folders_;
 };
 

@@ -34,6 +34,10 @@ std::optional<Node> findChild(const Context& context, std::int64_t folder,
     return readFirst(context.database.query(selectNodeByName, {folder, name}));
 }
 
+void primeChild(const Context& context, std::int64_t folder, const std::string& name) {
+    context.database.prime(selectNodeByName, {folder, name});
+}
+
 database::Rows selectChildren(const Context& context, std::int64_t folder) {
     return context.database.query(selectNodesByParent, {folder});
 }

@@ -44,6 +44,9 @@ struct Node {
 std::optional<Node> findNode(const Context& context, std::int64_t id);
 std::optional<Node> findChild(const Context& context, std::int64_t folder, const std::string& name);
 
+/// Asks ahead for findChild().
+void primeChild(const Context& context, std::int64_t folder, const std::string& name);
+
 /// The node and those that it lies in, up to the root, the trash, one that is missing or one that
 /// is known. Throws DAMAGED when a folder lies below itself.
 std::vector<Node> climb(

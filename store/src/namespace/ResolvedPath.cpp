@@ -53,15 +53,45 @@ ResolvedPath rootOf(const Context& context, std::int64_t user, const std::string
     return path;
 }
 
-/// Resolves the path of a folder. The cache keeps it unless it is very deep.
-ResolvedPath folderAt(const Context& context, std::int64_t user, const std::string& bucket,
-                      const std::vector<std::string>& names) {
+std::string keyOf(std::int64_t user, const std::string& bucket,
+                  const std::vector<std::string>& names) {
     std::string key = std::to_string(user);
     for (const std::string& name : names) {
         key.append(1, '/').append(name);
     }
     // No name contains a NUL.
-    key.append(1, '\0').append(bucket);
+    return key.append(1, '\0').append(bucket);
+}
+
+/// Asks ahead, in one round trip, for what resolve() reads where the folder is as it was.
+void primeLookups(const Context& context, const Resource& resource) {
+    const std::optional<std::int64_t> user = primeSession(context);
+    if (!user) {
+        return;
+    }
+    try {
+        std::vector<std::string> folders = splitPath(resource.getPath());
+        if (folders.empty()) {
+            return;
+        }
+        const std::string name = std::move(folders.back());
+        folders.pop_back();
+        const ResolvedPath* const folder =
+            LookupCache::on(context.database)
+                .guessFolder(keyOf(*user, resource.getUTF8Bucket(), folders));
+        if (folder != nullptr) {
+            context.database.buckets().prime(folder->bucket.id);
+            primeChild(context, folder->chain.back().id, name);
+        }
+    } catch (const KVXClientException&) {
+        // What is wrong with the path is told after what is wrong with the session.
+    }
+}
+
+/// Resolves the path of a folder. The cache keeps it unless it is very deep.
+ResolvedPath folderAt(const Context& context, std::int64_t user, const std::string& bucket,
+                      const std::vector<std::string>& names) {
+    std::string key = keyOf(user, bucket, names);
     LookupCache& cache = LookupCache::on(context.database);
     if (const ResolvedPath* const known = cache.findFolder(key)) {
         return *known;
@@ -126,6 +156,9 @@ Resource ResolvedPath::resource() const { return resourceOf(*this, names.size())
 Resource ResolvedPath::parentResource() const { return resourceOf(*this, names.size() - 1); }
 
 ResolvedPath resolve(const Context& context, const Resource& resource) {
+    if (context.database.sharesWriting()) {
+        primeLookups(context, resource);
+    }
     const std::int64_t user = requireUser(context);
     std::vector<std::string> folders = splitPath(resource.getPath());
     const std::string bucket = resource.getUTF8Bucket();
