@@ -487,7 +487,7 @@ void Call::completed(Result result) {
 }
 
 void Call::note(const Result& result) {
-    if (!isKnown_ && isOfSession() && !result.error && !operation_->isLogout) {
+    if (!isKnown_ && operation_->needsSession && !result.error && !operation_->isLogout) {
         shared_->sessions.proven(identity_.session);
     }
     if (operation_->isLogin && !result.error) {

@@ -115,6 +115,7 @@ constexpr Operation describe() {
     operation.name = Type::name;
     operation.writes = Type::access == Access::WRITE;
     operation.isOnce = Type::repeat == Repeat::ONCE;
+    operation.needsSession = Type::need == Need::SESSION;
     operation.isHeavy = is.template operator()<ListFolder, ListMultiFolder, ListFileChanges>();
     operation.opensHandle =
         is.template operator()<CreateReadOnlyFileHandle, CreateReadWriteFileHandle>();
