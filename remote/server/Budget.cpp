@@ -14,15 +14,16 @@ void Budget::Share::resize(std::size_t amount) {
         budget_->inUseBy_[user_] += amount - amount_;
         amount_ = amount;
     } else if (budget_ && amount < amount_) {
-        budget_->giveBack(user_, amount_ - amount);
+        budget_->giveBack(user_, amount_ - amount, false);
         amount_ = amount;
     }
 }
 
-void Budget::take(const std::string& user, std::size_t amount, Taken taken) {
+void Budget::take(const std::string& user, std::size_t amount, Taken taken, bool urgent) {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        waiting_.push_back({user, std::min(amount, total_), std::move(taken)});
+        (urgent && amount > 0 ? urgent_ : waiting_)
+            .push_back({user, std::min(amount, total_), std::move(taken)});
     }
     serve();
 }
@@ -40,10 +41,13 @@ std::size_t Budget::inUse() const {
     return inUse_;
 }
 
-void Budget::giveBack(const std::string& user, std::size_t amount) {
+void Budget::giveBack(const std::string& user, std::size_t amount, bool wasUrgent) {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         inUse_ -= amount;
+        if (wasUrgent) {
+            urgentOf_.erase(user);
+        }
         const auto found = inUseBy_.find(user);
         if (found != inUseBy_.end() && (found->second -= amount) == 0) {
             inUseBy_.erase(found);
@@ -61,6 +65,15 @@ void Budget::serve() {
     std::vector<std::pair<Taken, std::shared_ptr<Share>>> served;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
+        for (auto next = urgent_.begin(); next != urgent_.end();) {
+            if (!isOpen_ && urgentOf_.contains(next->user)) {
+                ++next;
+                continue;
+            }
+            urgentOf_.insert(next->user);
+            served.push_back(give(*next, true));
+            next = urgent_.erase(next);
+        }
         std::set<std::string> late;
         for (auto next = waiting_.begin(); next != waiting_.end();) {
             if (!isOpen_ && (late.contains(next->user) || !fits(next->user, next->amount))) {
@@ -71,19 +84,24 @@ void Budget::serve() {
             if (!isOpen_ && inUse_ > 0 && inUse_ + next->amount > total_) {
                 break;
             }
-            if (next->amount > 0) {
-                inUse_ += next->amount;
-                inUseBy_[next->user] += next->amount;
-            }
-            auto share = std::make_shared<Share>(next->amount > 0 ? shared_from_this() : nullptr,
-                                                 next->user, next->amount);
-            served.emplace_back(std::move(next->taken), std::move(share));
+            served.push_back(give(*next, false));
             next = waiting_.erase(next);
         }
     }
     for (auto& [taken, share] : served) {
         taken(std::move(share));
     }
+}
+
+std::pair<Budget::Taken, std::shared_ptr<Budget::Share>> Budget::give(Waiting& waiting,
+                                                                      bool urgent) {
+    if (waiting.amount > 0) {
+        inUse_ += waiting.amount;
+        inUseBy_[waiting.user] += waiting.amount;
+    }
+    auto share = std::make_shared<Share>(waiting.amount > 0 ? shared_from_this() : nullptr,
+                                         waiting.user, waiting.amount, urgent);
+    return {std::move(waiting.taken), std::move(share)};
 }
 
 }  // namespace storage::kvxserver

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <utility>
 
+#include "Digest.h"
 #include "protocol/Errors.h"
 #include "protocol/Headers.h"
 #include "protocol/Percent.h"
@@ -14,6 +15,8 @@ namespace {
 
 using kvxremote::headerValue;
 namespace names = kvxremote::headers;
+
+constexpr std::size_t longestSession = 4096;
 
 const kvxremote::Header jsonHeader = {"Content-Type", "application/json"};
 
@@ -121,6 +124,9 @@ void Call::begin() {
             return;
         }
         readIdentity();
+        if (identity_.session.size() > longestSession) {  // It would be kept in many places.
+            return fail(Code::INVALID_SESSION_ID);
+        }
         if (!checkSizes() || !enter()) {
             return;
         }
@@ -129,8 +135,11 @@ void Call::begin() {
     }
     const auto delay = operation_->isLogin ? shared_->logins.delay(channel_->peer())
                                            : std::chrono::milliseconds(0);
-    if (delay.count() > 0) {
-        return shared_->later(delay, [self = shared_from_this()] { self->takeRoom(); });
+    if (!delay) {
+        return refuse(429, "TOO_MANY_LOGINS");
+    }
+    if (delay->count() > 0) {
+        return shared_->later(*delay, [self = shared_from_this()] { self->takeRoom(); });
     }
     takeRoom();
 }
@@ -183,9 +192,26 @@ void Call::readIdentity() {
     identity_.origin = decodedHeader(head_, names::origin);
     identity_.client = decodedHeader(head_, names::client);
     identity_.clientType = decodedHeader(head_, names::clientType);
-    user_ = isOfSession() ? shared_->sessions.userOf(identity_.session) : "at " + channel_->peer();
+    user_ = isOfSession() ? shared_->sessions.userOf(identity_.session) : std::string();
+    isKnown_ = !user_.empty();
+    if (!isKnown_) {
+        user_ = "at " + channel_->peer();
+    }
     order_ = numberIn(headerValue(head_.headers, names::order));
-    handle_ = handleIn(head_.target);
+    useHandle(handleIn(head_.target));
+}
+
+void Call::useHandle(std::string handle) {
+    if (handle == handle_) {
+        return;
+    }
+    if (isOrdered()) {
+        shared_->handles.left(handleKey(), order_);
+    }
+    handle_ = std::move(handle);
+    if (isOrdered()) {
+        shared_->handles.arrived(handleKey(), order_);
+    }
 }
 
 bool Call::enter() {
@@ -246,20 +272,30 @@ void Call::takeRoom() {
     if (bodySize_ == 0) {
         return readBody();
     }
-    const auto take = [self = shared_from_this()](bool passes) {
-        if (!passes) {
-            return self->fail(Code::BAD_NETWORK);
-        }
-        self->shared_->content->take(
-            self->user_, self->bodySize_, [self](std::shared_ptr<Budget::Share> share) {
-                self->contentShare_ = std::move(share);
-                if (self->isOrdered()) {
-                    self->shared_->handles.done(self->handleKey(), Handles::ROOM, self->order_);
-                }
-                self->readBody();
-            });
+    const auto take = [self = shared_from_this()](auto share) {
+        self->contentShare_ = std::move(share);
+        self->readBody();
     };
-    isOrdered() ? shared_->handles.await(handleKey(), Handles::ROOM, order_, take) : take(true);
+    isOrdered() ? takeInTurn(bodySize_, take) : shared_->content->take(user_, bodySize_, take);
+}
+
+void Call::takeInTurn(std::size_t amount, Budget::Taken taken) {
+    hadRoomTurn_ = true;
+    // Those after an earlier attempt may have the room already, and wait for this one.
+    const bool isUrgent = shared_->handles.isPast(handleKey(), Handles::ROOM, order_);
+    shared_->handles.await(
+        handleKey(), Handles::ROOM, order_,
+        [self = shared_from_this(), amount, isUrgent, taken = std::move(taken)](bool passes) {
+            if (!passes) {
+                return self->fail(Code::BAD_NETWORK);
+            }
+            const auto passOn = [self, taken](auto share) {
+                self->shared_->handles.done(self->handleKey(), Handles::ROOM, self->order_);
+                taken(std::move(share));
+            };
+            amount == 0 ? passOn(nullptr)
+                        : self->shared_->content->take(self->user_, amount, passOn, isUrgent);
+        });
 }
 
 void Call::readBody() {
@@ -295,7 +331,7 @@ void Call::decode() {
     } catch (const std::exception&) {
         return refuse(400, "BAD_REQUEST");
     }
-    handle_ = job_->handle;
+    useHandle(job_->handle);
     if (!handle_.empty()) {
         shared_->handles.use(handleKey());
     }
@@ -309,28 +345,17 @@ void Call::decode() {
 }
 
 void Call::takeAnswerRoom() {
-    // A call whose body took room has had its turn.
-    if (!isOrdered() || contentShare_) {
-        if (job_->expected == 0) {
-            return awaitTurn();
-        }
-        return shared_->content->take(user_, job_->expected,
-                                      [self = shared_from_this()](auto share) {
-                                          self->answerShare_ = std::move(share);
-                                          self->awaitTurn();
-                                      });
+    const auto take = [self = shared_from_this()](auto share) {
+        self->answerShare_ = std::move(share);
+        self->awaitTurn();
+    };
+    if (isOrdered() && !hadRoomTurn_) {
+        takeInTurn(job_->expected, take);
+    } else if (job_->expected > 0) {
+        shared_->content->take(user_, job_->expected, take);
+    } else {
+        awaitTurn();
     }
-    shared_->handles.await(
-        handleKey(), Handles::ROOM, order_, [self = shared_from_this()](bool passes) {
-            if (!passes) {
-                return self->fail(Code::BAD_NETWORK);
-            }
-            self->shared_->content->take(self->user_, self->job_->expected, [self](auto share) {
-                self->answerShare_ = std::move(share);
-                self->shared_->handles.done(self->handleKey(), Handles::ROOM, self->order_);
-                self->awaitTurn();
-            });
-        });
 }
 
 void Call::awaitTurn() {
@@ -422,10 +447,16 @@ void Call::openDownload(Job& job) {
 
 void Call::completed(Result result) {
     note(result);
-    if (client_.use_count() == 1) {  // It must not end on a thread of its own.
-        shared_->entry.add("", 0, [shared = shared_, client = std::exchange(client_, nullptr)] {
-            shared->entry.left(0);
-        });
+    std::vector<std::shared_ptr<const SessionClient>> ended;
+    if (isOfSession() &&
+        (operation_->isLogout ? !result.error : result.error == Code::INVALID_SESSION_ID)) {
+        ended = shared_->sessions.ended(identity_.session);
+        shared_->handles.endSession(identity_.session);
+    }
+    if (!ended.empty() || client_.use_count() == 1) {  // They must not end on threads of their own.
+        ended.push_back(std::move(client_));
+        shared_->entry.add("", 0,
+                           [shared = shared_, ended = std::move(ended)] { shared->entry.left(0); });
     }
     client_.reset();
     if (operation_->isDownload && job_->spill) {
@@ -456,13 +487,13 @@ void Call::completed(Result result) {
 }
 
 void Call::note(const Result& result) {
+    if (!isKnown_ && operation_->needsSession && !result.error && !operation_->isLogout) {
+        shared_->sessions.proven(identity_.session);
+    }
     if (operation_->isLogin && !result.error) {
         shared_->sessions.opened(result.opened, job_->token);
     } else if (operation_->isLogin && result.error == Code::INVALID_TOKEN) {
         shared_->logins.failed(channel_->peer());
-    } else if (operation_->isLogout && !result.error) {
-        shared_->sessions.ended(identity_.session);
-        shared_->handles.endSession(identity_.session);
     } else if (operation_->opensHandle && !result.error) {
         hasHandleRoom_ = false;
         shared_->handles.opened({identity_.session, result.opened}, job_->resource, client_);
@@ -524,7 +555,9 @@ void Call::finish(Answer answer) {
         }
         shared_->outcomes.complete(
             arrival_, std::exchange(attempt_, 0),
-            std::make_shared<const Outcome>(Outcome{answer.status, answer.headers, answer.text}));
+            std::make_shared<const Outcome>(Outcome{answer.status, answer.headers, answer.text}),
+            // Whoever makes sessions up must not fill the memory with their outcomes.
+            code_ != static_cast<std::int32_t>(Code::INVALID_SESSION_ID));
     }
     send(std::move(answer));
 }
@@ -569,6 +602,9 @@ void Call::ended(std::uint64_t bytes, bool complete) {
     if (hasHandleRoom_) {
         shared_->handles.release(identity_.session);
     }
+    if (isOrdered()) {
+        shared_->handles.left(handleKey(), order_);
+    }
     if (isRunning_) {
         shared_->running.leave(user_);
     }
@@ -584,10 +620,12 @@ void Call::ended(std::uint64_t bytes, bool complete) {
     CallRecord record;
     record.peer = channel_->peer();
     record.operation = operation_ != nullptr ? operation_->name : std::string_view();
-    record.session =
-        identity_.session.empty() ? std::string_view() : std::string_view(user_).substr(0, 8);
+    const std::string session = !isOfSession() ? std::string()
+                                : isKnown_     ? user_
+                                               : digestOf(identity_.session);
+    record.session = std::string_view(session).substr(0, 8);
     record.application = identity_.application;
-    record.call = call;
+    record.call = isCallId(call) ? call : std::string_view();
     record.path = path;
     record.code = code_;
     record.status = status_;

@@ -27,11 +27,15 @@ private:
     bool route();
     bool checkSizes();
     void readIdentity();
+    void useHandle(std::string handle);
     /// Whether there is room for one more call, and it was not carried out before.
     bool enter();
     bool isNew();
     /// Takes room for the body, then reads it.
     void takeRoom();
+    /// Takes room when all earlier calls on the handle have theirs: later ones must not keep it
+    /// from them.
+    void takeInTurn(std::size_t amount, Budget::Taken taken);
     void readBody();
     void decode();
     /// Takes room for the content of the answer.
@@ -86,6 +90,9 @@ private:
     unsigned status_ = 0;
     bool isRunning_ = false;
     bool hasHandleRoom_ = false;
+    bool hadRoomTurn_ = false;
+    /// Whether the session was accepted before.
+    bool isKnown_ = false;
     bool repeated_ = false;
     std::atomic<bool> answered_{false};
 };

@@ -16,6 +16,10 @@ Entry::~Entry() { stop(); }
 
 void Entry::add(const std::string& user, std::size_t size, std::function<void()> call) {
     std::unique_lock<std::mutex> lock(mutex_);
+    if (stops_) {  // There may be no thread any more.
+        Waiting now{size, std::move(call)};
+        return make(lock, now);
+    }
     if (direct_ > 0 && turns_.empty() && hasRoom(size) && Network::isOnThread()) {
         --direct_;
         Waiting now{size, std::move(call)};

@@ -62,6 +62,26 @@ void Handles::endSession(const std::string& session) {
     }
 }
 
+void Handles::arrived(const Key& key, std::uint64_t number) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = handles_.find(key);
+    if (found != handles_.end()) {
+        found->second.present.insert(number);
+    }
+}
+
+void Handles::left(const Key& key, std::uint64_t number) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = handles_.find(key);
+    if (found == handles_.end()) {
+        return;
+    }
+    const auto place = found->second.present.find(number);
+    if (place != found->second.present.end()) {
+        found->second.present.erase(place);
+    }
+}
+
 void Handles::use(const Key& key) {
     const std::lock_guard<std::mutex> lock(mutex_);
     const auto found = handles_.find(key);
@@ -114,13 +134,24 @@ void Handles::done(const Key& key, Stage stage, std::uint64_t number) {
     }
 }
 
+bool Handles::isPast(const Key& key, Stage stage, std::uint64_t number) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = handles_.find(key);
+    return found != handles_.end() && number < found->second.stages[stage].next;
+}
+
 void Handles::giveUpWaiting() {
     std::vector<Pass> failing;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        const auto old = Clock::now() - patience_;
+        const auto now = Clock::now();
+        const auto old = now - patience_;
         for (auto& [key, handle] : handles_) {
             for (Turns& turns : handle.stages) {
+                if (handle.present.contains(turns.next)) {
+                    turns.waitingSince = now;
+                    continue;
+                }
                 if (turns.waiting.empty() || turns.waitingSince > old) {
                     continue;
                 }

@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -50,6 +51,10 @@ public:
     void closed(const Key& key);
     void endSession(const std::string& session);
 
+    /// A call with this number is here, until it has left: those after it wait for it however long
+    /// it takes.
+    void arrived(const Key& key, std::uint64_t number);
+    void left(const Key& key, std::uint64_t number);
     /// A call uses the handle.
     void use(const Key& key);
     /// Calls `pass` when it is the turn of this number: 1 comes first. What was sent before passes
@@ -57,7 +62,9 @@ public:
     void await(const Key& key, Stage stage, std::uint64_t number, Pass pass);
     /// The call of this number has used its turn: the next one may pass.
     void done(const Key& key, Stage stage, std::uint64_t number);
-    /// Lets those fail that have waited too long for the number before theirs.
+    /// Whether this number has had its turn before, so that later ones may hold what it needs.
+    bool isPast(const Key& key, Stage stage, std::uint64_t number) const;
+    /// Lets those fail that have waited too long for a number that has not arrived.
     void giveUpWaiting();
     /// Takes out the handles that were not used for so long.
     std::vector<Unused> takeUnused(std::chrono::milliseconds idle);
@@ -77,6 +84,8 @@ private:
         Clock::time_point used;
         /// A number never came: all later ones fail.
         bool broken = false;
+        /// The numbers of the calls that are here.
+        std::multiset<std::uint64_t> present;
         std::array<Turns, 2> stages;
     };
 

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 
 namespace storage::kvxserver {
@@ -22,24 +23,33 @@ public:
     void failed(const std::string& address) {
         const std::lock_guard<std::mutex> lock(mutex_);
         const auto now = Clock::now();
-        std::erase_if(failures_, [now](const auto& entry) {
-            return now - entry.second.last > std::chrono::minutes(1);
-        });
+        std::erase_if(failures_, [now](const auto& entry) { return isOver(entry.second, now); });
         Failures& failures = failures_[address];
+        if (failures.count == 0) {
+            failures.first = now;
+        }
         ++failures.count;
-        failures.last = now;
     }
 
-    /// Nothing for the first ones within a minute, then a second more each time, up to 30.
-    std::chrono::milliseconds delay(const std::string& address) {
+    /// Nothing for the first ones within a minute, then a second more each time, up to 30. Logins
+    /// that come together wait one after the other; none for those that would wait too long.
+    std::optional<std::chrono::milliseconds> delay(const std::string& address) {
         const std::lock_guard<std::mutex> lock(mutex_);
         const auto found = failures_.find(address);
+        const auto now = Clock::now();
         if (found == failures_.end() || found->second.count < allowed_ ||
-            Clock::now() - found->second.last > std::chrono::minutes(1)) {
-            return {};
+            isOver(found->second, now)) {
+            return std::chrono::milliseconds(0);
         }
+        Failures& failures = found->second;
+        const auto free = std::max(failures.free, now) +
+                          std::chrono::seconds(std::min(30U, failures.count - allowed_ + 1));
+        if (free > now + std::chrono::seconds(30)) {
+            return std::nullopt;
+        }
+        failures.free = free;
         ++delayed_;
-        return std::chrono::seconds(std::min(30U, found->second.count - allowed_ + 1));
+        return std::chrono::ceil<std::chrono::milliseconds>(free - now);
     }
 
     /// How many logins had to wait so far.
@@ -51,8 +61,14 @@ public:
 private:
     struct Failures {
         unsigned count = 0;
-        Clock::time_point last;
+        Clock::time_point first;
+        /// When the next login may go on.
+        Clock::time_point free;
     };
+
+    static bool isOver(const Failures& failures, Clock::time_point now) {
+        return now - failures.first > std::chrono::minutes(1) && failures.free < now;
+    }
 
     const unsigned allowed_;
     mutable std::mutex mutex_;

@@ -46,6 +46,8 @@ using kvxremote::Header;
 constexpr std::size_t blockSize = 256UL << 10U;
 constexpr std::size_t smallBlock = 16UL << 10U;
 constexpr std::size_t idleBuffer = 2048;
+/// Bytes a second of a body.
+constexpr std::size_t leastRate = 16UL << 10U;
 
 bool& onThread() {
     thread_local bool isOn = false;
@@ -92,6 +94,8 @@ public:
         net::dispatch(strand_, [self = this->shared_from_this(), into, size,
                                 done = std::move(done)]() mutable {
             self->readDone_ = std::move(done);
+            self->readUntil_ = std::chrono::steady_clock::now() + self->options().progressTime +
+                               std::chrono::seconds(size / leastRate);
             self->readMore(into, size);
         });
     }
@@ -227,7 +231,9 @@ private:
         if (size == 0 || closed_) {
             return finishRead(size == 0);
         }
-        lowest().expires_after(options().progressTime);
+        // Whoever sends a byte now and then must not keep the room for all of them.
+        lowest().expires_at(
+            std::min(readUntil_, std::chrono::steady_clock::now() + options().progressTime));
         if (std::exchange(continues_, false)) {
             static constexpr std::string_view text = "HTTP/1.1 100 Continue\r\n\r\n";
             return net::async_write(
@@ -430,6 +436,7 @@ private:
     Answer answer_;
     std::string out_;
     std::string tail_;
+    std::chrono::steady_clock::time_point readUntil_;
     std::uint64_t unread_ = 0;
     std::uint64_t sent_ = 0;
     bool keepAlive_ = false;
@@ -467,10 +474,6 @@ public:
         for (const Listener& listener : listeners_) {
             listener.close();
         }
-        if (!socketPath_.empty()) {
-            ::unlink(socketPath_.c_str());
-            socketPath_.clear();
-        }
     }
 
     std::uint16_t listenTcp(const Address& address, std::shared_ptr<Service> service,
@@ -494,8 +497,8 @@ public:
         auto acceptor = std::make_shared<Local::acceptor>(Strand(context_.get_executor()));
         acceptor->open();
         listenAt(*acceptor, Local::endpoint(address.path), address.text);
-        socketPath_ = address.path;
-        add(acceptor, true);
+        // Another server may take the path as soon as this one does not listen any more.
+        add(acceptor, true, [path = address.path] { ::unlink(path.c_str()); });
         accept(acceptor, std::move(service), connections_, false);
     }
 
@@ -546,11 +549,16 @@ private:
     }
 
     template <class Acceptor>
-    void add(const std::shared_ptr<Acceptor>& acceptor, bool drains) {
+    void add(
+        const std::shared_ptr<Acceptor>& acceptor, bool drains,
+        std::function<void()> beforeClosing = [] {}) {
         listeners_.push_back({acceptor->get_executor(),
-                              [acceptor] {
-                                  error_code ignored;
-                                  acceptor->close(ignored);
+                              [acceptor, beforeClosing = std::move(beforeClosing)] {
+                                  if (acceptor->is_open()) {
+                                      error_code ignored;
+                                      beforeClosing();
+                                      acceptor->close(ignored);
+                                  }
                               },
                               drains});
     }
@@ -647,7 +655,6 @@ private:
     net::executor_work_guard<net::io_context::executor_type> work_{context_.get_executor()};
     std::vector<Listener> listeners_;
     std::vector<std::thread> threads_;
-    std::string socketPath_;
 };
 
 Network::Network(const ServerOptions& options) : impl_(std::make_unique<Impl>(options)) {}

@@ -12,8 +12,8 @@ using kvxclient::KVXClientErrorCode;
 using kvxremote::Wire;
 using kvxremote::WireRequest;
 
-/// What a file read at once is expected to have, until it is known.
-constexpr std::size_t expectedFile = 1UL << 20U;
+/// What an answer of unknown size is expected to hold in memory.
+constexpr std::size_t expectedFile = Spill::inMemory;
 
 std::optional<KVXClientErrorCode> codeIn(const std::exception_ptr& error) {
     if (!error) {
@@ -55,6 +55,8 @@ public:
             token = request_.getToken();
         } else if constexpr (std::is_same_v<Type, operations::ReadFile>) {
             expected = std::min(expectedFile, mostContent);
+        } else if constexpr (std::is_same_v<Type, operations::DownloadFile>) {
+            expected = Spill::inMemory;
         } else if constexpr (std::is_same_v<Type, operations::ReadFileContent>) {
             // One byte more tells that there is too much.
             request_.withLength(std::min<std::size_t>(request_.getLength(), mostContent + 1));
@@ -113,6 +115,7 @@ constexpr Operation describe() {
     operation.name = Type::name;
     operation.writes = Type::access == Access::WRITE;
     operation.isOnce = Type::repeat == Repeat::ONCE;
+    operation.needsSession = Type::need == Need::SESSION;
     operation.isHeavy = is.template operator()<ListFolder, ListMultiFolder, ListFileChanges>();
     operation.opensHandle =
         is.template operator()<CreateReadOnlyFileHandle, CreateReadWriteFileHandle>();

@@ -61,6 +61,7 @@ struct Operation {
     std::string_view name;
     bool writes = false;
     bool isOnce = false;
+    bool needsSession = false;
     bool isHeavy = false;
     bool opensHandle = false;
     bool isLogin = false;

@@ -5,10 +5,10 @@ namespace storage::kvxserver {
 namespace {
 
 /// How long a request may have been on its way after its sender took the time.
-constexpr std::chrono::milliseconds onItsWay{1'000};
+constexpr std::chrono::seconds onItsWay{20};
 
-std::size_t sizeOfOutcome(const Outcome& outcome) {
-    std::size_t size = outcome.text.size() + 200;
+std::size_t sizeOfOutcome(const std::string& session, const Outcome& outcome) {
+    std::size_t size = outcome.text.size() + 2 * session.size() + 400;
     for (const auto& [name, value] : outcome.headers) {
         size += name.size() + value.size();
     }
@@ -66,8 +66,9 @@ bool Outcomes::received(const Arrival& arrival, std::uint64_t attempt) {
 }
 
 void Outcomes::complete(const Arrival& arrival, std::uint64_t attempt,
-                        std::shared_ptr<const Outcome> outcome) {
+                        std::shared_ptr<const Outcome> outcome, bool keeps) {
     std::vector<Waiter> waiters;
+    std::function<void()> abort;  // May hold the last of the call.
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         const auto found = entries_.find({arrival.session, arrival.call});
@@ -75,11 +76,15 @@ void Outcomes::complete(const Arrival& arrival, std::uint64_t attempt,
             return;
         }
         waiters.swap(found->second.waiters);
-        found->second.abort = nullptr;
-        found->second.outcome = outcome;
-        bytes_ += sizeOfOutcome(*outcome);
-        kept_.push_back(found->first);
-        trim();
+        abort.swap(found->second.abort);
+        if (keeps) {
+            found->second.outcome = outcome;
+            bytes_ += sizeOfOutcome(arrival.session, *outcome);
+            kept_.push_back(found->first);
+            trim();
+        } else {
+            entries_.erase(found);
+        }
     }
     for (const Waiter& waiter : waiters) {
         waiter(outcome);
@@ -113,7 +118,7 @@ void Outcomes::trim() {
         if (kept_.size() <= most_ && bytes_ <= mostBytes_ && found->second.began > old) {
             return;
         }
-        bytes_ -= sizeOfOutcome(*found->second.outcome);
+        bytes_ -= sizeOfOutcome(found->first.first, *found->second.outcome);
         lostUntil_ = std::max(lostUntil_, found->second.began);
         entries_.erase(found);
         kept_.pop_front();

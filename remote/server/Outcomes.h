@@ -60,9 +60,9 @@ public:
                    std::uint64_t& attempt);
     /// All bytes of the call have come. False when another attempt has taken its place.
     bool received(const Arrival& arrival, std::uint64_t attempt);
-    /// Keeps the outcome, and gives it to those who wait for it.
+    /// Gives the outcome to those who wait for it, and keeps it unless told otherwise.
     void complete(const Arrival& arrival, std::uint64_t attempt,
-                  std::shared_ptr<const Outcome> outcome);
+                  std::shared_ptr<const Outcome> outcome, bool keeps = true);
     /// The call had no effect. Returns those who wait for its outcome.
     std::vector<Waiter> forget(const Arrival& arrival, std::uint64_t attempt);
 

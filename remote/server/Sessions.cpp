@@ -86,10 +86,19 @@ std::shared_ptr<const SessionClient> Sessions::freshClient(const Identity& ident
 }
 
 void Sessions::opened(const std::string& session, const std::string& token) {
-    std::string user = digestOf(token);
+    keepUser(session, digestOf(token), true);
+}
+
+void Sessions::proven(const std::string& session) { keepUser(session, digestOf(session), false); }
+
+void Sessions::keepUser(const std::string& session, std::string user, bool replaces) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (users_.insert_or_assign(session, std::move(user)).second) {
+    const auto [place, isNew] = users_.try_emplace(session);
+    if (isNew) {
         userOrder_.push_back(session);
+    }
+    if (isNew || replaces) {
+        place->second = std::move(user);
     }
     if (userOrder_.size() > mostUsers) {
         users_.erase(userOrder_.front());
@@ -97,7 +106,7 @@ void Sessions::opened(const std::string& session, const std::string& token) {
     }
 }
 
-void Sessions::ended(const std::string& session) {
+std::vector<std::shared_ptr<const SessionClient>> Sessions::ended(const std::string& session) {
     std::vector<std::shared_ptr<const SessionClient>> dropped;
     const std::lock_guard<std::mutex> lock(mutex_);
     auto next = clients_.lower_bound(Identity{session, {}, {}, {}, {}});
@@ -106,17 +115,13 @@ void Sessions::ended(const std::string& session) {
         order_.erase(next->second.place);
         next = clients_.erase(next);
     }
+    return dropped;
 }
 
 std::string Sessions::userOf(const std::string& session) const {
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        const auto found = users_.find(session);
-        if (found != users_.end()) {
-            return found->second;
-        }
-    }
-    return digestOf(session);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = users_.find(session);
+    return found != users_.end() ? found->second : std::string();
 }
 
 void Sessions::dropIdle(std::chrono::seconds idle) {

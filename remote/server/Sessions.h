@@ -65,9 +65,12 @@ public:
     std::shared_ptr<const SessionClient> freshClient(const Identity& identity);
     /// The session was opened with this token.
     void opened(const std::string& session, const std::string& token);
-    /// The session ended: drops its clients.
-    void ended(const std::string& session);
-    /// A digest that stands for the user of a session.
+    /// The transport has accepted a session that was not opened here: it is a user of its own.
+    void proven(const std::string& session);
+    /// The session is over. Returns its clients, which end on a thread that may wait for them.
+    std::vector<std::shared_ptr<const SessionClient>> ended(const std::string& session);
+    /// A digest that stands for the user of a session; empty for a session that nobody has proven,
+    /// for whoever makes sessions up must not have a user's share with each.
     std::string userOf(const std::string& session) const;
     /// Drops clients that were not used for so long.
     void dropIdle(std::chrono::seconds idle);
@@ -85,6 +88,7 @@ private:
     };
 
     std::vector<std::shared_ptr<const SessionClient>> all();
+    void keepUser(const std::string& session, std::string user, bool replaces);
 
     Factory factory_;
     mutable std::mutex mutex_;

@@ -1,7 +1,9 @@
+#include <filesystem>
 #include <future>
 #include <thread>
 
 #include "FakeTransport.h"
+#include "Kvxd.h"
 #include "RawConnection.h"
 #include "RemoteFixture.h"
 
@@ -156,6 +158,43 @@ TEST_F(ServerLimitsTest, refusesMoreCallsThanAUserOrAllMayMake) {
         EXPECT_EQ(call->read().status, 200);
     }
     EXPECT_EQ(ask(request("DELETE /v1/files/-/f", ada)).status, 200);
+    // Sessions that somebody makes up are all of one user, until one has made a call.
+    EXPECT_TRUE(shows("kvxd_calls_running", "0"));
+    calls.clear();
+    const auto bearer = [](char name) {
+        return "Authorization: Bearer " + std::string(8, name) + "\r\n";
+    };
+    EXPECT_EQ(ask(request("GET /v1/files/-/f", bearer('4'))).status, 200);
+    EXPECT_EQ(ask(request("GET /v1/ping", bearer('1'))).status, 200);  // Which needs no session.
+    state->hold("deleteFile");
+    EXPECT_TRUE(remove(bearer('1')) && remove(bearer('2')));
+    EXPECT_EQ(ask(request("DELETE /v1/files/-/f", bearer('3'))).status, 429);
+    EXPECT_TRUE(remove(bearer('4')));
+    state->letGo();
+}
+
+TEST_F(ServerLimitsTest, leavesItsPathToTheNextServer) {
+    kvxserver::ServerOptions limits = options();
+    const TemporaryFolder folder;
+    const std::string path = folder / "socket";
+    limits.listen = "unix:" + path;
+    limits.drain = std::chrono::seconds(20);
+    start(limits);
+    state->hold("ping");
+    const auto client = connect("kvx+unix://" + path + "?retries=1");
+    auto call = std::async(std::launch::async, [&] { client->ping(); });
+    EXPECT_TRUE(state->keeps(1));
+    auto stop = std::async(std::launch::async, [&] { server->stop(); });
+    while (std::filesystem::exists(path)) {
+        std::this_thread::sleep_for(10ms);
+    }
+    limits.metrics.clear();
+    const kvxserver::Server next(limits, [state = state] { return fakeClient(state); });
+    state->letGo();
+    stop.wait();
+    server.reset();
+    connect("kvx+unix://" + path)->ping();
+    EXPECT_EQ(codeOf([&] { call.get(); }), std::nullopt);
 }
 
 TEST_F(ServerLimitsTest, answersForATransportThatDropsItsHandlers) {

@@ -4,6 +4,7 @@
 
 #include "server/Budget.h"
 #include "server/Handles.h"
+#include "server/Logins.h"
 #include "server/Outcomes.h"
 #include "server/Spill.h"
 
@@ -45,10 +46,31 @@ TEST(ServerOutcomes, refusesARepeatOnlyWhenAnOutcomeOfItsAgeIsLost) {
     EXPECT_EQ(carryOut(outcomes, "d"), Verdict::CARRY_OUT);
     Outcomes shortLived(100, 1UL << 20U, std::chrono::milliseconds(1));
     EXPECT_EQ(carryOut(shortLived, "a"), Verdict::CARRY_OUT);
-    std::this_thread::sleep_for(std::chrono::milliseconds(1100));
-    EXPECT_EQ(carryOut(shortLived, "a", true), Verdict::IN_DOUBT);
-    EXPECT_EQ(carryOut(shortLived, "e", true, {}), Verdict::CARRY_OUT);
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    // What has just been sent may have been on its way for some seconds.
+    EXPECT_EQ(carryOut(shortLived, "a", true, {}), Verdict::IN_DOUBT);
     EXPECT_EQ(shortLived.counts().inDoubt, 1U);
+}
+
+TEST(ServerOutcomes, countsLongSessionsAndKeepsNoneThatNobodyMayAskFor) {
+    Outcomes outcomes(100, 10'000);
+    Outcomes::Arrival arrival;
+    arrival.session = std::string(3000, 's');
+    for (const bool keeps : {false, true}) {
+        for (const char* call : {"a", "b", "c"}) {
+            std::uint64_t attempt = 0;
+            unsigned answered = 0;
+            arrival.call = call;
+            outcomes.arrive(
+                arrival, [](auto) {}, [] {}, attempt);
+            outcomes.received(arrival, attempt);
+            outcomes.arrive(
+                arrival, [&](auto) { ++answered; }, [] {}, attempt);
+            outcomes.complete(arrival, attempt, std::make_shared<const Outcome>(), keeps);
+            EXPECT_EQ(answered, 1U);
+        }
+        EXPECT_EQ(outcomes.counts().kept, keeps ? 1U : 0U);
+    }
 }
 
 TEST(ServerOutcomes, givesOneOutcomeToAllWhoJoinAndNoneToAnAbortedAttempt) {
@@ -101,6 +123,19 @@ TEST(ServerBudget, givesRoomInOrderAndKeepsUsersApart) {
     EXPECT_EQ(order, "acefbd");
     shares['b']->resize(60);
     EXPECT_EQ(budget->inUse(), 96U);
+    // One urgent share of a user goes beyond all limits, a second one waits for it.
+    for (const char name : {'g', 'h'}) {
+        budget->take(
+            "u", 50,
+            [&, name](auto share) {
+                order += name;
+                shares[name] = std::move(share);
+            },
+            true);
+    }
+    EXPECT_EQ(order, "acefbdg");
+    shares['g'].reset();
+    EXPECT_EQ(order, "acefbdgh");
     shares.clear();
     EXPECT_EQ(budget->inUse(), 0U);
 }
@@ -120,6 +155,11 @@ TEST(ServerHandles, failWhatFollowsANumberThatNeverComes) {
     };
     await(3);
     await(1);
+    // While the number is here it may take its time: it receives its body, or waits for room.
+    handles.arrived(key, 1);
+    handles.giveUpWaiting();
+    EXPECT_EQ(seen, "1+");
+    handles.left(key, 1);
     handles.giveUpWaiting();
     await(4);
     await(1);
@@ -127,6 +167,22 @@ TEST(ServerHandles, failWhatFollowsANumberThatNeverComes) {
     EXPECT_TRUE(handles.takeUnused(std::chrono::hours(1)).empty());
     EXPECT_EQ(handles.takeUnused(std::chrono::milliseconds(-1)).size(), 1U);
     EXPECT_TRUE(handles.reserve("s"));
+}
+
+TEST(ServerLogins, waitOneAfterTheOtherAndNotForLong) {
+    Logins logins(2);
+    EXPECT_EQ(logins.delay("a")->count(), 0);
+    logins.failed("a");
+    EXPECT_EQ(logins.delay("a")->count(), 0);
+    logins.failed("a");
+    for (int second = 1; second <= 30; ++second) {
+        const auto delay = logins.delay("a");
+        ASSERT_TRUE(delay) << second;
+        EXPECT_NEAR(static_cast<double>(delay->count()), second * 1000, 500);
+    }
+    EXPECT_FALSE(logins.delay("a"));
+    EXPECT_EQ(logins.delay("b")->count(), 0);
+    EXPECT_EQ(logins.delayed(), 30U);
 }
 
 /// Reads what there is, up to so many bytes; false when the content has failed.

@@ -51,6 +51,21 @@ protected:
         return "Authorization: Bearer " + body.substr(at, body.find('"', at) - at) + "\r\n";
     }
 
+    std::string boot() {
+        const std::string head = ask(request("GET /v1/ping")).head;
+        const std::size_t at = head.find("KVX-Boot: ") + 10;
+        return head.substr(at, head.find('\r', at) - at);
+    }
+
+    /// The id of a new handle for writing.
+    std::string openHandle(const std::string& session, const std::string& path = "/f") {
+        const std::string opened = ask(request("POST /v1/createReadWriteFileHandle", session,
+                                               R"({"resource":{"path":")" + path + "\"}}"))
+                                       .body;
+        const std::size_t at = opened.find("\"fileHandleId\":\"") + 16;
+        return opened.substr(at, opened.find('"', at) - at);
+    }
+
     std::size_t versionsOf(const std::u16string& path) {
         auto client = store->createClient();
         client->withSessionId(client->login(LoginRequest().withToken(token)).getSessionId());
@@ -72,7 +87,7 @@ TEST_F(ServerTest, refusesWhatBreaksALimitWithItsStatus) {
     kvxserver::ServerOptions options = serverOptions();
     options.bodySize = 1000;
     options.jsonSize = 500;
-    options.headerSize = 4096;
+    options.headerSize = 8192;
     options.handlesOfSession = 1;
     options.metrics = "127.0.0.1:0";
     start(options);
@@ -85,7 +100,7 @@ TEST_F(ServerTest, refusesWhatBreaksALimitWithItsStatus) {
         {request("PUT /v1/files/-/f", session, std::string(1000, 'x')), 200, "KVX-Boot: "},
         {request("PUT /v1/files/-/f", session, std::string(1001, 'x')), 413, "KVX-Error: 8\r\n"},
         {request("POST /v1/listFolder", session, std::string(501, ' ')), 413, ""},
-        {request("GET /v1/ping", "X: " + std::string(5000, 'x') + "\r\n"), 431, ""},
+        {request("GET /v1/ping", "X: " + std::string(9000, 'x') + "\r\n"), 431, ""},
         {"PUT /v1/files/-/f HTTP/1.1\r\nHost: a\r\n" + session + "\r\n", 411, ""},
         {"PUT /v1/files/-/f HTTP/1.1\r\nHost: a\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n",
          411, ""},
@@ -95,6 +110,8 @@ TEST_F(ServerTest, refusesWhatBreaksALimitWithItsStatus) {
         {"NO HTTP\r\n\r\n", 400, ""},
         {request("GET /v1/folders/-/"), 403, "KVX-Error: 0\r\n"},
         {request("GET /v1/folders/-/", "Authorization: Bearer x\r\n"), 401, "KVX-Error: 10\r\n"},
+        {request("GET /v1/folders/-/", "Authorization: Bearer " + std::string(5000, 'x') + "\r\n"),
+         401, "KVX-Error: 10\r\n"},
         {request("GET /v1/files/-/none", session), 404, "KVX-Error: 3\r\n"},
         {request("POST /v1/createReadOnlyFileHandle", session, R"({"resource":{"path":"/f"}})"),
          200, ""},
@@ -127,6 +144,18 @@ TEST_F(ServerTest, closesConnectionsThatAreSlowStalledIdleOrTooMany) {
     EXPECT_EQ(ask(request("GET /v1/ping")).status, 0);
     EXPECT_TRUE(slow.closes() && stalled.closes() && idle.closes());
     EXPECT_TRUE(counts("kvxd_connections_timed_out_total 3"));
+    RawConnection trickle(server->port());
+    trickle.write(request("PUT /v1/files/-/cut", session + "Content-Length: 1000\r\n", "1"));
+    const auto began = std::chrono::steady_clock::now();
+    std::thread sender([&] {
+        for (int i = 0; i < 10; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(250));
+            trickle.write("x");
+        }
+    });
+    EXPECT_TRUE(trickle.closes());
+    EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::milliseconds(2000));
+    sender.join();
     EXPECT_TRUE(counts("kvxd_connections_refused_total 1"));
     EXPECT_EQ(ask(request("GET /v1/files/-/cut", session)).status, 404);
 }
@@ -182,30 +211,26 @@ TEST_F(ServerTest, refusesASessionThatIsOverThoughItKnowsItsClient) {
 TEST_F(ServerTest, carriesARepeatedCallOutOnce) {
     start();
     const std::string session = logIn(token);
-    const std::string boot = "KVX-Age: 5\r\n" + [this] {
-        const std::string head = ask(request("GET /v1/ping")).head;
-        const std::size_t at = head.find("KVX-Boot: ");
-        return head.substr(at, head.find('\n', at) - at + 1);
-    }();
+    const std::string repeat = "KVX-Age: 5\r\nKVX-Boot: " + boot() + "\r\n";
     // A first attempt that is cut in its body, and repeats.
     {
         RawConnection cut(server->port());
         cut.write(
             request("PUT /v1/files/-/f", session + callId('a') + "Content-Length: 9\r\n", "half"));
         EXPECT_EQ(
-            ask(request("PUT /v1/files/-/f", session + callId('a') + boot, "the whole")).status,
+            ask(request("PUT /v1/files/-/f", session + callId('a') + repeat, "the whole")).status,
             200);
         EXPECT_TRUE(cut.closes());
     }
     const RawAnswer again =
-        ask(request("PUT /v1/files/-/f", session + callId('a') + boot, "the whole"));
+        ask(request("PUT /v1/files/-/f", session + callId('a') + repeat, "the whole"));
     EXPECT_EQ(again.status, 200);
     EXPECT_EQ(versionsOf(u"/f"), 1U);
     EXPECT_EQ(ask(request("GET /v1/files/-/f", session)).body, "the whole");
     EXPECT_EQ(ask(request("DELETE /v1/files/-/f", session + callId('b'))).status, 200);
-    EXPECT_EQ(ask(request("DELETE /v1/files/-/f", session + callId('b') + boot)).status, 200);
+    EXPECT_EQ(ask(request("DELETE /v1/files/-/f", session + callId('b') + repeat)).status, 200);
     // Unknown, but every outcome of its age is kept; and one of another server.
-    EXPECT_EQ(ask(request("PUT /v1/files/-/g", session + callId('c') + boot, "g")).status, 200);
+    EXPECT_EQ(ask(request("PUT /v1/files/-/g", session + callId('c') + repeat, "g")).status, 200);
     const RawAnswer doubt =
         ask(request("PUT /v1/files/-/h",
                     session + callId('d') + "KVX-Boot: 0123456789abcdef\r\nKVX-Age: 5\r\n", "h"));
@@ -219,15 +244,12 @@ TEST_F(ServerTest, carriesARepeatedCallOutOnce) {
     EXPECT_NE(log.find("repeated"), std::string::npos);
 }
 
+std::string order(int number) { return "KVX-Order: " + std::to_string(number) + "\r\n"; }
+
 TEST_F(ServerTest, makesCallsOnAHandleInTheirOrder) {
     start();
     const std::string session = logIn(token);
-    const std::string opened =
-        ask(request("POST /v1/createReadWriteFileHandle", session, R"({"resource":{"path":"/f"}})"))
-            .body;
-    const std::size_t at = opened.find("\"fileHandleId\":\"") + 16;
-    const std::string target = " /v1/handles/" + opened.substr(at, opened.find('"', at) - at);
-    const auto order = [](int number) { return "KVX-Order: " + std::to_string(number) + "\r\n"; };
+    const std::string target = " /v1/handles/" + openHandle(session);
     RawConnection commit(server->port());
     commit.write(request("DELETE" + target, session + order(3)));
     RawConnection second(server->port());
@@ -238,6 +260,43 @@ TEST_F(ServerTest, makesCallsOnAHandleInTheirOrder) {
     EXPECT_EQ(second.read().status, 200);
     EXPECT_EQ(commit.read().status, 200);
     EXPECT_EQ(ask(request("GET /v1/files/-/f", session)).body, "BBAA");
+    // A call whose handle stands in its JSON has its turns as well.
+    const std::string handle = openHandle(session, "/g");
+    const std::string json = R"({"resource":{"path":"/g"},"fileHandleId":")" + handle + "\"}";
+    EXPECT_EQ(
+        ask(request("POST /v1/writeFileContent",
+                    session + order(1) + "KVX-Json-Size: " + std::to_string(json.size()) + "\r\n",
+                    json + "CCC"))
+            .status,
+        200);
+    EXPECT_EQ(ask(request("PUT /v1/handles/" + handle, session + order(2), "D")).status, 200);
+    EXPECT_EQ(ask(request("DELETE /v1/handles/" + handle, session + order(3))).status, 200);
+    EXPECT_EQ(ask(request("GET /v1/files/-/g", session)).body, "DCC");
+}
+
+TEST_F(ServerTest, aRepeatNeedsNoRoomThatThoseWhoWaitForItHave) {
+    kvxserver::ServerOptions options = serverOptions();
+    options.contentOfUser = 1000;
+    options.metrics = "127.0.0.1:0";
+    start(options);
+    const std::string session = logIn(token);
+    const std::string target = "PUT /v1/handles/" + openHandle(session);
+    const std::string first = session + order(1) + callId('a');
+    RawConnection cut(server->port());
+    cut.write(request(target, first + "Content-Length: 500\r\n", "half"));
+    EXPECT_TRUE(counts("kvxd_content_bytes 500"));
+    RawConnection second(server->port());
+    second.write(request(target, session + order(2), std::string(500, '2')));
+    EXPECT_TRUE(counts("kvxd_content_bytes 1000"));
+    RawConnection third(server->port());
+    third.write(request(target, session + order(3), std::string(500, '3')));
+    EXPECT_TRUE(counts("kvxd_calls_running 3"));
+    EXPECT_EQ(ask(request(target, first + "KVX-Boot: " + boot() + "\r\nKVX-Age: 5\r\n",
+                          std::string(500, '1')))
+                  .status,
+              200);
+    EXPECT_EQ(second.read().status, 200);
+    EXPECT_EQ(third.read().status, 200);
 }
 
 /// What ThreadSanitizer sees best.

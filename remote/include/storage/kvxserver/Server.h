@@ -49,11 +49,12 @@ struct ServerOptions {
     /// Bytes of content of one request or answer; beyond them 413. A transport that reads more than
     /// this at once has it in memory before it is refused: tell the store the same (readLimit).
     std::size_t bodySize = 64UL << 20U;
-    std::chrono::seconds headTime{10};      ///< For a request's head.
-    std::chrono::seconds progressTime{60};  ///< Without progress within a request or an answer.
-    std::chrono::seconds idleTime{900};     ///< Between requests.
-    unsigned failedLogins = 10;             ///< Of one address in a minute, then they are delayed.
-    unsigned threads = 0;                   ///< For connections; 0: one for each processor.
+    std::chrono::seconds headTime{10};  ///< For a request's head.
+    /// Without progress within a request or an answer. A body must come at 16 KiB a second besides.
+    std::chrono::seconds progressTime{60};
+    std::chrono::seconds idleTime{900};  ///< Between requests.
+    unsigned failedLogins = 10;          ///< Of one address in a minute, then they are delayed.
+    unsigned threads = 0;                ///< For connections; 0: one for each processor.
 };
 
 /// What a server tells of a call, for its log. The texts are good until the call of the log ends.
