@@ -6,10 +6,12 @@
 #include <future>
 #include <type_traits>
 
+#include "storage/kvxtesting/ScriptedTransport.h"
 #include "support/Allocations.h"
-#include "support/ScriptedServices.h"
 
 namespace storage::kvxclient {
+
+using namespace kvxtesting;
 
 // What tryForms() does for one operation; apart from it, so that it compiles once.
 struct Forms {

@@ -6,10 +6,11 @@
 #include <vector>
 
 #include "storage/kvxclient.h"
+#include "storage/kvxtesting/ScriptedTransport.h"
 #include "support/Allocations.h"
-#include "support/ScriptedServices.h"
 
 using namespace storage::kvxclient;
+using namespace storage::kvxtesting;
 namespace operations = storage::kvxtransport::operations;
 
 namespace {

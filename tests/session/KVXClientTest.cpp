@@ -7,9 +7,10 @@
 #include <thread>
 #include <vector>
 
-#include "support/ScriptedServices.h"
+#include "storage/kvxtesting/ScriptedTransport.h"
 
 using namespace storage::kvxclient;
+using namespace storage::kvxtesting;
 
 namespace {
 

@@ -16,7 +16,7 @@
 #include "session/RenewingDispatcher.h"
 #include "session/Session.h"
 #include "storage/kvxstore/Store.h"
-#include "support/ScriptedServices.h"
+#include "storage/kvxtesting/ScriptedTransport.h"
 #include "sync/Sync.h"
 #include "transfer/CallWindow.h"
 #include "transfer/Download.h"
@@ -29,6 +29,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace kvxclient;
+using kvxtesting::ScriptedFileAccess;
 
 std::u16string text(const std::string& utf8) { return *toUtf16(utf8); }
 
@@ -336,7 +337,7 @@ TEST(RemoteTarget, IsLookedUpOnce) {
         {":/there", 1, ":/there/x"},       {":/file", 1, ":/file"},       {":/new", 1, ":/new"},
         {":/there/new", 2, ":/there/new"}, {"team:/new", 2, "team:/new"}, {":/", 1, ":/x"}};
     for (const auto& [name, lookups, target] : cases) {
-        files.transport.reached().clear();
+        files.transport.clear();
         const RemoteTarget found(files, RemoteName::parse(name), false);
         EXPECT_EQ(files.transport.reached().size(), lookups) << name;
         EXPECT_EQ(found.nameFor(u"x").text(), target);

@@ -7,13 +7,14 @@
 #include <thread>
 #include <vector>
 
+#include "storage/kvxtesting/ScriptedTransport.h"
 #include "storage/kvxtransport/ClientDispatcher.h"
-#include "support/ScriptedServices.h"
 
 namespace storage::kvxtransport {
 namespace {
 
 using namespace kvxclient;
+using namespace kvxtesting;
 using namespace std::chrono_literals;
 
 /// A client over a finished client whose transport is scripted, with faults between the two.
