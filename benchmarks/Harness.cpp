@@ -39,7 +39,7 @@ void printGoal(const Row& row, const Goal& goal, double reached, bool met) {
                 text.c_str(), reached, met ? "met" : "missed");
 }
 
-bool judge(const Row& row, const Goal& goal, const std::vector<double>& ratios) {
+bool judge(const Row& row, const Goal& goal, const std::vector<double>& ratios, double ours) {
     double worst = std::numeric_limits<double>::infinity();
     for (std::size_t i = 1; i < ratios.size(); ++i) {
         const Contestant& peer = row.contestants[i];
@@ -49,6 +49,13 @@ bool judge(const Row& row, const Goal& goal, const std::vector<double>& ratios) 
     }
     if (worst == std::numeric_limits<double>::infinity()) {
         return true;  // The peer is not here today.
+    }
+    if (goal.kind == Goal::NANOSECONDS_MORE) {
+        const double more = ours - ours * worst;
+        std::printf("goal\t%s\t%s\tat most %g ns more than %s\t%.0f ns\t%s\n", row.section.c_str(),
+                    row.name.c_str(), goal.factor, goal.peer.c_str(), more,
+                    more <= goal.factor ? "met" : "missed");
+        return !goal.gate || more <= 2 * goal.factor;
     }
     const bool faster = goal.kind == Goal::TIMES_AS_FAST;
     const double wanted = faster ? goal.factor : 1 / goal.factor;
@@ -108,7 +115,7 @@ bool run(const Row& row, int rounds) {
     }
     bool halfReached = true;
     for (const Goal& goal : row.goals) {
-        halfReached &= judge(row, goal, ratios);
+        halfReached &= judge(row, goal, ratios, median(times[0]));
     }
     std::fflush(stdout);
     return halfReached;

@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "library/Rows.h"
+#include "storage/kvxtesting/Awaitable.h"
 #include "storage/kvxtransport/Services.h"
 
 namespace bench {
@@ -37,6 +38,28 @@ void bareRoundTrip() {
     std::future<LogoutResponse> future = promise.get_future();
     promise.set_value(LogoutResponse());
     keep(future.get());
+}
+
+/// A coroutine that runs to its end at once.
+struct Running {
+    struct promise_type {
+        Running get_return_object() const { return {}; }
+        std::suspend_never initial_suspend() const { return {}; }
+        std::suspend_never final_suspend() const noexcept { return {}; }
+        void return_void() const {}
+        [[noreturn]] void unhandled_exception() const { std::terminate(); }
+    };
+};
+
+Running await(int calls) {
+    for (int i = 0; i < calls; ++i) {
+        keep(co_await storage::kvxtesting::async::logout(client(), LogoutRequest()));
+    }
+}
+
+void callbackForm() {
+    client().logout(LogoutRequest(),
+                    [](const LogoutResponse& response, const auto&) { keep(response); });
 }
 
 // The session id behind the standard's lock instead of Boost's.
@@ -92,6 +115,14 @@ std::vector<Row> callRows() {
           asMark(timed(
               "future form and get", [] { keep(futureForm()); }, roundTime))},
          {{Goal::TIMES_THE_TIME, 1.05, "future form and get"}}},
+        {"Calls",
+         "awaited in a coroutine, completed inline",
+         "call",
+         {repeated("kvxclient", await, roundTime),
+          asMark(timed("callback form", callbackForm, roundTime)),
+          asMark(timed(
+              "future form and get", [] { keep(futureForm()); }, roundTime))},
+         {{Goal::NANOSECONDS_MORE, 60, "callback form"}}},
         {"Calls",
          "reading the session id, one thread",
          "read",

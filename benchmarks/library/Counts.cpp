@@ -3,12 +3,14 @@
 
 #include <cstdio>
 
+#include "storage/kvxtesting/Awaitable.h"
+#include "storage/kvxtesting/ScriptedTransport.h"
 #include "support/Allocations.h"
-#include "support/ScriptedServices.h"
 
 namespace {
 
 using namespace storage::kvxclient;
+using namespace storage::kvxtesting;
 
 struct MovesCounted {
     MovesCounted() = default;
@@ -36,6 +38,24 @@ std::size_t allocationsOfCall() {
     return allocations::count;
 }
 
+/// A coroutine that runs to its end at once.
+struct Running {
+    struct promise_type {
+        Running get_return_object() const { return {}; }
+        std::suspend_never initial_suspend() const { return {}; }
+        std::suspend_never final_suspend() const noexcept { return {}; }
+        void return_void() const {}
+        [[noreturn]] void unhandled_exception() const { std::terminate(); }
+    };
+};
+
+Running countAllocationsOfAwait(std::size_t& count) {
+    const ScriptedClient client("endpoint");
+    allocations::count = 0;
+    co_await async::logout(client, LogoutRequest());
+    count = allocations::count;
+}
+
 void print(const char* name, std::size_t count, std::size_t goal) {
     std::printf("fact\tCalls\t%s\t%zu\n", name, count);
     std::printf("goal\tCalls\t%s\tat most %zu\t%zu\t%s\n", name, goal, count,
@@ -48,4 +68,7 @@ int main() {
     print("moves of the response from handler to promise",
           static_cast<std::size_t>(movesIntoPromise()), 2);
     print("allocations of a future form, completed inline", allocationsOfCall(), 4);
+    std::size_t awaited = 0;
+    countAllocationsOfAwait(awaited);
+    print("allocations of an await, completed inline", awaited, 3);
 }
