@@ -7,6 +7,7 @@
 #include <boost/asio/use_future.hpp>
 #include <thread>
 
+#include "Task.h"
 #include "storage/kvxtesting/Asio.h"
 #include "storage/kvxtesting/Matchers.h"
 #include "storage/kvxtesting/ScriptedTransport.h"
@@ -21,18 +22,6 @@ namespace operations = kvxtransport::operations;
 namespace asio = boost::asio;
 
 const FileReadRequest photo(Resource(u"/a", u"b"));
-
-/// A coroutine that begins at once; its end completes a future.
-struct Task {
-    struct promise_type : std::promise<std::string> {
-        Task get_return_object() { return {get_future()}; }
-        std::suspend_never initial_suspend() const { return {}; }
-        std::suspend_never final_suspend() const noexcept { return {}; }
-        void return_value(std::string value) { set_value(std::move(value)); }
-        void unhandled_exception() { set_exception(std::current_exception()); }
-    };
-    std::future<std::string> result;
-};
 
 Task read(const FileAccess& files, std::stop_token stop = {}) {
     const auto response = co_await async::readFile(files, photo, std::move(stop));

@@ -83,14 +83,15 @@ public:
     bool await_suspend(std::coroutine_handle<> coroutine) {
         coroutine_ = coroutine;
         auto link = std::make_shared<Link>(Waiter{this});
-        const std::weak_ptr<Link> weak = link;
+        const bool isStoppable = stop_.stop_possible();
+        const std::weak_ptr<Link> weak = isStoppable ? link : std::shared_ptr<Link>();
         Operation::start(service_, std::move(request_),
                          [link = std::move(link)](Response response, std::exception_ptr error) {
                              if (const auto waiter = link->take()) {
                                  (*waiter)(std::move(response), std::move(error));
                              }
                          });
-        if (stop_.stop_possible()) {
+        if (isStoppable) {
             onStop_.emplace(stop_, Stop{weak});
         }
         return !ended_.exchange(true);
