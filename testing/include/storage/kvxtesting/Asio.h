@@ -4,6 +4,9 @@
 /// Calls with a completion token of Boost.Asio: use_future, a yield_context, a handler, and with
 /// compilers for which Boost has coroutines use_awaitable.
 
+#include <utility>  // Boost 1.74 uses it and does not include it.
+
+// After it.
 #include <boost/asio/associated_executor.hpp>
 #include <boost/asio/async_result.hpp>
 #include <boost/asio/executor_work_guard.hpp>
@@ -14,7 +17,6 @@
 #include <memory>
 #include <stop_token>
 #include <type_traits>
-#include <utility>
 
 #include "storage/kvxtesting/Awaitable.h"
 

@@ -138,6 +138,9 @@ public:
         unsigned long call_;
     };
 
+    /// A transport of its own, without any script.
+    ScriptedTransport() : state_(std::make_shared<State>()) {}
+
     /// The script of all calls of an operation that have none of their own.
     template <class Operation>
     Calls<Operation> on() const {
@@ -239,7 +242,7 @@ private:
         queue->add(call, plan.delay);
     }
 
-    std::shared_ptr<State> state_ = std::make_shared<State>();
+    std::shared_ptr<State> state_;
 };
 
 /// A service over a scripted transport, which the test reaches by `transport`.
