@@ -1,161 +1,206 @@
 #include "storage/kvxtesting/Awaitable.h"
 
-#include <boost/asio/co_spawn.hpp>
-#include <boost/asio/detached.hpp>
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/spawn.hpp>
-#include <boost/asio/use_future.hpp>
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <latch>
 #include <thread>
 
-#include "Task.h"
-#include "storage/kvxtesting/Asio.h"
-#include "storage/kvxtesting/Matchers.h"
 #include "storage/kvxtesting/ScriptedTransport.h"
+#include "support/Allocations.h"
+#include "testing/Endings.h"
 
 namespace storage::kvxtesting {
 namespace {
 
 using namespace kvxclient;
-using namespace std::chrono_literals;
-using Code = KVXClientErrorCode;
-namespace operations = kvxtransport::operations;
-namespace asio = boost::asio;
 
-const FileReadRequest photo(Resource(u"/a", u"b"));
+const char* const badNetworkText = "Error: KVXClientErrorCode::BAD_NETWORK";
 
-Task read(const FileAccess& files, std::stop_token stop = {}) {
-    const auto response = co_await async::readFile(files, photo, std::move(stop));
-    co_return response.getContentType();
-}
-
-class AwaitableTest : public ::testing::Test {
+class AwaitableTest : public testing::Test {
 protected:
-    void answers() const {
-        files.transport.on<operations::ReadFile>().answers(FileReadResponse().withContentType("x"));
+    AwaitableTest() {
+        client.transport.on<operations::Login>([this](LoginRequest request, LoginHandler handler) {
+            end(request.getToken(), std::move(handler));
+        });
     }
-    const ScriptedFileAccess files;
-    const ScriptedTransport& transport = files.transport;
+
+    Awaitable<operations::Login> login(std::stop_token stop = {}) const {
+        return async::login(client, LoginRequest().withToken("token"), std::move(stop));
+    }
+
+    Task<LoginResponse> loginInTask(std::stop_token stop = {}) const {
+        co_return co_await login(std::move(stop));
+    }
+
+    /// The transport keeps handlers until the test completes them.
+    void keepHandlers() {
+        end = [this](const std::string&, LoginHandler handler) {
+            kept.push_back(std::move(handler));
+        };
+    }
+
+    void answerOldest() {
+        const LoginHandler handler = std::move(kept.front());
+        kept.pop_front();
+        handler(LoginResponse().withSessionId("late"), nullptr);
+    }
+
+    ScriptedClient client{"endpoint"};
+    std::function<void(std::string, LoginHandler)> end;
+    std::deque<LoginHandler> kept;
 };
 
-TEST_F(AwaitableTest, GivesTheResponseOrThrowsHoweverTheCallEnds) {
-    answers();
-    EXPECT_EQ(read(files).result.get(), "x");
-    transport.on<operations::ReadFile>(1).after(1ms);
-    EXPECT_EQ(read(files).result.get(), "");
-    transport.on<operations::ReadFile>(1).fails(Code::CONFLICT);
-    auto failed = read(files).result;
-    EXPECT_THAT(failed, FailsWith(Code::CONFLICT));
-    transport.on<operations::ReadFile>(1).drops();
-    EXPECT_THROW(read(files).result.get(), std::future_error);
-    transport.on<operations::ReadFile>(1).drops().after(1ms);
-    EXPECT_THROW(read(files).result.get(), std::future_error);
-    transport.on<operations::ReadFile>(
-        [](const auto&, const auto&) { throw std::logic_error("x"); });
-    EXPECT_THROW(read(files).result.get(), std::logic_error);
-}
-
-TEST_F(AwaitableTest, EndsInlineCallsWithoutRecursion) {
-    const auto many = [](const FileAccess& service) -> Task {
-        for (int i = 0; i < 200'000; ++i) {
-            co_await async::readFile(service, photo);
-        }
-        co_return "done";
-    };
-    EXPECT_EQ(many(files).result.get(), "done");
-}
-
-TEST_F(AwaitableTest, AStopEndsTheAwaitAndDropsTheLateAnswer) {
-    answers();
-    transport.on<operations::ReadFile>().whenTold();
-    std::stop_source source;
-    auto stopped = read(files, source.get_token()).result;
-    EXPECT_EQ(stopped.wait_for(0s), std::future_status::timeout);
-    source.request_stop();
-    EXPECT_THAT(stopped, FailsWith(Code::BAD_NETWORK));
-    EXPECT_EQ(transport.release(), 1U);  // Nobody is there any more.
-    auto late = read(files, source.get_token()).result;
-    EXPECT_THAT(late, FailsWith(Code::BAD_NETWORK));
-    EXPECT_EQ(transport.reached().size(), 1U);
-}
-
-/// What ThreadSanitizer sees best.
-TEST_F(AwaitableTest, AStopAndAnAnswerMayRace) {
-    answers();
-    transport.on<operations::ReadFile>().after(0ms);
-    for (int i = 0; i < 300; ++i) {
-        std::stop_source source;
-        auto raced = read(files, source.get_token()).result;
-        std::thread stopping([&] { source.request_stop(); });
-        try {
-            EXPECT_EQ(raced.get(), "x");
-        } catch (const KVXClientException& error) {
-            EXPECT_EQ(error.getErrorCode(), Code::BAD_NETWORK);
-        }
-        stopping.join();
+TEST_F(AwaitableTest, ReturnsTheResponseOrThrowsHoweverTheCallEnds) {
+    for (const Ending& ending : endings()) {
+        end = ending.end;
+        EXPECT_EQ(outcomeOf(start(login())), ending.outcome) << ending.name;
+        EXPECT_EQ(outcomeOf(start(loginInTask())), ending.outcome) << ending.name << ", in a task";
+        const std::stop_source never;
+        EXPECT_EQ(outcomeOf(start(login(never.get_token()))), ending.outcome)
+            << ending.name << ", with a stop token";
     }
 }
 
-TEST_F(AwaitableTest, TokensOfAsioGoOnOnTheirExecutor) {
-    answers();
-    EXPECT_EQ(async::readFile(files, photo, asio::use_future).get().getContentType(), "x");
-    asio::io_context context;
-    std::string seen;
-    const auto thread = std::this_thread::get_id();
-    async::readFile(files, photo,
-                    asio::bind_executor(
-                        context, [&](const std::exception_ptr& error, FileReadResponse response) {
-                            EXPECT_EQ(error, nullptr);
-                            EXPECT_EQ(std::this_thread::get_id(), thread);
-                            seen = response.getContentType();
-                        }));
-    EXPECT_EQ(seen, "");
-    context.run();
-    EXPECT_EQ(seen, "x");
-    transport.on<operations::ReadFile>(1).drops();
-    EXPECT_THROW(async::readFile(files, photo, asio::use_future).get(), std::future_error);
+TEST_F(AwaitableTest, CallsThatAreStartedRunSideBySide) {
+    keepHandlers();
+    auto first = start(loginInTask());
+    auto second = start(call<operations::Login>(client));
+    start(async::ping(client)).get();
+    ASSERT_EQ(kept.size(), 2U);
+    answerOldest();
+    EXPECT_EQ(outcomeOf(std::move(first)), "late");
+    kept.clear();  // Drops the second handler.
+    EXPECT_THROW(second.get(), std::future_error);
 }
 
-#ifndef SANITIZED  // Sanitizers do not follow from stack to stack.
-TEST_F(AwaitableTest, AYieldContextGoesOnOnItsExecutor) {
-    answers();
-    asio::io_context context;
-    const auto thread = std::this_thread::get_id();
-    std::string seen;
-    asio::spawn(context, [&](const asio::yield_context& yield) {
-        seen = async::readFile(files, photo, yield).getContentType();
-        transport.on<operations::ReadFile>(1).fails(Code::CONFLICT).after(0ms);
-        EXPECT_THAT([&] { async::readFile(files, photo, yield); }, FailsWith(Code::CONFLICT));
-        EXPECT_EQ(std::this_thread::get_id(), thread);
-    });
-    context.run();
-    EXPECT_EQ(seen, "x");
-}
-#endif
+TEST_F(AwaitableTest, StopEndsTheAwaitOnceAndDropsTheLateAnswer) {
+    keepHandlers();
+    std::stop_source stop;
+    auto pending = start(loginInTask(stop.get_token()));
+    EXPECT_EQ(pending.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    stop.request_stop();
+    EXPECT_EQ(outcomeOf(std::move(pending)), badNetworkText);
+    answerOldest();
 
-#if defined(BOOST_ASIO_HAS_CO_AWAIT)
-TEST_F(AwaitableTest, CoroutinesOfAsioGoOnOnTheirExecutor) {
-    answers();
-    transport.on<operations::ReadFile>().after(0ms);
-    transport.on<operations::ReadFile>(2).fails(Code::CONFLICT);
-    asio::io_context context;
-    const auto thread = std::this_thread::get_id();
-    std::string seen;
-    asio::co_spawn(
-        context,
-        [&]() -> asio::awaitable<void> {
-            seen = (co_await async::readFile(files, photo, useAwaitable)).getContentType();
-            EXPECT_EQ(std::this_thread::get_id(), thread);
-            try {
-                co_await async::readFile(files, photo, useAwaitable);
-            } catch (const KVXClientException& error) {
-                seen += std::to_string(static_cast<int>(error.getErrorCode()));
+    EXPECT_EQ(outcomeOf(start(login(stop.get_token()))), badNetworkText);
+    EXPECT_TRUE(kept.empty()) << "a call was made after the stop";
+}
+
+TEST_F(AwaitableTest, StopWhileTheCallStartsLosesToAnAnswerThatIsThere) {
+    std::stop_source stop;
+    end = [&](const std::string& token, const LoginHandler& handler) {
+        stop.request_stop();
+        handler(LoginResponse().withSessionId(token), nullptr);
+    };
+    EXPECT_EQ(outcomeOf(start(login(stop.get_token()))), "token");
+
+    keepHandlers();
+    stop = {};
+    end = [&, keep = end](std::string token, LoginHandler handler) {
+        stop.request_stop();
+        keep(std::move(token), std::move(handler));
+    };
+    EXPECT_EQ(outcomeOf(start(login(stop.get_token()))), badNetworkText);
+    answerOldest();
+}
+
+TEST_F(AwaitableTest, AnswerOrExceptionThatRacesWithTheOtherIsSeenOnce) {
+    const auto answer = [](const LoginHandler& handler) {
+        handler(LoginResponse().withSessionId("token"), nullptr);
+    };
+    end = [&](const std::string&, const LoginHandler& handler) {
+        answer(handler);
+        answer(handler);  // Too much: changes nothing.
+        throw std::runtime_error("refused");
+    };
+    EXPECT_EQ(outcomeOf(start(login())), "refused");
+
+    for (int i = 0; i < 500; ++i) {
+        std::latch ready(3);
+        std::stop_source stop;
+        std::jthread answers;
+        std::jthread stops([&] {
+            ready.arrive_and_wait();
+            stop.request_stop();
+        });
+        end = [&](const std::string&, LoginHandler handler) {
+            answers = std::jthread([&ready, answer, i, handler = std::move(handler)]() mutable {
+                ready.arrive_and_wait();
+                if (i % 2 == 0) {
+                    answer(handler);
+                }
+                handler = nullptr;
+            });
+            ready.arrive_and_wait();
+            if (i % 3 == 0) {
+                throw std::runtime_error("refused");
             }
-        },
-        asio::detached);
-    context.run();
-    EXPECT_EQ(seen, "x" + std::to_string(static_cast<int>(Code::CONFLICT)));
+        };
+        const std::string outcome = outcomeOf(start(loginInTask(stop.get_token())));
+        ASSERT_TRUE(outcome == "token" || outcome == badNetworkText || outcome == "refused" ||
+                    outcome == endings()[4].outcome)
+            << outcome;
+    }
 }
-#endif
+
+TEST_F(AwaitableTest, NeitherAnswersAtOnceNorLateOnesDeepenTheStack) {
+    const auto repeat = [this](int times) -> Task<int> {
+        int answers = 0;
+        for (int i = 0; i < times; ++i) {
+            answers += static_cast<int>((co_await login()).getSessionId().size());
+            answers += static_cast<int>((co_await loginInTask()).getSessionId().size());
+        }
+        co_return answers;
+    };
+    end = endings()[0].end;
+    EXPECT_EQ(start(repeat(100000)).get(), 1000000);
+
+    keepHandlers();
+    auto pending = start(repeat(30000));
+    while (!kept.empty()) {
+        answerOldest();
+    }
+    EXPECT_EQ(pending.get(), 240000);
+}
+
+TEST_F(AwaitableTest, DestroyedWhileItWaitsDropsTheLateAnswer) {
+    keepHandlers();
+    {
+        auto awaiter = loginInTask().operator co_await();
+        ASSERT_TRUE(awaiter.await_suspend(std::noop_coroutine()));
+    }
+    answerOldest();
+}
+
+TEST_F(AwaitableTest, WhatACoroutineHoldsEndsBeforeItsResultIsSeen) {
+    keepHandlers();
+    std::future<int> pending;
+    bool wasReady = true;
+    std::shared_ptr<void> held(nullptr, [&](void*) {
+        wasReady = pending.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+    });
+    pending = start([](std::shared_ptr<void>, auto awaited) -> Task<int> {
+        co_await std::move(awaited);
+        co_return 7;
+    }(std::move(held), loginInTask()));
+    answerOldest();
+    EXPECT_EQ(pending.get(), 7);
+    EXPECT_FALSE(wasReady);
+}
+
+TEST_F(AwaitableTest, TakesAnAllocationLessThanAFuture) {
+    const auto countAllocations = [this]() -> Task<std::size_t> {
+        co_await async::logout(client);
+        allocations::count = 0;
+        co_await async::logout(client);
+        co_return allocations::count;
+    };
+    const std::size_t awaited = start(countAllocations()).get();
+    allocations::count = 0;
+    client.logoutAsync(LogoutRequest()).get();
+    EXPECT_LT(awaited, allocations::count);
+}
 
 }  // namespace
 }  // namespace storage::kvxtesting

@@ -1,9 +1,8 @@
 #!/bin/sh
-# Makes a test of the C++ in a guide. usage: guide.sh GUIDE PROGRAM
+# Writes the C++ of a guide, but for the blocks that match a pattern. usage: guide.sh GUIDE PATTERN
 set -eu
-{
-    echo '#include <gtest/gtest.h>'
-    echo '#include "Task.h"'
-    echo 'using storage::kvxtesting::Task;'
-    sed -n '/^```cpp$/,/^```$/p' "$1" | sed -e '/^```/d'
-} >"$2"
+awk -v leftOut="$2" '
+    $0 == "```cpp" { inside = 1; block = ""; next }
+    $0 == "```" && inside { inside = 0; if (block !~ leftOut) printf "%s", block }
+    inside { block = block $0 "\n" }
+' "$1"

@@ -1,140 +1,144 @@
 #pragma once
 
 /// @file
-/// Calls with a completion token of Boost.Asio: use_future, a yield_context, a handler, and with
-/// compilers for which Boost has coroutines use_awaitable.
+/// Completion tokens of Boost.Asio for calls: `async::listFolder(files, request, token)`, with or
+/// without a stop token before the token.
+///
+/// The token is a completion handler `void(std::exception_ptr, Response)`, bound to an executor
+/// with bind_executor or not, or one of Asio's: use_awaitable, use_future, a yield_context. What
+/// the caller waits for returns the response or throws, as with Awaitable.h.
+///
+/// - A handler with an executor is posted there, and never runs before the call has returned. A
+///   handler without one runs on the thread that completes the call, possibly before the call has
+///   returned, and must not throw.
+/// - The executor has work until the handler has been posted: io_context::run() waits for the call.
+///   The thread that completes or stops the call holds the executor a little longer: before the
+///   executor's context ends, call KVXClient::waitForPendingCalls, and join threads that stop
+///   calls.
+/// - What the callback form itself throws is given to the handler.
+///
+/// Boost.Asio 1.74 has use_awaitable with GCC only. Programs with stackful coroutines include
+/// boost/asio/spawn.hpp and link Boost.Coroutine.
 
-#include <utility>  // Boost 1.74 uses it and does not include it.
+// First, since Boost 1.74 leaves out an include of its own.
+#include "storage/kvxtesting/Awaitable.h"
 
-// After it.
 #include <boost/asio/associated_executor.hpp>
 #include <boost/asio/async_result.hpp>
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/post.hpp>
+#include <boost/asio/system_executor.hpp>
 #include <boost/asio/use_awaitable.hpp>
-
+#include <boost/asio/use_future.hpp>
 #include <exception>
-#include <memory>
-#include <stop_token>
 #include <type_traits>
+#include <utility>
 
-#include "storage/kvxtesting/Awaitable.h"
-
-// What spawn() gives; its header would ask for Boost.Coroutine.
+/// @cond
 namespace boost::asio {
 template <typename Handler>
 class basic_yield_context;
-}
+}  // namespace boost::asio
+/// @endcond
 
 namespace storage::kvxtesting {
 
+#ifdef BOOST_ASIO_HAS_CO_AWAIT
+using boost::asio::use_awaitable;
+#else
+/// Stands for the token that Boost.Asio does not have with this compiler: a call with it is
+/// refused.
+struct NoAwaitable {};
+/// Asio's token where it has it, with GCC: the call is an asio::awaitable.
+inline constexpr NoAwaitable use_awaitable;
+#endif
+
 namespace detail {
 
+template <class Token>
+inline constexpr bool isAwaitableHere = true;
 template <class Token>
 inline constexpr bool isYieldContext = false;
 template <class Handler>
 inline constexpr bool isYieldContext<boost::asio::basic_yield_context<Handler>> = true;
 
-/// Stands for use_awaitable where there is none.
-struct NoAwaitable {};
+#ifndef BOOST_ASIO_HAS_CO_AWAIT
+template <>
+inline constexpr bool isAwaitableHere<NoAwaitable> = false;
+#endif
 
-/// Posts the end of a call to the executor of the one who waits for it.
-template <class Response, class Handler>
-class Poster {
-public:
-    explicit Poster(Handler handler)
-        : work_(boost::asio::make_work_guard(handler)), handler_(std::move(handler)) {}
+template <class Response>
+using Outcome = std::pair<std::exception_ptr, Response>;
 
-    void operator()(Response response, std::exception_ptr error) {
-        const auto executor = work_.get_executor();
-        boost::asio::post(
-            executor, [handler = std::move(handler_), work = std::move(work_),
-                       response = std::move(response), error = std::move(error)]() mutable {
-                if constexpr (std::is_invocable_v<Handler&, std::exception_ptr, Response>) {
-                    handler(std::move(error), std::move(response));
-                } else {
-                    handler(std::pair(std::move(error), std::move(response)));
-                }
-            });
+// A yield_context gives back one value, whatever it is, and knows no exception_ptr.
+template <class Token, class Response>
+using Signature = std::conditional_t<isYieldContext<Token>, void(Outcome<Response>),
+                                     void(std::exception_ptr, Response)>;
+
+template <class Token, class Handler, class Response>
+void give(Handler& handler, Outcome<Response> outcome) {
+    if constexpr (isYieldContext<Token>) {
+        handler(std::move(outcome));
+    } else {
+        handler(std::move(outcome.first), std::move(outcome.second));
     }
+}
 
-private:
-    decltype(boost::asio::make_work_guard(std::declval<Handler&>())) work_;
-    Handler handler_;
-};
+template <class Token, class Operation, class Handler>
+Detached runFor(Awaitable<Operation> awaitable, Handler handler) {
+    namespace asio = boost::asio;
+    const auto executor = asio::get_associated_executor(handler);
+    const asio::executor_work_guard work(executor);
+    Outcome<typename Operation::Response> outcome;
+    try {
+        outcome.second = co_await std::move(awaitable);
+    } catch (...) {
+        outcome.first = std::current_exception();
+    }
+    if constexpr (std::is_same_v<decltype(executor), const asio::system_executor>) {
+        give<Token>(handler, std::move(outcome));
+    } else {
+        asio::post(executor,
+                   [handler = std::move(handler), outcome = std::move(outcome)]() mutable {
+                       give<Token>(handler, std::move(outcome));
+                   });
+    }
+}
 
 }  // namespace detail
 
-/// The token for `co_await` within boost::asio::awaitable.
-#if defined(BOOST_ASIO_HAS_CO_AWAIT)
-inline constexpr boost::asio::use_awaitable_t<> useAwaitable;
-#else
-inline constexpr detail::NoAwaitable useAwaitable;
-#endif
-
-/// Makes a call of an operation, with a completion token for `void(std::exception_ptr, Response)`.
-/// What waits goes on on its own executor, never within this function; a transport that drops the
-/// handler ends the call with std::future_error (broken_promise). The service must last until the
-/// call has ended.
+/// Starts the call and completes it as the token says. Returns what the token wants: an
+/// asio::awaitable, a future, the response with a yield_context, nothing with a handler.
 template <class Operation, class Token>
-auto asyncCall(const typename Operation::Service& service, typename Operation::Request request,
-               Token&& token) {
-    static_assert(!std::is_same_v<std::decay_t<Token>, detail::NoAwaitable>,
-                  "this Boost.Asio has no coroutines with this compiler: use GCC, another token, "
-                  "or Awaitable.h without Asio");
+decltype(auto) completeWith(Awaitable<Operation> awaitable, Token&& token) {
+    using Plain = std::remove_cvref_t<Token>;
     using Response = typename Operation::Response;
-    const auto initiate = [&service](auto handler, typename Operation::Request made) {
-        using Waiter = detail::Poster<Response, decltype(handler)>;
-        Operation::start(
-            service, std::move(made),
-            [link = std::make_shared<detail::Link<Waiter>>(Waiter(std::move(handler)))](
-                Response response, std::exception_ptr error) {
-                if (auto waiter = link->take()) {
-                    (*waiter)(std::move(response), std::move(error));
-                }
-            });
-    };
-    if constexpr (detail::isYieldContext<std::decay_t<Token>>) {
-        // A yield context knows no exceptions: both come as one value.
-        auto [error, response] =
-            boost::asio::async_initiate<Token, void(std::pair<std::exception_ptr, Response>)>(
-                initiate, token, std::move(request));
-        if (error) {
-            std::rethrow_exception(error);
-        }
-        return std::move(response);
+    static_assert(detail::isAwaitableHere<Plain>,
+                  "Boost.Asio has no use_awaitable with this compiler: co_await the call without a "
+                  "token, or compile with GCC.");
+    if constexpr (!detail::isAwaitableHere<Plain>) {
+        return;
+    } else if constexpr (std::is_same_v<Plain, boost::asio::use_future_t<>>) {
+        // Asio would start a pool of threads to complete it.
+        return start(std::move(awaitable));
     } else {
-        return boost::asio::async_initiate<Token, void(std::exception_ptr, Response)>(
-            initiate, token, std::move(request));
+        const auto initiate = []<class Handler>(Handler&& handler, Awaitable<Operation> started) {
+            detail::runFor<Plain, Operation, std::decay_t<Handler>>(std::move(started),
+                                                                    std::forward<Handler>(handler));
+        };
+        if constexpr (detail::isYieldContext<Plain>) {
+            auto [error, response] =
+                boost::asio::async_initiate<Token, detail::Signature<Plain, Response>>(
+                    initiate, token, std::move(awaitable));
+            if (error) {
+                std::rethrow_exception(std::move(error));
+            }
+            return Response(std::move(response));
+        } else {
+            return boost::asio::async_initiate<Token, detail::Signature<Plain, Response>>(
+                initiate, token, std::move(awaitable));
+        }
     }
 }
-
-namespace async {
-
-/// @cond  Documentation cannot see what macros make.
-#define KVXTESTING_ASIO(ServiceType, operation, Type, RequestType, ...)                   \
-    template <class Token,                                                                \
-              std::enable_if_t<!std::is_convertible_v<Token, std::stop_token>, int> = 0>  \
-    auto operation(const kvxclient::ServiceType& service, kvxclient::RequestType request, \
-                   Token&& token) {                                                       \
-        return asyncCall<kvxtransport::operations::Type>(service, std::move(request),     \
-                                                         std::forward<Token>(token));     \
-    }
-KVXTRANSPORT_SESSION_OPERATIONS(KVXTESTING_ASIO)
-KVXTRANSPORT_FILE_OPERATIONS(KVXTESTING_ASIO)
-KVXTRANSPORT_SHARING_OPERATIONS(KVXTESTING_ASIO)
-KVXTRANSPORT_CONFIGURATION_OPERATIONS(KVXTESTING_ASIO)
-KVXTRANSPORT_NOTIFICATION_OPERATIONS(KVXTESTING_ASIO)
-KVXTRANSPORT_VERSIONING_OPERATIONS(KVXTESTING_ASIO)
-#undef KVXTESTING_ASIO
-/// @endcond
-
-/// Makes a ping, which has no request, with a completion token.
-template <class Token, std::enable_if_t<!std::is_convertible_v<Token, std::stop_token>, int> = 0>
-auto ping(const kvxclient::KVXClient& client, Token&& token) {
-    return asyncCall<kvxtransport::operations::Ping>(client, {}, std::forward<Token>(token));
-}
-
-}  // namespace async
 
 }  // namespace storage::kvxtesting
