@@ -51,7 +51,7 @@ void tryForms(const Service& service, const Request& request, Future future, Blo
     const auto error = std::make_exception_ptr(KVXClientException(KVXClientErrorCode::CONFLICT));
     typename Operation::Handler pending;
     bool completesAtOnce = false;
-    service.transport.template on<Operation>([&](Request arrived, auto handler) {
+    service.transport.template on<Operation>().runs([&](Request arrived, auto handler) {
         const std::size_t allocated = allocations::count;
         bool same = true;
         if constexpr (!std::is_empty_v<Request>) {

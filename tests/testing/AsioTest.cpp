@@ -24,9 +24,10 @@ LoginResponse responseOr(std::exception_ptr error, LoginResponse response) {
 class AsioTest : public testing::Test {
 protected:
     AsioTest() {
-        client.transport.on<operations::Login>([this](LoginRequest request, LoginHandler handler) {
-            end(request.getToken(), std::move(handler));
-        });
+        client.transport.on<operations::Login>().runs(
+            [this](LoginRequest request, LoginHandler handler) {
+                end(request.getToken(), std::move(handler));
+            });
     }
 
     template <class Token>

@@ -20,9 +20,10 @@ const char* const badNetworkText = "Error: KVXClientErrorCode::BAD_NETWORK";
 class AwaitableTest : public testing::Test {
 protected:
     AwaitableTest() {
-        client.transport.on<operations::Login>([this](LoginRequest request, LoginHandler handler) {
-            end(request.getToken(), std::move(handler));
-        });
+        client.transport.on<operations::Login>().runs(
+            [this](LoginRequest request, LoginHandler handler) {
+                end(request.getToken(), std::move(handler));
+            });
     }
 
     Awaitable<operations::Login> login(std::stop_token stop = {}) const {

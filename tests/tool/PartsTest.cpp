@@ -116,14 +116,14 @@ TEST(Transfer, SaysHowFarItCameWhenTheSessionEnds) {
     };
     namespace operations = kvxtransport::operations;
     ScriptedFileAccess files;
-    files.transport.on<operations::ReadFile>([&](const auto&, const auto& handler) {
+    files.transport.on<operations::ReadFile>().runs([&](const auto&, const auto& handler) {
         FileReadResponse response;
         response.appendContent("content", 7);
         handler(response, outcome());
     });
-    files.transport.on<operations::CreateFile>(
+    files.transport.on<operations::CreateFile>().runs(
         [&](const auto&, const auto& handler) { handler({}, outcome()); });
-    files.transport.on<operations::ReadFileAttributes>([](const auto&, const auto& handler) {
+    files.transport.on<operations::ReadFileAttributes>().runs([](const auto&, const auto& handler) {
         FileAttributes attributes;
         handler(FileAttributesReadResponse().withFileAttributes(attributes.withType("FOLDER")),
                 nullptr);
@@ -321,7 +321,7 @@ TEST(SessionRenewal, LogsInOnceForAllCallsThatFindTheSessionOver) {
 // What is called "there" exists and is a folder, and "file" is a file.
 TEST(RemoteTarget, IsLookedUpOnce) {
     ScriptedFileAccess files;
-    files.transport.on<kvxtransport::operations::ReadFileAttributes>(
+    files.transport.on<kvxtransport::operations::ReadFileAttributes>().runs(
         [](FileAttributesReadRequest request,
            CompletionHandler<FileAttributesReadResponse> handler) {
             const std::u16string path = request.getResource().getPath();

@@ -41,6 +41,11 @@ public:
         }
         return place->second;
     }
+    /// Makes a bucket of this user, who comes to be with the first call.
+    void bucket(const std::u16string& name, const std::u16string& owner) const {
+        token(owner);
+        store_->createBucket(name, owner);
+    }
     /// Lets this much time pass for the store: sessions expire, versions grow old.
     void pass(std::chrono::system_clock::duration time) const { passed_->fetch_add(time.count()); }
     /// The store, for its administration.

@@ -66,16 +66,23 @@ inline std::string wordsOf(const std::exception_ptr& error) {
     }
 }
 
+struct FieldText {
+    std::string name;
+    std::string value;
+    bool isSecret = false;
+};
+
 /// The fields of a record as texts, secrets as they are.
 template <class Record>
-std::vector<std::pair<std::string, std::string>> fieldsOf(const Record& record) {
-    std::vector<std::pair<std::string, std::string>> fields;
+std::vector<FieldText> fieldsOf(const Record& record) {
+    std::vector<FieldText> fields;
     kvxfields::forEachField(record, [&](const auto& field, const auto& value) {
+        constexpr kvxfields::Kind kind = std::decay_t<decltype(field)>::kind;
         std::ostringstream text;
-        if constexpr (std::decay_t<decltype(field)>::kind != kvxfields::Kind::LOCAL) {
+        if constexpr (kind != kvxfields::Kind::LOCAL) {
             kvxfields::detail::printValue(text, value);
         }
-        fields.emplace_back(field.name, text.str());
+        fields.push_back({std::string(field.name), text.str(), kind == kvxfields::Kind::SECRET});
     });
     return fields;
 }
@@ -117,10 +124,11 @@ MATCHER_P(IsRecord, expected, ::testing::PrintToString(expected)) {
     const auto found = detail::fieldsOf(arg);
     const char* separator = "where ";
     for (std::size_t i = 0; i < found.size(); ++i) {
-        if (found[i] != wanted[i]) {
-            *result_listener << separator << found[i].first
-                             << " is not as expected: " << found[i].second << ", not "
-                             << wanted[i].second;
+        if (found[i].value != wanted[i].value) {
+            *result_listener << separator << found[i].name << " is not as expected";
+            if (!found[i].isSecret) {
+                *result_listener << ": " << found[i].value << ", not " << wanted[i].value;
+            }
             separator = ", ";
         }
     }

@@ -5,6 +5,7 @@
 
 #include <any>
 #include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <map>
 #include <memory>
@@ -27,13 +28,14 @@ namespace storage::kvxtesting {
 /// copy goes.
 class ScriptedTransport {
 public:
-    /// Carries out a call by itself. It may keep the handler, and call it on any thread.
+    /// Carries out a call. It may keep the handler, and call it on any thread.
     template <class Operation>
     using Script = std::function<void(typename Operation::Request, typename Operation::Handler)>;
 
 private:
     using FaultyCall = kvxtransport::FaultyCall;
 
+    /// How a call ends, and when.
     template <class Operation>
     struct Plan {
         Script<Operation> script;
@@ -73,20 +75,22 @@ private:
         std::vector<std::string_view> reached;
         std::map<std::string_view, std::any> plans;
         std::vector<std::shared_ptr<FaultyCall>> held;
+        std::condition_variable isHeld;
         const std::shared_ptr<kvxtransport::PendingCalls> group =
             std::make_shared<kvxtransport::PendingCalls>();
         std::unique_ptr<kvxtransport::DelayedCalls> delayed;
     };
 
 public:
-    /// The script of an operation, or of one of its calls. Each member returns the script itself
-    /// and holds for calls made from then on.
+    /// The script of an operation, or of one of its calls: how a call ends, and when. Each member
+    /// takes the place of what was said before of the same, holds for calls made from then on, and
+    /// returns the script itself.
     template <class Operation>
     class Calls {
     public:
         /// The call succeeds with this response.
         const Calls& answers(typename Operation::Response response) const {
-            return change([&](auto& plan) { plan.response = std::move(response); });
+            return ends([&](auto& plan) { plan.response = std::move(response); });
         }
         /// The call fails with this code.
         const Calls& fails(kvxclient::KVXClientErrorCode code) const {
@@ -94,20 +98,23 @@ public:
         }
         /// The call fails with this exception.
         const Calls& fails(std::exception_ptr error) const {
-            return change([&](auto& plan) { plan.error = std::move(error); });
+            return ends([&](auto& plan) { plan.error = std::move(error); });
         }
         /// The handler is destroyed uncalled, as when an answer is lost.
         const Calls& drops() const {
-            return change([&](auto& plan) { plan.drops = true; });
+            return ends([](auto& plan) { plan.drops = true; });
         }
+        /// The script carries out the call by itself, and sees to it when it ends.
+        const Calls& runs(Script<Operation> script) const {
+            return ends([&](auto& plan) { plan.script = std::move(script); });
+        }
+
+        /// The call ends inline, as without this, whatever was said before.
+        const Calls& atOnce() const { return when(false, std::chrono::milliseconds(-1)); }
         /// The call ends after so many milliseconds, on a thread of the transport; 0 for at once.
-        const Calls& after(std::chrono::milliseconds delay) const {
-            return change([&](auto& plan) { plan.delay = delay; });
-        }
+        const Calls& after(std::chrono::milliseconds delay) const { return when(false, delay); }
         /// The call ends when release() says so, on the thread that calls it.
-        const Calls& whenTold() const {
-            return change([&](auto& plan) { plan.held = true; });
-        }
+        const Calls& whenTold() const { return when(true, std::chrono::milliseconds(-1)); }
 
     private:
         friend class ScriptedTransport;
@@ -115,6 +122,22 @@ public:
         Calls(std::shared_ptr<State> state, unsigned long call)
             : state_(std::move(state)), call_(call) {}
 
+        template <class Change>
+        const Calls& ends(Change change) const {
+            return this->change([&](auto& plan) {
+                Plan<Operation> changed;
+                changed.held = plan.held;
+                changed.delay = plan.delay;
+                change(changed);
+                plan = std::move(changed);
+            });
+        }
+        const Calls& when(bool held, std::chrono::milliseconds delay) const {
+            return change([&](auto& plan) {
+                plan.held = held;
+                plan.delay = delay;
+            });
+        }
         template <class Change>
         const Calls& change(Change change) const {
             const std::lock_guard<std::mutex> lock(state_->mutex);
@@ -151,12 +174,6 @@ public:
     Calls<Operation> on(unsigned long call) const {
         return {state_, call};
     }
-    /// All calls of an operation that have no script of their own are carried out by `script`.
-    template <class Operation>
-    void on(Script<Operation> script) const {
-        on<Operation>().change([&](auto& plan) { plan.script = std::move(script); });
-    }
-
     /// Ends the calls that wait to be told, the oldest first, at most so many. Returns how many.
     std::size_t release(std::size_t most = SIZE_MAX) const {
         const auto calls = state_->take(most);
@@ -169,6 +186,13 @@ public:
     std::size_t waiting() const {
         const std::lock_guard<std::mutex> lock(state_->mutex);
         return state_->held.size();
+    }
+    /// Waits until at least so many calls wait to be told, at most this long. Returns whether they
+    /// do.
+    bool waitUntilWaiting(std::size_t calls,
+                          std::chrono::milliseconds most = std::chrono::seconds(20)) const {
+        std::unique_lock<std::mutex> lock(state_->mutex);
+        return state_->isHeld.wait_for(lock, most, [&] { return state_->held.size() >= calls; });
     }
     /// The names of the operations that were called, in order, until clear().
     std::vector<std::string_view> reached() const {
@@ -232,6 +256,7 @@ private:
         std::unique_lock<std::mutex> lock(state.mutex);
         if (plan.held) {
             state.held.push_back(call);
+            state.isHeld.notify_all();
             return;
         }
         if (!state.delayed) {
