@@ -25,18 +25,40 @@ double ratio(const std::vector<double>& theirs, const std::vector<double>& ours)
     return median(ratios);
 }
 
+double medianDifference(const std::vector<double>& theirs, const std::vector<double>& ours) {
+    std::vector<double> differences;
+    for (std::size_t i = 0; i < ours.size(); ++i) {
+        differences.push_back(ours[i] - theirs[i]);
+    }
+    return median(differences);
+}
+
 void printGoal(const Row& row, const Goal& goal, double reached, bool met) {
     const std::string peer = goal.peer.empty() ? "the best rival" : goal.peer;
     char wanted[32];
     std::snprintf(wanted, sizeof wanted, "%g", goal.factor);
     std::string text = "at least as fast as " + peer;
-    if (goal.kind == Goal::TIMES_THE_TIME) {
+    if (goal.kind == Goal::NANOSECONDS_MORE) {
+        text = "at most " + std::string(wanted) + " ns more than " + peer;
+    } else if (goal.kind == Goal::TIMES_THE_TIME) {
         text = "at most " + std::string(wanted) + " times the time of " + peer;
     } else if (goal.factor != 1) {
         text = std::string(wanted) + " times as fast as " + peer;
     }
-    std::printf("goal\t%s\t%s\t%s\t%.2f times\t%s\n", row.section.c_str(), row.name.c_str(),
-                text.c_str(), reached, met ? "met" : "missed");
+    std::printf("goal\t%s\t%s\t%s\t%.2f %s\t%s\n", row.section.c_str(), row.name.c_str(),
+                text.c_str(), reached, goal.kind == Goal::NANOSECONDS_MORE ? "ns" : "times",
+                met ? "met" : "missed");
+}
+
+bool judgeDifference(const Row& row, const Goal& goal,
+                     const std::vector<std::vector<double>>& times) {
+    std::size_t peer = 1;
+    while (row.contestants.at(peer).name != goal.peer) {
+        ++peer;
+    }
+    const double more = medianDifference(times[peer], times[0]);
+    printGoal(row, goal, more, more <= goal.factor);
+    return !goal.gate || more <= goal.factor * 2;
 }
 
 bool judge(const Row& row, const Goal& goal, const std::vector<double>& ratios) {
@@ -108,7 +130,8 @@ bool run(const Row& row, int rounds) {
     }
     bool halfReached = true;
     for (const Goal& goal : row.goals) {
-        halfReached &= judge(row, goal, ratios);
+        halfReached &= goal.kind == Goal::NANOSECONDS_MORE ? judgeDifference(row, goal, times)
+                                                           : judge(row, goal, ratios);
     }
     std::fflush(stdout);
     return halfReached;

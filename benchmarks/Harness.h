@@ -20,9 +20,9 @@ Contestant asMark(Contestant contestant);
 
 /// What the first contestant is to reach against another.
 struct Goal {
-    enum Kind { TIMES_AS_FAST, TIMES_THE_TIME };
+    enum Kind { TIMES_AS_FAST, TIMES_THE_TIME, NANOSECONDS_MORE };
     Kind kind;
-    double factor;
+    double factor;     ///< Times, or nanoseconds.
     std::string peer;  ///< Empty means each of those that are no marks.
     /// Whether reaching less than half of it is a fault; not where the machine decides.
     bool gate = true;

@@ -1,5 +1,6 @@
 # What is installed, by component: client, client-dev (with the headers for transports and the lists
-# of fields), store, remote, server, tool, conformance.
+# of fields), store, remote, server, tool, conformance,
+# testing.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kvxclient)
@@ -58,6 +59,11 @@ if(KVXCLIENT_BUILD_CONFORMANCE)
     kvx_install_library(kvxconformance conformance conformance
         ${PROJECT_SOURCE_DIR}/conformance/include
         "Test suite that holds a transport to the contract of kvxclient" "kvxclient gtest" "")
+endif()
+if(KVXCLIENT_BUILD_TESTING)
+    kvx_install_library(kvxtesting testing testing ${PROJECT_SOURCE_DIR}/testing/include
+        "Test doubles, printing and coroutines for applications of kvxclient"
+        "kvxtransport kvxfields gmock" "")
 endif()
 if(KVXCLIENT_BUILD_TOOL)
     install(TARGETS kvx RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)

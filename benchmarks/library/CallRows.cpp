@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "library/Rows.h"
+#include "storage/kvxtesting/Awaitable.h"
 #include "storage/kvxtransport/Services.h"
 
 namespace bench {
@@ -30,6 +31,19 @@ const KVXClient& client() {
 }
 
 LogoutResponse futureForm() { return client().logoutAsync(LogoutRequest()).get(); }
+
+void callbackForm() {
+    client().logout(LogoutRequest(), [](LogoutResponse response, const std::exception_ptr& error) {
+        keep(response);
+        keep(error);
+    });
+}
+
+storage::kvxtesting::Task<> awaited(int calls) {
+    for (int i = 0; i < calls; ++i) {
+        keep(co_await storage::kvxtesting::async::logout(client()));
+    }
+}
 
 // The least that a call with a future can do.
 void bareRoundTrip() {
@@ -101,6 +115,17 @@ std::vector<Row> callRows() {
          "reading the session id, two threads",
          "read",
          {onTwoThreads("kvxclient", boostRead), onTwoThreads("std::shared_mutex", standardRead)}},
+        // Last: only once a program has had a second thread does counting references take its time.
+        {"Calls",
+         "awaiting, completed inline",
+         "call",
+         {repeated(
+              "kvxclient", [](int calls) { storage::kvxtesting::start(awaited(calls)).get(); },
+              roundTime),
+          asMark(timed("callback form", callbackForm, roundTime)),
+          asMark(timed(
+              "future form and get", [] { keep(futureForm()); }, roundTime))},
+         {{Goal::NANOSECONDS_MORE, 60, "callback form"}}},
     };
 }
 

@@ -3,12 +3,14 @@
 
 #include <cstdio>
 
+#include "storage/kvxtesting/Awaitable.h"
+#include "storage/kvxtesting/ScriptedTransport.h"
 #include "support/Allocations.h"
-#include "support/ScriptedServices.h"
 
 namespace {
 
 using namespace storage::kvxclient;
+using namespace storage::kvxtesting;
 
 struct MovesCounted {
     MovesCounted() = default;
@@ -36,6 +38,13 @@ std::size_t allocationsOfCall() {
     return allocations::count;
 }
 
+Task<std::size_t> allocationsOfAwaiting() {
+    const ScriptedClient client("endpoint");
+    allocations::count = 0;
+    co_await async::logout(client);
+    co_return allocations::count;
+}
+
 void print(const char* name, std::size_t count, std::size_t goal) {
     std::printf("fact\tCalls\t%s\t%zu\n", name, count);
     std::printf("goal\tCalls\t%s\tat most %zu\t%zu\t%s\n", name, goal, count,
@@ -48,4 +57,6 @@ int main() {
     print("moves of the response from handler to promise",
           static_cast<std::size_t>(movesIntoPromise()), 2);
     print("allocations of a future form, completed inline", allocationsOfCall(), 4);
+    print("allocations of awaiting, completed inline", start(allocationsOfAwaiting()).get(),
+          allocationsOfCall() - 1);
 }

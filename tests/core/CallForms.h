@@ -6,10 +6,12 @@
 #include <future>
 #include <type_traits>
 
+#include "storage/kvxtesting/ScriptedTransport.h"
 #include "support/Allocations.h"
-#include "support/ScriptedServices.h"
 
 namespace storage::kvxclient {
+
+using namespace kvxtesting;
 
 // What tryForms() does for one operation; apart from it, so that it compiles once.
 struct Forms {
@@ -49,7 +51,7 @@ void tryForms(const Service& service, const Request& request, Future future, Blo
     const auto error = std::make_exception_ptr(KVXClientException(KVXClientErrorCode::CONFLICT));
     typename Operation::Handler pending;
     bool completesAtOnce = false;
-    service.transport.template on<Operation>([&](Request arrived, auto handler) {
+    service.transport.template on<Operation>().runs([&](Request arrived, auto handler) {
         const std::size_t allocated = allocations::count;
         bool same = true;
         if constexpr (!std::is_empty_v<Request>) {

@@ -6,10 +6,11 @@
 #include <vector>
 
 #include "storage/kvxclient.h"
+#include "storage/kvxtesting/ScriptedTransport.h"
 #include "support/Allocations.h"
-#include "support/ScriptedServices.h"
 
 using namespace storage::kvxclient;
+using namespace storage::kvxtesting;
 namespace operations = storage::kvxtransport::operations;
 
 namespace {
@@ -30,7 +31,7 @@ protected:
 
     template <class Outcome>
     void forBothForms(std::function<void(Handler)> script, Outcome outcome) {
-        files_.transport.on<operations::ReadFile>(
+        files_.transport.on<operations::ReadFile>().runs(
             [this, script = std::move(script)](FileReadRequest request, Handler handler) {
                 lastRead_ = std::move(request);
                 script(std::move(handler));
@@ -119,7 +120,7 @@ TEST_F(ReadFrame, letsThroughWhatTheCallbackFormThrows) {
 }
 
 TEST_F(ReadFrame, movesTheResponseAllTheWay) {
-    files_.transport.on<operations::ReadFile>([](FileReadRequest, Handler handler) {
+    files_.transport.on<operations::ReadFile>().runs([](FileReadRequest, Handler handler) {
         FileReadResponse response = largeResponse();
         allocations::countLarge = 0;
         handler(std::move(response), nullptr);
@@ -151,7 +152,7 @@ TEST(CallFrame, copiesTheResponseOnceWhereTheServiceDoes) {
     const ScriptedNotification changes;
     using Handler = CompletionHandler<FileChangeListResponse>;
     const auto script = [&](auto complete) {
-        changes.transport.on<operations::ListFileChanges>(
+        changes.transport.on<operations::ListFileChanges>().runs(
             [complete](FileChangeListRequest, Handler handler) { complete(std::move(handler)); });
     };
     script([&](Handler handler) {

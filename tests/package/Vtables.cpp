@@ -1,8 +1,10 @@
 // Overrides every virtual function, so that the order of the interface's tables can be read from
 // this object.
-#include "support/ScriptedServices.h"
+#include "storage/kvxtesting/ScriptedTransport.h"
 
 namespace storage::kvxclient {
+
+using namespace kvxtesting;
 
 struct TableOfException : KVXClientException {
     using KVXClientException::KVXClientException;

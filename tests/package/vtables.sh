@@ -9,7 +9,7 @@ actual() { # class
     echo "$1:" $(objdump -rC -j ".data.rel.ro._ZTVN7storage9kvxclient${#1}${1}E" \
         -j ".data.rel.ro.local._ZTVN7storage9kvxclient${#1}${1}E" "$object" 2>/dev/null |
         sed -nE 's/^.* R_X86_64_64 +//p' | grep -v typeinfo |
-        sed -E 's/<storage::kvxclient::ScriptedTransport>//
+        sed -E 's/<storage::kvxtesting::ScriptedTransport>//
                 s/^(storage::kvxclient::|std::)?(\w+::)*(~?\w+)(\[abi:cxx11\])?\((.*)\).*$/\3(\5)/
                 s/~\w+\(.*/~/; s/\(.*std::function.*/.../; s/\(.*//')
 }

@@ -16,12 +16,11 @@ int main(int argc, char** argv) {
         return 2;
     }
     kvxclient::BufferSize::MAX_READ_BUFFER_SIZE = 64UL << 10U;  // As kvxd.
-    const auto state = std::make_shared<kvxremote::FakeState>();
-    state->downloadSize = std::strtoull(argv[3], nullptr, 10);
+    const auto transport = kvxremote::fakeTransport(std::strtoull(argv[3], nullptr, 10));
     kvxserver::ServerOptions options;
     options.listen = "127.0.0.1:0";
     options.plain = true;
-    kvxserver::Server server(options, [&] { return kvxremote::fakeClient(state); });
+    kvxserver::Server server(options, [&] { return kvxremote::fakeClient(transport); });
     const std::string unfinished = std::string(argv[2]) + ".new";
     std::ofstream(unfinished) << server.port() << '\n';
     std::rename(unfinished.c_str(), argv[2]);

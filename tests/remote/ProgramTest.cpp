@@ -132,21 +132,21 @@ TEST_F(KillTest, aCallHasOneEffectOrNoneAndSaysWhichUnlessItIsInDoubt) {
 
 TEST_F(ProgramTest, letsCallsUnderWayEndForSoLongAndThenEnds) {
     for (const bool inTime : {true, false}) {
-        const auto state = std::make_shared<FakeState>();
-        kvxserver::Server behind(serverOptions(), [&] { return fakeClient(state); });
+        const kvxtesting::ScriptedTransport transport = fakeTransport();
+        kvxserver::Server behind(serverOptions(), [&] { return fakeClient(transport); });
         Kvxd kvxd(folder, {"--store", "kvx+plain://127.0.0.1:" + std::to_string(behind.port()),
                            "--plain", "--listen", "127.0.0.1:0", "--drain", inTime ? "20" : "1"});
         const RemoteUser user("kvx+plain://127.0.0.1:" + std::to_string(kvxd.port()), "token");
-        state->hold("createFile");
+        transport.on<operations::CreateFile>().whenTold();
         std::optional<Code> code = Code::UNKNOWN;
         std::thread caller(
             [&] { code = codeOf([&] { user.files->createFile(createRequest(u"/f", "bytes")); }); });
-        EXPECT_TRUE(state->keeps(1));
+        EXPECT_TRUE(transport.waitUntilWaiting(1));
         kvxd.signal(SIGTERM);
         EXPECT_TRUE(kvxd.tells("\"ending\""));
         if (inTime) {
             EXPECT_EQ(kvxd.wait(0s), -1);
-            state->letGo();
+            transport.release();
         }
         EXPECT_EQ(kvxd.wait(), 0);
         caller.join();

@@ -33,7 +33,7 @@ protected:
 
     void start(const kvxserver::ServerOptions& options) {
         server = std::make_unique<kvxserver::Server>(
-            options, [state = state] { return fakeClient(state); },
+            options, [transport = transport] { return fakeClient(transport); },
             [this](const kvxserver::CallRecord& call) {
                 const std::lock_guard<std::mutex> lock(mutex);
                 failed.emplace_back(call.code ? std::string(call.operation) : "");
@@ -57,6 +57,23 @@ protected:
         return metric(name) == value;
     }
 
+    /// Calls of the operation wait until they are let go.
+    template <class Operation>
+    void hold() {
+        transport.on<Operation>().whenTold();
+    }
+
+    template <class Operation>
+    void letGo() {
+        transport.on<Operation>().atOnce();
+        transport.release();
+    }
+
+    /// Whether so many calls come to wait, and no more.
+    bool keeps(std::size_t count) {
+        return transport.waitUntilWaiting(count) && !transport.waitUntilWaiting(count + 1, 100ms);
+    }
+
     /// The headers of a session, which the user's login has opened.
     std::string logIn(const std::string& user) {
         EXPECT_EQ(ask(request("POST /v1/session", "", R"({"token":")" + user + R"("})")).status,
@@ -64,7 +81,7 @@ protected:
         return "Authorization: Bearer " + user + "\r\n";
     }
 
-    const std::shared_ptr<FakeState> state = std::make_shared<FakeState>();
+    kvxtesting::ScriptedTransport transport = fakeTransport();
     std::mutex mutex;
     std::vector<std::string> failed;
     std::unique_ptr<kvxserver::Server> server;
@@ -106,7 +123,7 @@ TEST_F(ServerLimitsTest, showsItsLimitsAndWhetherItIsWell) {
 
 TEST_F(ServerLimitsTest, carriesOutOnlySoManyLargeListingsAtOnce) {
     start(options());
-    state->hold("listFolder");
+    hold<operations::ListFolder>();
     std::vector<std::unique_ptr<RawConnection>> calls;
     const auto list = [&](const std::string& session, int count) {
         for (int i = 0; i < count; ++i) {
@@ -115,16 +132,16 @@ TEST_F(ServerLimitsTest, carriesOutOnlySoManyLargeListingsAtOnce) {
         }
     };
     list(logIn("ada"), 5);
-    EXPECT_TRUE(state->keeps(2));
+    EXPECT_TRUE(keeps(2));
     list(logIn("bob"), 1);
-    EXPECT_TRUE(state->keeps(3));
+    EXPECT_TRUE(keeps(3));
     list(logIn("bob"), 2);
     list(logIn("eve"), 3);
-    EXPECT_TRUE(state->keeps(4));
+    EXPECT_TRUE(keeps(4));
     EXPECT_EQ(metric("kvxd_heavy_calls"), "4");
     // Small calls go on.
     EXPECT_EQ(ask(request("GET /v1/files/-/f", logIn("ada"))).status, 200);
-    state->letGo();
+    letGo<operations::ListFolder>();
     for (const auto& call : calls) {
         EXPECT_EQ(call->read().status, 200);
     }
@@ -139,12 +156,12 @@ TEST_F(ServerLimitsTest, refusesMoreCallsThanAUserOrAllMayMake) {
     const std::string ada = logIn("ada");
     const std::string bob = logIn("bob");
     EXPECT_TRUE(shows("kvxd_calls_running", "0"));
-    state->hold("deleteFile");
+    hold<operations::DeleteFile>();
     std::vector<std::unique_ptr<RawConnection>> calls;
     const auto remove = [&](const std::string& session) {
         calls.push_back(std::make_unique<RawConnection>(server->port()));
         calls.back()->write(request("DELETE /v1/files/-/f", session));
-        return state->keeps(calls.size());
+        return keeps(calls.size());
     };
     EXPECT_TRUE(remove(ada) && remove(ada));
     const RawAnswer tooMany = ask(request("DELETE /v1/files/-/f", ada));
@@ -153,7 +170,7 @@ TEST_F(ServerLimitsTest, refusesMoreCallsThanAUserOrAllMayMake) {
     EXPECT_TRUE(remove(bob));
     EXPECT_EQ(ask(request("DELETE /v1/files/-/f", bob)).status, 429);
     EXPECT_EQ(metric("kvxd_calls_running"), "3");
-    state->letGo();
+    letGo<operations::DeleteFile>();
     for (const auto& call : calls) {
         EXPECT_EQ(call->read().status, 200);
     }
@@ -166,11 +183,11 @@ TEST_F(ServerLimitsTest, refusesMoreCallsThanAUserOrAllMayMake) {
     };
     EXPECT_EQ(ask(request("GET /v1/files/-/f", bearer('4'))).status, 200);
     EXPECT_EQ(ask(request("GET /v1/ping", bearer('1'))).status, 200);  // Which needs no session.
-    state->hold("deleteFile");
+    hold<operations::DeleteFile>();
     EXPECT_TRUE(remove(bearer('1')) && remove(bearer('2')));
     EXPECT_EQ(ask(request("DELETE /v1/files/-/f", bearer('3'))).status, 429);
     EXPECT_TRUE(remove(bearer('4')));
-    state->letGo();
+    letGo<operations::DeleteFile>();
 }
 
 TEST_F(ServerLimitsTest, leavesItsPathToTheNextServer) {
@@ -180,17 +197,17 @@ TEST_F(ServerLimitsTest, leavesItsPathToTheNextServer) {
     limits.listen = "unix:" + path;
     limits.drain = std::chrono::seconds(20);
     start(limits);
-    state->hold("ping");
+    hold<operations::Ping>();
     const auto client = connect("kvx+unix://" + path + "?retries=1");
     auto call = std::async(std::launch::async, [&] { client->ping(); });
-    EXPECT_TRUE(state->keeps(1));
+    EXPECT_TRUE(keeps(1));
     auto stop = std::async(std::launch::async, [&] { server->stop(); });
     while (std::filesystem::exists(path)) {
         std::this_thread::sleep_for(10ms);
     }
     limits.metrics.clear();
-    const kvxserver::Server next(limits, [state = state] { return fakeClient(state); });
-    state->letGo();
+    const kvxserver::Server next(limits, [transport = transport] { return fakeClient(transport); });
+    letGo<operations::Ping>();
     stop.wait();
     server.reset();
     connect("kvx+unix://" + path)->ping();
@@ -202,7 +219,9 @@ TEST_F(ServerLimitsTest, answersForATransportThatDropsItsHandlers) {
     limits.handlesOfSession = 1;
     start(limits);
     const std::string session = logIn("user");
-    state->drop();
+#define DROP(Service, operation, Type, ...) transport.on<operations::Type>().drops();
+    KVXTRANSPORT_OPERATIONS(DROP)
+#undef DROP
     const std::string handle =
         request("POST /v1/createReadWriteFileHandle", session, R"({"resource":{"path":"/f"}})");
     for (const std::string& text :
@@ -225,12 +244,12 @@ TEST_F(ServerLimitsTest, letsCallsUnderWayEndOrCutsThemOff) {
         limits.drain = std::chrono::seconds(inTime ? 20 : 1);
         start(limits);
         const std::string session = logIn("user");
-        state->hold("createFile");
+        hold<operations::CreateFile>();
         RawConnection idle(server->port());
         EXPECT_EQ(idle.ask(request("GET /v1/ping")).status, 200);
         RawConnection call(server->port());
         call.write(request("PUT /v1/files/-/f", session, "content"));
-        EXPECT_TRUE(state->keeps(1));
+        EXPECT_TRUE(keeps(1));
         const auto health = [&] {
             return RawConnection(server->metricsPort()).ask(request("GET /healthz")).status;
         };
@@ -240,13 +259,13 @@ TEST_F(ServerLimitsTest, letsCallsUnderWayEndOrCutsThemOff) {
         EXPECT_EQ(health(), 503);
         EXPECT_EQ(codeOf([&] { connect(url() + "?retries=1")->ping(); }), Code::BAD_NETWORK);
         if (inTime) {
-            state->letGo();
+            letGo<operations::CreateFile>();
         }
         const RawAnswer answer = call.read();
         EXPECT_EQ(answer.status, inTime ? 200 : 502);
         EXPECT_EQ(answer.has("KVX-Error: 2\r\n"), !inTime);
         stop.wait();
-        state->letGo();
+        letGo<operations::CreateFile>();
     }
 }
 
@@ -274,8 +293,8 @@ TEST_F(ServerLimitsTest, delaysWhoGuessesTokensAndNobodyElse) {
 TEST_F(ServerLimitsTest, endsAnAnswerThatNobodyReads) {
     kvxserver::ServerOptions limits = options();
     limits.progressTime = 1s;
+    transport = fakeTransport(32UL << 20U);
     start(limits);
-    state->downloadSize = 32UL << 20U;
     const RawConnection stopped(server->port());
     stopped.write(request("GET /v1/downloads/location"));
     EXPECT_TRUE(shows("kvxd_calls_running", "1"));

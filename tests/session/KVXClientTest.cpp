@@ -7,9 +7,10 @@
 #include <thread>
 #include <vector>
 
-#include "support/ScriptedServices.h"
+#include "storage/kvxtesting/ScriptedTransport.h"
 
 using namespace storage::kvxclient;
+using namespace storage::kvxtesting;
 
 namespace {
 
@@ -90,9 +91,9 @@ TEST(Client, encodingAsksTheLocaleWherePathsDoNot) {
 TEST(Client, leavesTheSessionIdToTheCaller) {
     using namespace storage::kvxtransport::operations;
     ScriptedClient client("e");
-    client.transport.on<Ping>(
+    client.transport.on<Ping>().runs(
         [](auto, auto handler) { handler(PingResponse().withValue("alive"), nullptr); });
-    client.transport.on<Login>([](LoginRequest request, auto handler) {
+    client.transport.on<Login>().runs([](LoginRequest request, auto handler) {
         if (request == LoginRequest().withToken("good")) {
             handler(LoginResponse().withSessionId("s1").withMinutesBeforeRelogin(60), nullptr);
         } else {

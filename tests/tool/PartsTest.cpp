@@ -16,7 +16,7 @@
 #include "session/RenewingDispatcher.h"
 #include "session/Session.h"
 #include "storage/kvxstore/Store.h"
-#include "support/ScriptedServices.h"
+#include "storage/kvxtesting/ScriptedTransport.h"
 #include "sync/Sync.h"
 #include "transfer/CallWindow.h"
 #include "transfer/Download.h"
@@ -29,6 +29,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace kvxclient;
+using kvxtesting::ScriptedFileAccess;
 
 std::u16string text(const std::string& utf8) { return *toUtf16(utf8); }
 
@@ -115,14 +116,14 @@ TEST(Transfer, SaysHowFarItCameWhenTheSessionEnds) {
     };
     namespace operations = kvxtransport::operations;
     ScriptedFileAccess files;
-    files.transport.on<operations::ReadFile>([&](const auto&, const auto& handler) {
+    files.transport.on<operations::ReadFile>().runs([&](const auto&, const auto& handler) {
         FileReadResponse response;
         response.appendContent("content", 7);
         handler(response, outcome());
     });
-    files.transport.on<operations::CreateFile>(
+    files.transport.on<operations::CreateFile>().runs(
         [&](const auto&, const auto& handler) { handler({}, outcome()); });
-    files.transport.on<operations::ReadFileAttributes>([](const auto&, const auto& handler) {
+    files.transport.on<operations::ReadFileAttributes>().runs([](const auto&, const auto& handler) {
         FileAttributes attributes;
         handler(FileAttributesReadResponse().withFileAttributes(attributes.withType("FOLDER")),
                 nullptr);
@@ -320,7 +321,7 @@ TEST(SessionRenewal, LogsInOnceForAllCallsThatFindTheSessionOver) {
 // What is called "there" exists and is a folder, and "file" is a file.
 TEST(RemoteTarget, IsLookedUpOnce) {
     ScriptedFileAccess files;
-    files.transport.on<kvxtransport::operations::ReadFileAttributes>(
+    files.transport.on<kvxtransport::operations::ReadFileAttributes>().runs(
         [](FileAttributesReadRequest request,
            CompletionHandler<FileAttributesReadResponse> handler) {
             const std::u16string path = request.getResource().getPath();
@@ -336,7 +337,7 @@ TEST(RemoteTarget, IsLookedUpOnce) {
         {":/there", 1, ":/there/x"},       {":/file", 1, ":/file"},       {":/new", 1, ":/new"},
         {":/there/new", 2, ":/there/new"}, {"team:/new", 2, "team:/new"}, {":/", 1, ":/x"}};
     for (const auto& [name, lookups, target] : cases) {
-        files.transport.reached().clear();
+        files.transport.clear();
         const RemoteTarget found(files, RemoteName::parse(name), false);
         EXPECT_EQ(files.transport.reached().size(), lookups) << name;
         EXPECT_EQ(found.nameFor(u"x").text(), target);

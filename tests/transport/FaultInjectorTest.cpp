@@ -7,13 +7,14 @@
 #include <thread>
 #include <vector>
 
+#include "storage/kvxtesting/ScriptedTransport.h"
 #include "storage/kvxtransport/ClientDispatcher.h"
-#include "support/ScriptedServices.h"
 
 namespace storage::kvxtransport {
 namespace {
 
 using namespace kvxclient;
+using namespace kvxtesting;
 using namespace std::chrono_literals;
 
 /// A client over a finished client whose transport is scripted, with faults between the two.
@@ -101,7 +102,7 @@ TEST_F(FaultInjectorTest, WaitsForCallsThatHandlersOfFaultyCallsMake) {
     constexpr int rounds = 50;
     std::atomic<int> completed = 0;
     std::vector<std::thread> service;
-    scripted.on<operations::CreateFolder>([&](auto, auto handler) {
+    scripted.on<operations::CreateFolder>().runs([&](auto, auto handler) {
         service.emplace_back([&completed, handler] {
             std::this_thread::sleep_for(1ms);
             ++completed;
@@ -126,7 +127,7 @@ TEST_F(FaultInjectorTest, PassesOnTheCallersSession) {
     std::string seen;
     const auto inner = std::make_shared<ScriptedClient>("inner", scripted);
     DispatchingClient<ClientDispatcher> outer("outer", ClientDispatcher(inner));
-    scripted.on<operations::Logout>([&](auto, auto handler) {
+    scripted.on<operations::Logout>().runs([&](auto, auto handler) {
         seen += inner->getSessionId() + ' ';
         handler({}, nullptr);
     });

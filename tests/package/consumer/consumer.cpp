@@ -6,6 +6,11 @@
 #ifdef WITH_remote
 #include <storage/kvxremote/Remote.h>
 #endif
+#ifdef WITH_testing
+#include <storage/kvxtesting/FakeStore.h>
+#include <storage/kvxtesting/Matchers.h>
+#include <storage/kvxtesting/Mocks.h>
+#endif
 #ifdef WITH_server
 #include <storage/kvxserver/Server.h>
 #endif
@@ -25,6 +30,25 @@ struct Versions : IVersioning {
         handler({}, std::make_exception_ptr(KVXClientException(KVXClientErrorCode::CONFLICT)));
     }
 };
+
+#ifdef WITH_testing
+// A mock, a matcher and a store in memory, without a test program around them.
+bool isTested() {
+    using namespace storage::kvxtesting;
+    const MockNotification changes;
+    EXPECT_CALL(changes, listFileChanges).WillOnce(Fails(KVXClientErrorCode::CONFLICT));
+    const auto call = [&] { changes.listFileChanges(FileChangeListRequest()); };
+    return testing::Value(call, FailsWith(KVXClientErrorCode::CONFLICT)) &&
+           FakeStore()
+               .user(u"ada")
+               ->createFileAccess()
+               ->listFolder(Resource(u"/", u""))
+               .getFiles()
+               .empty();
+}
+#else
+bool isTested() { return true; }
+#endif
 
 // A call through whichever parts there are: of a server, a transport to it and a store behind it.
 bool isAnswered() {
@@ -55,7 +79,7 @@ int main() {
         const bool good = versions.listVersions(resource).getName() == u"/a b" &&
                           error.getErrorCode() == KVXClientErrorCode::CONFLICT;
         std::cout << resource.getAsciiPercentEncodedPath() << '\n';
-        return good && isAnswered() ? 0 : 1;
+        return good && isAnswered() && isTested() ? 0 : 1;
     }
     return 1;
 }

@@ -31,6 +31,39 @@ public:
     virtual void finish() noexcept = 0;
 };
 
+/// A call that keeps its outcome until it is finished.
+template <class Response>
+class KeptCall final : public FaultyCall {
+public:
+    /// A call of the group, whose handler finish() destroys uncalled if told to drop it.
+    KeptCall(std::shared_ptr<PendingCalls> group, bool dropsHandler,
+             kvxclient::CompletionHandler<Response> handler)
+        : FaultyCall(std::move(group)), dropsHandler_(dropsHandler), handler_(std::move(handler)) {}
+
+    /// What the handler gets. Not once the call may be finished.
+    void keep(Response response, std::exception_ptr error) {
+        response_ = std::move(response);
+        error_ = std::move(error);
+    }
+
+    void finish() noexcept override {
+        if (dropsHandler_) {
+            return;
+        }
+        try {
+            handler_(std::move(response_), isCancelled() ? badNetwork() : std::move(error_));
+        } catch (...) {
+            // The handler's own failure: there is nobody left to tell.
+        }
+    }
+
+private:
+    const bool dropsHandler_;
+    kvxclient::CompletionHandler<Response> handler_;
+    Response response_{};
+    std::exception_ptr error_;
+};
+
 /// Calls that one thread finishes when they are due.
 class DelayedCalls {
 public:
@@ -178,45 +211,14 @@ public:
     }
 
 private:
-    template <class Response>
-    class Call final : public FaultyCall {
-    public:
-        Call(std::shared_ptr<PendingCalls> group, bool dropsHandler,
-             kvxclient::CompletionHandler<Response> handler)
-            : FaultyCall(std::move(group)),
-              dropsHandler_(dropsHandler),
-              handler_(std::move(handler)) {}
-
-        void keep(Response response, std::exception_ptr error) {
-            response_ = std::move(response);
-            error_ = std::move(error);
-        }
-
-        void finish() noexcept override {
-            if (dropsHandler_) {
-                return;
-            }
-            try {
-                handler_(std::move(response_), isCancelled() ? badNetwork() : std::move(error_));
-            } catch (...) {
-                // The handler's own failure: there is nobody left to tell.
-            }
-        }
-
-    private:
-        const bool dropsHandler_;
-        kvxclient::CompletionHandler<Response> handler_;
-        Response response_{};
-        std::exception_ptr error_;
-    };
-
     template <class Operation>
     void callFaulty(const Fault& fault, const Caller& caller, typename Operation::Request request,
                     typename Operation::Handler handler) const {
         using Response = typename Operation::Response;
         // The handler may hold the last of the transport, and run before this returns.
         const auto queue = delayed_->queue();
-        auto call = std::make_shared<Call<Response>>(group_, fault.dropHandler, std::move(handler));
+        auto call =
+            std::make_shared<KeptCall<Response>>(group_, fault.dropHandler, std::move(handler));
         if (fault.error) {
             call->keep({}, std::make_exception_ptr(kvxclient::KVXClientException(*fault.error)));
             queue->add(std::move(call), fault.delay);

@@ -176,25 +176,32 @@ public:
     }
     KVXTRANSPORT_SESSION_OPERATIONS(KVXTRANSPORT_FUNCTION)
 
+    /// See KVXClient. The service holds a copy of the dispatcher.
     std::unique_ptr<kvxclient::FileAccess> createFileAccess() const override {
         return make<DispatchingFileAccess<Dispatcher>>();
     }
+    /// See KVXClient. The service holds a copy of the dispatcher.
     std::unique_ptr<kvxclient::AccessControl> createAccessControl() const override {
         return make<DispatchingAccessControl<Dispatcher>>();
     }
+    /// See KVXClient. The service holds a copy of the dispatcher.
     std::unique_ptr<kvxclient::ConfigurationManagement> createConfigurationManagement()
         const override {
         return make<DispatchingConfigurationManagement<Dispatcher>>();
     }
+    /// See KVXClient. The service holds a copy of the dispatcher.
     std::unique_ptr<kvxclient::Notification> createNotification() const override {
         return make<DispatchingNotification<Dispatcher>>();
     }
+    /// See KVXClient. The service holds a copy of the dispatcher.
     std::unique_ptr<kvxclient::IVersioning> createVersioning() const override {
         return std::make_unique<DispatchingVersioning<Dispatcher>>(sessionIdSupplier(),
                                                                    getApplicationId(), dispatcher_);
     }
 
+    /// Cancels all calls of the dispatcher.
     void cancelPendingCalls() const override { dispatcher_.cancelPendingCalls(); }
+    /// Waits for all calls of the dispatcher.
     void waitForPendingCalls() const override { dispatcher_.waitForPendingCalls(); }
 
 private:
