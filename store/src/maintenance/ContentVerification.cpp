@@ -74,12 +74,12 @@ private:
 
     void readChunksAfter(std::int64_t& last) {
         // A database may hand over all rows of an answer at once.
-        constexpr std::int64_t chunksAtOnce = 64;
+        constexpr std::int64_t pageSize = 64;
         for (bool more = true; more;) {
             more = false;
             const auto chunks = context_.database.query(
                 "select id, checksum, data from chunks where id > $1 order by id limit $2",
-                {last, chunksAtOnce});
+                {last, pageSize});
             while (chunks->next()) {
                 if (chunks->integer(0) <= last) {
                     database::throwDamaged("parts of contents are out of order");
