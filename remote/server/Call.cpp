@@ -391,10 +391,9 @@ void Call::start() {
             self->shared_->handles.done(self->handleKey(), Handles::CALL, self->order_);
         }
     });
-    const auto completion = std::make_shared<Completion>([self](Result result) {
-        self->shared_->entry.left(self->route_.hasContent ? self->bodySize_ : 0);
-        self->completed(std::move(result));
-    });
+    const auto completion = std::make_shared<Completion>(
+        [self](Result result) { self->completed(std::move(result)); },
+        [shared = shared_, size = route_.hasContent ? bodySize_ : 0] { shared->entry.left(size); });
     if (shared_->ending) {
         return completion->complete({Code::BAD_NETWORK, {}, {}});
     }

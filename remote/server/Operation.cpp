@@ -141,8 +141,10 @@ constexpr Operation operationTable[] = {KVXTRANSPORT_OPERATIONS(KVXSERVER_OPERAT
 Completion::~Completion() { complete({KVXClientErrorCode::INTERNAL_SERVER_ERROR, {}, {}}); }
 
 void Completion::complete(Result result) {
-    if (const auto take = std::exchange(take_, nullptr)) {
+    if (auto take = std::exchange(take_, nullptr)) {
         take(std::move(result));
+        take = nullptr;
+        over_();
     }
 }
 

@@ -26,7 +26,9 @@ struct Result {
 /// Takes the result once; INTERNAL_SERVER_ERROR if it ends without one.
 class Completion {
 public:
-    explicit Completion(std::function<void(Result)> take) : take_(std::move(take)) {}
+    /// Calls `over` when `take` is gone with all that it holds, which the server's end waits for.
+    Completion(std::function<void(Result)> take, std::function<void()> over)
+        : take_(std::move(take)), over_(std::move(over)) {}
     ~Completion();
     Completion(const Completion&) = delete;
     Completion& operator=(const Completion&) = delete;
@@ -35,6 +37,7 @@ public:
 
 private:
     std::function<void(Result)> take_;
+    const std::function<void()> over_;
 };
 
 /// A request, ready to be made.
