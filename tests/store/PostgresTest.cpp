@@ -44,47 +44,81 @@ protected:
     std::shared_ptr<Store> other;
 };
 
-TEST_F(PostgresTest, NothingIsLostOrDoubledWhenConnectionsAreTerminatedUnderLoad) {
-    constexpr unsigned callers = 16;
-    const unsigned terminations = longOrShort(1'000U, 100U);
-    std::atomic<bool> stop = false;
-    std::atomic<unsigned> calls = 0;
-    std::atomic<std::int64_t> longest = 0;
-    std::vector<std::future<void>> work;
-    for (unsigned caller = 0; caller < callers; ++caller) {
-        work.push_back(std::async(std::launch::async, [&, caller] {
-            const Account user(caller % 2 == 0 ? *store : *other, token);
-            const std::u16string path = numbered(u"/f", caller);
-            for (int i = 1; !stop; ++i) {
-                const auto start = std::chrono::steady_clock::now();
-                const int label = user.put(path, std::to_string(i), true).getVersionLabel();
-                const auto wait = (std::chrono::steady_clock::now() - start) / 1ms;
-                longest = std::max<std::int64_t>(longest, wait);
-                ++calls;
-                if (label != i) {
-                    throw std::runtime_error("call " + std::to_string(i) + " made version " +
-                                             std::to_string(label));
+/// Sixteen callers, each of which writes the versions of a file of its own through one of two
+/// stores, and looks after each whether all before it are there.
+class PostgresLoadTest : public PostgresTest {
+protected:
+    /// Writes while `disturb` runs, and checks that each call took effect once.
+    void writeDuring(const std::string& subject, const std::function<unsigned()>& disturb) {
+        std::atomic<bool> stop = false;
+        std::atomic<unsigned> calls = 0;
+        std::atomic<std::int64_t> longest = 0;
+        std::vector<std::future<void>> work;
+        for (unsigned caller = 0; caller < 16; ++caller) {
+            work.push_back(std::async(std::launch::async, [&, caller] {
+                const Account user(caller % 2 == 0 ? *store : *other, token);
+                const std::u16string path = numbered(u"/f", caller);
+                for (int i = 1; !stop; ++i) {
+                    const auto start = std::chrono::steady_clock::now();
+                    const int label = user.put(path, std::to_string(i), true).getVersionLabel();
+                    const auto wait = (std::chrono::steady_clock::now() - start) / 1ms;
+                    longest = std::max<std::int64_t>(longest, wait);
+                    ++calls;
+                    if (label != i) {
+                        throw std::runtime_error("call " + std::to_string(i) + " made version " +
+                                                 std::to_string(label));
+                    }
                 }
-            }
-        }));
+            }));
+        }
+        const unsigned disturbances = disturb();
+        stop = true;
+        for (auto& caller : work) {
+            EXPECT_NO_THROW(caller.get());
+        }
+        longestWait = longest;
+        EXPECT_EQ(store->statistics().versions, calls);
+        EXPECT_EQ(store->verify(), std::vector<std::string>());
+        report(subject) << disturbances << " under " << calls
+                        << " calls, none failed, lost or doubled; longest wait " << longest
+                        << " ms\n";
     }
-    for (unsigned i = 0; i < terminations;) {
-        i += static_cast<unsigned>(
-            onServer("select pg_terminate_backend(pid) from pg_stat_activity"
-                     " where application_name = 'kvxstore' order by random() limit 1")
-                .size());
-        std::this_thread::sleep_for(30ms);
+
+    std::int64_t longestWait = 0;
+};
+
+TEST_F(PostgresLoadTest, NothingIsLostOrDoubledWhenConnectionsAreTerminated) {
+    writeDuring("terminated connections", [] {
+        unsigned terminated = 0;
+        while (terminated < longOrShort(1'000U, 100U)) {
+            terminated += static_cast<unsigned>(
+                onServer("select pg_terminate_backend(pid) from pg_stat_activity"
+                         " where application_name = 'kvxstore' order by random() limit 1")
+                    .size());
+            std::this_thread::sleep_for(30ms);
+        }
+        return terminated;
+    });
+    EXPECT_LT(longestWait, 5'000);
+}
+
+TEST_F(PostgresLoadTest, NothingIsLostOrDoubledWhenTheServerIsKilled) {
+    const char* const kill = std::getenv("KVXSTORE_TEST_POSTGRES_KILL");
+    if (kill == nullptr) {
+        GTEST_SKIP() << "KVXSTORE_TEST_POSTGRES_KILL names no command that kills the server and"
+                        " starts it again, or its standby";
     }
-    stop = true;
-    for (auto& caller : work) {
-        EXPECT_NO_THROW(caller.get());
-    }
-    EXPECT_LT(longest, 5'000);
-    EXPECT_EQ(store->statistics().versions, calls);
-    EXPECT_EQ(store->verify(), std::vector<std::string>());
-    report("terminations") << terminations << " connections terminated under " << calls
-                           << " calls, none failed, lost or doubled; longest wait " << longest
-                           << " ms\n";
+    writeDuring("killed servers", [&] {
+        const unsigned rounds = std::getenv("KVXSTORE_TEST_POSTGRES_STANDBY") != nullptr
+                                    ? 1
+                                    : longOrShort(20U, 2U);
+        for (unsigned round = 0; round < rounds; ++round) {
+            std::this_thread::sleep_for(500ms);
+            EXPECT_EQ(std::system(kill), 0);  // NOLINT(cert-env33-c): a test's own command.
+        }
+        std::this_thread::sleep_for(500ms);
+        return rounds;
+    });
 }
 
 // A commit that waits for a standby has taken effect already.
