@@ -109,9 +109,8 @@ TEST_F(PostgresLoadTest, NothingIsLostOrDoubledWhenTheServerIsKilled) {
                         " starts it again, or its standby";
     }
     writeDuring("killed servers", [&] {
-        const unsigned rounds = std::getenv("KVXSTORE_TEST_POSTGRES_STANDBY") != nullptr
-                                    ? 1
-                                    : longOrShort(20U, 2U);
+        const unsigned rounds =
+            std::getenv("KVXSTORE_TEST_POSTGRES_STANDBY") != nullptr ? 1 : longOrShort(20U, 2U);
         for (unsigned round = 0; round < rounds; ++round) {
             std::this_thread::sleep_for(500ms);
             EXPECT_EQ(std::system(kill), 0);  // NOLINT(cert-env33-c): a test's own command.
