@@ -8,6 +8,7 @@
 #include "database/sqlite/NewFile.h"
 #include "maintenance/Cleaning.h"
 #include "maintenance/Conversion.h"
+#include "maintenance/Migration.h"
 #include "maintenance/Pruning.h"
 #include "maintenance/Verification.h"
 #include "operations/Administration.h"
@@ -33,6 +34,18 @@ void rebuildIfThereIsRoom(database::Connection& connection) {
     }
 }
 
+std::unique_ptr<database::Connection> connectFor(database::Purpose purpose,
+                                                 const std::string& url) {
+    const bool isTarget = purpose == database::Purpose::TARGET;
+    try {
+        const CreateMode mode = isTarget ? CreateMode::CREATE_IF_MISSING : CreateMode::MUST_EXIST;
+        return database::open(url, mode, StoreOptions().lockPatience, purpose)();
+    } catch (const StoreError& error) {
+        throw StoreError(error.code(), std::string(isTarget ? "the target " : "the source ") +
+                                           database::shownUrl(url) + ": " + error.what());
+    }
+}
+
 }  // namespace
 
 StoreError::~StoreError() = default;
@@ -45,7 +58,8 @@ std::shared_ptr<Store> Store::open(const std::string& url, StoreOptions options)
     try {
         return std::shared_ptr<Store>(new Store(services::Engine::start(url, std::move(options))));
     } catch (const database::DatabaseError& error) {
-        throw StoreError(error.code(), "cannot open the store " + database::shownUrl(url) + ": " + error.what());
+        throw StoreError(error.code(),
+                         "cannot open the store " + database::shownUrl(url) + ": " + error.what());
     }
 }
 
@@ -227,6 +241,17 @@ void Store::backup(const std::string& path) const {
         });
     }
     file.publish();
+}
+
+std::vector<MigratedTable> Store::migrate(
+    const std::string& from, const std::string& to,
+    const std::function<void(const MigrationProgress&)>& tell) {
+    // The source comes first: where there is none, no target is made.
+    const auto source = connectFor(database::Purpose::SOURCE, from);
+    const auto target = connectFor(database::Purpose::TARGET, to);
+    StoreOptions options;
+    options.clock = [] { return std::chrono::system_clock::now(); };
+    return kvxstore::migrate({*source, options, 0}, {*target, options, 0}, tell);
 }
 
 }  // namespace storage::kvxstore

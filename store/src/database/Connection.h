@@ -162,6 +162,12 @@ public:
         return newest + 1;
     }
 
+    /// No row that was ever in the table has an id above this.
+    /// REQUIRES: a table with an id.
+    virtual std::int64_t highestId(std::string_view table) = 0;
+    /// Makes the ids of rows to come lie above this one.
+    virtual void raiseIds(std::string_view table, std::int64_t highest) = 0;
+
     /// Copies a range of a chunk.
     /// REQUIRES: the chunk has that many bytes; a shorter one throws DAMAGED.
     virtual void readChunk(std::int64_t chunk, std::size_t offset, char* into,
@@ -211,6 +217,9 @@ public:
     /// How long a transaction waits for a lock of another program.
     virtual std::chrono::milliseconds lockPatience() const = 0;
 
+    /// Lets the database look at a table that was filled, where it needs that to plan its queries.
+    virtual void analyze(std::string_view /*table*/) {}
+
     // What the database does for the disk under it, where it is in charge of that.
 
     /// Makes sure that this transaction can add so many bytes and leave room for deleting. Throws a
@@ -241,6 +250,13 @@ protected:
 
 private:
     std::any attachment_;
+};
+
+/// What a database is opened for.
+enum class Purpose {
+    USE,     ///< Everything.
+    SOURCE,  ///< To copy all of it elsewhere. Nothing is written, not even by opening.
+    TARGET,  ///< To copy all of another store into it. Nothing else opens it until that has ended.
 };
 
 /// How many threads serve a store, each with a connection.

@@ -17,12 +17,13 @@ bool isOnServer(const std::string& url) {
 }
 
 Connector openOnServer(const std::string& url, CreateMode mode,
-                       std::chrono::milliseconds lockPatience) {
+                       std::chrono::milliseconds lockPatience, Purpose purpose) {
 #ifdef KVXSTORE_HAS_POSTGRES
-    return openPostgres(url, mode, lockPatience);
+    return openPostgres(url, mode, lockPatience, purpose);
 #else
     static_cast<void>(mode);
     static_cast<void>(lockPatience);
+    static_cast<void>(purpose);
     throw StoreError(StoreErrorCode::ILLEGAL_URL,
                      "this software was built without PostgreSQL: " + shownUrl(url));
 #endif
@@ -78,15 +79,19 @@ Threads threadsFor(const std::string& url) {
     return {std::clamp(std::thread::hardware_concurrency(), 1U, 4U), 1};
 }
 
-Connector open(const std::string& url, CreateMode mode, std::chrono::milliseconds lockPatience) {
+Connector open(const std::string& url, CreateMode mode, std::chrono::milliseconds lockPatience,
+               Purpose purpose) {
     if (isOnServer(url)) {
-        return openOnServer(url, mode, lockPatience);
+        return openOnServer(url, mode, lockPatience, purpose);
     }
     const std::optional<std::string> path = filePath(url);
+    if (!path && purpose == Purpose::TARGET) {
+        throw StoreError(StoreErrorCode::ILLEGAL_URL, "a store in memory would not last");
+    }
     if (!path && mode == CreateMode::MUST_EXIST) {
         throw StoreError(StoreErrorCode::NOT_FOUND, "a store in memory is always new");
     }
-    return path ? openSqliteFile(*path, url, mode, lockPatience) : openSqliteMemory(url);
+    return path ? openSqliteFile(*path, url, mode, lockPatience, purpose) : openSqliteMemory(url);
 }
 
 }  // namespace storage::kvxstore::database

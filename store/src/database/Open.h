@@ -22,6 +22,7 @@ Threads threadsFor(const std::string& url);
 /// Opens the store that a URL names, or makes it as the mode allows. A failure throws a StoreError
 /// or DatabaseError and changes nothing that was there. The connections wait for locks of other
 /// programs as long as the patience says.
-Connector open(const std::string& url, CreateMode mode, std::chrono::milliseconds lockPatience);
+Connector open(const std::string& url, CreateMode mode, std::chrono::milliseconds lockPatience,
+               Purpose purpose = Purpose::USE);
 
 }  // namespace storage::kvxstore::database

@@ -142,6 +142,11 @@ constexpr std::string_view fromSecondSchema[] = {
     "insert into locks values('clean'), ('directory')",
 };
 
+// Of a migration into the store: the number of its latest run, the identity of the source, and a
+// checksum of what changes in the source with every other change.
+constexpr std::string_view migrationStatement =
+    "create table migration(run INT not null, source TEXT not null, state INT not null)";
+
 std::string inDialect(std::string_view statement, const Dialect& dialect) {
     const std::pair<std::string_view, std::string_view> words[] = {
         {"ID", dialect.id},           {"KEY", dialect.key},   {"INT", dialect.integer},
@@ -174,11 +179,31 @@ std::string newIdentity() {
     return identity;
 }
 
-void createSchema(Connection& connection, const Dialect& dialect) {
+void requirePurpose(Purpose purpose, std::int64_t version) {
+    const bool isUnfinished = version >= unfinishedVersion - schemaVersion;
+    if (purpose != Purpose::TARGET && isUnfinished) {
+        throw StoreError(StoreErrorCode::IN_USE,
+                         "the migration into the store has not ended: kvx migrate goes on with it");
+    }
+    if (purpose == Purpose::TARGET && !isUnfinished) {
+        throw StoreError(StoreErrorCode::ALREADY_EXISTS, "there is a store already");
+    }
+    if (isUnfinished && version != unfinishedVersion) {
+        throw StoreError(StoreErrorCode::NEWER_VERSION,
+                         "another version of this software began the migration into the store");
+    }
+}
+
+void createSchema(Connection& connection, const Dialect& dialect, Purpose purpose) {
     for (const std::string_view statement : statements) {
         connection.execute(inDialect(statement, dialect));
     }
-    connection.execute("insert into schema_version values($1)", {schemaVersion});
+    const bool isTarget = purpose == Purpose::TARGET;
+    if (isTarget) {
+        connection.execute(inDialect(migrationStatement, dialect));
+    }
+    connection.execute("insert into schema_version values($1)",
+                       {isTarget ? unfinishedVersion : schemaVersion});
     connection.execute("insert into identity values($1)", {newIdentity()});
 }
 

@@ -24,26 +24,28 @@ const char* const NAMES_AND_STORE =
 }  // namespace
 
 Command theProgram(const std::string& version) {
-    return {
-        .name = "kvx",
-        .summary = "Works with the files of a store",
-        .options = {option("--store", "URL", "The store to work on, by URL or path"),
-                    flag("-q,--quiet", "Show no progress, and report only what went wrong"),
-                    flag("-v,--verbose", "Report each thing that is done"),
-                    flag("--json", "Print for programs: one JSON object a line")},
-        .notes = std::string(NAMES_AND_STORE) + EXIT_CODES,
-        .commands = {putCommand(),         getCommand(),    catCommand(),        lsCommand(),
-                     treeCommand(),        duCommand(),     findCommand(),       statCommand(),
-                     mkdirCommand(),       rmCommand(),     mvCommand(),         cpCommand(),
-                     syncCommand(),        watchCommand(),  versionsCommand(),   restoreCommand(),
-                     grantCommand(),       revokeCommand(), grantsCommand(),     inviteCommand(),
-                     invitationsCommand(), acceptCommand(), declineCommand(),    uninviteCommand(),
-                     sharedCommand(),      dfCommand(),     policyCommand(),     loginCommand(),
-                     logoutCommand(),      initCommand(),   userCommand(),       bucketCommand(),
-                     verifyCommand(),      sweepCommand(),  pruneCommand(),      backupCommand(),
-                     statisticsCommand(),  helpCommand(),   completionCommand(), completeCommand(),
-                     manualCommand()},
-        .version = version};
+    return {.name = "kvx",
+            .summary = "Works with the files of a store",
+            .options = {option("--store", "URL", "The store to work on, by URL or path"),
+                        flag("-q,--quiet", "Show no progress, and report only what went wrong"),
+                        flag("-v,--verbose", "Report each thing that is done"),
+                        flag("--json", "Print for programs: one JSON object a line")},
+            .notes = std::string(NAMES_AND_STORE) + EXIT_CODES,
+            .commands = {putCommand(),        getCommand(),        catCommand(),
+                         lsCommand(),         treeCommand(),       duCommand(),
+                         findCommand(),       statCommand(),       mkdirCommand(),
+                         rmCommand(),         mvCommand(),         cpCommand(),
+                         syncCommand(),       watchCommand(),      versionsCommand(),
+                         restoreCommand(),    grantCommand(),      revokeCommand(),
+                         grantsCommand(),     inviteCommand(),     invitationsCommand(),
+                         acceptCommand(),     declineCommand(),    uninviteCommand(),
+                         sharedCommand(),     dfCommand(),         policyCommand(),
+                         loginCommand(),      logoutCommand(),     initCommand(),
+                         userCommand(),       bucketCommand(),     verifyCommand(),
+                         sweepCommand(),      pruneCommand(),      backupCommand(),
+                         migrateCommand(),    statisticsCommand(), helpCommand(),
+                         completionCommand(), completeCommand(),   manualCommand()},
+            .version = version};
 }
 
 }  // namespace storage::kvxtool

@@ -14,8 +14,8 @@ Command acceptCommand(), backupCommand(), bucketCommand(), catCommand(), complet
     completionCommand(), cpCommand(), declineCommand(), dfCommand(), duCommand(), findCommand(),
     getCommand(), grantCommand(), grantsCommand(), helpCommand(), initCommand(),
     invitationsCommand(), inviteCommand(), loginCommand(), logoutCommand(), lsCommand(),
-    manualCommand(), mkdirCommand(), mvCommand(), policyCommand(), pruneCommand(), putCommand(),
-    restoreCommand(), revokeCommand(), rmCommand(), sharedCommand(), statCommand(),
+    manualCommand(), migrateCommand(), mkdirCommand(), mvCommand(), policyCommand(), pruneCommand(),
+    putCommand(), restoreCommand(), revokeCommand(), rmCommand(), sharedCommand(), statCommand(),
     statisticsCommand(), sweepCommand(), syncCommand(), treeCommand(), uninviteCommand(),
     userCommand(), verifyCommand(), versionsCommand(), watchCommand();
 

@@ -89,6 +89,28 @@ struct Pruned {
     unsigned long bytes = 0;
 };
 
+/// How far a migration is.
+struct MigrationProgress {
+    /// What is done at a time, in this order.
+    enum class Step {
+        COPYING,    ///< Rows that an earlier run copied are not copied again.
+        COMPARING,  ///< All rows of both stores.
+        VERIFYING   ///< The new store, contents and all; tells nothing more until it is done.
+    };
+    Step step = Step::COPYING;     ///< What is being done.
+    std::string table;             ///< The table of the database that it is done with.
+    unsigned long rows = 0;        ///< The rows of that table with which it is done in this run.
+    unsigned long bytes = 0;       ///< The bytes of content that are copied.
+    unsigned long totalBytes = 0;  ///< The bytes of content in the source, used or not.
+};
+
+/// A table that is the same in both stores after a migration.
+struct MigratedTable {
+    std::string name;            ///< In the database.
+    unsigned long rows = 0;      ///< The number of its rows.
+    unsigned long checksum = 0;  ///< That of all of its rows.
+};
+
 /// Something in a store that does not fit together.
 struct Damage {
     std::string sentence;   ///< What is damaged and in which way, in UTF-8, for people.

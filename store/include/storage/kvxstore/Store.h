@@ -245,6 +245,28 @@ public:
     /// verify() finds damage in the copy.
     void backup(const std::string& path) const;
 
+    /// Copies a whole store into a new one that another URL names, on the same engine or another:
+    /// users, tokens, buckets, files and folders with their versions, labels and times, rights,
+    /// invitations with their ids, policies. Sessions, handles, download locations and what only
+    /// these hold are left out. Users log in to it with the same tokens; it refuses the watermarks
+    /// of the source.
+    ///
+    /// The source is read as it is at one moment, and nothing of it is written; others may go on
+    /// with it. An interrupted migration is gone on with by the same call, provided that the source
+    /// has not changed meanwhile. At the end every row of both stores is compared, and the new
+    /// store verified; before that it cannot be opened.
+    ///
+    /// `tell`, unless empty, is told of the progress, on the calling thread; what it throws
+    /// interrupts the migration. Returns what was compared.
+    ///
+    /// @throws StoreError with NOT_FOUND when the source or the folder of a new file does not
+    /// exist, ALREADY_EXISTS when the target is a store, or has the beginning of a migration from
+    /// another store or from this one as it was before a change, IN_USE when another run has gone
+    /// on with the migration, and DAMAGED when there is damage in the source that verify() finds.
+    static std::vector<MigratedTable> migrate(
+        const std::string& from, const std::string& to,
+        const std::function<void(const MigrationProgress&)>& tell = {});
+
 private:
     explicit Store(std::shared_ptr<services::Engine> engine);
 

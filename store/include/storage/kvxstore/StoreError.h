@@ -21,7 +21,8 @@ enum class StoreErrorCode {
     NOT_A_STORE,     ///< The file is something else, or a folder.
     NEWER_VERSION,   ///< A newer version of this software made the store.
     DAMAGED,         ///< The store's file does not contain what it should.
-    IN_USE,          ///< Another program kept the store locked for StoreOptions::lockPatience.
+    IN_USE,          ///< Another program kept the store locked for StoreOptions::lockPatience, or
+                     ///< a migration into it has not ended.
     FULL,            ///< The disk is full.
     NOT_WRITABLE,    ///< The file, its folder or its file system may not be written, or not read.
     FILE_CHANGED,    ///< The file was deleted, moved, replaced, cut, overwritten or hard-linked.

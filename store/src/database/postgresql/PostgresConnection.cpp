@@ -342,6 +342,18 @@ std::int64_t PostgresConnection::idAfter(std::string_view table, std::int64_t /*
     return nextId(table);
 }
 
+std::int64_t PostgresConnection::highestId(std::string_view table) {
+    return number("select case when is_called then last_value else 0 end from " +
+                  std::string(table) + "_id_seq") +
+           idsAtOnce;
+}
+
+void PostgresConnection::raiseIds(std::string_view table, std::int64_t highest) {
+    query("select setval('" + std::string(table) + "_id_seq', $1)",
+          {std::max<std::int64_t>(highest, 1)});
+    ids_.clear();
+}
+
 void PostgresConnection::readChunk(std::int64_t chunk, std::size_t offset, char* into,
                                    std::size_t size) {
     const Rows row = query(

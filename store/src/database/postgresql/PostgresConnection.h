@@ -38,9 +38,12 @@ public:
     std::int64_t insert(std::string_view table, std::string_view columns,
                         std::initializer_list<Value> values) override;
     std::int64_t idAfter(std::string_view table, std::int64_t newest) override;
+    std::int64_t highestId(std::string_view table) override;
+    void raiseIds(std::string_view table, std::int64_t highest) override;
     void readChunk(std::int64_t chunk, std::size_t offset, char* into, std::size_t size) override;
     void copyInto(const std::string& path) override;
     void checkIntegrity(const std::function<void(std::string)>& /*tell*/) override {}
+    void analyze(std::string_view table) override { execute("analyze " + std::string(table)); }
     bool sharesWriting() const override { return true; }
     void lockNext(std::vector<std::int64_t> buckets) override { lockNext_ = std::move(buckets); }
     std::optional<std::int64_t> serverTime() const override { return serverTime_; }

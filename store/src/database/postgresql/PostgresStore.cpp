@@ -45,18 +45,18 @@ bool hasStore(Connection& connection) {
                "select case when to_regclass('schema_version') is null then 0 else 1 end") != 0;
 }
 
-void create(Connection& connection) {
+void create(Connection& connection, Purpose purpose) {
     connection.execute("begin");
-    createSchema(connection, serverDialect);
+    createSchema(connection, serverDialect, purpose);
     for (const std::string_view statement : ownStatements) {
         connection.execute(statement);
     }
     connection.execute("commit");
 }
 
-void createUnlessAnotherDid(PostgresConnection& connection) {
+void createUnlessAnotherDid(PostgresConnection& connection, Purpose purpose) {
     try {
-        create(connection);
+        create(connection, purpose);
     } catch (const DatabaseError&) {
         connection.execute("rollback");
         if (!hasStore(connection)) {
@@ -72,7 +72,7 @@ void requireEncoding(Connection& connection) {
     }
 }
 
-void findStore(PostgresConnection& connection, CreateMode mode) {
+void findStore(PostgresConnection& connection, CreateMode mode, Purpose purpose) {
     if (hasStore(connection)) {
         if (mode == CreateMode::MUST_BE_NEW) {
             throw StoreError(StoreErrorCode::ALREADY_EXISTS,
@@ -83,14 +83,18 @@ void findStore(PostgresConnection& connection, CreateMode mode) {
                          "there is no store in the database: kvx init creates one");
     } else {
         requireEncoding(connection);
-        createUnlessAnotherDid(connection);
+        createUnlessAnotherDid(connection, purpose);
     }
     const std::int64_t version = connection.number("select n from schema_version");
-    if (version != schemaVersion) {
+    requirePurpose(purpose, version);
+    if (purpose != Purpose::TARGET && version != schemaVersion) {
         throw StoreError(StoreErrorCode::NEWER_VERSION,
                          "another version of this software made the store (schema " +
                              std::to_string(version) + ", known " + std::to_string(schemaVersion) +
                              ")");
+    }
+    if (purpose == Purpose::SOURCE) {
+        return;
     }
     // Whoever has not written for a day has long settled what it did not know.
     connection.execute(
@@ -101,11 +105,11 @@ void findStore(PostgresConnection& connection, CreateMode mode) {
 }  // namespace
 
 Connector openPostgres(const std::string& url, CreateMode mode,
-                       std::chrono::milliseconds lockPatience) {
+                       std::chrono::milliseconds lockPatience, Purpose purpose) {
     requireUrl(url);
     try {
         PostgresConnection first(url, lockPatience);
-        findStore(first, mode);
+        findStore(first, mode, purpose);
     } catch (const TransientError& error) {
         throw StoreError(error.what());
     }

@@ -11,6 +11,6 @@ namespace storage::kvxstore::database {
 /// Connects to the store in the schema that a URL of a database server names, or makes it as the
 /// mode allows. No message has any of the URL's password or query.
 Connector openPostgres(const std::string& url, CreateMode mode,
-                       std::chrono::milliseconds lockPatience);
+                       std::chrono::milliseconds lockPatience, Purpose purpose);
 
 }  // namespace storage::kvxstore::database

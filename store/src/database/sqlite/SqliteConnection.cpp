@@ -263,6 +263,23 @@ std::int64_t SqliteConnection::insert(std::string_view table, std::string_view c
     return sqlite3_last_insert_rowid(database_.get());
 }
 
+std::int64_t SqliteConnection::highestId(std::string_view table) {
+    // Only ids that are never used twice are counted beside the rows.
+    const std::string name(table);
+    return number("select max((select coalesce(max(id), 0) from " + name +
+                      "), coalesce((select max(seq) from " + schema() +
+                      ".sqlite_sequence where name = $1), 0))",
+                  {name});
+}
+
+void SqliteConnection::raiseIds(std::string_view table, std::int64_t highest) {
+    if (number("select count(*) from sqlite_schema where name = $1 and sql like '%autoincrement%'",
+               {table}) != 0) {
+        execute("delete from sqlite_sequence where name = $1", {table});
+        execute("insert into sqlite_sequence(name, seq) values($1, $2)", {table, highest});
+    }
+}
+
 void SqliteConnection::readChunk(std::int64_t chunk, std::size_t offset, char* into,
                                  std::size_t size) {
     // A change of its row or a rollback makes an open blob useless.

@@ -45,6 +45,8 @@ public:
     std::int64_t execute(std::string_view sql, std::initializer_list<Value> values = {}) override;
     std::int64_t insert(std::string_view table, std::string_view columns,
                         std::initializer_list<Value> values) override;
+    std::int64_t highestId(std::string_view table) override;
+    void raiseIds(std::string_view table, std::int64_t highest) override;
     void readChunk(std::int64_t chunk, std::size_t offset, char* into, std::size_t size) override;
     void copyInto(const std::string& path) override;
     void checkIntegrity(const std::function<void(std::string)>& tell) override;

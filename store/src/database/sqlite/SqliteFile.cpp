@@ -71,8 +71,9 @@ bool examineFile(const std::string& path) {
     return false;
 }
 
-void checkVersion(std::int64_t version, const std::string& url) {
-    if (version > schemaVersion) {
+void checkVersion(std::int64_t version, const std::string& url, Purpose purpose) {
+    requirePurpose(purpose, version);
+    if (purpose != Purpose::TARGET && version > schemaVersion) {
         throw StoreError(StoreErrorCode::NEWER_VERSION,
                          "the store was made by a newer version of this software (schema " +
                              std::to_string(version) + ", known up to " +
@@ -80,9 +81,17 @@ void checkVersion(std::int64_t version, const std::string& url) {
     }
 }
 
+StoreError tooOld(const std::string& url) {
+    return {StoreErrorCode::NOT_WRITABLE,
+            "an earlier version of this software made the store, and it must be opened once where"
+            " it may be written: " +
+                url};
+}
+
 /// Whether the tables are there, of the present schema, and not those of a backup that has not been
 /// opened yet. Takes no lock that a writer holds.
-bool isReady(Connection& connection, const std::string& path, const std::string& url) {
+bool isReady(Connection& connection, const std::string& path, const std::string& url,
+             Purpose purpose) {
     if (connection.number("select count(*) from sqlite_schema") == 0) {
         return false;
     }
@@ -90,13 +99,15 @@ bool isReady(Connection& connection, const std::string& path, const std::string&
         throw StoreError(StoreErrorCode::NOT_A_STORE, "not a store file: " + path);
     }
     const std::int64_t version = connection.number("select n from schema_version");
-    checkVersion(version, url);
-    return version == schemaVersion &&
-           connection.number("select count(*) from identity where id = ''") == 0;
+    checkVersion(version, url, purpose);
+    return purpose == Purpose::TARGET ||
+           (version == schemaVersion &&
+            (purpose == Purpose::SOURCE ||
+             connection.number("select count(*) from identity where id = ''") == 0));
 }
 
 /// Makes the tables ready unless another program did so meanwhile.
-void makeReady(Connection& connection) {
+void makeReady(Connection& connection, Purpose purpose) {
     connection.execute("pragma page_size = 16384");
     // Only prepared: run, it would make the file's first page, and other programs would find that.
     // It settles the size of pages, too.
@@ -104,7 +115,7 @@ void makeReady(Connection& connection) {
     Transaction transaction(connection, Access::WRITE);
     if (connection.number("select count(*) from sqlite_schema") == 0) {
         connection.execute("pragma application_id = " + std::to_string(applicationId));
-        createSchema(connection, dialect);
+        createSchema(connection, dialect, purpose);
     }
     upgradeSchema(connection);
     connection.execute("update identity set id = $1 where id = ''", {newIdentity()});
@@ -132,19 +143,33 @@ bool claimFile(const std::string& path, CreateMode mode) {
 }
 
 /// Connects to the database, and makes the tables if it has none.
-Connector openLocation(const SqliteLocation& location, const std::string& url) {
+Connector openLocation(const SqliteLocation& location, const std::string& url, Purpose purpose) {
     // The connector keeps it, because a database in memory ends with its last connection.
     std::shared_ptr<SqliteConnection> first;
     retryWhileBusy(location.lockPatience, [&] {
         if (!first) {
             first = std::make_shared<SqliteConnection>(location);
         }
-        if (!isReady(*first, location.name, url)) {
-            makeReady(*first);
+        if (!isReady(*first, location.name, url, purpose)) {
+            makeReady(*first, purpose);
+            // Another program may have made them, for another purpose.
+            isReady(*first, location.name, url, purpose);
         }
         first->execute("pragma journal_mode = wal");
     });
     return [location, first] { return std::make_unique<SqliteConnection>(location); };
+}
+
+/// Connects to a file, and changes nothing of it.
+Connector openSource(const SqliteLocation& location, const std::string& url) {
+    return [location, url] {
+        auto connection = std::make_unique<SqliteConnection>(location);
+        connection->execute("pragma query_only = on");
+        if (!isReady(*connection, location.name, url, Purpose::SOURCE)) {
+            throw tooOld(url);
+        }
+        return connection;
+    };
 }
 
 /// Whether the file may be written, and the log that a change needs.
@@ -164,12 +189,9 @@ Connector openReadOnly(const std::string& path, const std::string& url,
     auto first = std::make_shared<SqliteConnection>(location);
     Transaction transaction(*first, Access::READ);
     const std::int64_t version = first->number("select n from schema_version");
-    checkVersion(version, url);
+    checkVersion(version, url, Purpose::USE);
     if (version < schemaVersion) {
-        throw StoreError(StoreErrorCode::NOT_WRITABLE,
-                         "an earlier version of this software made the store, and it must be"
-                         " opened once where it may be written: " +
-                             url);
+        throw tooOld(url);
     }
     transaction.commit();
     return [location, first] { return std::make_unique<SqliteConnection>(location); };
@@ -199,15 +221,24 @@ std::string withoutLinks(const std::string& path) {
 
 }  // namespace
 
-Connector openSqliteMemory(const std::string& url) { return openLocation(newMemory(), url); }
+Connector openSqliteMemory(const std::string& url) {
+    return openLocation(newMemory(), url, Purpose::USE);
+}
 
 Connector openSqliteFile(const std::string& path, const std::string& url, CreateMode mode,
-                         std::chrono::milliseconds lockPatience) {
+                         std::chrono::milliseconds lockPatience, Purpose purpose) {
     const std::string absolute = absolutePath(path);
     const bool made = claimFile(absolute, mode);
     try {
         const std::string real = withoutLinks(absolute);
-        return mayWrite(real) ? openLocation({real, nullptr, lockPatience, {}}, url)
+        const SqliteLocation location{real, nullptr, lockPatience, {}};
+        if (purpose == Purpose::SOURCE && mayWrite(real)) {
+            return openSource(location, url);
+        }
+        if (purpose == Purpose::TARGET && !mayWrite(real)) {
+            throw StoreError(StoreErrorCode::NOT_WRITABLE, notWritable);
+        }
+        return mayWrite(real) ? openLocation(location, url, purpose)
                               : openReadOnly(real, url, lockPatience);
     } catch (...) {
         if (made) {

@@ -10,7 +10,7 @@ namespace storage::kvxstore::database {
 
 /// Opens the store in a file, or makes it as the mode allows. Fails as open() does.
 Connector openSqliteFile(const std::string& path, const std::string& url, CreateMode mode,
-                         std::chrono::milliseconds lockPatience);
+                         std::chrono::milliseconds lockPatience, Purpose purpose);
 
 /// Makes a store in memory. It lasts as long as the connector and its connections.
 Connector openSqliteMemory(const std::string& url);
