@@ -26,6 +26,19 @@ public:
         }
     }
 
+    /// The integer in the first row.
+    long number(const std::string& sql) const {
+        long result = 0;
+        const auto read = [](void* into, int, char** values, char**) {
+            *static_cast<long*>(into) = values[0] == nullptr ? 0 : std::stol(values[0]);
+            return 0;
+        };
+        if (sqlite3_exec(database_, sql.c_str(), read, &result, nullptr) != SQLITE_OK) {
+            throw std::runtime_error(sqlite3_errmsg(database_));
+        }
+        return result;
+    }
+
 private:
     sqlite3* database_ = nullptr;
 };
