@@ -45,7 +45,8 @@ std::shared_ptr<Store> Store::open(const std::string& url, StoreOptions options)
     try {
         return std::shared_ptr<Store>(new Store(services::Engine::start(url, std::move(options))));
     } catch (const database::DatabaseError& error) {
-        throw StoreError(error.code(), "cannot open the store " + database::shownUrl(url) + ": " + error.what());
+        throw StoreError(error.code(),
+                         "cannot open the store " + database::shownUrl(url) + ": " + error.what());
     }
 }
 
