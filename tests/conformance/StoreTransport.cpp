@@ -5,7 +5,8 @@
 #include "storage/kvxstore/Store.h"
 
 // The embedded store as the kit sees it; in memory unless CONFORMANCE_STORE is "file",
-// or "server" for the one that KVXSTORE_TEST_POSTGRES names, behind a decorator that misbehaves as CONFORMANCE_MISBEHAVIOUR says, if that is set.
+// or "server" for the one that KVXSTORE_TEST_POSTGRES names, behind a decorator that misbehaves as
+// CONFORMANCE_MISBEHAVIOUR says, if that is set.
 
 namespace storage::kvxconformance {
 

@@ -73,7 +73,8 @@ TEST(StoreFileTest, RefusesWhatItCannotOpenAndLeavesItAlone) {
         {"sqlite:", CREATE_IF_MISSING, ILLEGAL_URL, "the URL names no file: "},
         {"sqlite://host/file", CREATE_IF_MISSING, ILLEGAL_URL, "a file's URL is "},
         {"postgresql://host/db?none=1", CREATE_IF_MISSING, ILLEGAL_URL, "postgresql://"},
-        {"/plain/path", CREATE_IF_MISSING, ILLEGAL_URL, "a store's URL begins with \"sqlite:\" or "},
+        {"/plain/path", CREATE_IF_MISSING, ILLEGAL_URL,
+         "a store's URL begins with \"sqlite:\" or "},
     };
     for (const auto& [url, mode, code, message] : cases) {
         const std::string path = url.substr(url.find("//") == url.npos ? 0 : 9);

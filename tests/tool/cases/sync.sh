@@ -1,6 +1,6 @@
 mkdir -p up/empty 'up/two words/deep'
 for name in $'new\nline' '😀' -dash a:b 'two words/deep/.hidden' '[x]'; do echo "$name" >"up/$name"; done
-head -c 5M /dev/urandom >up/large
+{ echo large; head -c 5M /dev/urandom; } >up/large
 touch -d '1965-04-03 02:01:00.123456789' up/-dash up/none
 touch -d @0 up/a:b  # No time that a store can keep.
 kvx init -q
@@ -14,7 +14,7 @@ diff <(cd up && find . -type f ! -name a:b -printf '%p %T@\n' | sort) \
     <(cd new/down && find . -type f ! -name a:b -printf '%p %T@\n' | sort)
 [[ $(kvx sync -v :/new/target new/down/.) == '0 files received, 0 deleted, 8 unchanged' ]] || fail 'got twice'
 
-# Only their contents tell these from what the store has.
+# Only their contents tell these from what the store has.  Neither has the letter there yet.
 for name in large -dash; do
     printf x | dd of="up/$name" bs=1 seek=2 conv=notrunc status=none && touch -r "new/down/$name" "up/$name"
 done
