@@ -92,24 +92,29 @@ protected:
         seen = look(*store);
     }
 
-    void share(const Account& ada, const Account& bob) {
-        for (const char16_t* name : {u"bob", u"later"}) {
-            ada.sharing->grantPermission(PermissionGrantRequest(Resource(u"/d", u""))
-                                             .withSubject(Subject().withSubjectName(name))
-                                             .withOperation(Operation::READ)
-                                             .withAllowNonExistingUser(true));
-        }
-        for (const char16_t* name : {u"", u"bob", u"later@example.org"}) {
-            const auto invitation =
-                ada.sharing
-                    ->createInvitation(InvitationCreateRequest(Resource(u"/d", u""))
-                                           .withRecipient(name)
-                                           .withAccessType(AccessType::READ_WRITE))
-                    .getInvitation();
-            invitations.push_back(invitation.getInvitationId());
-        }
+    static void grant(const Account& owner, const char16_t* name) {
+        owner.sharing->grantPermission(PermissionGrantRequest(Resource(u"/d", u""))
+                                           .withSubject(Subject().withSubjectName(name))
+                                           .withOperation(Operation::READ)
+                                           .withAllowNonExistingUser(true));
+    }
+
+    static std::string invite(const Account& owner, const char16_t* name) {
+        return owner.sharing
+            ->createInvitation(InvitationCreateRequest(Resource(u"/d", u""))
+                                   .withRecipient(name)
+                                   .withAccessType(AccessType::READ_WRITE))
+            .getInvitation()
+            .getInvitationId();
+    }
+
+    static void share(const Account& ada, const Account& bob) {
+        grant(ada, u"bob");
+        grant(ada, u"later");
+        invite(ada, u"");
+        invite(ada, u"later@example.org");
         bob.sharing->updateInvitation(InvitationUpdateRequest()
-                                          .withInvitationId(invitations[1])
+                                          .withInvitationId(invite(ada, u"bob"))
                                           .withStatus(InvitationStatus::ACCEPTED));
     }
 
@@ -178,7 +183,6 @@ protected:
     const std::string from = "sqlite://" + file;
     unsigned targets = 0;
     std::vector<std::string> tokens;
-    std::vector<std::string> invitations;
     std::string location;
     std::string watermark;
     std::string session;
@@ -228,7 +232,9 @@ TEST_F(MigrationTest, KeepsEverythingThatLastsOnTheWayThereAndBack) {
         EXPECT_EQ(later.get(u"/d/f299", u"ada"), "299");
         later.put(u"/new", noise(600'000));
         ada.put(u"/d/big", "three", true);
-        share(later, ada);
+        later.makeFolder(u"/d");
+        grant(later, u"ada");
+        invite(later, u"ada");
         EXPECT_EQ(later.get(u"/new"), noise(600'000));
         EXPECT_EQ(store->verify(), std::vector<std::string>());
     }

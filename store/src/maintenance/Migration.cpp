@@ -20,11 +20,11 @@ using database::Access;
 using database::Connection;
 using database::Transaction;
 
-enum class Kind { NUMBER, TEXT, FREE_TEXT, BYTES, CHUNK };
+enum class CellType { NUMBER, TEXT, FREE_TEXT, BYTES, CHUNK };
 
 struct Column {
     std::string name;
-    Kind kind = Kind::NUMBER;
+    CellType type = CellType::NUMBER;
     /// Its value in the source.
     std::string source = name;
 };
@@ -59,21 +59,21 @@ const std::string isOfExtent =
 const std::array<Table, 12> tables{{
     {"users",
      {{"id"},
-      {"name", Kind::TEXT},
-      {"email", Kind::FREE_TEXT},
-      {"first_name", Kind::FREE_TEXT},
-      {"last_name", Kind::FREE_TEXT},
+      {"name", CellType::TEXT},
+      {"email", CellType::FREE_TEXT},
+      {"first_name", CellType::FREE_TEXT},
+      {"last_name", CellType::FREE_TEXT},
       {"quota"}},
      1,
      true},
-    {"tokens", {{"hash", Kind::BYTES}, {"owner"}}},
+    {"tokens", {{"hash", CellType::BYTES}, {"owner"}}},
     {"buckets",
      {{"id"},
-      {"name", Kind::TEXT},
+      {"name", CellType::TEXT},
       {"owner"},
       {"root"},
       {"seq"},
-      {"used", Kind::NUMBER, bytesOfVersions},
+      {"used", CellType::NUMBER, bytesOfVersions},
       {"structure"}},
      1,
      true},
@@ -81,7 +81,7 @@ const std::array<Table, 12> tables{{
      {{"id"},
       {"bucket"},
       {"parent"},
-      {"name", Kind::TEXT},
+      {"name", CellType::TEXT},
       {"kind"},
       {"seq"},
       {"size"},
@@ -92,12 +92,12 @@ const std::array<Table, 12> tables{{
       {"shared"}},
      1,
      true},
-    {"vacated", {{"parent"}, {"name", Kind::TEXT}, {"bucket"}, {"seq"}, {"node"}, {"kind"}}, 2},
+    {"vacated", {{"parent"}, {"name", CellType::TEXT}, {"bucket"}, {"seq"}, {"node"}, {"kind"}}, 2},
     {"versions",
      {{"node"},
       {"label"},
       {"content"},
-      {"content_type", Kind::FREE_TEXT},
+      {"content_type", CellType::FREE_TEXT},
       {"created"},
       {"checksum"}},
      2},
@@ -105,31 +105,31 @@ const std::array<Table, 12> tables{{
      {{"id"},
       {"node"},
       {"grantee"},
-      {"name", Kind::TEXT},
+      {"name", CellType::TEXT},
       {"level"},
-      {"invitation", Kind::TEXT},
+      {"invitation", CellType::TEXT},
       {"seq"}},
      1,
      true},
     {"invitations",
-     {{"id", Kind::TEXT},
+     {{"id", CellType::TEXT},
       {"node"},
       {"inviter"},
       {"recipient"},
-      {"recipient_name", Kind::FREE_TEXT},
+      {"recipient_name", CellType::FREE_TEXT},
       {"type"},
       {"level"},
       {"status"},
       {"created"},
-      {"origin", Kind::TEXT}}},
+      {"origin", CellType::TEXT}}},
     {"policies", {{"node"}, {"versions"}, {"public_access"}}},
     {"contents", {{"id"}, {"size"}, {"stored"}, {"checksum"}}, 1, true, isOfVersion},
     {"extents",
-     {{"content"}, {"idx"}, {"chunk"}, {"size"}, {"checksums", Kind::BYTES}},
+     {{"content"}, {"idx"}, {"chunk"}, {"size"}, {"checksums", CellType::BYTES}},
      2,
      false,
      isOfContent},
-    {"chunks", {{"id"}, {"checksum"}, {"data", Kind::CHUNK}}, 1, true, isOfExtent, 16},
+    {"chunks", {{"id"}, {"checksum"}, {"data", CellType::CHUNK}}, 1, true, isOfExtent, 16},
 }};
 
 using Cell = std::variant<std::int64_t, std::string>;
@@ -139,10 +139,10 @@ using Page = std::vector<CopiedRow>;
 /// What a page is read for: the whole rows of the source, or what is compared of either side.
 enum class Reading { COPY, SOURCE, TARGET };
 
-Kind kindFor(const Column& column, Reading reading) {
+CellType typeFor(const Column& column, Reading reading) {
     // Who copies chunks compares them with their checksums, and so does a verification.
-    const bool isLength = column.kind == Kind::CHUNK && reading != Reading::COPY;
-    return isLength ? Kind::NUMBER : column.kind;
+    const bool isLength = column.type == CellType::CHUNK && reading != Reading::COPY;
+    return isLength ? CellType::NUMBER : column.type;
 }
 
 std::string listOf(const Table& table, std::size_t count, std::string Column::*member) {
@@ -158,7 +158,7 @@ std::string selectionFor(const Table& table, Reading reading, bool fromStart) {
     for (const Column& column : table.columns) {
         const std::string& value = reading == Reading::TARGET ? column.name : column.source;
         sql.append(&column == &table.columns.front() ? "" : ", ");
-        sql += kindFor(column, reading) == column.kind ? value : "length(" + value + ')';
+        sql += typeFor(column, reading) == column.type ? value : "length(" + value + ')';
     }
     const std::string keys = listOf(table, table.keys, &Column::name);
     sql += " from " + table.name + " where ";
@@ -169,15 +169,15 @@ std::string selectionFor(const Table& table, Reading reading, bool fromStart) {
     return sql + " order by " + keys + " limit " + std::to_string(table.pageSize);
 }
 
-database::Value valueOf(const Cell& cell, Kind kind) {
+database::Value valueOf(const Cell& cell, CellType type) {
     if (const auto* number = std::get_if<std::int64_t>(&cell)) {
         return *number;
     }
     const std::string_view bytes = std::get<std::string>(cell);
-    switch (kind) {
-        case Kind::TEXT:
+    switch (type) {
+        case CellType::TEXT:
             return bytes;
-        case Kind::FREE_TEXT:
+        case CellType::FREE_TEXT:
             return database::FreeText{bytes};
         default:
             return database::Blob{bytes};
@@ -188,15 +188,15 @@ database::Value valueOf(const Cell& cell, Kind kind) {
 Page readPage(Connection& database, const Table& table, Reading reading,
               const std::optional<CopiedRow>& after) {
     const std::string sql = selectionFor(table, reading, !after);
-    const auto key = [&](std::size_t i) { return valueOf((*after)[i], table.columns[i].kind); };
+    const auto key = [&](std::size_t i) { return valueOf((*after)[i], table.columns[i].type); };
     const auto rows = !after            ? database.query(sql)
                       : table.keys == 1 ? database.query(sql, {key(0)})
                                         : database.query(sql, {key(0), key(1)});
     return collect(rows, [&](const database::Statement& row) {
         CopiedRow copied;
         for (int i = 0; const Column& column : table.columns) {
-            kindFor(column, reading) == Kind::NUMBER ? copied.emplace_back(row.integer(i))
-                                                     : copied.emplace_back(row.text(i));
+            typeFor(column, reading) == CellType::NUMBER ? copied.emplace_back(row.integer(i))
+                                                         : copied.emplace_back(row.text(i));
             ++i;
         }
         return copied;
@@ -217,8 +217,8 @@ std::optional<CopiedRow> lastKey(Connection& database, const Table& table) {
     CopiedRow key;
     for (std::size_t i = 0; i < table.keys; ++i) {
         const int column = static_cast<int>(i);
-        table.columns[i].kind == Kind::NUMBER ? key.emplace_back(row->integer(column))
-                                              : key.emplace_back(row->text(column));
+        table.columns[i].type == CellType::NUMBER ? key.emplace_back(row->integer(column))
+                                                  : key.emplace_back(row->text(column));
     }
     return key;
 }
@@ -230,7 +230,7 @@ void insertRows(Connection& database, const Table& table, const Page& page) {
     for (const CopiedRow& row : page) {
         typename BulkInsert<columns>::Row values;
         for (std::size_t i = 0; i < columns; ++i) {
-            values[i] = valueOf(row[i], table.columns[i].kind);
+            values[i] = valueOf(row[i], table.columns[i].type);
         }
         rows.add(values);
     }
@@ -247,7 +247,7 @@ void insertPage(Connection& database, const Table& table, const Page& page) {
     (std::make_index_sequence<11>());
 }
 
-std::int64_t continueChecksum(std::int64_t checksum, const CopiedRow& row) {
+std::int64_t checksumWith(std::int64_t checksum, const CopiedRow& row) {
     std::string bytes;
     for (const Cell& cell : row) {
         const auto* text = std::get_if<std::string>(&cell);
@@ -309,7 +309,7 @@ private:
             for (Page page; !(page = read(tables[i], Reading::SOURCE, last)).empty();
                  last = page.back()) {
                 for (const CopiedRow& row : page) {
-                    checksum = continueChecksum(checksum, row);
+                    checksum = checksumWith(checksum, row);
                 }
             }
         }
@@ -396,7 +396,7 @@ private:
     void copy(const Table& table) {
         auto last = inStore("the target", [&] { return lastKey(target_.database, table); });
         for (Page page; !(page = read(table, Reading::COPY, last)).empty();) {
-            if (table.columns.back().kind == Kind::CHUNK) {
+            if (table.columns.back().type == CellType::CHUNK) {
                 countChunks(page);
             }
             change([&] { insertPage(target_.database, table, page); });
@@ -431,7 +431,7 @@ private:
                 break;
             }
             for (const CopiedRow& row : page) {
-                checksum = continueChecksum(checksum, row);
+                checksum = checksumWith(checksum, row);
             }
             compared.rows += page.size();
             tell(MigrationProgress::Step::COMPARING, table, page.size());
