@@ -81,7 +81,7 @@ int main(int argc, char** argv) try {
     bench::ServedStore served(folder);
     bench::BareClient bare(served);
     bench::Nginx nginx(folder);
-    bench::EmbeddedStore embedded(folder);
+    bench::EmbeddedStore embedded("sqlite://" + folder + "/store.db");
     for (bench::LocalPeer* peer :
          std::initializer_list<bench::LocalPeer*>{&served, &nginx, &embedded}) {
         peer->prepare();

@@ -19,8 +19,7 @@ Resource resource(const std::string& name) {
 
 }  // namespace
 
-EmbeddedStore::EmbeddedStore(const std::string& folder)
-    : store_(storage::kvxstore::Store::open("sqlite://" + folder + "/store.db")) {
+EmbeddedStore::EmbeddedStore(const std::string& url) : store_(storage::kvxstore::Store::open(url)) {
     const std::string token = store_->createUser({u"bench"});
     begin(store_->createClient(), token);
 }

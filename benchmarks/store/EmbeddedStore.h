@@ -34,7 +34,7 @@ private:
 /// The store within this process.
 class EmbeddedStore final : public ClientPeer {
 public:
-    explicit EmbeddedStore(const std::string& folder);
+    explicit EmbeddedStore(const std::string& url);
 
 private:
     std::shared_ptr<storage::kvxstore::Store> store_;

@@ -25,9 +25,9 @@ struct NamedPeer {
 using Peers = std::vector<NamedPeer>;
 
 template <class Local>
-NamedPeer prepared(const char* name, const std::string& folder) {
+NamedPeer prepared(const char* name, const std::string& place) {
     std::fprintf(stderr, "Preparing %s ...\n", name);
-    auto peer = std::make_unique<Local>(folder);
+    auto peer = std::make_unique<Local>(place);
     peer->prepare();
     return {name, std::move(peer)};
 }
@@ -77,7 +77,7 @@ int main(int argc, char** argv) try {
     }
     const std::string folder = argv[1];
     Peers peers;
-    peers.push_back(prepared<bench::EmbeddedStore>("kvxstore", folder));
+    peers.push_back(prepared<bench::EmbeddedStore>("kvxstore", "sqlite://" + folder + "/store.db"));
     peers.push_back(prepared<bench::RawSqlite>("raw SQLite", folder));
     peers.push_back(prepared<bench::PlainFiles>("plain files", folder + "/plain"));
     if (argc > 2) {

@@ -147,66 +147,22 @@ RawSqlite::RawSqlite(const std::string& folder) {
     for (int i = 0; i < mostCallers; ++i) {
         readers_.push_back(std::make_unique<Connection>(path));
     }
-    thread_ = std::thread([this] { write(); });
+    start();
 }
 
-RawSqlite::~RawSqlite() {
-    {
-        const std::lock_guard guard(lock_);
-        ends_ = true;
-    }
-    arrived_.notify_one();
-    thread_.join();
-}
+RawSqlite::~RawSqlite() { stop(); }
 
-void RawSqlite::runJob(Job& job) {
-    auto done = job.done.get_future();
-    {
-        const std::lock_guard guard(lock_);
-        jobs_.push_back(&job);
-    }
-    arrived_.notify_one();
-    done.get();
-}
-
-std::vector<RawSqlite::Job*> RawSqlite::takeBatch() {
-    std::unique_lock guard(lock_);
-    arrived_.wait(guard, [this] { return ends_ || !jobs_.empty(); });
-    std::vector<Job*> batch;
-    for (std::size_t bytes = 0; !jobs_.empty() && batch.size() < 64 && bytes < 4UL << 20U;) {
-        bytes += jobs_.front()->content.size();
-        batch.push_back(jobs_.front());
-        jobs_.pop_front();
-    }
-    return batch;
-}
-
-void RawSqlite::write() {
-    for (auto batch = takeBatch(); !batch.empty(); batch = takeBatch()) {
-        writer_->run("begin immediate");
-        for (const Job* job : batch) {
-            if (job->entries == 0) {
-                putFile(*writer_, rootFolder, job->name, job->content);
-            }
-            for (std::size_t i = 0; i < job->entries; ++i) {
-                putFile(*writer_, listedFolder, "entry-" + std::to_string(i), {});
-            }
+void RawSqlite::commit(const Batch& batch) {
+    writer_->run("begin immediate");
+    for (const Job* job : batch) {
+        if (job->entries == 0) {
+            putFile(*writer_, rootFolder, job->name, job->content);
         }
-        writer_->run("commit");
-        for (Job* job : batch) {
-            job->done.set_value();
+        for (std::size_t i = 0; i < job->entries; ++i) {
+            putFile(*writer_, listedFolder, "entry-" + std::to_string(i), {});
         }
     }
-}
-
-void RawSqlite::put(const std::string& name, std::string_view content) {
-    Job job{name, content};
-    runJob(job);
-}
-
-void RawSqlite::fill(std::size_t entries) {
-    Job job{{}, {}, entries};
-    runJob(job);
+    writer_->run("commit");
 }
 
 std::size_t RawSqlite::get(int caller, const std::string& name) {
