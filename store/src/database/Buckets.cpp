@@ -55,6 +55,19 @@ const BucketRow* Buckets::findOwn(std::int64_t user) {
     return take(*connection_.query(selectOwn, {user}));
 }
 
+const OwnerRow& Buckets::ownerOf(const BucketRow& bucket) {
+    if (const auto known = owners_.find(bucket.owner); known != owners_.end()) {
+        return known->second;
+    }
+    const auto row = connection_.query(
+        "select quota, (select count(*) from buckets where owner = $1) from users where id = $1",
+        {bucket.owner});
+    if (!row->next()) {
+        throwDamaged("the owner of a bucket is missing");
+    }
+    return owners_[bucket.owner] = {row->integer(0), row->integer(1) > 1};
+}
+
 void Buckets::prime(std::int64_t id) {
     if (!held_.contains(id)) {
         connection_.prime(selectById, {id});
@@ -90,6 +103,7 @@ void Buckets::count(std::int64_t id, const BucketStep& step) {
 
 void Buckets::hold(std::int64_t id, std::optional<BucketRow> row) {
     held_[id] = {std::move(row), false};
+    owners_.clear();
 }
 
 void Buckets::write() {
@@ -107,12 +121,14 @@ void Buckets::release() {
     for (auto& [id, held] : held_) {
         held.row.reset();
     }
+    owners_.clear();
 }
 
 void Buckets::begin(bool mustHold) {
     mustHold_ = mustHold;
     held_.clear();
     saved_.clear();
+    owners_.clear();
 }
 
 }  // namespace storage::kvxstore::database

@@ -30,6 +30,13 @@ struct BucketStep {
     std::int64_t structure = 0;
 };
 
+/// What limits a bucket, and changes only under all buckets of the owner.
+struct OwnerRow {
+    std::int64_t quota = 0;
+    /// Whether other buckets count in the quota too.
+    bool hasOthers = false;
+};
+
 /// The buckets that a transaction works in. Counts in memory, and writes each row once.
 class Buckets {
 public:
@@ -41,6 +48,12 @@ public:
     const BucketRow* find(const std::string& name);
     /// The bucket that has the name of its owner.
     const BucketRow* findOwn(std::int64_t user);
+
+    /// What limits a bucket; read once a transaction. Valid until the next call.
+    /// REQUIRES: a transaction for writing, in which find() found the bucket.
+    const OwnerRow& ownerOf(const BucketRow& bucket);
+    /// To be called after a quota was changed.
+    void forgetOwners() { owners_.clear(); }
 
     /// Asks ahead for a find() by id.
     void prime(std::int64_t id);
@@ -66,7 +79,10 @@ public:
     void begin(bool mustHold);
     /// Remembers the state, for restore() after a rollback to here.
     void save() { saved_ = held_; }
-    void restore() { held_ = saved_; }
+    void restore() {
+        held_ = saved_;
+        owners_.clear();
+    }
 
     /// How often something was counted so far.
     std::int64_t counted() const { return counted_; }
@@ -89,6 +105,7 @@ private:
     bool mustHold_ = false;
     std::map<std::int64_t, Held> held_;
     std::map<std::int64_t, Held> saved_;
+    std::map<std::int64_t, OwnerRow> owners_;
     std::int64_t counted_ = 0;
 };
 

@@ -143,8 +143,12 @@ public:
     }
 
     /// Asks ahead: a query() with the same text and values in this transaction may take the answer.
-    /// REQUIRES: nothing changes what is asked for before that.
+    /// Any write makes the answer void, unless holdPrimed() keeps it.
     virtual void prime(std::string_view /*sql*/, std::initializer_list<Value> /*values*/) {}
+
+    /// Keeps what was asked ahead, but for this one, in spite of the writes until releasePrimed().
+    virtual void holdPrimed(std::string_view /*sql*/, std::initializer_list<Value> /*values*/) {}
+    virtual void releasePrimed() {}
 
     /// As query(), and locks the rows.
     /// REQUIRES: a transaction for writing, and a selection from one table.
@@ -168,6 +172,8 @@ public:
     /// Makes the ids of rows to come lie above this one.
     virtual void raiseIds(std::string_view table, std::int64_t highest) = 0;
 
+    /// Asks ahead for a readChunk() of the same range.
+    virtual void primeChunk(std::int64_t /*chunk*/, std::size_t /*offset*/, std::size_t /*size*/) {}
     /// Copies a range of a chunk.
     /// REQUIRES: the chunk has that many bytes; a shorter one throws DAMAGED.
     virtual void readChunk(std::int64_t chunk, std::size_t offset, char* into,

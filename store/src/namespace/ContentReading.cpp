@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <vector>
 
 #include "core/Checksum.h"
 #include "core/Text.h"
@@ -27,6 +28,21 @@ std::string nameOf(const Context& context, const Content& content) {
     return label == 0 ? name : name + ", version " + std::to_string(label) + ',';
 }
 
+/// The whole blocks around a range of a chunk; all of a chunk whose blocks have no checksums.
+struct BlockRange {
+    std::int64_t begin = 0;
+    std::int64_t end = 0;
+
+    BlockRange(const Extent& extent, std::int64_t from, std::int64_t to)
+        : begin(extent.checksums.empty() ? 0 : from - from % blockSize),
+          end(extent.checksums.empty()
+                  ? extent.size
+                  : std::min((to + blockSize - 1) / blockSize * blockSize, extent.size)) {}
+
+    std::size_t offset() const { return static_cast<std::size_t>(begin); }
+    std::size_t size() const { return static_cast<std::size_t>(end - begin); }
+};
+
 /// Passes on a range piece by piece, with zeros for holes.
 class RangeReader {
 public:
@@ -40,6 +56,17 @@ public:
           end_(offset + length),
           covered_(offset - offset % chunkSize),
           checksum_(beginChecksum(content.size)) {}
+
+    /// Asks ahead for what read() will read.
+    void prime(const Extent& extent) const {
+        const std::int64_t start = extent.idx * chunkSize;
+        if (extent.chunk != 0 && extent.size > 0 && extent.size <= chunkSize && start < end_) {
+            const std::int64_t from =
+                std::clamp<std::int64_t>(position_ - start, 0, extent.size - 1);
+            const BlockRange blocks(extent, from, std::min(end_ - start, extent.size));
+            context_.database.primeChunk(extent.chunk, blocks.offset(), blocks.size());
+        }
+    }
 
     void read(const Extent& extent) {
         const std::int64_t start = std::max<std::int64_t>(extent.idx, -1) * chunkSize;
@@ -150,6 +177,25 @@ database::Rows selectExtents(const Context& context, const Content& content, std
         {content.id, first, last});
 }
 
+void readExtents(database::Statement& extents, RangeReader& reader) {
+    constexpr std::size_t askedAtOnce = 4;
+    std::array<std::string, askedAtOnce> checksums;
+    std::vector<Extent> page;
+    for (bool more = true; more;) {
+        page.clear();
+        while (page.size() < askedAtOnce && (more = extents.next())) {
+            page.push_back({extents.integer(0), extents.integer(1), extents.integer(2),
+                            checksums.at(page.size()) = extents.bytes(3)});
+        }
+        for (const Extent& extent : page) {
+            reader.prime(extent);
+        }
+        for (const Extent& extent : page) {
+            reader.read(extent);
+        }
+    }
+}
+
 }  // namespace
 
 void throwDamagedContent(const Context& context, const Content& content,
@@ -177,10 +223,7 @@ void readRange(const Context& context, const Content& content, std::int64_t offs
     const auto damage = database::damageIn([&] {
         const auto extents =
             selectExtents(context, content, offset / chunkSize, (offset + length - 1) / chunkSize);
-        while (extents->next()) {
-            reader.read(
-                {extents->integer(0), extents->integer(1), extents->integer(2), extents->bytes(3)});
-        }
+        readExtents(*extents, reader);
         reader.finish();
     });
     if (damage) {
@@ -198,23 +241,19 @@ std::string_view readChunk(const Context& context, const Extent& extent, std::in
     if (hasBlocks && extent.checksums.size() != blocks * sizeof(std::int64_t)) {
         throw database::DatabaseError(StoreErrorCode::DAMAGED, "a part of it has a wrong size");
     }
-    const std::int64_t begin = hasBlocks ? from - from % blockSize : 0;
-    const std::int64_t end =
-        hasBlocks ? std::min((to + blockSize - 1) / blockSize * blockSize, extent.size)
-                  : extent.size;
-    buffer.resize(static_cast<std::size_t>(end - begin));
-    context.database.readChunk(extent.chunk, static_cast<std::size_t>(begin), buffer.data(),
-                               buffer.size());
-    const bool sound =
-        hasBlocks ? haveChecksums(extent, static_cast<std::size_t>(begin / blockSize), buffer)
-                  : checksumOf(buffer) ==
-                        context.database.number("select checksum from chunks where id = $1",
-                                                {extent.chunk});
+    const BlockRange range(extent, from, to);
+    buffer.resize(range.size());
+    context.database.readChunk(extent.chunk, range.offset(), buffer.data(), buffer.size());
+    const bool sound = hasBlocks
+                           ? haveChecksums(extent, range.offset() / blockSize, buffer)
+                           : checksumOf(buffer) ==
+                                 context.database.number(
+                                     "select checksum from chunks where id = $1", {extent.chunk});
     if (!sound) {
         throw database::DatabaseError(StoreErrorCode::DAMAGED,
                                       "bytes of it are not those that were stored");
     }
-    return std::string_view(buffer).substr(static_cast<std::size_t>(from - begin),
+    return std::string_view(buffer).substr(static_cast<std::size_t>(from - range.begin),
                                            static_cast<std::size_t>(to - from));
 }
 

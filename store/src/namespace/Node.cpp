@@ -38,6 +38,10 @@ void primeChild(const Context& context, std::int64_t folder, const std::string& 
     context.database.prime(selectNodeByName, {folder, name});
 }
 
+void holdOtherChildren(const Context& context, std::int64_t folder, const std::string& name) {
+    context.database.holdPrimed(selectNodeByName, {folder, name});
+}
+
 database::Rows selectChildren(const Context& context, std::int64_t folder) {
     return context.database.query(selectNodesByParent, {folder});
 }

@@ -47,6 +47,9 @@ std::optional<Node> findChild(const Context& context, std::int64_t folder, const
 /// Asks ahead for findChild().
 void primeChild(const Context& context, std::int64_t folder, const std::string& name);
 
+/// Keeps what was asked ahead, but for this child, until releasePrimed().
+void holdOtherChildren(const Context& context, std::int64_t folder, const std::string& name);
+
 /// The node and those that it lies in, up to the root, the trash, one that is missing or one that
 /// is known. Throws DAMAGED when a folder lies below itself.
 std::vector<Node> climb(

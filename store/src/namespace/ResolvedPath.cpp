@@ -63,31 +63,6 @@ std::string keyOf(std::int64_t user, const std::string& bucket,
     return key.append(1, '\0').append(bucket);
 }
 
-/// Asks ahead, in one round trip, for what resolve() reads where the folder is as it was.
-void primeLookups(const Context& context, const Resource& resource) {
-    const std::optional<std::int64_t> user = primeSession(context);
-    if (!user) {
-        return;
-    }
-    try {
-        std::vector<std::string> folders = splitPath(resource.getPath());
-        if (folders.empty()) {
-            return;
-        }
-        const std::string name = std::move(folders.back());
-        folders.pop_back();
-        const ResolvedPath* const folder =
-            LookupCache::on(context.database)
-                .guessFolder(keyOf(*user, resource.getUTF8Bucket(), folders));
-        if (folder != nullptr) {
-            context.database.buckets().prime(folder->bucket.id);
-            primeChild(context, folder->chain.back().id, name);
-        }
-    } catch (const KVXClientException&) {
-        // What is wrong with the path is told after what is wrong with the session.
-    }
-}
-
 /// Resolves the path of a folder. The cache keeps it unless it is very deep.
 ResolvedPath folderAt(const Context& context, std::int64_t user, const std::string& bucket,
                       const std::vector<std::string>& names) {
@@ -179,6 +154,38 @@ ResolvedPath resolve(const Context& context, const Resource& resource) {
     }
     return path;
 }
+
+void primeLookups(const Context& context, const Resource& resource) {
+    const std::optional<std::int64_t> user = primeSession(context);
+    if (!user) {
+        return;
+    }
+    try {
+        std::vector<std::string> folders = splitPath(resource.getPath());
+        if (folders.empty()) {
+            return;
+        }
+        const std::string name = std::move(folders.back());
+        folders.pop_back();
+        const ResolvedPath* const folder =
+            LookupCache::on(context.database)
+                .guessFolder(keyOf(*user, resource.getUTF8Bucket(), folders));
+        if (folder != nullptr) {
+            context.database.buckets().prime(folder->bucket.id);
+            primeChild(context, folder->chain.back().id, name);
+        }
+    } catch (const KVXClientException&) {
+        // What is wrong with the path is told after what is wrong with the session.
+    }
+}
+
+ChangeAt::ChangeAt(const Context& context, const ResolvedPath& path) : database_(context.database) {
+    if (!path.names.empty() && path.chain.size() >= path.names.size()) {
+        holdOtherChildren(context, path.chain[path.names.size() - 1].id, path.name());
+    }
+}
+
+ChangeAt::~ChangeAt() { database_.releasePrimed(); }
 
 void descend(const Context& context, ResolvedPath& path, const std::string& name) {
     if (path.exists() && path.chain.back().kind == Kind::FOLDER) {

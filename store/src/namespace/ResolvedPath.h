@@ -38,6 +38,22 @@ struct ResolvedPath {
 /// when the caller may not see the last node on it, whether or not the path goes on from there.
 ResolvedPath resolve(const Context& context, const Resource& resource);
 
+/// Asks ahead, in one round trip, for what resolve() reads where the folder is as it was.
+void primeLookups(const Context& context, const Resource& resource);
+
+/// While it lives, writes leave what was asked ahead of others as it is.
+/// REQUIRES: they change, of all that resolve() reads, only what is at the end of the path.
+class ChangeAt {
+public:
+    ChangeAt(const Context& context, const ResolvedPath& path);
+    ~ChangeAt();
+    ChangeAt(const ChangeAt&) = delete;
+    ChangeAt& operator=(const ChangeAt&) = delete;
+
+private:
+    database::Connection& database_;
+};
+
 /// The present path of a node with the rights of a user, who perhaps has none. The chain is empty
 /// when the node was deleted.
 ResolvedPath resolveNode(const Context& context, std::int64_t user, std::int64_t node);

@@ -29,16 +29,9 @@ Room roomIn(const Context& context, std::int64_t bucket) {
     if (row == nullptr) {
         refuse(ErrorCode::RESOURCE_NOT_FOUND);
     }
-    Room room{row->owner, 0, row->used};
-    const auto user = context.database.query(
-        "select quota, (select count(*) from buckets where owner = $1) from users where id = $1",
-        {room.owner});
-    if (!user->next()) {
-        database::throwDamaged("the owner of a bucket is missing");
-    }
-    room.quota = user->integer(0);
-    if (user->integer(1) > 1 && std::cmp_less(room.quota, NewUser::UNLIMITED)) {
-        room.used = 0;
+    const database::OwnerRow& owner = context.database.buckets().ownerOf(*row);
+    Room room{row->owner, owner.quota, row->used};
+    if (owner.hasOthers && std::cmp_less(room.quota, NewUser::UNLIMITED)) {
         context.database.buckets().write();
         room.used = context.database.number(
             "select cast(sum(used) as bigint) from buckets where owner = $1", {room.owner});

@@ -117,6 +117,7 @@ void setQuota(const Context& context, const std::u16string& user, unsigned long 
     const std::int64_t id = findUser(context, user);
     context.database.buckets().need(bucketsOf(context.database, id));
     context.database.execute("update users set quota = $2 where id = $1", {id, asStored(quota)});
+    context.database.buckets().forgetOwners();
 }
 
 void removeUser(const Context& context, const std::u16string& name) {

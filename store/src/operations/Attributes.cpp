@@ -17,6 +17,7 @@ SetMetadataResponse setMetadata(const Context& context, const SetMetadataRequest
     const ResolvedPath path = resolve(context, request.getResource());
     const Node& node = path.node(Right::WRITE);
     const std::int64_t time = request.getClientLastModified().time_since_epoch().count();
+    const ChangeAt change(context, path);
     const std::int64_t seq = node.kind == Kind::FILE ? advanceFile(context, path.bucket.id)
                                                      : advance(context, path.bucket.id);
     context.database.post("update nodes set client_modified = $2, seq = $3 where id = $1",

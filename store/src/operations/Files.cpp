@@ -85,6 +85,7 @@ FileWriteResponse createFile(const Context& context, const FileCreateRequest& re
     const auto same = findSameContent(context, path, newBytes.size(), [&](const Content& current) {
         return newBytes.equal(context, current);
     });
+    const ChangeAt change(context, path);
     const Node file =
         revise(context, path, newBytes.size(), request.getCreateNewVersion(), same ? same->id : 0);
     Content content = same ? *same : newBytes.write(context);

@@ -28,6 +28,7 @@ FolderCreateResponse createFolder(const Context& context, const FolderCreateRequ
     if (path.exists()) {
         refuse(ErrorCode::CONFLICT);
     }
+    const ChangeAt change(context, path);
     Node folder;
     folder.bucket = path.bucket.id;
     folder.parent = parent.id;

@@ -39,6 +39,9 @@ public:
     /// Says which buckets run() will work in, as far as that is known without reading.
     virtual void plan(database::BucketPlan& /*plan*/) const {}
 
+    /// Asks ahead for what run() reads first.
+    virtual void prime(database::Connection& /*connection*/) const {}
+
     /// Does the work in the transaction that the connection is in. May be run again in another
     /// transaction when the first one is undone.
     virtual void run(database::Connection& connection) = 0;

@@ -173,6 +173,11 @@ std::vector<std::exception_ptr> WriteThread::tryTogether(const Jobs& jobs) {
 }
 
 bool WriteThread::runAll(const Jobs& jobs, std::vector<std::exception_ptr>& errors) {
+    if (connection_->sharesWriting()) {
+        for (const auto& job : jobs) {
+            job->prime(*connection_);
+        }
+    }
     for (std::size_t i = 0; i < jobs.size(); ++i) {
         const std::int64_t before = connection_->changes();
         try {

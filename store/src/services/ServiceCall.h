@@ -5,6 +5,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "namespace/ResolvedPath.h"
 #include "operations/Operations.h"
 #include "scheduler/Job.h"
 #include "services/Engine.h"
@@ -43,10 +44,15 @@ public:
         planBuckets(plan, sessionId_, request_);
     }
 
+    void prime(database::Connection& connection) const override {
+        if constexpr (
+            requires { request_.getResource(); } && !requires { request_.getFileHandleId(); }) {
+            primeLookups(contextOn(connection), request_.getResource());
+        }
+    }
+
     void run(database::Connection& connection) override {
-        const Context context{connection, engine_.options(), engine_.instance(), sessionId_,
-                              [this] { return isCancelled(); }};
-        response_ = operations::run(Operation(), context, request_);
+        response_ = operations::run(Operation(), contextOn(connection), request_);
     }
 
     void finish(std::exception_ptr error) noexcept override {
@@ -67,6 +73,11 @@ public:
     bool isCancelled() const override { return PendingCall::isCancelled(); }
 
 private:
+    Context contextOn(database::Connection& connection) const {
+        return {connection, engine_.options(), engine_.instance(), sessionId_,
+                [this] { return isCancelled(); }};
+    }
+
     static constexpr database::Access accessOf(kvxtransport::Access access) {
         return access == kvxtransport::Access::WRITE ? database::Access::WRITE
                                                      : database::Access::READ;

@@ -111,12 +111,22 @@ const std::string lockOwners =
     " and u.id in (select owner from buckets where id = any(cast(cast($1 as text) as bigint[])))"
     " and (select count(*) from buckets where owner = u.id) > 1 order by u.id for no key update";
 
+constexpr std::string_view selectFromChunk =
+    "select substring(data from cast($2 as int) for cast($3 as int)) from chunks where id = $1";
+
 std::string arrayOf(const std::vector<std::int64_t>& numbers) {
     std::string text = "{";
     for (const std::int64_t number : numbers) {
         text.append(text.size() > 1 ? "," : "").append(std::to_string(number));
     }
     return text + '}';
+}
+
+/// What an answer that was asked ahead is known by.
+std::string questionOf(std::string_view sql, std::span<const Value> values) {
+    std::string question(sql);
+    Parameters(values).appendTo(question);
+    return question;
 }
 
 }  // namespace
@@ -139,7 +149,7 @@ void PostgresConnection::connect() {
     connection_.reset(PQconnectdbParams(keywords.data(), values.data(), 1));
     prepared_.clear();
     pending_.clear();
-    primed_.clear();
+    forgetPrimed();
     open_ = false;
     lost_ = PQstatus(connection_.get()) != CONNECTION_OK;
     if (lost_) {
@@ -153,6 +163,8 @@ void PostgresConnection::connect() {
 
 void PostgresConnection::throwLost(const std::string& message) {
     lost_ = true;
+    pending_.clear();
+    forgetPrimed();
     throw TransientError("the connection to the database server was lost: " + oneLine(message));
 }
 
@@ -199,8 +211,7 @@ void PostgresConnection::send(Pending::Kind kind, std::string_view sql, Values v
     }
     Pending pending{kind, {}};
     if (kind == Pending::Kind::PRIME) {
-        pending.key = sql;
-        parameters.appendTo(pending.key);
+        pending.key = questionOf(sql, values);
     }
     pending_.push_back(std::move(pending));
 }
@@ -261,13 +272,15 @@ PostgresResult PostgresConnection::ask(std::string_view sql, Values values) {
     return result;
 }
 
+bool PostgresConnection::isAsked(const std::string& question) const {
+    return std::ranges::any_of(pending_,
+                               [&](const Pending& pending) { return pending.key == question; });
+}
+
 Rows PostgresConnection::query(std::string_view sql, std::initializer_list<Value> values) {
     if (!primed_.empty() || !pending_.empty()) {
-        std::string key(sql);
-        Parameters({values.begin(), values.size()}).appendTo(key);
-        const bool asked = std::ranges::any_of(
-            pending_, [&](const Pending& pending) { return pending.key == key; });
-        if (asked) {
+        const std::string key = questionOf(sql, {values.begin(), values.size()});
+        if (isAsked(key)) {
             sync();
         }
         if (const auto primed = primed_.find(key); primed != primed_.end()) {
@@ -302,7 +315,25 @@ void PostgresConnection::post(std::string_view sql, std::initializer_list<Value>
 }
 
 void PostgresConnection::prime(std::string_view sql, std::initializer_list<Value> values) {
-    send(Pending::Kind::PRIME, sql, {values.begin(), values.size()});
+    const std::string key = questionOf(sql, {values.begin(), values.size()});
+    if (!primed_.contains(key) && !isAsked(key)) {
+        send(Pending::Kind::PRIME, sql, {values.begin(), values.size()});
+    }
+}
+
+void PostgresConnection::holdPrimed(std::string_view sql, std::initializer_list<Value> values) {
+    heldPrimed_ = std::exchange(primed_, {});
+    heldPrimed_.erase(questionOf(sql, {values.begin(), values.size()}));
+}
+
+void PostgresConnection::releasePrimed() {
+    primed_.merge(heldPrimed_);
+    heldPrimed_.clear();
+}
+
+void PostgresConnection::forgetPrimed() {
+    primed_.clear();
+    heldPrimed_.clear();
 }
 
 Rows PostgresConnection::lock(RowLock how, std::string_view sql,
@@ -354,12 +385,15 @@ void PostgresConnection::raiseIds(std::string_view table, std::int64_t highest) 
     ids_.clear();
 }
 
+void PostgresConnection::primeChunk(std::int64_t chunk, std::size_t offset, std::size_t size) {
+    prime(selectFromChunk,
+          {chunk, static_cast<std::int64_t>(offset) + 1, static_cast<std::int64_t>(size)});
+}
+
 void PostgresConnection::readChunk(std::int64_t chunk, std::size_t offset, char* into,
                                    std::size_t size) {
-    const Rows row = query(
-        "select substring(data from cast($2 as int) for cast($3 as int)) from chunks"
-        " where id = $1",
-        {chunk, static_cast<std::int64_t>(offset) + 1, static_cast<std::int64_t>(size)});
+    const Rows row = query(selectFromChunk, {chunk, static_cast<std::int64_t>(offset) + 1,
+                                             static_cast<std::int64_t>(size)});
     if (!row->next() || row->bytes(0).size() != size) {
         throwDamaged("a part of a content is missing");
     }
@@ -387,7 +421,7 @@ void PostgresConnection::begin(Access access) {
     writing_ = access == Access::WRITE;
     ++transactions_;
     buckets_.begin(writing_);
-    primed_.clear();
+    forgetPrimed();
     serverTime_.reset();
     open_ = true;
     if (!writing_) {
@@ -499,7 +533,7 @@ bool PostgresConnection::hasFailed() const {
 
 void PostgresConnection::rollbackToSavepoint() {
     ++rollbacks_;
-    primed_.clear();
+    forgetPrimed();
     if (!pending_.empty()) {
         try {
             sync();

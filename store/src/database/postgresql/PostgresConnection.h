@@ -34,12 +34,15 @@ public:
     std::int64_t execute(std::string_view sql, std::initializer_list<Value> values = {}) override;
     void post(std::string_view sql, std::initializer_list<Value> values) override;
     void prime(std::string_view sql, std::initializer_list<Value> values) override;
+    void holdPrimed(std::string_view sql, std::initializer_list<Value> values) override;
+    void releasePrimed() override;
     Rows lock(RowLock how, std::string_view sql, std::initializer_list<Value> values) override;
     std::int64_t insert(std::string_view table, std::string_view columns,
                         std::initializer_list<Value> values) override;
     std::int64_t idAfter(std::string_view table, std::int64_t newest) override;
     std::int64_t highestId(std::string_view table) override;
     void raiseIds(std::string_view table, std::int64_t highest) override;
+    void primeChunk(std::int64_t chunk, std::size_t offset, std::size_t size) override;
     void readChunk(std::int64_t chunk, std::size_t offset, char* into, std::size_t size) override;
     void copyInto(const std::string& path) override;
     void checkIntegrity(const std::function<void(std::string)>& /*tell*/) override {}
@@ -85,7 +88,9 @@ private:
     PostgresResult sync();
     PostgresResult readAnswers();
     PostgresResult ask(std::string_view sql, Values values);
+    bool isAsked(const std::string& question) const;
     void noteWrite();
+    void forgetPrimed();
     [[noreturn]] void throwLost(const std::string& message);
     [[noreturn]] void throwFailure(const PostgresResult& result);
     /// Whether the connection was lost while it was idle.
@@ -101,6 +106,7 @@ private:
     std::unordered_map<std::string, std::string> prepared_;
     std::deque<Pending> pending_;
     std::unordered_map<std::string, PostgresResult> primed_;
+    std::unordered_map<std::string, PostgresResult> heldPrimed_;
     std::map<std::string, Ids, std::less<>> ids_;
     std::vector<std::int64_t> lockNext_;
     std::optional<std::int64_t> serverTime_;
