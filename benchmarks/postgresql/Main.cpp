@@ -129,11 +129,17 @@ struct Engine {
     }
 };
 
+std::string wantedRows;
+
 Contestant loaded(const char* name, bench::Peer& peer, Load load) {
     return {name, [&peer, load] { return peer.run(load, roundTime); }};
 }
 
+/// Measures a row, if its name has the words that were asked for.
 void measure(const Row& row) {
+    if (row.name.find(wantedRows) == std::string::npos) {
+        return;
+    }
     std::fprintf(stderr, "%s ...\n", row.name.c_str());
     bench::run(row, rounds);
 }
@@ -196,11 +202,12 @@ int main(int argc, char** argv) try {
         return 0;
     }
     const char* const url = std::getenv("KVXSTORE_TEST_POSTGRES");
-    if (argc != 2 || url == nullptr) {
-        std::fprintf(stderr, "usage: script/with-postgres bench_postgres empty-folder\n");
+    if (argc < 2 || url == nullptr) {
+        std::fprintf(stderr, "usage: script/with-postgres bench_postgres empty-folder [row]\n");
         return 2;
     }
     Other::program = argv[0];
+    wantedRows = argc > 2 ? argv[2] : "";
     bench::runOnServer(url, "create schema store");
     bench::RawPostgres plain(url);
     Engine server{"kvxstore on PostgreSQL", std::string(url) + "&options=-csearch_path%3Dstore"};

@@ -133,6 +133,10 @@ public:
     /// Starts a statement, which the connection prepares once per text.
     virtual Rows query(std::string_view sql, std::initializer_list<Value> values = {}) = 0;
 
+    /// As query(), for an answer of any length, of which a part is held at a time.
+    /// REQUIRES: a transaction.
+    virtual Rows scan(std::string_view sql) { return query(sql); }
+
     /// Runs a statement to its end and returns how many rows it changed.
     virtual std::int64_t execute(std::string_view sql,
                                  std::initializer_list<Value> values = {}) = 0;

@@ -106,7 +106,7 @@ public:
 
     void tell() {
         const auto folders =
-            context_.database.query("select id from nodes where kind = 0 and parent > 0");
+            context_.database.scan("select id from nodes where kind = 0 and parent > 0");
         while (folders->next()) {
             if (!endsAtARoot(folders->integer(0))) {
                 damages_.addNode(folders->integer(0), "is below itself, or too deep");

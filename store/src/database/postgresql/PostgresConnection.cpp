@@ -192,7 +192,7 @@ const std::string& PostgresConnection::prepare(std::string_view sql, Values valu
     return prepared_[std::move(key)] = name;
 }
 
-void PostgresConnection::send(Pending::Kind kind, std::string_view sql, Values values) {
+void PostgresConnection::beReadyToSend() {
     if (lost_ && open_) {
         throwLost("it is not connected");
     }
@@ -202,6 +202,10 @@ void PostgresConnection::send(Pending::Kind kind, std::string_view sql, Values v
     if (!pending_.empty() && pending_.back().kind == Pending::Kind::SYNC) {
         readAnswers();
     }
+}
+
+void PostgresConnection::send(Pending::Kind kind, std::string_view sql, Values values) {
+    beReadyToSend();
     const std::string& name = prepare(sql, values);
     const Parameters parameters(values);
     if (PQsendQueryPrepared(connection_.get(), name.c_str(), parameters.count(),
@@ -270,6 +274,25 @@ PostgresResult PostgresConnection::ask(std::string_view sql, Values values) {
         throw DatabaseError(StoreErrorCode::OTHER, "the database server did not answer");
     }
     return result;
+}
+
+PostgresResult PostgresConnection::askOnce(const std::string& sql) {
+    beReadyToSend();
+    if (PQsendQueryParams(connection_.get(), sql.c_str(), 0, nullptr, nullptr, nullptr, nullptr,
+                          1) != 1) {
+        throwLost(PQerrorMessage(connection_.get()));
+    }
+    pending_.push_back({Pending::Kind::QUERY, {}});
+    return sync();
+}
+
+Rows PostgresConnection::scan(std::string_view sql) {
+    const std::string cursor = "scan" + std::to_string(++scans_);
+    // All rows will be wanted, and not the first ones soon.
+    askOnce("set local cursor_tuple_fraction = 1");
+    askOnce("declare " + cursor + " no scroll cursor for " + std::string(sql));
+    const auto fetch = [this, sql = "fetch 1000 from " + cursor] { return askOnce(sql); };
+    return Rows(new PostgresRows(fetch(), fetch));
 }
 
 bool PostgresConnection::isAsked(const std::string& question) const {

@@ -31,6 +31,7 @@ public:
     ~PostgresConnection() override;
 
     Rows query(std::string_view sql, std::initializer_list<Value> values = {}) override;
+    Rows scan(std::string_view sql) override;
     std::int64_t execute(std::string_view sql, std::initializer_list<Value> values = {}) override;
     void post(std::string_view sql, std::initializer_list<Value> values) override;
     void prime(std::string_view sql, std::initializer_list<Value> values) override;
@@ -81,6 +82,7 @@ private:
     };
 
     void connect();
+    void beReadyToSend();
     void send(Pending::Kind kind, std::string_view sql, Values values);
     const std::string& prepare(std::string_view sql, Values values);
     void queueSync();
@@ -88,6 +90,8 @@ private:
     PostgresResult sync();
     PostgresResult readAnswers();
     PostgresResult ask(std::string_view sql, Values values);
+    /// Asks what is not prepared, since its answer has other columns another time.
+    PostgresResult askOnce(const std::string& sql);
     bool isAsked(const std::string& question) const;
     void noteWrite();
     void forgetPrimed();
@@ -119,6 +123,7 @@ private:
     std::int64_t transactions_ = 0;
     std::int64_t rollbacks_ = 0;
     std::int64_t named_ = 0;
+    std::int64_t scans_ = 0;
 };
 
 }  // namespace storage::kvxstore::database

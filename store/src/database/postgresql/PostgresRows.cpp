@@ -6,7 +6,17 @@ namespace storage::kvxstore::database {
 
 void ClearPostgresResult::operator()(pg_result* result) const { PQclear(result); }
 
-bool PostgresRows::next() { return ++row_ < PQntuples(result_.get()); }
+bool PostgresRows::next() {
+    if (++row_ < PQntuples(result_.get())) {
+        return true;
+    }
+    if (!more_) {
+        return false;
+    }
+    result_ = more_();
+    row_ = 0;
+    return PQntuples(result_.get()) > 0;
+}
 
 std::string_view PostgresRows::bytes(int column) const {
     return {PQgetvalue(result_.get(), row_, column),

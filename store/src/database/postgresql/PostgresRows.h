@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "database/Connection.h"
@@ -16,7 +17,9 @@ using PostgresResult = std::unique_ptr<pg_result, ClearPostgresResult>;
 /// The rows of an answer in binary form. A null reads as 0 or an empty text.
 class PostgresRows final : public Statement {
 public:
-    explicit PostgresRows(PostgresResult result) : result_(std::move(result)) {}
+    /// Where there is `more`, it gives the answer's next part, and at the end an empty one.
+    explicit PostgresRows(PostgresResult result, std::function<PostgresResult()> more = {})
+        : result_(std::move(result)), more_(std::move(more)) {}
 
     bool next() override;
     std::int64_t integer(int column) const override;
@@ -25,6 +28,7 @@ public:
 
 private:
     PostgresResult result_;
+    std::function<PostgresResult()> more_;
     int row_ = -1;
 };
 
