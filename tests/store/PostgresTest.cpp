@@ -100,6 +100,7 @@ TEST_F(PostgresLoadTest, NothingIsLostOrDoubledWhenConnectionsAreTerminated) {
         return terminated;
     });
     EXPECT_LT(longestWait, 5'000);
+    EXPECT_GT(store->statistics().repeats + other->statistics().repeats, 0U);
 }
 
 TEST_F(PostgresLoadTest, NothingIsLostOrDoubledWhenTheServerIsKilled) {
@@ -139,8 +140,48 @@ TEST_F(PostgresTest, ACommitWhoseAnswerWasLostCountsOnce) {
     onServer("select pg_reload_conf()");
     EXPECT_GE(ended.size(), 1U);
     EXPECT_EQ(label.get(), 2);
+    EXPECT_EQ(store->statistics().settled, 1U);
     EXPECT_EQ(store->statistics().versions, 2U);
     EXPECT_EQ(store->verify(), std::vector<std::string>());
+}
+
+TEST_F(PostgresTest, CallsTakeFewRoundTrips) {
+    const Account user(*store, token);
+    user.makeFolder(u"/d");
+    user.put(u"/d/f", "small");
+    const auto tripsOf = [&](unsigned calls, const auto& call) {
+        // Every connection knows the folder, and has its ids and statements.
+        for (int i = 0; i < 40; ++i) {
+            call();
+        }
+        const unsigned long before = store->statistics().roundTrips;
+        for (unsigned i = 0; i < calls; ++i) {
+            call();
+        }
+        return static_cast<double>(store->statistics().roundTrips - before) / calls;
+    };
+    constexpr int together = 64;
+    unsigned number = 0;
+    const auto putSome = [&](int count) {
+        std::vector<std::future<FileWriteResponse>> pending;
+        {
+            const auto held = holdWriters(storeUrl);
+            while (count-- > 0) {
+                const Resource file(numbered(u"/d/n", number++), u"");
+                pending.push_back(user.files->createFileAsync(FileCreateRequest(file)));
+            }
+        }
+        for (auto& answer : pending) {
+            answer.get();
+        }
+    };
+    const double get = tripsOf(200, [&] { user.get(u"/d/f"); });
+    const double put = tripsOf(50, [&] { putSome(1); });
+    const double batch = tripsOf(5, [&] { putSome(together); }) / together;
+    report("round trips") << "get " << get << ", put " << put << ", in a batch " << batch << '\n';
+    EXPECT_LE(get, 4.1);
+    EXPECT_LE(put, 4.1);
+    EXPECT_LE(batch, 1);
 }
 
 TEST_F(PostgresTest, FilesMovedBetweenTwoBucketsOfAQuotaBothWaysBlockNobody) {

@@ -12,6 +12,8 @@ const std::string selectById = std::string(Buckets::select) + "id = $1";
 const std::string selectByName = std::string(Buckets::select) + "name = $1";
 const std::string selectOwn =
     std::string(Buckets::select) + "owner = $1 and name = (select name from users where id = $1)";
+constexpr std::string_view selectOwner =
+    "select quota, (select count(*) from buckets where owner = $1) from users where id = $1";
 
 }  // namespace
 
@@ -59,18 +61,19 @@ const OwnerRow& Buckets::ownerOf(const BucketRow& bucket) {
     if (const auto known = owners_.find(bucket.owner); known != owners_.end()) {
         return known->second;
     }
-    const auto row = connection_.query(
-        "select quota, (select count(*) from buckets where owner = $1) from users where id = $1",
-        {bucket.owner});
+    const auto row = connection_.query(selectOwner, {bucket.owner});
     if (!row->next()) {
         throwDamaged("the owner of a bucket is missing");
     }
     return owners_[bucket.owner] = {row->integer(0), row->integer(1) > 1};
 }
 
-void Buckets::prime(std::int64_t id) {
+void Buckets::prime(std::int64_t id, std::int64_t owner) {
     if (!held_.contains(id)) {
         connection_.prime(selectById, {id});
+    }
+    if (mustHold_ && !owners_.contains(owner)) {
+        connection_.prime(selectOwner, {owner});
     }
 }
 

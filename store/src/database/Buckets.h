@@ -55,8 +55,8 @@ public:
     /// To be called after a quota was changed.
     void forgetOwners() { owners_.clear(); }
 
-    /// Asks ahead for a find() by id.
-    void prime(std::int64_t id);
+    /// Asks ahead for a find() by id, and for what a write in the bucket of this owner needs besides.
+    void prime(std::int64_t id, std::int64_t owner);
 
     /// Finds the buckets, which throws LocksNeeded once for all of them.
     void need(const std::vector<std::int64_t>& ids);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <any>
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -124,6 +125,13 @@ struct DataVersion {
     bool operator==(const DataVersion&) const = default;
 };
 
+/// What all connections of an opening did on a database server.
+struct Traffic {
+    std::atomic<unsigned long> roundTrips = 0;
+    std::atomic<unsigned long> repeats = 0;
+    std::atomic<unsigned long> settled = 0;
+};
+
 /// One connection. Statements take parameters as $1, $2, ...
 /// REQUIRES: one thread at a time uses the connection and its statements.
 class Connection {
@@ -229,6 +237,14 @@ public:
 
     /// Lets the database look at a table that was filled, where it needs that to plan its queries.
     virtual void analyze(std::string_view /*table*/) {}
+
+    /// What is counted of a database server; null for a file.
+    virtual Traffic* traffic() const { return nullptr; }
+    void countRepeat() {
+        if (Traffic* const counts = traffic()) {
+            ++counts->repeats;
+        }
+    }
 
     // What the database does for the disk under it, where it is in charge of that.
 

@@ -171,7 +171,7 @@ void primeLookups(const Context& context, const Resource& resource) {
             LookupCache::on(context.database)
                 .guessFolder(keyOf(*user, resource.getUTF8Bucket(), folders));
         if (folder != nullptr) {
-            context.database.buckets().prime(folder->bucket.id);
+            context.database.buckets().prime(folder->bucket.id, folder->bucket.owner);
             primeChild(context, folder->chain.back().id, name);
         }
     } catch (const KVXClientException&) {

@@ -173,10 +173,16 @@ Statistics countAll(const Context& context) {
     const auto count = [&row](int column) {
         return static_cast<unsigned long>(row->integer(column));
     };
-    return {count(0), count(1), count(2),
-            count(3), count(4), count(5),
-            count(6), count(7), joined(count(9), count(10)),
-            count(8)};
+    Statistics all{count(0), count(1), count(2),
+                   count(3), count(4), count(5),
+                   count(6), count(7), joined(count(9), count(10)),
+                   count(8)};
+    if (const database::Traffic* const traffic = context.database.traffic()) {
+        all.roundTrips = traffic->roundTrips;
+        all.repeats = traffic->repeats;
+        all.settled = traffic->settled;
+    }
+    return all;
 }
 
 void forgetIdentity(const Context& context) {

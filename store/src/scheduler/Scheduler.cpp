@@ -23,6 +23,7 @@ std::exception_ptr runSnapshot(database::Connection& connection, Job& job) {
             if (job.traits().runsOnce || std::chrono::steady_clock::now() > deadline) {
                 return std::current_exception();
             }
+            connection.countRepeat();
         } catch (const StoreError& error) {
             // Another program may have written a file that this one may only read.
             if (tries == mostTries || !connection.isReadOnly() ||

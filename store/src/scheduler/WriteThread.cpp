@@ -105,11 +105,13 @@ auto WriteThread::persist(Work work) {
             return work();
         } catch (const LocksNeeded& needed) {
             locks_.insert(needed.buckets.begin(), needed.buckets.end());
+            connection_->countRepeat();
             continue;
         } catch (const TransientError&) {
             if (std::chrono::steady_clock::now() > deadline) {
                 throw;
             }
+            connection_->countRepeat();
         }
         std::this_thread::sleep_for(pause);
     }

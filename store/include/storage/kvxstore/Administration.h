@@ -67,6 +67,14 @@ struct Statistics {
     /// The bytes of content on the disk: fewer than in use where versions and copies share content
     /// or files have holes, more where cleaning is still to be done.
     unsigned long stored = 0;
+
+    // Of this opening of a store on a database server, since it began; 0 for a file.
+
+    unsigned long roundTrips = 0;  ///< How often it waited for the server.
+    /// Transactions begun again, since another program or a lost connection was in the way.
+    unsigned long repeats = 0;
+    /// Commits whose answer was lost, and that were found to have taken effect or not.
+    unsigned long settled = 0;
 };
 
 /// Which earlier versions a pruning keeps. One that either rule keeps stays; at least one rule is

@@ -133,8 +133,12 @@ std::string questionOf(std::string_view sql, std::span<const Value> values) {
 
 void PostgresConnection::Close::operator()(pg_conn* connection) const { PQfinish(connection); }
 
-PostgresConnection::PostgresConnection(std::string url, std::chrono::milliseconds lockPatience)
-    : url_(std::move(url)), lockPatience_(lockPatience), lane_(randomNumber()) {
+PostgresConnection::PostgresConnection(std::string url, std::chrono::milliseconds lockPatience,
+                                       std::shared_ptr<Traffic> traffic)
+    : url_(std::move(url)),
+      lockPatience_(lockPatience),
+      traffic_(std::move(traffic)),
+      lane_(randomNumber()) {
     connect();
 }
 
@@ -229,6 +233,7 @@ void PostgresConnection::queueSync() {
 
 PostgresResult PostgresConnection::sync() {
     queueSync();
+    ++traffic_->roundTrips;
     return readAnswers();
 }
 
@@ -517,6 +522,7 @@ bool PostgresConnection::hasCommitted() {
             connect();
             // Waits until the server has ended what went on for the lost connection.
             const Rows row = query("select batch from lanes where id = $1 for update", {lane_});
+            ++traffic_->settled;
             return row->next() && row->integer(0) == batch_;
         } catch (const TransientError&) {
             if (std::chrono::steady_clock::now() > deadline) {

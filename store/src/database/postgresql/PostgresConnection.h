@@ -27,7 +27,8 @@ namespace storage::kvxstore::database {
 class PostgresConnection final : public Connection {
 public:
     /// Throws a DatabaseError when the server cannot be reached.
-    PostgresConnection(std::string url, std::chrono::milliseconds lockPatience);
+    PostgresConnection(std::string url, std::chrono::milliseconds lockPatience,
+                       std::shared_ptr<Traffic> traffic);
     ~PostgresConnection() override;
 
     Rows query(std::string_view sql, std::initializer_list<Value> values = {}) override;
@@ -48,6 +49,7 @@ public:
     void copyInto(const std::string& path) override;
     void checkIntegrity(const std::function<void(std::string)>& /*tell*/) override {}
     void analyze(std::string_view table) override { execute("analyze " + std::string(table)); }
+    Traffic* traffic() const override { return traffic_.get(); }
     bool sharesWriting() const override { return true; }
     void lockNext(std::vector<std::int64_t> buckets) override { lockNext_ = std::move(buckets); }
     std::optional<std::int64_t> serverTime() const override { return serverTime_; }
@@ -106,6 +108,7 @@ private:
 
     const std::string url_;
     const std::chrono::milliseconds lockPatience_;
+    const std::shared_ptr<Traffic> traffic_;
     std::unique_ptr<pg_conn, Close> connection_;
     std::unordered_map<std::string, std::string> prepared_;
     std::deque<Pending> pending_;

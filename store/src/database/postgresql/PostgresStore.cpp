@@ -107,13 +107,16 @@ void findStore(PostgresConnection& connection, CreateMode mode, Purpose purpose)
 Connector openPostgres(const std::string& url, CreateMode mode,
                        std::chrono::milliseconds lockPatience, Purpose purpose) {
     requireUrl(url);
+    const auto traffic = std::make_shared<Traffic>();
     try {
-        PostgresConnection first(url, lockPatience);
+        PostgresConnection first(url, lockPatience, traffic);
         findStore(first, mode, purpose);
     } catch (const TransientError& error) {
         throw StoreError(error.what());
     }
-    return [url, lockPatience] { return std::make_unique<PostgresConnection>(url, lockPatience); };
+    return [url, lockPatience, traffic] {
+        return std::make_unique<PostgresConnection>(url, lockPatience, traffic);
+    };
 }
 
 }  // namespace storage::kvxstore::database
