@@ -1,4 +1,9 @@
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <atomic>
+#include <csignal>
 #include <future>
 #include <thread>
 
@@ -292,6 +297,213 @@ TEST_F(PostgresTest, TheUrlIsShownWithoutItsSecrets) {
     EXPECT_EQ(std::string(error->what()).find("hidden"), std::string::npos) << error->what();
     EXPECT_EQ(std::string(error->what()).find("secret"), std::string::npos) << error->what();
     EXPECT_EQ(store->createClient()->getEndpoint().find('?'), std::string::npos);
+}
+
+// Each of these is forgotten, closed or counted twice where it is looked for in one statement and
+// changed in another.
+TEST_F(PostgresTest, CleaningLosesNothingThatAnotherProgramChanges) {
+    store->createBucket(u"second", u"main");
+    const Account here(*store, token);
+    const Account there(*other, token);
+    for (unsigned i = 0; i < longOrShort(500U, 25U); ++i) {
+        const std::u16string path = numbered(u"/f", i);
+        const std::string content = "content " + std::to_string(i);
+        here.put(path, content);
+        const std::string location = here.offer(path);
+        const auto codes = together({
+            // A content is let go of twice while it is judged.
+            [&] { here.remove(path); },
+            [&] { there.copy(path, path + u"copy"); },
+            [&] { other->sweep(); },
+            // The only handle of a program goes, and another comes.
+            [&] {
+                const OpenFile first(there, u"/open" + path.substr(1));
+                first.write(0, content);
+                first.close();
+                const std::string second = there.openToRead(u"/open" + path.substr(1));
+                EXPECT_EQ(there.read(second, 0, 100), content) << i;
+                there.close(second, FileHandleCloseOperation::ABORT_CHANGES);
+            },
+            [&] { store->sweep(); },
+        });
+        for (const std::size_t work : {0, 2, 3, 4}) {
+            ASSERT_EQ(codes[work], std::nullopt) << i << ' ' << work;
+        }
+        // The copy either was first or found nothing.
+        const bool copied = !codes[1];
+        EXPECT_EQ(codes[1], copied ? std::nullopt : std::optional(Code::RESOURCE_NOT_FOUND));
+        EXPECT_EQ(codeOf([&] { EXPECT_EQ(here.get(path + u"copy"), content) << i; }), codes[1]);
+    }
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+}
+
+TEST_F(PostgresTest, AWriterPurgesTheTrashOfBucketsInWhichOthersWrite) {
+    store->createBucket(u"second", u"main");
+    store->setQuota(u"main", 10'000);
+    const Account here(*store, token);
+    const Account there(*other, token);
+    for (unsigned i = 0; i < longOrShort(500U, 25U); ++i) {
+        const std::u16string path = numbered(u"/f", i);
+        there.put(path, std::string(6'000, 't'), false, u"second");
+        there.files->deleteFile(FileDeleteRequest({path, u"second"}));
+        // There is room only when the trash of the other bucket is purged.
+        const auto codes =
+            together({[&] { here.put(path, std::string(8'000, 'h')); },
+                      [&] { there.put(path, std::string(1'000, 't'), false, u"second"); }});
+        EXPECT_EQ(codes, (std::vector<std::optional<Code>>(2))) << i;
+        here.remove(path);
+        there.files->deleteFile(FileDeleteRequest({path, u"second"}));
+    }
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+}
+
+TEST_F(PostgresTest, ProgramsWhoseClocksAreApartCloseNothingOfEachOther) {
+    const auto openAt = [&](std::chrono::minutes apart) {
+        StoreOptions options;
+        options.clock = [apart] { return std::chrono::system_clock::now() + apart; };
+        return Store::open(storeUrl, options);
+    };
+    const auto late = openAt(-5min);
+    const auto early = openAt(5min);
+    const Account slow(*late, token);
+    const Account fast(*early, token);
+    slow.put(u"/f", "one");
+    const OpenFile ofSlow(slow, u"/slow");
+    const OpenFile ofFast(fast, u"/fast");
+    ofSlow.write(0, "slow");
+    ofFast.write(0, "fast");
+    const std::string reading = slow.openToRead(u"/f");
+    fast.put(u"/f", "two");
+    const std::string location = fast.offer(u"/f");
+    for (const auto& cleaning : {late, early, store}) {
+        cleaning->sweep();
+    }
+    EXPECT_EQ(store->statistics().handles, 3U);
+    EXPECT_EQ(slow.read(reading, 0, 100), "one");
+    ofSlow.close();
+    ofFast.close();
+    EXPECT_EQ(fast.get(u"/slow") + slow.get(u"/fast"), "slowfast");
+    // A download location lasts a quarter of an hour by any of these clocks.
+    EXPECT_EQ(
+        codeOf([&] {
+            account.files->downloadFile(FileDownloadRequest(location).withReadIntoString(true));
+        }),
+        std::nullopt);
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+}
+
+TEST_F(PostgresTest, VerifyFindsWhatIsDamagedOnTheServer) {
+    for (unsigned i = 0; i < 1'200; ++i) {  // More than are read at a time.
+        account.files->createFileAsync(createRequest({numbered(u"/f", i), u""}, "content"));
+    }
+    account.put(u"/last", "content of the last");
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
+    const std::string schema = storeUrl.substr(storeUrl.rfind("%3D") + 3);
+    onServer("update " + schema + ".chunks set data = '\\x00' where id = (select max(id) from " +
+             schema + ".chunks)");
+    onServer("update " + schema + ".buckets set used = used + 1");
+    const auto damage = store->verify();
+    ASSERT_EQ(damage.size(), 2U);
+    EXPECT_NE(damage[0].find("/last"), std::string::npos) << damage[0];
+    EXPECT_NE(damage[1].find("counts its bytes in use wrong"), std::string::npos) << damage[1];
+    EXPECT_EQ(causeOf([&] { account.get(u"/last"); }).find("the content of /last"), 0U);
+}
+
+/// A program that is stopped while it holds the lock of a bucket.
+class PostgresFrozenWriterTest : public testing::Test {
+protected:
+    struct Shared {
+        std::atomic<unsigned> written;
+        std::atomic<bool> stop;
+    };
+
+    void SetUp() override {
+        if (!isOnServer()) {
+            GTEST_SKIP() << "KVXSTORE_TEST_POSTGRES names no server";
+        }
+        storeUrl = newSchema();
+        token = Store::open(storeUrl)->createUser({.name = u"main"});
+    }
+
+    ~PostgresFrozenWriterTest() override {
+        if (child != 0) {
+            ::kill(child, SIGKILL);
+            ::waitpid(child, nullptr, 0);
+        }
+        ::munmap(shared, sizeof(Shared));
+    }
+
+    /// Writes versions of a file, one after the other, and checks their labels.
+    [[noreturn]] void writeOn() const {
+        try {
+            // As the guide says, but shorter.
+            const auto store =
+                Store::open(storeUrl + "%20-cidle_in_transaction_session_timeout%3D3000");
+            const Account user(*store, token);
+            while (!shared->stop) {
+                const int label = user.put(u"/own", "own", true).getVersionLabel();
+                if (std::cmp_not_equal(label, ++shared->written)) {
+                    ::_exit(2);
+                }
+            }
+        } catch (const std::exception& error) {
+            std::cerr << "the frozen program failed: " << error.what() << '\n';
+            ::_exit(1);
+        }
+        ::_exit(0);
+    }
+
+    void freeze() const {
+        for (int i = 0; i < 5'000; ++i) {
+            ::kill(child, SIGSTOP);
+            const auto held = onServer(
+                "select 1 from pg_stat_activity where application_name = 'kvxstore'"
+                " and state = 'idle in transaction' and backend_xid is not null");
+            if (!held.empty()) {
+                return;
+            }
+            ::kill(child, SIGCONT);
+            std::this_thread::sleep_for(1ms);
+        }
+        FAIL() << "it never holds a lock";
+    }
+
+    std::string storeUrl;
+    std::string token;
+    pid_t child = 0;
+    Shared* const shared = static_cast<Shared*>(
+        ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+};
+
+TEST_F(PostgresFrozenWriterTest, BlocksOthersOnlyUntilTheServerEndsItAndWritesNothingTwice) {
+    child = ::fork();
+    if (child == 0) {
+        writeOn();
+    }
+    const auto store = Store::open(storeUrl);
+    const Account user(*store, token);
+    while (shared->written < 10) {
+        std::this_thread::sleep_for(1ms);
+    }
+    freeze();
+    const auto start = std::chrono::steady_clock::now();
+    user.put(u"/mine", "mine");
+    const auto waited = std::chrono::steady_clock::now() - start;
+    EXPECT_GT(waited, 200ms) << "nothing was locked";
+    EXPECT_LT(waited, 15s);
+    const unsigned before = shared->written;
+    ::kill(child, SIGCONT);
+    while (shared->written < before + 10 && ::waitpid(child, nullptr, WNOHANG) == 0) {
+        std::this_thread::sleep_for(1ms);
+    }
+    shared->stop = true;
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    child = 0;
+    EXPECT_EQ(status, 0);
+    EXPECT_GE(shared->written, before + 10);
+    EXPECT_EQ(store->statistics().versions, shared->written + 1);
+    EXPECT_EQ(store->verify(), std::vector<std::string>());
 }
 
 }  // namespace
