@@ -55,7 +55,7 @@ public:
     /// To be called after a quota was changed.
     void forgetOwners() { owners_.clear(); }
 
-    /// Asks ahead for a find() by id, and for what a write in the bucket of this owner needs besides.
+    /// Asks ahead for a find() by id, and where writing is shared for the ownerOf() it.
     void prime(std::int64_t id, std::int64_t owner);
 
     /// Finds the buckets, which throws LocksNeeded once for all of them.
