@@ -42,7 +42,7 @@ bench::Row row(const Peers& peers, const std::string& name, const std::string& u
     return result;
 }
 
-void runAll(const Peers& peers) {
+void runAll(const Peers& peers, const std::string& wanted) {
     constexpr std::size_t kibi = 1UL << 10U;
     constexpr std::size_t mebi = 1UL << 20U;
     const auto faster = [](double factor, const char* peer) {
@@ -63,6 +63,9 @@ void runAll(const Peers& peers) {
             {faster(150, "Azurite"), faster(1, "plain files")}),
     };
     for (const bench::Row& each : rows) {
+        if (each.name.find(wanted) == std::string::npos) {
+            continue;
+        }
         std::fprintf(stderr, "%s ...\n", each.name.c_str());
         bench::run(each, rounds);
     }
@@ -72,7 +75,7 @@ void runAll(const Peers& peers) {
 
 int main(int argc, char** argv) try {
     if (argc < 2) {
-        std::fprintf(stderr, "usage: bench_store empty-folder [folder-with-azurite]\n");
+        std::fprintf(stderr, "usage: bench_store empty-folder [folder-with-azurite [row]]\n");
         return 2;
     }
     const std::string folder = argv[1];
@@ -80,11 +83,11 @@ int main(int argc, char** argv) try {
     peers.push_back(prepared<bench::EmbeddedStore>("kvxstore", "sqlite://" + folder + "/store.db"));
     peers.push_back(prepared<bench::RawSqlite>("raw SQLite", folder));
     peers.push_back(prepared<bench::PlainFiles>("plain files", folder + "/plain"));
-    if (argc > 2) {
+    if (argc > 2 && *argv[2] != '\0') {
         peers.push_back(
             {"Azurite", std::make_unique<bench::Azurite>(argv[2], folder + "/azurite")});
     }
-    runAll(peers);
+    runAll(peers, argc > 3 ? argv[3] : "");
 } catch (const std::exception& error) {
     std::fprintf(stderr, "%s\n", error.what());
     return 1;

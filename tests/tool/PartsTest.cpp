@@ -462,10 +462,24 @@ TEST(SyncPlan, FollowsFromTheTrees) {
     for (const auto& [source, target, plan, deletingPlan] : cases) {
         SCOPED_TRACE(source);
         EXPECT_EQ(text(planSync(tree(source), tree(target), {})), plan);
-        EXPECT_EQ(text(planSync(tree(source), tree(target), {true, false})), deletingPlan);
+        EXPECT_EQ(text(planSync(tree(source), tree(target), {.deletes = true})), deletingPlan);
     }
-    EXPECT_EQ(text(planSync(tree("a:1,5 b:1,5 c:1,5"), tree("a:1,9 b:2,5"), {false, true})),
-              ">b >c ?a 0");
+    using namespace std::chrono_literals;
+    const std::pair<SyncRules, const char*> rules[] = {
+        {{.byContent = true}, ">b >d >e ?a ?c 0"},
+        {{.keepsNewer = true}, ">c >d >e 2"},
+        {{.byContent = true, .keepsNewer = true}, ">d >e ?c 2"},
+        {{.keepsNewer = true, .window = 1ns}, ">b >d >e 2"},
+        {{.keepsExisting = true}, ">e 4"},
+        {{.bySizeOnly = true}, ">b >d >e 2"},
+        {{.window = 3ns}, ">a >b >d >e 1"},
+        {{.window = 4ns}, ">b >d >e 2"},
+    };
+    for (const auto& [rule, plan] : rules) {
+        EXPECT_EQ(text(planSync(tree("a:1,5 b:1,8 c:1,5 d:1,9 e:1,5"),
+                                tree("a:1,9 b:2,9 c:1,4 d:2,8"), rule)),
+                  plan);
+    }
 }
 
 }  // namespace

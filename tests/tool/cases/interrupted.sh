@@ -12,6 +12,7 @@ stop TERM 143 'kvx: get: interrupted: 1 of 2 files were fetched, 6 bytes'
 head -c 256M /dev/zero | kvx put - :/large
 interruptible get :/large target 2>errors &
 until compgen -G 'target/.kvx-*' >/dev/null; do kill -0 $! || fail 'ended before its time'; done
+! flock -n target/.kvx-* true || fail 'the file is not locked'
 stop INT 130 'kvx: get: interrupted: 0 of 1 file was fetched, 0 bytes'
 [[ $(ls -A target) == $'a-file\npipe' ]] || fail "left behind: $(ls -A target)"
 mkfifo out
@@ -19,6 +20,20 @@ exec 4<>out
 interruptible cat /a-file /large >out 2>errors &
 read -r -u 4 _
 stop INT 130 'kvx: cat: interrupted: 1 of 2 names were done'
+
+# What a killed program left goes with the next, and is not uploaded; what another is writing stays.
+rm target/pipe
+exec 5>target/.kvx-1-0
+flock 5
+expect 0 'kvx: put: target/.kvx-1-0: left out: a temporary file of a download' \
+    kvx put -r target :/copy
+[[ $(kvx ls :/copy) == a-file ]] || fail "$(kvx ls :/copy)"
+touch target/.kvx-1-1
+kvx get :/a-file target
+[[ $(ls -A target) == $'.kvx-1-0\na-file' ]] || fail "$(ls -A target)"
+exec 5<&-
+kvx get :/a-file target
+[[ $(ls -A target) == a-file ]] || fail "$(ls -A target)"
 kvx rm /large
 
 exec 3<>in

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <filesystem>
 #include <iostream>
+#include <limits>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -84,7 +85,17 @@ void sync(const Session& session, Invocation& invocation) {
     SyncOptions options;
     options.source = invocation.text("SOURCE");
     options.target = invocation.text("TARGET");
-    options.rules = {invocation.has("--delete"), invocation.has("--checksum")};
+    options.rules = {
+        invocation.has("--delete"),
+        invocation.has("--checksum"),
+        invocation.has("--update"),
+        invocation.has("--ignore-existing"),
+        invocation.has("--size-only"),
+        std::chrono::nanoseconds(static_cast<long>(invocation.number("--modify-window") * 1e9))};
+    if (invocation.has("--max-delete")) {
+        options.mostDeletions = static_cast<unsigned long>(invocation.number("--max-delete"));
+    }
+    options.anyDeletions = invocation.has("--force");
     options.dryRun = invocation.has("--dry-run");
     options.transfer = transferOptions(session, invocation);
     Sync sync(session.files(), invocation.out, diagnostics, options);
@@ -109,7 +120,20 @@ Command syncCommand() {
         .options = {argument("SOURCE", "The folder to copy"),
                     argument("TARGET", "The folder to change"),
                     flag("--delete", "Delete in the target what the source does not have"),
+                    option("--max-delete", "N",
+                           "With --delete, refuse to delete more than so many files")
+                        .inRange(0, std::numeric_limits<int>::max())
+                        .together("--delete"),
+                    flag("--force", "With --delete, delete any number of files")
+                        .together("--delete")
+                        .without("--max-delete"),
                     flag("--checksum", "Compare contents, not modification times"),
+                    flag("--size-only", "Compare sizes alone").without("--checksum"),
+                    flag("-u,--update", "Keep a file that was modified later in the target"),
+                    flag("--ignore-existing", "Keep every file that the target has"),
+                    option("--modify-window", "SECONDS", "Take times so close for the same")
+                        .inRange(0.0, 86400.0)
+                        .withInitial("0"),
                     flag("-n,--dry-run", "Print what there is to do, and do nothing"), jobsOption(),
                     flag("--watch", "Go on with every change, until Ctrl-C").without("--dry-run"),
                     option("--interval", "SECONDS",
@@ -120,10 +144,13 @@ Command syncCommand() {
         .notes =
             R"(One folder is local and one in the store. The target is created where it is missing. Files
 that differ in size or modification time are transferred; what only the target has stays,
-unless --delete is given, and so does what is a file here and a folder there. Links and
+unless --delete is given, and so does what is a file here and a folder there. Where more than
+10 files and more than half of those in the target would be deleted, perhaps since the source
+is a disk that is not mounted, nothing is done; --max-delete N or --force allows it. Links and
 special files are left out on both sides, with a warning in the source. A file that
 changes while it is read is not stored. A folder that is named on the command line may
-be a link. Permissions are not kept.
+be a link. Permissions are not kept, nor is the time 1970-01-01 00:00:00, which a store takes
+for none: such a file gets the time at which it is stored.
 
 -v prints each action: put, get, delete or mkdir, with the path below the folder. --json
 prints {"action", "path", "size"}, with "dryRun": true in a dry run, and at the end

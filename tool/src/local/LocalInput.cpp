@@ -24,6 +24,7 @@ LocalInput::LocalInput(int file, std::string name) : file_(file), name_(std::mov
     if (S_ISREG(status.st_mode)) {
         size_ = static_cast<unsigned long>(status.st_size);
         modified_ = timeOf(status.st_mtim);
+        changed_ = timeOf(status.st_ctim);
     }
 }
 
@@ -35,9 +36,11 @@ LocalInput::~LocalInput() {
 
 bool LocalInput::hasChanged() const {
     struct stat status {};
-    return size_ > 0 && fstat(file_, &status) == 0 &&
-           (size_ != static_cast<unsigned long>(status.st_size) ||
-            modified_ != timeOf(status.st_mtim));
+    // A program may give a file that it wrote the time from before, but not that of the change. The
+    // times of a file without a size are those of the look at it, where it is one of the kernel's.
+    return fstat(file_, &status) == 0 && (size_ != static_cast<unsigned long>(status.st_size) ||
+                                          (size_ > 0 && (modified_ != timeOf(status.st_mtim) ||
+                                                         changed_ != timeOf(status.st_ctim))));
 }
 
 std::size_t LocalInput::read(char* data, std::size_t size) {

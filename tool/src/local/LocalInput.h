@@ -40,6 +40,7 @@ private:
     unsigned long size_ = 0;
     unsigned long position_ = 0;
     std::optional<std::chrono::system_clock::time_point> modified_;
+    std::chrono::system_clock::time_point changed_;  ///< The time of its last change of any kind.
 };
 
 }  // namespace storage::kvxtool

@@ -1,6 +1,7 @@
 #include "local/LocalOutput.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,6 +22,14 @@ const std::string TEMPORARY_PREFIX = ".kvx-";
 
 std::mutex temporaryFilesLock;
 std::set<std::filesystem::path> temporaryFiles;
+
+/// Locks a file as long as it is open. Returns whether it still has a name that nobody else takes
+/// away; where files cannot be locked nobody does.
+bool takeLock(int file) {
+    struct stat status {};
+    const bool locked = flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+    return locked && fstat(file, &status) == 0 && status.st_nlink > 0;
+}
 
 }  // namespace
 
@@ -56,6 +65,12 @@ void LocalOutput::openTemporary(const std::filesystem::path& path) {
     do {
         temporary_ = path.parent_path() / (prefix + std::to_string(counter++));
         file_ = open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        // Another program may take it for a leftover before it is locked.
+        if (file_ >= 0 && !takeLock(file_)) {
+            close(file_);
+            file_ = -1;
+            errno = EEXIST;
+        }
     } while (file_ < 0 && errno == EEXIST);
     if (file_ < 0) {
         temporary_.clear();
@@ -117,6 +132,26 @@ void LocalOutput::commit(std::optional<std::chrono::system_clock::time_point> mo
 bool LocalOutput::isTemporaryName(std::string_view name) {
     return name.starts_with(TEMPORARY_PREFIX) &&
            name.find_first_not_of("0123456789-", TEMPORARY_PREFIX.size()) == name.npos;
+}
+
+void LocalOutput::removeLeftovers(const std::filesystem::path& folder) {
+    std::error_code error;
+    const std::filesystem::directory_iterator end;
+    for (std::filesystem::directory_iterator entry(folder, error); !error && entry != end;
+         entry.increment(error)) {
+        const std::filesystem::path& path = entry->path();
+        if (!isTemporaryName(path.filename().string())) {
+            continue;
+        }
+        const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+        if (file >= 0) {
+            // Who writes it holds a lock.
+            if (flock(file, LOCK_EX | LOCK_NB) == 0) {
+                unlink(path.c_str());
+            }
+            close(file);
+        }
+    }
 }
 
 void LocalOutput::removeTemporaryFilesAndExit(int exitCode) {

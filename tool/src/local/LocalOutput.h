@@ -30,8 +30,12 @@ public:
     /// Gives the file its name and the time of its last modification.
     void commit(std::optional<std::chrono::system_clock::time_point> modified);
 
-    /// Whether it is the name of a file that is still being written.
+    /// Whether it is the name of a file that is still being written, or was when a program was
+    /// killed.
     static bool isTemporaryName(std::string_view name);
+
+    /// Removes what killed programs left in a folder.
+    static void removeLeftovers(const std::filesystem::path& folder);
 
     /// Ends the process at once, without its temporary files.
     [[noreturn]] static void removeTemporaryFilesAndExit(int exitCode);

@@ -24,6 +24,7 @@ using Kind = SyncEntry::Kind;
 namespace {
 
 constexpr std::size_t COMPARISONS_AT_ONCE = 8;
+constexpr std::size_t FEW_DELETIONS = 10;
 
 /// Which of the names is the remote one.
 bool isUpwards(const SyncOptions& options) {
@@ -67,6 +68,16 @@ void throwUnlessZero(int result) {
     }
 }
 
+/// Another sync may make the same folder.
+void makeFolder(const fs::path& path) {
+    struct stat status {};
+    const bool made = mkdir(path.c_str(), 0777) == 0;
+    if (!made &&
+        (errno != EEXIST || lstat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))) {
+        throw std::system_error(errno, std::generic_category());
+    }
+}
+
 }  // namespace
 
 Sync::Sync(const kvxclient::FileAccess& files, const Output& out, Diagnostics& diagnostics,
@@ -96,6 +107,7 @@ void Sync::run() {
     report_.begin();
     blocked_.clear();
     SyncPlan plan = makePlan();
+    requireFewDeletions(plan);
     reportConflicts(plan);
     settleComparisons(plan);
     try {
@@ -174,6 +186,23 @@ void Sync::settleComparisons(SyncPlan& plan) {
             plan.transfers.push_back(plan.comparisons[i]);
         }
     }
+}
+
+/// A source that is empty because its disk is not mounted deletes everything, versions and all.
+void Sync::requireFewDeletions(const SyncPlan& plan) const {
+    const std::size_t deleted = plan.deletedFiles();
+    const std::size_t most =
+        options_.mostDeletions.value_or(std::max(FEW_DELETIONS, plan.targetFiles / 2));
+    if (deleted <= most || options_.anyDeletions) {
+        return;
+    }
+    const Failure failure(ExitCode::REFUSED, targetText(""),
+                          std::to_string(deleted) + " of " + std::to_string(plan.targetFiles) +
+                              " files would be deleted: --max-delete N or --force allows it");
+    if (!options_.dryRun) {
+        throw failure;
+    }
+    diagnostics_.warn(failure.subject(), failure.what());
 }
 
 void Sync::perform(const SyncPlan& plan) {
@@ -260,12 +289,20 @@ void Sync::createLocal(const std::vector<SyncStep>& steps) {
                         throwCreationError(path, error.value());
                     }
                 } else {
-                    throwUnlessZero(mkdir(path.c_str(), 0777));
+                    makeFolder(path);
                 }
                 report_.created(step);
             })) {
             blocked_.insert(step.path);
         }
+    }
+}
+
+/// Another sync may make the same folder.
+void Sync::finishFolder(std::future<kvxclient::FolderCreateResponse>& call,
+                        const RemoteName& name) const {
+    if (refusedWith(kvxclient::KVXClientErrorCode::CONFLICT, [&] { call.get(); })) {
+        requireFolder(files_, name);
     }
 }
 
@@ -290,7 +327,9 @@ void Sync::createRemote(const std::vector<SyncStep>& steps) {
             } else {
                 calls.makeRoom();
                 calls.add(files_.createFolderAsync({remoteName(step->path).resource()}),
-                          [&create, step](auto& call) { create(*step, [&] { call.get(); }); });
+                          [this, &create, step](auto& call) {
+                              create(*step, [&] { finishFolder(call, remoteName(step->path)); });
+                          });
             }
         }
         calls.drain();

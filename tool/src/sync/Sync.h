@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -19,6 +20,10 @@ struct SyncOptions {
     std::string target;
     SyncRules rules;
     bool dryRun = false;
+    /// More deletions of files are refused; without a number, those of more than half of the
+    /// target, when it has more than a few.
+    std::optional<unsigned long> mostDeletions = {};
+    bool anyDeletions = false;
     TransferOptions transfer;
 };
 
@@ -43,6 +48,7 @@ private:
     void leaveOut(SyncTree& source);
     void reportConflicts(const SyncPlan& plan);
     void settleComparisons(SyncPlan& plan);
+    void requireFewDeletions(const SyncPlan& plan) const;
     void perform(const SyncPlan& plan);
     void printPlan(const SyncPlan& plan);
 
@@ -50,6 +56,8 @@ private:
     void removeRemote(const std::vector<SyncStep>& steps);
     void createLocal(const std::vector<SyncStep>& steps);
     void createRemote(const std::vector<SyncStep>& steps);
+    void finishFolder(std::future<kvxclient::FolderCreateResponse>& call,
+                      const RemoteName& name) const;
     void upload(const std::vector<SyncStep>& steps);
     void download(const std::vector<SyncStep>& steps);
 

@@ -1,5 +1,6 @@
 #include "sync/SyncPlan.h"
 
+#include <algorithm>
 #include <set>
 
 namespace storage::kvxtool {
@@ -19,11 +20,18 @@ bool differInKind(const SyncEntry* source, const SyncEntry* target) {
 }
 
 /// A time of zero cannot be reported to a store: it uses its own time then.
-bool isSameTime(const SyncEntry& a, const SyncEntry& b) {
+bool isSameTime(const SyncEntry& a, const SyncEntry& b, std::chrono::nanoseconds window) {
     const auto isUnreported = [](const SyncEntry& one, const SyncEntry& other) {
         return !one.modifiedByClient && other.modified.time_since_epoch().count() == 0;
     };
-    return a.modified == b.modified || isUnreported(a, b) || isUnreported(b, a);
+    const auto apart = [](const SyncEntry& from, const SyncEntry& to) {
+        // Unsigned, the difference of any two times has room.
+        return static_cast<unsigned long>(to.modified.time_since_epoch().count()) -
+               static_cast<unsigned long>(from.modified.time_since_epoch().count());
+    };
+    const unsigned long difference = a.modified < b.modified ? apart(a, b) : apart(b, a);
+    return difference <= static_cast<unsigned long>(window.count()) || isUnreported(a, b) ||
+           isUnreported(b, a);
 }
 
 /// What the target has and the source does not, or has of another kind.
@@ -62,11 +70,16 @@ void keepWhatIsLeftOut(Paths& superfluous, const SyncTree& source, const SyncTre
 
 void planFile(SyncPlan& plan, const SyncRules& rules, const SyncStep& step,
               const SyncEntry* target) {
-    if (target == nullptr || target->kind != Kind::FILE || target->size != step.entry.size) {
+    if (target == nullptr || target->kind != Kind::FILE) {
+        plan.transfers.push_back(step);
+    } else if (rules.keepsExisting ||
+               (rules.keepsNewer && target->modified > step.entry.modified + rules.window)) {
+        ++plan.unchanged;
+    } else if (target->size != step.entry.size) {
         plan.transfers.push_back(step);
     } else if (rules.byContent) {
         plan.comparisons.push_back(step);
-    } else if (isSameTime(step.entry, *target)) {
+    } else if (rules.bySizeOnly || isSameTime(step.entry, *target, rules.window)) {
         ++plan.unchanged;
     } else {
         plan.transfers.push_back(step);
@@ -80,8 +93,18 @@ std::string parentPath(const std::string& path) {
     return slash == std::string::npos ? "" : path.substr(0, slash);
 }
 
+std::size_t SyncPlan::deletedFiles() const {
+    return static_cast<std::size_t>(
+        std::count_if(deletions.begin(), deletions.end(),
+                      [](const SyncStep& step) { return step.entry.kind == Kind::FILE; }));
+}
+
 SyncPlan planSync(const SyncTree& source, const SyncTree& target, const SyncRules& rules) {
     SyncPlan plan;
+    plan.targetFiles =
+        static_cast<std::size_t>(std::count_if(target.begin(), target.end(), [](const auto& item) {
+            return item.second.kind == Kind::FILE;
+        }));
     Paths superfluous;
     if (rules.deletes) {
         superfluous = findSuperfluous(source, target);

@@ -46,12 +46,19 @@ struct SyncPlan {
     /// Files that may differ in content only. Empty without SyncRules::byContent.
     std::vector<SyncStep> comparisons;
     std::vector<SyncConflict> conflicts;
-    std::size_t unchanged = 0;  ///< Files.
+    std::size_t unchanged = 0;    ///< Files.
+    std::size_t targetFiles = 0;  ///< That the target has before.
+
+    std::size_t deletedFiles() const;
 };
 
 struct SyncRules {
     bool deletes = false;
     bool byContent = false;
+    bool keepsNewer = false;     ///< A file stays whose target was modified later.
+    bool keepsExisting = false;  ///< A file stays that the target has.
+    bool bySizeOnly = false;
+    std::chrono::nanoseconds window{};  ///< Times so close are the same.
 };
 
 /// Compares two trees. Links and special files are left out on both sides: where the source has

@@ -81,7 +81,11 @@ void Download::run() {
     try {
         createFolders();
         for (const File& file : filesToFetch_) {
-            if (missingFolders_.count(file.target.parent_path()) == 0) {
+            const fs::path folder = file.target.parent_path();
+            if (missingFolders_.count(folder) == 0) {
+                if (cleanedFolders_.insert(folder).second) {
+                    LocalOutput::removeLeftovers(folder.empty() ? "." : folder);
+                }
                 startFile(file);
             }
         }
@@ -99,6 +103,7 @@ void Download::run() {
 
 void Download::createFolders() {
     for (const Folder& folder : folders_) {
+        Interruption::check();
         const bool parentMissing = missingFolders_.count(folder.target.parent_path()) != 0;
         if (parentMissing ||
             !diagnostics_.guard(folder.target.string(), [&] { createFolder(folder); })) {

@@ -66,6 +66,7 @@ private:
     std::vector<Folder> folders_;
     std::vector<File> filesToFetch_;
     std::set<std::filesystem::path> missingFolders_;  // Those that could not be created.
+    std::set<std::filesystem::path> cleanedFolders_;  // Those without leftovers.
     CallWindow<kvxclient::FileReadResponse> calls_;
 };
 

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "local/LocalFile.h"
+#include "local/LocalOutput.h"
 #include "remote/RemoteHandle.h"
 #include "remote/RemoteTree.h"
 #include "ui/Failure.h"
@@ -64,6 +65,10 @@ void Upload::addEntry(const fs::directory_entry& entry, const Folder& parent,
     if (entry.is_symlink() || (!entry.is_regular_file() && !entry.is_directory())) {
         diagnostics_.leaveOut(source.string(),
                               entry.is_symlink() ? "a symbolic link" : "a special file");
+        return;
+    }
+    if (entry.is_regular_file() && LocalOutput::isTemporaryName(source.filename().string())) {
+        diagnostics_.leaveOut(source.string(), "a temporary file of a download");
         return;
     }
     if (belongsToStore(source, storeFiles_)) {
