@@ -110,7 +110,8 @@ struct Engine {
     }
 
     Contestant writers(int processes) const {
-        return {std::string(name) + ", " + std::to_string(processes) + " processes",
+        return {std::string(name) + ", " + std::to_string(processes) +
+                    (processes == 1 ? " process" : " processes"),
                 [this, processes] {
                     std::vector<Other> running;
                     for (int i = 0; i < processes; ++i) {
