@@ -6,6 +6,8 @@ while read -r command; do
     [[ $page == *".SS \"kvx $command"* ]] || fail "$command is not in the manual page"
 done < <(kvx complete 'kvx ' | cut -f 1)
 [[ $(kvx help) == "$(kvx --help)" && $(kvx help policy set) == "$(kvx policy set --help)" ]]
+[[ $(kvx -h) == "$(kvx --help)" && $(kvx put -h) == "$(kvx put --help)" && $(kvx -V) == "$(kvx --version)" ]]
+expect 2 $'kvx: history: there is no such command: did you mean versions?\nTry: kvx --help' kvx history
 kvx init -q --user team
 kvx mkdir -p '/docs/two words' /docs/a:b/c '/cash/$ 5'
 printf '' | kvx put - :/docs/.hid

@@ -24,6 +24,10 @@ for answer in "stty cols 10; $program ls" "$program ls -1"; do
     [[ $seen == $'\\x1b[31mred\r\nfolder\r\nlarge\r\nthree\r' ]] || fail "no colours: $seen"
 done
 
+(sleep 1; cat >/dev/null) <pipe &
+seen=$(TERM=dumb script -qec "$program ls -1; $program get :/large pipe" /dev/null)
+[[ $seen == $'\\x1b[31mred\r\nfolder\r\nlarge\r\nthree\r' ]] || fail "not for a dumb terminal: $seen"
+
 # Asked before something is removed, one may say no, go away, or leave it at that.
 for answer in 'n\n:0' '\n:0' '\x04:0' '\x03:130' 'y\n:0'; do
     kvx stat /large >/dev/null || fail 'removed without a yes'

@@ -59,8 +59,7 @@ class Parser {
 public:
     explicit Parser(const Command& program)
         : program_(program), app_(program.summary, program.name) {
-        app_.set_help_flag("--help", "Show this help");
-        app_.set_version_flag("--version", "", "Show the version");
+        app_.set_version_flag("-V,--version", "", "Show the version");
         app_.fallthrough();
         app_.formatter(std::make_shared<HelpFormatter>());
         app_.get_formatter()->label("SUBCOMMAND", "COMMAND");
@@ -137,6 +136,9 @@ private:
 
     void add(CLI::App& app, const Command& command) {
         app.footer(command.footer());
+        // Where sizes are shown, -h is for people to read them.
+        app.set_help_flag(command.findOption("-h") == nullptr ? "-h,--help" : "--help",
+                          "Show this help");
         for (const Option& option : command.options) {
             options_[&option] = add(app, option);
         }

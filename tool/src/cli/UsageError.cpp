@@ -15,7 +15,7 @@ const std::pair<const char*, const char*> SYNONYMS[] = {
     {"del", "rm"},     {"delete", "rm"},     {"rm", "remove"},    {"remove", "rm"},
     {"del", "remove"}, {"delete", "remove"}, {"copy", "cp"},      {"move", "mv"},
     {"rename", "mv"},  {"ren", "mv"},        {"download", "get"}, {"upload", "put"},
-    {"quota", "df"},   {"share", "invite"}};
+    {"quota", "df"},   {"share", "invite"},  {"history", "versions"}};
 
 /// How many characters are missing, too many, wrong or swapped with the next one.
 std::size_t editDistance(const std::string& a, const std::string& b) {

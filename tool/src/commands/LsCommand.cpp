@@ -15,7 +15,7 @@ namespace {
 
 bool wantsColor(const std::string& when) {
     const char* none = std::getenv("NO_COLOR");
-    const bool unwanted = none != nullptr && *none != '\0';
+    const bool unwanted = (none != nullptr && *none != '\0') || isTerminalDumb();
     return when == "always" || (when != "never" && onTerminal() && !unwanted);
 }
 

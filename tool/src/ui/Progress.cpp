@@ -31,7 +31,7 @@ std::string timeText(double time) {
 
 }  // namespace
 
-Progress::Progress(bool wanted) : wanted_(wanted && isatty(STDERR_FILENO) != 0) {}
+Progress::Progress(bool wanted) : wanted_(wanted && isatty(STDERR_FILENO) != 0 && !isTerminalDumb()) {}
 
 Progress::~Progress() { end(); }
 

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <iostream>
 
 #include "ui/Text.h"
@@ -19,6 +20,11 @@ std::size_t terminalWidth(int file) {
 bool onTerminal() {
     static const bool terminal = isatty(STDOUT_FILENO) != 0;
     return terminal;
+}
+
+bool isTerminalDumb() {
+    const char* const name = std::getenv("TERM");
+    return name != nullptr && std::string_view(name) == "dumb";
 }
 
 std::string shown(const std::string& name) { return onTerminal() ? escaped(name) : name; }

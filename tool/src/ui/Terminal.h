@@ -11,6 +11,9 @@ std::size_t terminalWidth(int file);
 /// Whether standard output is a terminal.
 bool onTerminal();
 
+/// Whether the terminal can do no more than print lines.
+bool isTerminalDumb();
+
 /// A name for standard output: as it is, unless a terminal would act on it.
 std::string shown(const std::string& name);
 
