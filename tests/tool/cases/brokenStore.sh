@@ -12,7 +12,7 @@ expect 8 'kvx: verify: the store is damaged' kvx verify
 user=$(id -un)
 [[ $(<output) == *"/content in the bucket $user of $user, version 1, the current one: "*" of "* ]] ||
     fail "verify says $(<output)"
-expect 8 'kvx: verify: the store is damaged' kvx verify --json
+expect 8 '{"command":"verify","name":"","error":"the store is damaged","exitCode":8}' kvx verify --json
 [[ $(<output) == *'"path":"/content"'*'"version":1,"current":true,"size":512007,"readable":'* ]]
 
 damaged() { echo "the store failed: the content of /$1 in the bucket $user, version 1, is damaged:" \

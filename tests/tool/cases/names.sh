@@ -35,3 +35,8 @@ for name in 'put -r' sync; do
     [[ $(<output) == *none3:*$'\nkvx: '*': 2 more: left out: a symbolic link (-v names each)' ]] || fail "$(<output)"
     [[ $(kvx $name -v links :/links/ 2>&1 | grep -c left) == 5 ]] || fail "$name names too few"
 done
+
+# A message fits on a screen whatever the name.
+long=$(printf 'x%.0s' {1..5000})
+kvx stat "/$long" 2>errors && fail 'found' || true
+[[ $(wc -c <errors) -lt 700 && $(<errors) == 'kvx: stat: /xxx'*'xxx[...]xxx'*': the path breaks the rules for names' ]] || fail "$(<errors)"

@@ -23,7 +23,7 @@ kvx sync -v --checksum up :/new/target >done
 touch up/.kvx-1-2
 expect 0 'kvx: sync: up/.kvx-1-2: left out: a temporary file of a download' kvx sync -v up :/new/target
 touch $'up/bad\xff' up/good
-expect 4 'kvx: sync: up/bad\xff: the name is not valid UTF-8' kvx sync --json up :/new/target
+expect 4 $'{"command":"sync","name":"up/bad\uFFFD","error":"the name is not valid UTF-8","exitCode":4}' kvx sync --json up :/new/target
 [[ $(<output) == '{"action":"put","path":"good","size":0}'*'"failed":1,"dryRun":false}' ]] || fail "$(<output)"
 expect 2 'kvx: sync: both folders are local: write :/path for one in the store' kvx sync up down
 expect 3 'kvx: sync: :/none: no such folder' kvx sync --delete :/none new/down

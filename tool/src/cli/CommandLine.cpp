@@ -242,7 +242,8 @@ int runCommand(const Command& program, const std::vector<const Command*>& comman
                const Invocation::Values& values, void (*exitNow)(int)) {
     const auto has = [&](const char* option) { return !values.at(option).empty(); };
     const Output output(has("--json"), has("--quiet"), has("--verbose"));
-    Diagnostics diagnostics(commandPath(commands), output.isQuiet(), has("--verbose"));
+    Diagnostics diagnostics(commandPath(commands), output.isQuiet(), has("--verbose"),
+                            output.isJson());
     const SignalWatch signals(diagnostics.progress(), exitNow);
     Invocation invocation(program, values, output, diagnostics);
     try {

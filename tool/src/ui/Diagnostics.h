@@ -15,8 +15,9 @@ namespace storage::kvxtool {
 /// What a command says on standard error, and the exit code that follows from it.
 class Diagnostics {
 public:
-    Diagnostics(std::string command, bool quiet, bool verbose = false)
-        : command_(std::move(command)), progress_(!quiet), verbose_(verbose) {}
+    /// With `json`, what it says is one object a line.
+    Diagnostics(std::string command, bool quiet, bool verbose = false, bool json = false)
+        : command_(std::move(command)), progress_(!quiet), verbose_(verbose), json_(json) {}
 
     /// Passes each failure through `explain`, which may return a better one, before it is
     /// reported. An empty function ends that.
@@ -66,7 +67,10 @@ public:
 
 private:
     bool isOneOfMany(const Failure& failure);
-    void print(const std::string& subject, const std::string& text);
+    void printFailure(const Failure& failure);
+    void printWarning(const std::string& subject, const std::string& text);
+    void printText(const std::string& subject, const std::string& text);
+    void printLine(const std::string& line);
 
     std::string command_;
     Progress progress_;
@@ -74,6 +78,7 @@ private:
     ExitCode exitCode_ = ExitCode::OK;
     std::size_t failures_ = 0;
     bool verbose_;
+    bool json_;
     std::map<std::string, std::size_t> leftOut_;      // By kind.
     std::map<std::string, std::size_t> withoutRoom_;  // By reason.
     bool inPasses_ = false;
