@@ -24,7 +24,7 @@ eachLine <<'TABLE'
 0||kvx user quota bob -; [[ $(as bob df --json) == *:null} ]]
 5|kvx: user add: bob: a user or bucket of this name exists already|kvx user add bob --token-file new; [[ ! -e new ]]
 4|kvx: user add: a:b: a colon ends the name of a bucket, and cannot be in it|kvx user add a:b
-4|kvx: user add: a/b: the name breaks the rules for names|kvx user add a/b
+4|kvx: user add: a/b: the name breaks the rules for names: it has a slash|kvx user add a/b
 2|kvx: user add: -5: not a size: write 1000, 512M or 10G|kvx user add eve --quota=-5
 0||kvx bucket add team ada; kvx mkdir team:/plans; kvx bucket list >output; [[ $(tail -n 1 output) == 'team  ada  0' ]]
 0||kvx sweep; [[ -z $(<output) ]]

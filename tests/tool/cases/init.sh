@@ -20,7 +20,7 @@ expect 4 "kvx: ls: $store: the store does not accept the token" env KVX_TOKEN=wr
 touch in-the-way
 expect 5 "kvx: init: $work/new.db: a part of the path is not a folder" \
     env XDG_STATE_HOME="$work/in-the-way" "$program" init --store new.db
-expect 4 'kvx: init: a/b: the name breaks the rules for names' kvx init --store new.db --user a/b
+expect 4 'kvx: init: a/b: the name breaks the rules for names: it has a slash' kvx init --store new.db --user a/b
 [[ ! -e new.db ]]
 expect 7 'kvx: init: cannot create /proc/new.db: No such file or directory' kvx init --store /proc/new.db
 expect 5 "kvx: init: $work/in-the-way/new.db: a part of the path is not a folder" kvx init --store in-the-way/new.db

@@ -39,4 +39,8 @@ done
 # A message fits on a screen whatever the name.
 long=$(printf 'x%.0s' {1..5000})
 kvx stat "/$long" 2>errors && fail 'found' || true
-[[ $(wc -c <errors) -lt 700 && $(<errors) == 'kvx: stat: /xxx'*'xxx[...]xxx'*': the path breaks the rules for names' ]] || fail "$(<errors)"
+[[ $(wc -c <errors) -lt 700 && $(<errors) == 'kvx: stat: /xxx'*'xxx[...]xxx'*': the path breaks the rules for names: a name has at most 255 characters' ]] || fail "$(<errors)"
+expect 4 'kvx: stat: :/a/./b: the path breaks the rules for names: . is no name' kvx stat :/a/./b
+deep=$(printf '/%0200d' {1..21})
+kvx stat ":$deep" 2>errors && fail 'found' || true
+[[ $(<errors) == *': the path breaks the rules for names: a path has at most 4,096 characters' ]] || fail "$(<errors)"

@@ -21,8 +21,8 @@ done <<'TABLE'
 3|kvx: mkdir: /none/x: no such folder to hold it|mkdir /none/x
 3|kvx: get: none: no such folder|get :/file none/
 3|kvx: get: none: no such folder|get -r :/folder none/x
-4|kvx: put: :/a//b: the path breaks the rules for names|put file :/a//b
-4|kvx: mkdir: /folder/..: the path breaks the rules for names|mkdir /folder/..
+4|kvx: put: :/a//b: the path breaks the rules for names: a name is empty|put file :/a//b
+4|kvx: mkdir: /folder/..: the path breaks the rules for names: .. is no name|mkdir /folder/..
 4|kvx: rm: :/: the root of a bucket cannot be removed|rm -r /
 5|kvx: put: folder: it is a folder: -r puts it with all it has|put folder :/
 5|kvx: get: :/folder: it is a folder: -r gets it with all it has|get :/folder .

@@ -1,10 +1,13 @@
 #include "ui/Failure.h"
 
+#include <algorithm>
 #include <new>
+#include <sstream>
 #include <string_view>
 #include <system_error>
 
 #include "storage/kvxstore/StoreError.h"
+#include "ui/Text.h"
 
 namespace storage::kvxtool {
 
@@ -175,6 +178,31 @@ std::string unreachable(const std::string& words, std::string_view cause) {
     return text;
 }
 
+/// ": a name has at most 255 characters", of a name that the store refused; empty when no rule is
+/// known that it breaks. What is before the slash of a path is its bucket.
+std::string brokenRule(const std::string& name, bool isPath) {
+    constexpr std::size_t longestName = 255;
+    constexpr std::size_t longestPath = 4096;
+    const auto lengthOf = [](const std::string& text) {
+        return toUtf16(text).value_or(std::u16string()).size();
+    };
+    const std::size_t slash = name.find('/');
+    if (!isPath && slash != std::string::npos) {
+        return ": it has a slash";
+    }
+    const std::string path = isPath ? name.substr(std::min(slash, name.size())) : '/' + name;
+    std::istringstream names(path.substr(path.empty() ? 0 : 1) + '/');
+    for (std::string each; std::getline(names, each, '/');) {
+        if (each.empty() || each == "." || each == "..") {
+            return each.empty() ? ": a name is empty" : ": " + each + " is no name";
+        }
+        if (lengthOf(each) > longestName) {
+            return ": a name has at most 255 characters";
+        }
+    }
+    return lengthOf(path) > longestPath ? ": a path has at most 4,096 characters" : "";
+}
+
 }  // namespace
 
 bool refusedWith(KVXClientErrorCode code, const std::function<void()>& action) try {
@@ -201,6 +229,9 @@ Failure Failure::of(const std::string& subject, const std::exception_ptr& error)
             return {ExitCode::NO_ROOM, subject, "the store's disk is full"};
         }
         const Meaning meaning = meaningOf(exception.getErrorCode());
+        if (exception.getErrorCode() == KVXClientErrorCode::ILLEGAL_PATH) {
+            return {meaning.code, subject, meaning.words + brokenRule(subject, true)};
+        }
         const std::string reason = nestedCause(exception);
         if (reason.empty()) {
             return {meaning.code, subject, meaning.words};
@@ -210,6 +241,9 @@ Failure Failure::of(const std::string& subject, const std::exception_ptr& error)
                                                       : meaning.words + std::string(": ") + reason};
     } catch (const kvxstore::StoreError& exception) {
         const Meaning meaning = meaningOf(exception.code());
+        if (exception.code() == StoreErrorCode::ILLEGAL_NAME) {
+            return {meaning.code, subject, meaning.words + brokenRule(subject, false)};
+        }
         return meaning.words == nullptr ? Failure(meaning.code, "", exception.what())
                                         : Failure(meaning.code, subject, meaning.words);
     } catch (const std::system_error& exception) {
