@@ -45,6 +45,8 @@ find /t --size +5
 :/t/big.bin|
 find /times --name '[ab]'
 :/times/a|:/times/b|
+ls -d /times /times/a
+:/times|:/times/a|
 mkdir -pv /n/o /n/o
 created :/n|created :/n/o|
 mv -v /times/a /times/d

@@ -11,10 +11,10 @@ using Words = std::vector<std::string>;
 
 /// What other programs call the commands.
 const std::pair<const char*, const char*> SYNONYMS[] = {
-    {"list", "ls"},    {"dir", "ls"},        {"ls", "list"},      {"rmdir", "rm"},
-    {"del", "rm"},     {"delete", "rm"},     {"rm", "remove"},    {"remove", "rm"},
-    {"del", "remove"}, {"delete", "remove"}, {"copy", "cp"},      {"move", "mv"},
-    {"rename", "mv"},  {"ren", "mv"},        {"download", "get"}, {"upload", "put"},
+    {"list", "ls"},    {"dir", "ls"},        {"ls", "list"},         {"rmdir", "rm"},
+    {"del", "rm"},     {"delete", "rm"},     {"rm", "remove"},       {"remove", "rm"},
+    {"del", "remove"}, {"delete", "remove"}, {"copy", "cp"},         {"move", "mv"},
+    {"rename", "mv"},  {"ren", "mv"},        {"download", "get"},    {"upload", "put"},
     {"quota", "df"},   {"share", "invite"},  {"history", "versions"}};
 
 /// How many characters are missing, too many, wrong or swapped with the next one.

@@ -91,8 +91,9 @@ public:
 
     void list(const RemoteName& name) {
         const auto listContent = [&] { invocation_.has("-R") ? listTree(name) : listFolder(name); };
-        if (refusedWith(kvxclient::KVXClientErrorCode::CONFLICT, listContent)) {
-            listFile(name);
+        if (invocation_.has("-d") ||
+            refusedWith(kvxclient::KVXClientErrorCode::CONFLICT, listContent)) {
+            listItself(name);
         }
     }
 
@@ -109,7 +110,7 @@ private:
         printFolder(name, entries);
     }
 
-    void listFile(const RemoteName& name) {
+    void listItself(const RemoteName& name) {
         RemoteEntry entry = readEntry(files_, name);
         if (invocation_.out.isJson()) {
             printJson(name, entry);
@@ -172,7 +173,8 @@ Command lsCommand() {
                     flag("-l", "Show kind, access, size and modification time"),
                     flag("-h", "Show sizes for people, as 1.5M"),
                     flag("-a", "Show hidden names too, which begin with a dot"),
-                    flag("-R", "List the folders in folders too"),
+                    flag("-d", "List folders themselves, not what is in them"),
+                    flag("-R", "List the folders in folders too").without("-d"),
                     flag("-t", "Sort by modification time, the newest first"),
                     flag("-S", "Sort by size, the largest first").without("-t"),
                     flag("-r", "Sort the other way round"), flag("-1", "Show one name a line"),

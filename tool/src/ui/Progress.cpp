@@ -31,7 +31,8 @@ std::string timeText(double time) {
 
 }  // namespace
 
-Progress::Progress(bool wanted) : wanted_(wanted && isatty(STDERR_FILENO) != 0 && !isTerminalDumb()) {}
+Progress::Progress(bool wanted)
+    : wanted_(wanted && isatty(STDERR_FILENO) != 0 && !isTerminalDumb()) {}
 
 Progress::~Progress() { end(); }
 
