@@ -132,22 +132,26 @@ TEST_F(PostgresTest, ACommitWhoseAnswerWasLostCountsOnce) {
     const auto waiting = [] {
         return onServer("select pid from pg_stat_activity where wait_event = 'SyncRep'").size();
     };
-    account.put(u"/f", "one", true);
-    onServer("alter system set synchronous_standby_names = 'none_of_that_name'");
-    onServer("select pg_reload_conf()");
-    auto label = std::async(std::launch::async,
-                            [&] { return account.put(u"/f", "two", true).getVersionLabel(); });
-    for (int i = 0; i < 1'000 && waiting() == 0; ++i) {
-        std::this_thread::sleep_for(10ms);
+    // What cleans up may be what waits, and not the call.
+    unsigned calls = 0;
+    while (store->statistics().settled == 0 && ++calls < 20) {
+        onServer("alter system set synchronous_standby_names = 'none_of_that_name'");
+        onServer("select pg_reload_conf()");
+        auto label = std::async(std::launch::async, [&] {
+            return account.put(u"/f", std::to_string(calls), true).getVersionLabel();
+        });
+        for (int i = 0; i < 1'000 && waiting() == 0; ++i) {
+            std::this_thread::sleep_for(10ms);
+        }
+        const auto ended = onServer(
+            "select pg_terminate_backend(pid) from pg_stat_activity where wait_event = 'SyncRep'");
+        onServer("alter system reset synchronous_standby_names");
+        onServer("select pg_reload_conf()");
+        EXPECT_GE(ended.size(), 1U);
+        EXPECT_EQ(label.get(), static_cast<int>(calls));
     }
-    const auto ended = onServer(
-        "select pg_terminate_backend(pid) from pg_stat_activity where wait_event = 'SyncRep'");
-    onServer("alter system reset synchronous_standby_names");
-    onServer("select pg_reload_conf()");
-    EXPECT_GE(ended.size(), 1U);
-    EXPECT_EQ(label.get(), 2);
-    EXPECT_GE(store->statistics().settled, 1U);  // What cleans up may have waited as well.
-    EXPECT_EQ(store->statistics().versions, 2U);
+    EXPECT_GE(store->statistics().settled, 1U);
+    EXPECT_EQ(store->statistics().versions, calls);
     EXPECT_EQ(store->verify(), std::vector<std::string>());
 }
 

@@ -20,8 +20,8 @@ for name in large -dash; do
 done
 kvx sync -v --checksum up :/new/target >done
 [[ $(sort done) == $'2 files sent, 0 deleted, 6 unchanged\nput -dash\nput large' ]] || fail "$(<done)"
-touch up/.kvx-1-2
-expect 0 'kvx: sync: up/.kvx-1-2: left out: a temporary file of a download' kvx sync -v up :/new/target
+touch up/.kvx-part-1-2
+expect 0 'kvx: sync: up/.kvx-part-1-2: left out: a temporary file of a download' kvx sync -v up :/new/target
 touch $'up/bad\xff' up/good
 expect 4 $'{"command":"sync","name":"up/bad\uFFFD","error":"the name is not valid UTF-8","exitCode":4}' kvx sync --json up :/new/target
 [[ $(<output) == '{"action":"put","path":"good","size":0}'*'"failed":1,"dryRun":false}' ]] || fail "$(<output)"

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <mutex>
@@ -18,7 +19,7 @@
 namespace storage::kvxtool {
 namespace {
 
-const std::string TEMPORARY_PREFIX = ".kvx-";
+const std::string TEMPORARY_PREFIX = ".kvx-part-";
 
 std::mutex temporaryFilesLock;
 std::set<std::filesystem::path> temporaryFiles;
@@ -116,22 +117,31 @@ void LocalOutput::commit(std::optional<std::chrono::system_clock::time_point> mo
         times[1].tv_nsec = std::chrono::nanoseconds(*modified - seconds).count();
         futimens(file_, times);  // A failure is ignored: some file systems keep no times.
     }
-    // Some file systems report a full disk only here.
-    const int file = std::exchange(file_, -1);
-    if (close(file) != 0) {
+    // Some file systems report a full disk only here. The copy stays locked until the file has its
+    // name.
+    const int copy = fcntl(file_, F_DUPFD_CLOEXEC, 0);
+    if (copy < 0 || close(std::exchange(file_, copy)) != 0) {
         throwFileError(name_, errno);
     }
     const std::lock_guard lock(temporaryFilesLock);
     if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
         throwFileError(name_, errno);
     }
+    close(std::exchange(file_, -1));
     temporaryFiles.erase(temporary_);
     temporary_.clear();
 }
 
 bool LocalOutput::isTemporaryName(std::string_view name) {
-    return name.starts_with(TEMPORARY_PREFIX) &&
-           name.find_first_not_of("0123456789-", TEMPORARY_PREFIX.size()) == name.npos;
+    if (!name.starts_with(TEMPORARY_PREFIX)) {
+        return false;
+    }
+    name.remove_prefix(TEMPORARY_PREFIX.size());
+    const std::size_t dash = std::min(name.find('-'), name.size());
+    const auto isNumber = [](std::string_view text) {
+        return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
+    };
+    return isNumber(name.substr(0, dash)) && dash < name.size() && isNumber(name.substr(dash + 1));
 }
 
 void LocalOutput::removeLeftovers(const std::filesystem::path& folder) {
@@ -145,8 +155,11 @@ void LocalOutput::removeLeftovers(const std::filesystem::path& folder) {
         }
         const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
         if (file >= 0) {
+            struct stat status {};
+            const bool isOurs =
+                fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == geteuid();
             // Who writes it holds a lock.
-            if (flock(file, LOCK_EX | LOCK_NB) == 0) {
+            if (isOurs && flock(file, LOCK_EX | LOCK_NB) == 0) {
                 unlink(path.c_str());
             }
             close(file);

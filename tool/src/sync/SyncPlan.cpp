@@ -19,18 +19,22 @@ bool differInKind(const SyncEntry* source, const SyncEntry* target) {
            source->kind != target->kind;
 }
 
+/// Whether `a` was modified later than `b`, by more than the window.
+bool isLater(const SyncEntry& a, const SyncEntry& b, std::chrono::nanoseconds window) {
+    const auto unsignedTime = [](const SyncEntry& entry) {
+        return static_cast<unsigned long>(entry.modified.time_since_epoch().count());
+    };
+    // Unsigned, the difference of any two times has room.
+    return a.modified > b.modified &&
+           unsignedTime(a) - unsignedTime(b) > static_cast<unsigned long>(window.count());
+}
+
 /// A time of zero cannot be reported to a store: it uses its own time then.
 bool isSameTime(const SyncEntry& a, const SyncEntry& b, std::chrono::nanoseconds window) {
     const auto isUnreported = [](const SyncEntry& one, const SyncEntry& other) {
         return !one.modifiedByClient && other.modified.time_since_epoch().count() == 0;
     };
-    const auto apart = [](const SyncEntry& from, const SyncEntry& to) {
-        // Unsigned, the difference of any two times has room.
-        return static_cast<unsigned long>(to.modified.time_since_epoch().count()) -
-               static_cast<unsigned long>(from.modified.time_since_epoch().count());
-    };
-    const unsigned long difference = a.modified < b.modified ? apart(a, b) : apart(b, a);
-    return difference <= static_cast<unsigned long>(window.count()) || isUnreported(a, b) ||
+    return (!isLater(a, b, window) && !isLater(b, a, window)) || isUnreported(a, b) ||
            isUnreported(b, a);
 }
 
@@ -73,7 +77,7 @@ void planFile(SyncPlan& plan, const SyncRules& rules, const SyncStep& step,
     if (target == nullptr || target->kind != Kind::FILE) {
         plan.transfers.push_back(step);
     } else if (rules.keepsExisting ||
-               (rules.keepsNewer && target->modified > step.entry.modified + rules.window)) {
+               (rules.keepsNewer && isLater(*target, step.entry, rules.window))) {
         ++plan.unchanged;
     } else if (target->size != step.entry.size) {
         plan.transfers.push_back(step);
