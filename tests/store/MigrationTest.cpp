@@ -16,7 +16,7 @@ using Step = MigrationProgress::Step;
 
 struct Interrupted {};
 
-std::string bytesOf(const std::string& path) {
+std::string bytesInFile(const std::string& path) {
     std::ifstream stream(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};
 }
@@ -190,7 +190,7 @@ protected:
 };
 
 TEST_F(MigrationTest, KeepsEverythingThatLastsOnTheWayThereAndBack) {
-    const std::string before = bytesOf(file);
+    const std::string before = bytesInFile(file);
     std::vector<std::string> urls{from};
     const std::vector<bool> hops =
         isOnServer() ? std::vector{true, true, false} : std::vector{false, false};
@@ -205,7 +205,7 @@ TEST_F(MigrationTest, KeepsEverythingThatLastsOnTheWayThereAndBack) {
             EXPECT_GT(tables[i].rows, 0U) << tables[i].name;
         }
     }
-    EXPECT_TRUE(bytesOf(file) == before) << "the source was written";
+    EXPECT_TRUE(bytesInFile(file) == before) << "the source was written";
     for (std::size_t i = 1; i < urls.size(); ++i) {
         const auto store = Store::open(urls[i]);
         EXPECT_TRUE(look(*store) == seen) << urls[i];
@@ -344,7 +344,7 @@ TEST_F(MigrationTest, FindsDamageOfTheSourceAndChangesBetweenTwoRuns) {
          " (select content from versions limit 1)",
          Step::COPYING, StoreErrorCode::DAMAGED, "bytes can be read"},
     };
-    const std::string original = bytesOf(file);
+    const std::string original = bytesInFile(file);
     for (const auto& [sql, step, code, words] : cases) {
         std::ofstream(file, std::ios::binary) << original;
         const std::string to = newTarget();

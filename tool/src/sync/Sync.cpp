@@ -69,7 +69,7 @@ void throwUnlessZero(int result) {
 }
 
 /// Another sync may make the same folder.
-void makeFolder(const fs::path& path) {
+void makeLocalFolder(const fs::path& path) {
     struct stat status {};
     const bool made = mkdir(path.c_str(), 0777) == 0;
     if (!made &&
@@ -289,7 +289,7 @@ void Sync::createLocal(const std::vector<SyncStep>& steps) {
                         throwCreationError(path, error.value());
                     }
                 } else {
-                    makeFolder(path);
+                    makeLocalFolder(path);
                 }
                 report_.created(step);
             })) {
